@@ -1,0 +1,63 @@
+#!/usr/bin/env bash
+# Fetches what the default model and the host's inference engine are made of: two pinned npm packages, of which a few
+# files are kept. Does nothing when they are there already. Usage: model/fetch.sh [DEST], DEST default build/model.
+set -euo pipefail
+
+here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
+dest=${1:-$here/../build/model}
+
+fail() {
+    echo "model/fetch.sh: $*" >&2
+    exit 1
+}
+
+# fetch PACKAGE INTEGRITY FILE=NAME...: keeps FILE of the package as DEST/NAME.
+fetch() {
+    local package=$1 integrity=$2 pair found
+    shift 2
+    command -v npm >/dev/null || fail "npm is needed to fetch $package; install it (Debian: apt-get install npm)."
+    # `pack` takes the archive alone: nothing is built and no script of the package runs.
+    (cd "$work" && npm pack --loglevel=error --ignore-scripts "$package" >pack.txt 2>pack.log) ||
+        fail "could not fetch $package with npm: $(grep -m 1 -E 'network|request to|reason|404|notarget|ENO' "$work/pack.log" |
+            cut -c 1-200)"
+    local archive
+    archive=$work/$(tail -n 1 "$work/pack.txt")
+    found=$(openssl dgst -sha512 -binary "$archive" | base64 -w 0)
+    [ "$found" = "$integrity" ] || fail "$package is not the pinned one: sha512 is $found, expected $integrity."
+    mkdir -p "$work/unpacked"
+    tar -xzf "$archive" -C "$work/unpacked" "${@%%=*}" || fail "$package does not hold the expected files."
+    for pair in "$@"; do
+        mv -f "$work/unpacked/${pair%%=*}" "$dest/${pair##*=}"
+    done
+}
+
+# unchanged SHA256 NAME: DEST/NAME is there and is what the pinned package holds.
+unchanged() {
+    echo "$1  $dest/$2" | sha256sum --check --status 2>/dev/null
+}
+
+mkdir -p "$dest" || fail "cannot make the folder $dest."
+[ -w "$dest" ] || fail "the folder $dest is not writable."
+exec 9>"$dest/.lock"
+flock 9
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+unchanged bfb942eaacc5becf738d536663bc4580a0ae9e560722306e6d4dd7fe4a09de05 centernet.json &&
+    unchanged 1b635a15009071f506f9f2b3519b31c072c534888989f30d269ffd44734ef7ef centernet.bin ||
+    fetch @vladmandic/human@3.3.6 \
+        Nr5mPfq1gQ+uKeXY5uM3Fj8UxvF5CEh2s6txM5wRThqaW0mF9huooOuZSrT8hhGho0hGaXLFdAwfD/2+teCv6A== \
+        package/models/centernet.json=centernet.json package/models/centernet.bin=centernet.bin \
+        package/LICENSE=LICENSE.centernet
+
+# The package has the engine for x86_64 only; elsewhere KORVEX_LAROD_LIBRARY names the distribution's TensorFlow Lite.
+if [ "$(uname -m)" = x86_64 ]; then
+    unchanged edb5236b8cbb497775fb36f4f134f89881b81c1cb7d32b897b66787e7040bd40 libtensorflowlite_c.so ||
+        fetch node-tflite@0.0.2 \
+            YdPBblO2Ey1WS4ubvSsNt2Xf3AjSs9hqPmYkCbZWv0+ZWDsx2mfsL5XjdQdwM9v2+zF7qo8E3gKhqwBY/1fCtQ== \
+            package/tflite/linux_x86_64/libtensorflowlite_c.so=libtensorflowlite_c.so \
+            package/LICENSE=LICENSE.node-tflite
+else
+    echo "model/fetch.sh: no inference engine is packaged for $(uname -m); set KORVEX_LAROD_LIBRARY to a TensorFlow" \
+        "Lite C library of this system." >&2
+fi

@@ -1,0 +1,170 @@
+#include "app/app_main.h"
+
+#include "app/arithmetic.h"
+#include "config/shared_field.h"
+
+#include <poll.h>
+#include <sys/sysinfo.h>
+#include <syslog.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <utility>
+
+std::string g_app_name = "korvex_orvel";
+ConfigParams g_ConfigParams;
+parameter_controller g_ParameterController;
+location_controller_larod g_LocationController;
+// The log itself is never destroyed: the destructors of the objects above still log, and are ignored. Its last lines
+// are written where its destructor would run.
+Logger& g_Logger = *new Logger(g_app_name, "./localdata/OrvelLog.txt");
+namespace {
+struct log_closer {
+    log_closer() = default;
+    log_closer(const log_closer&) = delete;
+    log_closer& operator=(const log_closer&) = delete;
+    ~log_closer() { g_Logger.close(); }
+} g_log_closer;
+} // namespace
+
+std::atomic<int32_t> g_StatusCode{0};
+std::atomic<int32_t> g_ExecutionTime{0};
+std::atomic<int32_t> g_StreamWidth{0};
+std::atomic<int32_t> g_StreamHeight{0};
+std::atomic<bool> g_IsPortrait{false};
+unsigned int g_ThreadID = 0;
+GMainLoop* gp_Loop = nullptr;
+int32_t g_Alert1ThreshSecs = 5;
+int32_t g_Alert2ThreshSecs = 10;
+int32_t g_Alert3ThreshSecs = 15;
+
+namespace {
+
+sigset_t g_mask_while_waiting; // the signals blocked while the main loop waits
+
+/** GLib's poll function, with SIGTERM let in for just that long. */
+gint poll_with_sigterm(GPollFD* fds, guint count, gint timeout_ms) {
+    static_assert(sizeof(GPollFD) == sizeof(pollfd));
+    const timespec timeout = {timeout_ms / 1000, (timeout_ms % 1000) * 1000000L};
+    return ppoll(reinterpret_cast<pollfd*>(fds), count, timeout_ms < 0 ? nullptr : &timeout, &g_mask_while_waiting);
+}
+
+/**
+ * The SIGTERM handler calls GLib, which holds locks of its own at many places but never while it polls: from here on
+ * the signal waits until then.
+ */
+void let_sigterm_in_only_while_waiting() {
+    sigset_t sigterm;
+    sigemptyset(&sigterm);
+    sigaddset(&sigterm, SIGTERM);
+    pthread_sigmask(SIG_BLOCK, &sigterm, &g_mask_while_waiting);
+    g_main_context_set_poll_func(nullptr, poll_with_sigterm);
+}
+
+} // namespace
+
+int korvex_orvel_main() {
+    openlog(g_app_name.c_str(), LOG_PID | LOG_CONS, LOG_USER);
+    logMemoryUsage("Starting Korvex Orvel");
+    syslog(LOG_INFO, "*** To view Korvex Orvel log messages click on 'View Log' button on 'Advanced' tab of Orvel ACAP "
+                     "web page ***");
+    g_StatusCode = 100;
+    init_signals();
+    init_parameter_controller();
+    if (init_ai() != 0) {
+        g_Logger.error("main: Failed init_ai");
+        g_StatusCode = 401;
+        return -1;
+    }
+    const int period = g_LocationController.get_iteration_time();
+
+    let_sigterm_in_only_while_waiting();
+    gp_Loop = g_main_loop_new(nullptr, FALSE);
+    g_ThreadID = g_timeout_add(static_cast<guint>(period), thread_function, nullptr);
+    g_main_loop_run(gp_Loop);
+
+    logMemoryUsage("Ending Korvex Orvel");
+    closelog();
+    return 0;
+}
+
+void init_signals() {
+    struct sigaction ignore {};
+    ignore.sa_handler = SIG_IGN;
+    sigemptyset(&ignore.sa_mask);
+    sigaddset(&ignore.sa_mask, SIGPIPE);
+    sigaction(SIGPIPE, &ignore, nullptr);
+
+    struct sigaction end {};
+    end.sa_handler = handle_sigterm;
+    sigemptyset(&end.sa_mask);
+    sigaction(SIGTERM, &end, nullptr);
+}
+
+void init_parameter_controller() {
+    g_ParameterController.init_controller(g_app_name);
+    g_ConfigParams = g_ParameterController.load_config();
+    g_LocationController.set_sensitivity(g_ConfigParams.f_Sensitivity);
+    const int32_t rotation = g_ParameterController.get_rotation();
+    if (rotation == 90 || rotation == 270)
+        g_IsPortrait = true;
+}
+
+int init_ai() {
+    try {
+        // A failure is deliberately not looked at: it has been logged, and every pass will report it.
+        g_LocationController.init_larod(
+            g_app_name, g_IsPortrait ? g_ConfigParams.s_PortraitModelFileName : g_ConfigParams.s_LandscapeModelFileName,
+            static_cast<int>(g_ConfigParams.i_ModelWidth), static_cast<int>(g_ConfigParams.i_ModelHeight),
+            g_ConfigParams.l_LarodChipType, g_ConfigParams.i_MainLoopTime, g_IsPortrait);
+    } catch (const char*) {
+        // No tensor file; logged by the one that threw.
+    }
+    g_StreamWidth = static_cast<int32_t>(g_LocationController.get_stream_width());
+    g_StreamHeight = static_cast<int32_t>(g_LocationController.get_stream_height());
+    return 0;
+}
+
+gboolean thread_function(void*) {
+    do_one_analysis();
+    return TRUE;
+}
+
+int do_one_analysis() {
+    if (!read_shared(g_ConfigParams.b_EulaAccepted)) {
+        g_StatusCode = 408;
+        return 1;
+    }
+    Timer timer;
+    if (g_LocationController.larod_prepare_data_and_do_ai() != 0) {
+        g_Logger.error("do_one_analysis: Error in g_LocationController.larod_prepare_data_and_do_ai");
+        g_StatusCode = 400;
+        return 1;
+    }
+    timer.tock();
+    g_ExecutionTime = static_cast<int32_t>(timer.elapsed());
+    const int32_t period = g_LocationController.get_iteration_time();
+    // A slow pass says so, whatever else there is to say.
+    g_StatusCode = wrap_multiply(2, period) > g_ExecutionTime ? 200 : 600;
+    return 0;
+}
+
+void handle_sigterm(int) {
+    if (g_ThreadID != 0)
+        g_source_remove(g_ThreadID);
+    g_ThreadID = 0;
+    if (gp_Loop == nullptr)
+        _exit(1); // nothing that exit would run is safe in a signal handler
+    g_main_loop_quit(gp_Loop);
+}
+
+void logMemoryUsage(const std::string& caption) {
+    struct sysinfo memory {};
+    if (sysinfo(&memory) != 0) {
+        g_Logger.error("logMemoryUsage: Failed to retrieve memory information.");
+        return;
+    }
+    const auto kilobytes = [&memory](uint64_t units) { return std::to_string((units * memory.mem_unit) >> 10); };
+    g_Logger.info("logMemoryUsage: " + caption + " - Total memory: " + kilobytes(memory.totalram) +
+                  " kB. Free memory: " + kilobytes(memory.freeram) + " kB.");
+}

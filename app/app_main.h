@@ -1,0 +1,70 @@
+#pragma once
+
+#include "app/Logger.h"
+#include "app/timer.h"
+#include "config/config_params.h"
+#include "config/parameter_controller.h"
+#include "detection/location_controller_larod.h"
+
+#include <glib.h>
+
+#include <atomic>
+#include <cstdint>
+#include <string>
+
+/*
+ * The application's spine: the process-wide objects, start-up, the analysis pass and the end.
+ *
+ * The objects are made before main in the order in which they stand here and destroyed in reverse, but for the log,
+ * which takes its last lines then and is never destroyed:
+ *
+ *   g_app_name, g_ConfigParams, g_ParameterController, g_LocationController, g_Logger
+ *
+ * Each is declared in its class's header. The words below are written on the main thread and read on the web thread;
+ * each read sees some value recently written.
+ */
+
+/** Syslog identity, parameter group and package folder. */
+extern std::string g_app_name;
+
+/** Run status: 100 starting, 200 running, 400 no inference, 401 no detector, 408 agreement not accepted, 600 slow. */
+extern std::atomic<int32_t> g_StatusCode;
+/** Duration of the last pass that ran to its end, milliseconds. */
+extern std::atomic<int32_t> g_ExecutionTime;
+/** Pixels of the analysed stream; 0 until the detector is set up. */
+extern std::atomic<int32_t> g_StreamWidth;
+extern std::atomic<int32_t> g_StreamHeight;
+/** The image is turned by 90 or 270 degrees. */
+extern std::atomic<bool> g_IsPortrait;
+
+/** Main thread only. The timeout source that drives the passes; 0 when there is none. */
+extern unsigned int g_ThreadID;
+extern GMainLoop* gp_Loop;
+/** Seconds. */
+extern int32_t g_Alert1ThreshSecs;
+extern int32_t g_Alert2ThreshSecs;
+extern int32_t g_Alert3ThreshSecs;
+
+/** What `main` does: start-up, main loop until SIGTERM, end. 0, or -1 when start-up fails. Main thread. */
+int korvex_orvel_main();
+
+// The steps of start-up, in their order.
+void init_signals();
+void init_parameter_controller();
+/** Always 0: a detector that cannot be set up shows as status 400 on every pass. */
+int init_ai();
+
+/** The main loop's timeout: one pass; always TRUE, so that it stays installed. */
+gboolean thread_function(void*);
+
+/** One analysis pass; 0 when it ran to its end, 1 when it stopped early. */
+int do_one_analysis();
+
+/**
+ * Removes the timeout and quits the main loop; without a loop the process ends at once with status 1. Runs on the main
+ * thread, while the loop waits.
+ */
+void handle_sigterm(int);
+
+/** Logs the machine's memory. */
+void logMemoryUsage(const std::string& caption);

@@ -1,0 +1,5 @@
+#include "app/app_main.h"
+
+int main() {
+    return korvex_orvel_main();
+}

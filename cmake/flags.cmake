@@ -1,0 +1,12 @@
+# Compiler flags for code that is written here; a dependency's headers are system headers and stay out of the warnings.
+add_library(korvex_flags INTERFACE)
+target_compile_options(korvex_flags INTERFACE
+    -Wall -Wextra -Wpedantic -Werror
+    $<$<COMPILE_LANGUAGE:CXX>:-Wshadow -Wconversion -Wnon-virtual-dtor -Wold-style-cast>)
+if(KORVEX_SANITIZE)
+    add_compile_options(-fsanitize=${KORVEX_SANITIZE} -fno-omit-frame-pointer)
+    if(NOT KORVEX_SANITIZE STREQUAL "thread")
+        add_compile_options(-fno-sanitize-recover=all)
+    endif()
+    add_link_options(-fsanitize=${KORVEX_SANITIZE})
+endif()

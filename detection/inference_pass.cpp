@@ -1,0 +1,105 @@
+// The detector's work on every pass.
+
+#include "app/Logger.h"
+#include "app/platform_handles.h"
+#include "config/config_params.h"
+#include "config/shared_field.h"
+#include "detection/location_controller_larod.h"
+#include "vision/imgconverter.h"
+
+#include <array>
+
+namespace {
+
+struct object_class {
+    const char* label;
+    bool ConfigParams::*wanted;
+};
+
+/** By the network's class index. */
+constexpr std::array<object_class, 9> kClasses = {{{"Person", &ConfigParams::b_DetectPersons},
+                                                   {"Bicycle", &ConfigParams::b_DetectBicycles},
+                                                   {"Car", &ConfigParams::b_DetectCars},
+                                                   {"Motorcycle", &ConfigParams::b_DetectMotorcycles},
+                                                   {"Airplane", &ConfigParams::b_DetectAirplanes},
+                                                   {"Bus", &ConfigParams::b_DetectBuses},
+                                                   {"Train", &ConfigParams::b_DetectTrains},
+                                                   {"Truck", &ConfigParams::b_DetectTrucks},
+                                                   {"Boat", &ConfigParams::b_DetectBoats}}};
+
+const object_class* find_class(int class_id) {
+    return class_id >= 0 && class_id < static_cast<int>(kClasses.size()) ? &kClasses[static_cast<size_t>(class_id)]
+                                                                         : nullptr;
+}
+
+} // namespace
+
+int location_controller_larod::larod_prepare_data_and_do_ai() {
+    constexpr auto kName = "larod_prepare_data_and_do_ai: ";
+    g_clear_error(&m_error);
+    m_buf = m_VDOStream != nullptr ? vdo_stream_get_buffer(m_VDOStream, &m_error) : nullptr;
+    m_nv12Data = static_cast<uint8_t*>(vdo_buffer_get_data(m_buf));
+
+    // Without a frame the network runs all the same, on whatever the input file holds.
+    const bool converted =
+        m_LarodInputFile != nullptr &&
+        convertCropScaleU8yuvToRGB(m_nv12Data, m_StreamWidth, m_StreamHeight,
+                                   static_cast<uint8_t*>(m_LarodInputFile->getBuffer()),
+                                   static_cast<unsigned int>(m_ModelWidth), static_cast<unsigned int>(m_ModelHeight));
+    if (!converted)
+        g_Logger.error(std::string(kName) + "Failed img scale/convert in convertCropScaleU8yuvToRGB()");
+
+    for (const auto* file : {&m_LarodOutputLocationsFile, &m_LarodOutputClassesFile, &m_LarodOutputScoresFile,
+                             &m_LarodOutputNumDetectionsFile})
+        if (*file != nullptr)
+            (*file)->rewind();
+
+    if (!larodRunInference(m_LarodConn, m_LarodInfReq, &m_LarodError)) {
+        g_Logger.error(kName + ("Unable to run inference on model " + m_ModelPath) + ": " + take_larod_message());
+        return 1; // the frame is deliberately not given back: the service may still be reading it
+    }
+    g_clear_error(&m_error);
+    if (!vdo_stream_buffer_unref(m_VDOStream, &m_buf, &m_error)) {
+        g_Logger.error(kName + ("Failed to release VDO stream buffer: " + take_message(m_error)));
+        return 1;
+    }
+    remove_anomalies();
+    apply_non_maximum_suppression();
+    return 0;
+}
+
+std::vector<detection> location_controller_larod::get_detections() {
+    std::vector<detection> detections;
+    if (m_OutputScores == nullptr)
+        return detections; // nothing has been set up
+    const float threshold = m_Threshold;
+    const auto width = static_cast<float>(m_StreamWidth);
+    const auto height = static_cast<float>(m_StreamHeight);
+    for (int i = 0; i < m_MaxResults; ++i) {
+        const int class_id = float_to_int(m_OutputClasses[i]);
+        if (!IsValidClass(class_id) || !(m_OutputScores[i] > threshold))
+            continue;
+        const float* box = m_OutputLocations + 4 * i;
+        const auto top = static_cast<int>(float_to_unsigned(box[0] * height));
+        const auto left = static_cast<int>(float_to_unsigned(box[1] * width));
+        const auto bottom = static_cast<int>(float_to_unsigned(box[2] * height));
+        const auto right = static_cast<int>(float_to_unsigned(box[3] * width));
+        detections.push_back(
+            {left, top, wrap_subtract(right, left), wrap_subtract(bottom, top), class_id, m_OutputScores[i]});
+    }
+    return detections;
+}
+
+std::string location_controller_larod::ClassIDToLabel(int class_id) {
+    const object_class* found = find_class(class_id);
+    return found != nullptr ? found->label : "Unknown";
+}
+
+bool location_controller_larod::is_object_a_trigger(int class_id) {
+    const object_class* found = find_class(class_id);
+    return found != nullptr && read_shared(g_ConfigParams.*found->wanted);
+}
+
+bool location_controller_larod::IsValidClass(int class_id) {
+    return is_object_a_trigger(class_id);
+}

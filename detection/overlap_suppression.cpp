@@ -1,0 +1,93 @@
+// The detector's clean-up of the network's raw results. A demoted result stays where it is with a score below every
+// sensible threshold; the order of the rows alone decides which of two overlapping boxes survives.
+
+#include "app/Logger.h"
+#include "detection/location_controller_larod.h"
+
+namespace {
+
+constexpr float kDemoted = 0.01F;
+constexpr int kPerson = 0;
+constexpr int kCar = 2;
+constexpr int kTruck = 7;
+
+/** In pixels; inverted or not a number when the network says so. */
+struct pixel_box {
+    float y1;
+    float x1;
+    float y2;
+    float x2;
+
+    pixel_box(const float* fractions, float width, float height)
+        : y1(fractions[0] * height), x1(fractions[1] * width), y2(fractions[2] * height), x2(fractions[3] * width) {}
+
+    float area() const { return (x2 - x1) * (y2 - y1); }
+};
+
+float smaller_of(float a, float b) {
+    return b < a ? b : a;
+}
+float larger_of(float a, float b) {
+    return a < b ? b : a;
+}
+
+} // namespace
+
+int location_controller_larod::remove_anomalies() {
+    if (m_OutputScores == nullptr)
+        return 0; // nothing has been set up
+    const auto height = static_cast<float>(m_StreamHeight);
+    const auto width = static_cast<float>(m_StreamWidth);
+    const float frame_area = height * width;
+    for (int i = 0; i < m_MaxResults; ++i) {
+        if (!(m_OutputScores[i] > m_Threshold))
+            continue;
+        const float ratio = pixel_box(m_OutputLocations + 4 * i, width, height).area() / frame_area;
+        if (ratio < m_TinyAnomalyMaxAreaPercent || ratio > m_HugeAnomalyMaxAreaPercent)
+            m_OutputScores[i] = kDemoted;
+        // Persons never leave this step, whatever their box and whatever the user wants; deliberate.
+        if (float_to_int(m_OutputClasses[i]) == kPerson)
+            m_OutputScores[i] = kDemoted;
+    }
+    return 0;
+}
+
+int location_controller_larod::apply_non_maximum_suppression() {
+    if (m_OutputScores == nullptr)
+        return 0;
+    for (int i = 0; i < m_MaxResults; ++i)
+        if (m_OutputScores[i] > m_Threshold)
+            lower_the_threshold_of_any_same_object_overlapping_this_one(i);
+    return 0;
+}
+
+int location_controller_larod::lower_the_threshold_of_any_same_object_overlapping_this_one(int i) {
+    const int class_id = float_to_int(m_OutputClasses[i]);
+    for (int j = i + 1; j < m_MaxResults; ++j)
+        if (shouldCompareClasses(float_to_int(m_OutputClasses[j]), class_id) && m_OutputScores[j] > m_Threshold &&
+            DoTheseOverlap(m_OutputLocations + 4 * i, m_OutputLocations + 4 * j, j))
+            m_OutputScores[j] = kDemoted;
+    return 0;
+}
+
+bool location_controller_larod::DoTheseOverlap(float* boxA, float* boxB, int) {
+    const auto height = static_cast<float>(m_StreamHeight);
+    const auto width = static_cast<float>(m_StreamWidth);
+    const pixel_box a(boxA, width, height);
+    const pixel_box b(boxB, width, height);
+    const float shared_width = larger_of(0, smaller_of(a.x2, b.x2) - larger_of(a.x1, b.x1));
+    const float shared_height = larger_of(0, smaller_of(a.y2, b.y2) - larger_of(a.y1, b.y1));
+    const float intersection = shared_width * shared_height;
+    if (!(intersection > 0)) // boxes that are not a number do not overlap
+        return false;
+    const float smaller = smaller_of(a.area(), b.area());
+    if (smaller <= 0) {
+        g_Logger.info("DoTheseOverlap: SmallerArea is 0");
+        return false;
+    }
+    return intersection / smaller > m_Overlap;
+}
+
+bool shouldCompareClasses(int a, int b) {
+    return a == b || (a == kCar && b == kTruck) || (a == kTruck && b == kCar);
+}

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <glib.h>
+
+#include <string>
+#include <vector>
+
+namespace host_parameters {
+
+/** How a declared value is written; what `korvex_set_parameter` checks. The store itself takes any text. */
+enum class Kind { integer, number, boolean, text };
+
+struct DeclaredParameter {
+    std::string name;
+    std::string default_value;
+    Kind kind = Kind::text;
+};
+
+/** What the package declares: the group its parameters belong to, and the parameters in the file's order. */
+struct Manifest {
+    std::string package;
+    std::vector<DeclaredParameter> parameters;
+};
+
+/** KORVEX_AXPARAMETER_MANIFEST, or the manifest of the source tree this was built from. */
+std::string manifest_path();
+
+/** Reads the file at `path` (its shape: package/README.md). False with `error` set when it is missing or is not of that
+    shape; `manifest` is then unchanged. */
+bool read_manifest(const std::string& path, Manifest& manifest, GError** error);
+
+} // namespace host_parameters

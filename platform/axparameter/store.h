@@ -1,0 +1,54 @@
+#pragma once
+
+#include "platform/axparameter/database.h"
+#include "platform/axparameter/manifest.h"
+
+#include <functional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace host_parameters {
+
+/** One connection to the store file. A value whose `set` or `add` returned true is on the disk.
+
+    Processes may share the file: writers wait for each other (busy_timeout_ms). A file that turns out damaged, when it
+   is opened or later, is replaced as damage.h says and the operation is tried again on the new one; so is one that
+   another process has replaced meanwhile.
+
+    One thread at a time (the handle's mutex, axparameter.cpp). Failure: false with `error` set. */
+class Store {
+  public:
+    /** `path` of the file; its folder is made. Nothing is opened before `open`. */
+    Store(std::string path, Manifest manifest) : path_(std::move(path)), manifest_(std::move(manifest)) {}
+
+    /** Opens the file, and adds the manifest's parameters and the camera's own that it lacks, with their defaults. */
+    bool open(GError** error);
+
+    /** Error code 13 when it exists. */
+    bool add(const std::string& owner, const std::string& name, const std::string& value, GError** error);
+    bool get(const std::string& owner, const std::string& name, std::string& value, GError** error);
+    /** An unknown name is an error; `set` adds nothing. */
+    bool set(const std::string& owner, const std::string& name, const std::string& value, GError** error);
+    /** The owner's names in the order of their registration. */
+    bool list(const std::string& owner, std::vector<std::string>& names, GError** error);
+
+  private:
+    /** Opens when nothing is open or the file has been replaced. */
+    bool ensure_open(GError** error);
+    bool open_locked(GError** error);
+    int try_open(std::string& reason);
+    int add_declared();
+    /** Runs `operation`, which gives a result code, once more when the file turned out damaged. */
+    bool run(const std::function<int(sqlite3*)>& operation, GError** error);
+    bool store_failure(const std::string& reason, GError** error) const;
+
+    std::string path_;
+    Manifest manifest_;
+    Connection connection_;
+};
+
+/** KORVEX_AXPARAMETER_STORE, or korvex_orvel/parameters.sqlite in the user's state folder. */
+std::string store_path();
+
+} // namespace host_parameters

@@ -1,0 +1,70 @@
+#include "platform/axparameter/store_file.h"
+
+#include "platform/axparameter/database.h"
+#include "platform/axparameter/failure.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <filesystem>
+#include <thread>
+
+namespace host_parameters {
+namespace {
+
+bool make_folder(const std::filesystem::path& folder, GError** error) {
+    if (folder.empty() || access(folder.c_str(), F_OK) == 0) {
+        return true;
+    }
+    const std::filesystem::path parent = folder.parent_path();
+    if (!make_folder(parent, error)) {
+        return false;
+    }
+    if (mkdir(folder.c_str(), 0700) != 0 && errno != EEXIST) {
+        return fail(error, ErrorCode::store,
+                    "The folder " + folder.string() + " of the parameter store cannot be made: " + g_strerror(errno));
+    }
+    // A folder whose entry is lost with the power would take the synchronised store along.
+    const int descriptor = open(parent.empty() ? "." : parent.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (descriptor >= 0) {
+        fsync(descriptor);
+        close(descriptor);
+    }
+    return true;
+}
+
+} // namespace
+
+bool make_folders_above(const std::string& path, GError** error) {
+    return make_folder(std::filesystem::path(path).parent_path(), error);
+}
+
+OpeningLock::~OpeningLock() {
+    if (descriptor_ >= 0) {
+        close(descriptor_);
+    }
+}
+
+bool OpeningLock::take(const std::string& path, GError** error) {
+    const std::string name = path + ".lock";
+    descriptor_ = open(name.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    if (descriptor_ < 0) {
+        return fail(error, ErrorCode::store,
+                    "The parameter store cannot be opened: " + name + ": " + g_strerror(errno));
+    }
+    const auto limit = std::chrono::steady_clock::now() + std::chrono::milliseconds(busy_timeout_ms);
+    while (flock(descriptor_, LOCK_EX | LOCK_NB) != 0) {
+        if (std::chrono::steady_clock::now() > limit) {
+            return fail(error, ErrorCode::store,
+                        "The parameter store " + path + " is being opened by another process that does not finish.");
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    return true;
+}
+
+} // namespace host_parameters

@@ -1,0 +1,54 @@
+#include "platform/larod/thread_pool.h"
+
+#include <pthread.h>
+#include <pthreadpool.h>
+
+#include <algorithm>
+#include <charconv>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <mutex>
+#include <thread>
+
+namespace korvex::larod {
+
+namespace {
+
+constexpr int most_threads = 64;
+constexpr unsigned most_threads_unasked = 4;
+
+} // namespace
+
+int thread_count() {
+    if (const char* wanted = std::getenv("KORVEX_LAROD_THREADS")) {
+        int number = 0;
+        const char* end = wanted + std::strlen(wanted);
+        const auto [rest, problem] = std::from_chars(wanted, end, number);
+        if (problem == std::errc() && rest == end && number >= 1 && number <= most_threads)
+            return number;
+    }
+    return static_cast<int>(std::clamp(std::thread::hardware_concurrency(), 1U, most_threads_unasked));
+}
+
+std::shared_ptr<pthreadpool> shared_thread_pool() {
+    static std::mutex mutex;
+    static std::weak_ptr<pthreadpool> current;
+    const std::lock_guard lock(mutex);
+    if (auto pool = current.lock())
+        return pool;
+    // The application's signals are handled on its main thread; a thread inherits the mask of the one that makes it.
+    sigset_t all;
+    sigset_t before;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, &before);
+    pthreadpool_t made = pthreadpool_create(static_cast<std::size_t>(thread_count()));
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    if (made == nullptr)
+        return nullptr;
+    std::shared_ptr<pthreadpool> pool(made, pthreadpool_destroy);
+    current = pool;
+    return pool;
+}
+
+} // namespace korvex::larod

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <memory>
+
+struct pthreadpool;
+
+namespace korvex::larod {
+
+/**
+ * How many threads an inference uses: KORVEX_LAROD_THREADS when it is a number from 1 to 64, otherwise the number of
+ * processors, at most 4.
+ */
+int thread_count();
+
+/**
+ * The process's one pool, made for the first owner and destroyed with the last: every loaded model holds it, so that it
+ * outlives them all whatever the order of destruction at exit. Its threads block every signal. Null when it cannot be
+ * made. Any thread may call it.
+ */
+std::shared_ptr<pthreadpool> shared_thread_pool();
+
+} // namespace korvex::larod

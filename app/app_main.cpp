@@ -2,6 +2,11 @@
 
 #include "app/arithmetic.h"
 #include "config/shared_field.h"
+#include "output/event_manager.h"
+#include "scene/area_of_interest.h"
+#include "scene/detection_processing.h"
+#include "scene/finding.h"
+#include "scene/tracker.h"
 
 #include <poll.h>
 #include <sys/sysinfo.h>
@@ -9,12 +14,20 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <map>
+#include <mutex>
 #include <utility>
 
 std::string g_app_name = "korvex_orvel";
 ConfigParams g_ConfigParams;
 parameter_controller g_ParameterController;
 location_controller_larod g_LocationController;
+area_of_interest g_AreaofInterest;
+tracker g_Tracker;
+t_findings_list g_findings;
+std::mutex g_FindingsMutex;
+t_detection_list g_detections;
+std::map<int, timeval> g_Id2Time;
 // The log itself is never destroyed: the destructors of the objects above still log, and are ignored. Its last lines
 // are written where its destructor would run.
 Logger& g_Logger = *new Logger(g_app_name, "./localdata/OrvelLog.txt");
@@ -33,6 +46,7 @@ std::atomic<int32_t> g_StreamWidth{0};
 std::atomic<int32_t> g_StreamHeight{0};
 std::atomic<bool> g_IsPortrait{false};
 unsigned int g_ThreadID = 0;
+EventManager* g_EventManager = nullptr;
 GMainLoop* gp_Loop = nullptr;
 int32_t g_Alert1ThreshSecs = 5;
 int32_t g_Alert2ThreshSecs = 10;

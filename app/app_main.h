@@ -18,7 +18,8 @@
  * The objects are made before main in the order in which they stand here and destroyed in reverse, but for the log,
  * which takes its last lines then and is never destroyed:
  *
- *   g_app_name, g_ConfigParams, g_ParameterController, g_LocationController, g_Logger
+ *   g_app_name, g_ConfigParams, g_ParameterController, g_LocationController, g_AreaofInterest, g_Tracker, g_findings,
+ *   g_detections, g_Id2Time, g_Logger
  *
  * Each is declared in its class's header. The words below are written on the main thread and read on the web thread;
  * each read sees some value recently written.

@@ -1,0 +1,128 @@
+#include "platform/axevent/event_service.h"
+
+#include "platform/axevent/failure.h"
+#include "platform/axevent/timestamp.h"
+
+#include <atomic>
+#include <cstdlib>
+#include <utility>
+
+namespace host_events {
+namespace {
+
+struct Slot {
+    std::mutex mutex;
+    std::weak_ptr<EventService> service;
+};
+
+/** Never destroyed: handlers of the application's process-wide objects outlive every static object made here. */
+Slot& slot() {
+    static Slot* instance = new Slot;
+    return *instance;
+}
+
+/** An application that ends without freeing its handler still leaves the broker in order. */
+void close_at_exit() {
+    const std::lock_guard lock(slot().mutex);
+    if (const std::shared_ptr<EventService> service = slot().service.lock()) {
+        service->close_outputs();
+    }
+}
+
+guint next_id() {
+    static std::atomic<guint> last{0};
+    guint id = 0;
+    while (id == 0) {
+        id = ++last;
+    }
+    return id;
+}
+
+} // namespace
+
+EventService::EventService(Outputs outputs, Clock clock) : m_clock(std::move(clock)), m_outputs(std::move(outputs)) {}
+
+std::shared_ptr<EventService> EventService::acquire() {
+    static const int registered = std::atexit(close_at_exit);
+    static_cast<void>(registered); // without the hook the broker's own Will does the same, later
+    const std::lock_guard lock(slot().mutex);
+    std::shared_ptr<EventService> service = slot().service.lock();
+    if (service == nullptr) {
+        service = std::make_shared<EventService>(Outputs::from_environment(), iso_now);
+        slot().service = service;
+    }
+    return service;
+}
+
+void EventService::release(std::shared_ptr<EventService> service) {
+    // Under the lock, so that the next service begins after the end of this one: both use the same files and broker.
+    const std::lock_guard lock(slot().mutex);
+    service.reset();
+}
+
+gboolean EventService::declare(const void* owner, const KeyValueSet& set, bool stateless, guint& id, GError** error) {
+    const std::optional<Topic> topic = topic_of(set);
+    if (!topic) {
+        return fail(error, ErrorCode::no_topic,
+                    "The set to declare needs a topic0, and every topic level is a text that is not empty.");
+    }
+    const std::lock_guard lock(m_mutex);
+    id = next_id();
+    const Declaration& added = m_declarations[id] = {owner, set, *topic, stateless};
+    publish(Occurrence::What::declared, added, m_clock());
+    return TRUE;
+}
+
+gboolean EventService::undeclare(const void* owner, guint id, GError** error) {
+    const std::lock_guard lock(m_mutex);
+    const auto found = find(owner, id, error);
+    if (found == m_declarations.end()) {
+        return FALSE;
+    }
+    publish(Occurrence::What::undeclared, found->second, m_clock());
+    m_declarations.erase(found);
+    return TRUE;
+}
+
+gboolean EventService::send(const void* owner, guint id, const AXEvent& event, GError** error) {
+    const std::lock_guard lock(m_mutex);
+    const auto found = find(owner, id, error);
+    if (found == m_declarations.end() || found->second.state.update(event.values, error) == FALSE) {
+        return FALSE;
+    }
+    publish(Occurrence::What::event, found->second, event.time);
+    return TRUE;
+}
+
+void EventService::forget(const void* owner) {
+    const std::lock_guard lock(m_mutex);
+    for (auto each = m_declarations.begin(); each != m_declarations.end();) {
+        if (each->second.owner == owner) {
+            publish(Occurrence::What::undeclared, each->second, m_clock());
+            each = m_declarations.erase(each);
+        } else {
+            ++each;
+        }
+    }
+}
+
+void EventService::close_outputs() {
+    const std::lock_guard lock(m_mutex);
+    m_outputs.close();
+}
+
+EventService::Declarations::iterator EventService::find(const void* owner, guint id, GError** error) {
+    const auto found = m_declarations.find(id);
+    if (found == m_declarations.end() || found->second.owner != owner) {
+        fail(error, ErrorCode::not_declared, "This handler has no declaration " + std::to_string(id) + ".");
+        return m_declarations.end();
+    }
+    return found;
+}
+
+void EventService::publish(Occurrence::What what, const Declaration& declaration, const std::string& time) {
+    m_outputs.publish({what, time, declaration.topic.path, declaration.topic.last, declaration.topic.nice_name,
+                       active_of(declaration.state), !declaration.stateless});
+}
+
+} // namespace host_events

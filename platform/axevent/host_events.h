@@ -1,0 +1,29 @@
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+
+namespace host_events {
+
+/** Something that the event service was told. */
+struct Occurrence {
+    enum class What { declared, event, undeclared };
+
+    What what = What::event;
+    std::string time;           // ISO 8601 with milliseconds and zone; for an event, the event's own
+    std::string topic;          // "tnsaxis:CameraApplicationPlatform/.../KorvexOrvelFirstAlert"
+    std::string id;             // the topic's last level
+    std::string nice_name;      // "Korvex Orvel First Alert"
+    std::optional<bool> active; // the state after it; nothing for an event that has no such key
+    bool stateful = true;       // false: a pulse, which leaves no state behind
+};
+
+using Listener = std::function<void(const Occurrence&)>;
+
+/** Has `listener` called for every occurrence from now on, on the thread that declares or sends and in the order of the
+    journal. It stands in for the line on stdout. An empty one ends that; when this returns, no call of the former
+    listener is under way. One for the process, any thread; the listener must not call into the event service. */
+void set_listener(Listener listener);
+
+} // namespace host_events

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "platform/axevent/host_events.h"
+#include "platform/axevent/mqtt_settings.h"
+
+#include <string>
+
+namespace host_events {
+
+/** Every message is retained and of QoS 1: who subscribes later sees how things stand. */
+struct MqttMessage {
+    std::string topic;
+    std::string payload;
+
+    bool operator==(const MqttMessage&) const = default;
+};
+
+/** An alert: an event with a state that is on or off. Nothing else goes to the broker. */
+bool is_alert(const Occurrence& occurrence);
+
+/** "<prefix>/availability": "online" or "offline". */
+MqttMessage availability_message(const MqttSettings& settings, bool online);
+
+/** "<prefix>/<id>/state": {"state":"ON"|"OFF","time":…,"name":…}. REQUIRES: is_alert. */
+MqttMessage state_message(const MqttSettings& settings, const Occurrence& alert);
+
+/** "<discovery>/binary_sensor/<prefix>_<id>/config": what Home Assistant needs to show the alert. REQUIRES: is_alert.
+ */
+MqttMessage discovery_message(const MqttSettings& settings, const Occurrence& alert);
+
+/** A text with nothing but letters, digits, '_' and '-': other characters become '_'. */
+std::string identifier(const std::string& text);
+
+} // namespace host_events

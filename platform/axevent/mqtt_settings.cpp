@@ -1,0 +1,100 @@
+#include "platform/axevent/mqtt_settings.h"
+
+#include "platform/axevent/environment.h"
+
+#include <mosquitto.h>
+#include <unistd.h>
+
+namespace host_events {
+namespace {
+
+constexpr guint64 highest_port = 65535;
+
+/** "HOST:PORT", an IPv6 address in brackets. */
+bool split_address(const std::string& address, MqttSettings& settings) {
+    const size_t colon = address.rfind(':');
+    guint64 port = 0;
+    if (colon == std::string::npos || colon == 0 ||
+        g_ascii_string_to_unsigned(address.c_str() + colon + 1, 10, 1, highest_port, &port, nullptr) == FALSE) {
+        return false;
+    }
+    std::string host = address.substr(0, colon);
+    if (host.size() > 2 && host.front() == '[' && host.back() == ']') {
+        host = host.substr(1, host.size() - 2);
+    } else if (host.find(':') != std::string::npos) {
+        return false;
+    }
+    settings.host = host;
+    settings.port = static_cast<int>(port);
+    return true;
+}
+
+bool is_topic(const std::string& topic) {
+    return g_utf8_validate(topic.c_str(), -1, nullptr) != FALSE && topic.front() != '/' && topic.back() != '/' &&
+           mosquitto_pub_topic_check(topic.c_str()) == MOSQ_ERR_SUCCESS;
+}
+
+/** The file's text without the line's end that editors and `echo` leave. */
+bool read_password(const std::string& path, std::string& password) {
+    g_autofree gchar* text = nullptr;
+    if (g_file_get_contents(path.c_str(), &text, nullptr, nullptr) == FALSE) {
+        return false;
+    }
+    password = text;
+    while (!password.empty() && (password.back() == '\n' || password.back() == '\r')) {
+        password.pop_back();
+    }
+    return true;
+}
+
+std::string default_queue_path() {
+    const std::string journal = environment("KORVEX_AXEVENT_JOURNAL");
+    return journal.empty() ? "" : journal + ".mqtt-queue";
+}
+
+} // namespace
+
+std::optional<MqttSettings> mqtt_settings_from_environment(std::string& problem) {
+    const std::string address = environment("KORVEX_MQTT");
+    if (address.empty()) {
+        return std::nullopt;
+    }
+    MqttSettings settings;
+    if (!split_address(address, settings)) {
+        problem = "KORVEX_MQTT is '" + address + "'; it must be HOST:PORT";
+        return std::nullopt;
+    }
+    settings.user = environment("KORVEX_MQTT_USER");
+    const std::string password_file = environment("KORVEX_MQTT_PASSWORD_FILE");
+    if (!password_file.empty() && settings.user.empty()) {
+        problem = "KORVEX_MQTT_PASSWORD_FILE is set, but KORVEX_MQTT_USER is not";
+        return std::nullopt;
+    }
+    if (!password_file.empty() && !read_password(password_file, settings.password)) {
+        problem = "KORVEX_MQTT_PASSWORD_FILE: cannot read " + password_file;
+        return std::nullopt;
+    }
+    settings.ca_file = environment("KORVEX_MQTT_CA_FILE");
+    if (!settings.ca_file.empty() && access(settings.ca_file.c_str(), R_OK) != 0) {
+        problem = "KORVEX_MQTT_CA_FILE: cannot read " + settings.ca_file;
+        return std::nullopt;
+    }
+    if (const std::string prefix = environment("KORVEX_MQTT_PREFIX"); !prefix.empty()) {
+        settings.prefix = prefix;
+    }
+    if (std::getenv("KORVEX_MQTT_DISCOVERY") != nullptr) {
+        settings.discovery = environment("KORVEX_MQTT_DISCOVERY");
+    }
+    if (!is_topic(settings.prefix) || (!settings.discovery.empty() && !is_topic(settings.discovery))) {
+        problem = "KORVEX_MQTT_PREFIX and KORVEX_MQTT_DISCOVERY must be topics without wildcards, with no '/' at "
+                  "either end";
+        return std::nullopt;
+    }
+    settings.queue_path = environment("KORVEX_MQTT_QUEUE");
+    if (settings.queue_path.empty()) {
+        settings.queue_path = default_queue_path();
+    }
+    return settings;
+}
+
+} // namespace host_events

@@ -1,0 +1,72 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+/** The built-in video: a drawn street that a new user sees first, and whose truth is known. */
+namespace host_scene {
+
+inline constexpr int design_width = 1280;
+inline constexpr int design_height = 720;
+inline constexpr double frames_a_second = 25.0;
+/** After so many seconds everything happens again, except that ids go on. */
+inline constexpr double cycle_seconds = 90.0;
+
+/** A corner in pixels of the 1280x720 picture. */
+struct scene_point {
+    int x;
+    int y;
+};
+
+/**
+ * The area in the middle of both lanes that the declared default of the application's detection area repeats. Vehicles
+ * whose box centre is inside: those that drive through for less than 2 s, those that stop for 6, 12 and 25 s and about
+ * 0.85 s more at either end (so that 6 s raise the first of the alerts at 5, 10 and 15 s, 12 s the second, 25 s all).
+ */
+inline constexpr std::array<scene_point, 4> suggested_area = {{{545, 290}, {735, 290}, {765, 570}, {515, 570}}};
+
+/** One object in sight. */
+struct truth_object {
+    /** Unique to one appearance, over all cycles; from 0. */
+    int id;
+    /** As the application's class table: 0 person, 2 car, 5 bus, 7 truck (the vans). */
+    int class_index;
+    /** Box in pixels of the picture, cut at its edges. */
+    double left;
+    double top;
+    double width;
+    double height;
+};
+
+/**
+ * Draws the street at any moment. A frame is a pure function of the size and the time (rounded down to a 25th of a
+ * second by nobody: the caller chooses). Not thread-safe by itself but locked inside; about 4 ms a frame at 1280x720 on
+ * one core. Other sizes than 16:9 are stretched.
+ */
+class street_scene {
+  public:
+    /** REQUIRES: both even, from 16 to 4096. */
+    street_scene(int width, int height);
+    ~street_scene();
+    street_scene(const street_scene&) = delete;
+    street_scene& operator=(const street_scene&) = delete;
+
+    int width() const;
+    int height() const;
+
+    /** `seconds` from 0 on. `pixels`: width x height luma bytes, then half as many of interleaved U and V (NV12). */
+    void draw_nv12(double seconds, std::uint8_t* pixels);
+    /** Without sensor noise, as 32-bit words 0x00RRGGBB. */
+    void draw_rgb(double seconds, std::uint32_t* pixels);
+
+    /** Everything of which something can be seen, far lane first. Any thread. */
+    std::vector<truth_object> truth(double seconds) const;
+
+  private:
+    struct picture_parts;
+    std::unique_ptr<picture_parts> m_Parts;
+};
+
+} // namespace host_scene

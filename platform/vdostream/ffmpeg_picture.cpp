@@ -1,0 +1,78 @@
+#include "platform/vdostream/ffmpeg_picture.h"
+
+#include <libyuv.h>
+
+namespace vdostream {
+namespace {
+
+int round_up_to_even(int size) {
+    return size + size % 2;
+}
+
+bool is_limited_range(const AVFrame& frame) {
+    return frame.color_range != AVCOL_RANGE_JPEG;
+}
+
+/** The pixel's shape in numbers small enough for the arithmetic of `convert`; 1 : 1 when it is not said. */
+AVRational pixel_shape(const AVFrame& frame) {
+    AVRational shape = {1, 1};
+    if (frame.sample_aspect_ratio.num > 0 && frame.sample_aspect_ratio.den > 0) {
+        av_reduce(&shape.num, &shape.den, frame.sample_aspect_ratio.num, frame.sample_aspect_ratio.den, 1024);
+    }
+    return shape.num > 0 && shape.den > 0 ? shape : AVRational{1, 1};
+}
+
+} // namespace
+
+bool nv12_converter::convert(const AVFrame& frame, std::vector<std::uint8_t>& pixels) {
+    const int stride = round_up_to_even(frame.width);
+    const auto luma_size = static_cast<std::size_t>(stride) * static_cast<std::size_t>(round_up_to_even(frame.height));
+    pixels.resize(luma_size * 3 / 2);
+    std::uint8_t* chroma = pixels.data() + luma_size;
+    if (frame.format == AV_PIX_FMT_YUV420P && is_limited_range(frame)) {
+        return libyuv::I420ToNV12(frame.data[0], frame.linesize[0], frame.data[1], frame.linesize[1], frame.data[2],
+                                  frame.linesize[2], pixels.data(), stride, chroma, stride, frame.width,
+                                  frame.height) == 0;
+    }
+    std::uint8_t* const planes[4] = {pixels.data(), chroma, nullptr, nullptr};
+    const int strides[4] = {stride, stride, 0, 0};
+    return scale(frame, planes, strides);
+}
+
+bool nv12_converter::scale(const AVFrame& frame, std::uint8_t* const planes[], const int strides[]) {
+    const std::lock_guard<std::mutex> guard(m_Lock);
+    m_Scaler.reset(sws_getCachedContext(m_Scaler.release(), frame.width, frame.height,
+                                        static_cast<AVPixelFormat>(frame.format), frame.width, frame.height,
+                                        AV_PIX_FMT_NV12, SWS_BILINEAR, nullptr, nullptr, nullptr));
+    if (m_Scaler == nullptr) {
+        return false;
+    }
+    // A camera's JPEG pictures use the full range of values; the frames handed out use the limited one.
+    const int* table = sws_getCoefficients(SWS_CS_DEFAULT);
+    sws_setColorspaceDetails(m_Scaler.get(), table, is_limited_range(frame) ? 0 : 1, table, 0, 0, 1 << 16, 1 << 16);
+    return sws_scale(m_Scaler.get(), frame.data, frame.linesize, 0, frame.height, planes, strides) > 0;
+}
+
+bool ffmpeg_picture::native(nv12_view& view) {
+    const AVRational shape = pixel_shape(*m_Frame);
+    view = {nullptr, 0, nullptr, 0, m_Frame->width, m_Frame->height, shape.num, shape.den};
+    if (m_Frame->format == AV_PIX_FMT_NV12 && is_limited_range(*m_Frame)) {
+        view.luma = m_Frame->data[0];
+        view.luma_stride = m_Frame->linesize[0];
+        view.chroma = m_Frame->data[1];
+        view.chroma_stride = m_Frame->linesize[1];
+        return true;
+    }
+    if (m_Pixels.empty() && !m_Converter->convert(*m_Frame, m_Pixels)) {
+        m_Pixels.clear();
+        return false;
+    }
+    const int stride = round_up_to_even(m_Frame->width);
+    view.luma = m_Pixels.data();
+    view.luma_stride = stride;
+    view.chroma = m_Pixels.data() + std::ptrdiff_t{stride} * round_up_to_even(m_Frame->height);
+    view.chroma_stride = stride;
+    return true;
+}
+
+} // namespace vdostream

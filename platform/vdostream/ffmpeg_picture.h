@@ -1,0 +1,41 @@
+#pragma once
+
+#include "platform/vdostream/ffmpeg_handles.h"
+#include "platform/vdostream/picture.h"
+
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+namespace vdostream {
+
+/** The pixel format conversion of one source, kept from picture to picture. Locked. */
+class nv12_converter {
+  public:
+    /** `frame` of any pixel format as tightly packed NV12 with even rows; false when FFmpeg cannot. */
+    bool convert(const AVFrame& frame, std::vector<std::uint8_t>& pixels);
+
+  private:
+    bool scale(const AVFrame& frame, std::uint8_t* const planes[], const int strides[]);
+
+    std::mutex m_Lock;
+    scaler_handle m_Scaler;
+};
+
+/** A decoded picture; NV12 is used where it lies, anything else is converted when it is first asked for. */
+class ffmpeg_picture : public picture {
+  public:
+    ffmpeg_picture(frame_handle frame, std::shared_ptr<nv12_converter> converter)
+        : m_Frame(std::move(frame)), m_Converter(std::move(converter)) {}
+
+  protected:
+    bool native(nv12_view& view) override;
+
+  private:
+    const frame_handle m_Frame;
+    const std::shared_ptr<nv12_converter> m_Converter;
+    std::vector<std::uint8_t> m_Pixels;
+};
+
+} // namespace vdostream

@@ -1,0 +1,219 @@
+#include "platform/vdostream/ffmpeg_reader.h"
+
+extern "C" {
+#include <libavdevice/avdevice.h>
+}
+
+#include <cmath>
+#include <thread>
+#include <utility>
+
+namespace vdostream {
+namespace {
+
+constexpr std::chrono::seconds answer_limit{5};
+/** A step of the stream's own clock beyond this is a defect of the stream, not a pause. */
+constexpr double longest_pause_seconds = 10.0;
+constexpr double assumed_fps = 25.0;
+
+std::string error_text(int code) {
+    char text[AV_ERROR_MAX_STRING_SIZE] = {};
+    av_strerror(code, text, sizeof text);
+    return text;
+}
+
+double frames_a_second(AVFormatContext* format, AVStream* stream) {
+    const double fps = av_q2d(av_guess_frame_rate(format, stream, nullptr));
+    return std::isfinite(fps) && fps > 0.0 && fps <= 1000.0 ? fps : assumed_fps;
+}
+
+void prepare_ffmpeg() {
+    static const bool prepared = [] {
+        av_log_set_level(AV_LOG_FATAL);
+        avdevice_register_all();
+        avformat_network_init();
+        return true;
+    }();
+    static_cast<void>(prepared);
+}
+
+} // namespace
+
+ffmpeg_reader::ffmpeg_reader(std::string address, access way) : m_Address(std::move(address)), m_Access(way) {
+    prepare_ffmpeg();
+}
+
+bool ffmpeg_reader::open(std::string& why) {
+    close();
+    if (open_input(why) && open_decoder(why)) {
+        return true;
+    }
+    close();
+    return false;
+}
+
+bool ffmpeg_reader::open_input(std::string& why) {
+    AVFormatContext* format = avformat_alloc_context();
+    if (format == nullptr) {
+        why = "needs more memory than there is";
+        return false;
+    }
+    format->interrupt_callback = {&ffmpeg_reader::give_up, this};
+    AVDictionary* options = nullptr;
+    const AVInputFormat* demuxer = nullptr;
+    std::string url = m_Address;
+    if (m_Access == access::file) {
+        // A playlist is a video file too, but it shall not make the host fetch things from elsewhere.
+        url = "file:" + m_Address;
+        av_dict_set(&options, "protocol_whitelist", "file", 0);
+    } else if (m_Access == access::rtsp) {
+        av_dict_set(&options, "rtsp_transport", "tcp", 0);
+    } else {
+        demuxer = av_find_input_format("video4linux2");
+        format->flags |= AVFMT_FLAG_NONBLOCK;
+    }
+    m_Deadline = std::chrono::steady_clock::now() + answer_limit;
+    int code = avformat_open_input(&format, url.c_str(), demuxer, &options);
+    av_dict_free(&options);
+    if (code < 0) {
+        why = failed("cannot be opened", code);
+        return false;
+    }
+    m_Format.reset(format);
+    code = avformat_find_stream_info(format, nullptr);
+    m_StreamIndex = code < 0 ? code : av_find_best_stream(format, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
+    if (m_StreamIndex < 0) {
+        why = failed("has no video", m_StreamIndex);
+        return false;
+    }
+    return true;
+}
+
+bool ffmpeg_reader::open_decoder(std::string& why) {
+    AVStream* stream = m_Format->streams[m_StreamIndex];
+    const AVCodec* decoder = avcodec_find_decoder(stream->codecpar->codec_id);
+    if (decoder == nullptr) {
+        why = "uses a codec that cannot be decoded, " + std::string(avcodec_get_name(stream->codecpar->codec_id));
+        return false;
+    }
+    m_Codec.reset(avcodec_alloc_context3(decoder));
+    m_Packet.reset(av_packet_alloc());
+    if (m_Codec == nullptr || m_Packet == nullptr) {
+        why = "needs more memory than there is";
+        return false;
+    }
+    int code = avcodec_parameters_to_context(m_Codec.get(), stream->codecpar);
+    if (code >= 0) {
+        m_Codec->thread_count = 1;
+        m_Codec->pkt_timebase = stream->time_base;
+        code = avcodec_open2(m_Codec.get(), decoder, nullptr);
+    }
+    if (code < 0) {
+        why = failed("cannot be decoded", code);
+        return false;
+    }
+    m_Properties = {stream->codecpar->width, stream->codecpar->height, frames_a_second(m_Format.get(), stream)};
+    m_FirstRead = false;
+    m_Draining = false;
+    return true;
+}
+
+void ffmpeg_reader::close() {
+    m_Packet.reset();
+    m_Codec.reset();
+    m_Format.reset();
+}
+
+read_result ffmpeg_reader::read(std::shared_ptr<picture>& next, std::string& why) {
+    m_Deadline = std::chrono::steady_clock::now() + answer_limit;
+    frame_handle frame(av_frame_alloc());
+    while (frame != nullptr) {
+        const int code = avcodec_receive_frame(m_Codec.get(), frame.get());
+        if (code == AVERROR_EOF) {
+            return read_result::end;
+        }
+        if (code >= 0 && frame->width > 0 && frame->height > 0 && frame->width < 32768 && frame->height < 32768) {
+            const double seconds = media_time(*frame);
+            next = std::make_shared<ffmpeg_picture>(std::move(frame), m_Converter);
+            next->seconds = seconds;
+            return read_result::picture;
+        }
+        if (code == AVERROR(EAGAIN)) {
+            const read_result result = feed(why);
+            if (result != read_result::picture) {
+                return result;
+            }
+        }
+        // Any other code is a picture that could not be decoded: the one after it may be.
+        if (cancelled()) {
+            break;
+        }
+    }
+    why = "was given up";
+    return read_result::lost;
+}
+
+read_result ffmpeg_reader::feed(std::string& why) {
+    int code = av_read_frame(m_Format.get(), m_Packet.get());
+    if (code == AVERROR(EAGAIN)) {
+        if (give_up(this) != 0) {
+            why = "sends no pictures";
+            return read_result::lost;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        return read_result::picture;
+    }
+    if (code < 0) {
+        if (is_live() || code == AVERROR_EXIT) {
+            why = failed("was lost", code);
+            return read_result::lost;
+        }
+        // The end, or a file that is cut short: what the decoder still holds comes first.
+        if (std::exchange(m_Draining, true)) {
+            return read_result::end;
+        }
+        avcodec_send_packet(m_Codec.get(), nullptr);
+        return read_result::picture;
+    }
+    if (m_Packet->stream_index == m_StreamIndex) {
+        avcodec_send_packet(m_Codec.get(), m_Packet.get());
+    }
+    av_packet_unref(m_Packet.get());
+    return read_result::picture;
+}
+
+double ffmpeg_reader::media_time(const AVFrame& frame) {
+    const double interval = 1.0 / m_Properties.fps;
+    const bool stamped = frame.best_effort_timestamp != AV_NOPTS_VALUE;
+    const double stamp =
+        stamped ? static_cast<double>(frame.best_effort_timestamp) * av_q2d(m_Format->streams[m_StreamIndex]->time_base)
+                : 0.0;
+    if (!std::exchange(m_FirstRead, true)) {
+        m_Offset = -stamp;
+        m_LastTime = 0.0;
+        return m_LastTime;
+    }
+    const double expected = m_LastTime + interval;
+    double time = stamp + m_Offset;
+    if (!stamped || !(time > m_LastTime) || time > m_LastTime + longest_pause_seconds) {
+        time = expected;
+        m_Offset = stamped ? expected - stamp : m_Offset;
+    }
+    m_LastTime = time;
+    return time;
+}
+
+std::string ffmpeg_reader::failed(const std::string& what, int code) const {
+    if (code == AVERROR_EXIT && !cancelled()) {
+        return what + " (no answer for " + std::to_string(answer_limit.count()) + " s)";
+    }
+    return what + " (" + error_text(code) + ")";
+}
+
+int ffmpeg_reader::give_up(void* self) {
+    const auto* reader = static_cast<const ffmpeg_reader*>(self);
+    const bool late = reader->is_live() && std::chrono::steady_clock::now() >= reader->m_Deadline;
+    return reader->cancelled() || late ? 1 : 0;
+}
+
+} // namespace vdostream

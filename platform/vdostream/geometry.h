@@ -1,0 +1,53 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace vdostream {
+
+/** How a picture of another shape fills a stream's frame. */
+enum class aspect_rule {
+    /** The whole picture, centred, with black bars. */
+    fit,
+    /** The largest centred part of the frame's shape. */
+    crop,
+    /** The whole picture over the whole frame, its shape changed. */
+    stretch
+};
+
+/** What a stream's frames look like. */
+struct geometry {
+    /** Pixels before rotation, both even. */
+    int width;
+    int height;
+    /** Degrees clockwise: 0, 90, 180 or 270. */
+    int rotation;
+    aspect_rule aspect;
+
+    bool operator==(const geometry&) const = default;
+};
+
+/** Someone else's NV12 picture; any size from 1x1, the chroma planes rounded up. */
+struct nv12_view {
+    const std::uint8_t* luma;
+    int luma_stride;
+    const std::uint8_t* chroma;
+    int chroma_stride;
+    int width;
+    int height;
+    /** Shape of one pixel, wide : high, each from 1 to 1024; 1 : 1 when unknown. */
+    int pixel_width = 1;
+    int pixel_height = 1;
+};
+
+/** Bytes of one tightly packed NV12 frame. */
+std::size_t frame_size(const geometry& shape);
+
+/**
+ * Scales, places and rotates `picture` into `frame` (frame_size bytes, NV12; height x width pixels when turned by 90 or
+ * 270). Parts and bars begin at even pixels, so that luma and chroma stay aligned; bars are Y 16, U and V 128.
+ * Allocates one frame when it has to rotate. False when memory is short.
+ */
+bool convert(const nv12_view& picture, const geometry& shape, std::uint8_t* frame);
+
+} // namespace vdostream

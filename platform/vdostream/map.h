@@ -1,0 +1,18 @@
+#pragma once
+
+#include "platform/vdostream/object.h"
+#include "vdo-map.h"
+
+#include <cstdint>
+#include <map>
+#include <string>
+
+namespace vdostream {
+
+/** Ordered, so that a dump reads the same every time. */
+using map_values = std::map<std::string, std::uint32_t>;
+
+} // namespace vdostream
+
+/** Not locked: a map belongs to the thread that fills it. */
+struct _VdoMap : vdostream::object<vdostream::map_values> {};

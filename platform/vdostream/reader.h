@@ -1,0 +1,59 @@
+#pragma once
+
+#include "platform/vdostream/picture.h"
+
+#include <atomic>
+#include <memory>
+#include <string>
+
+namespace vdostream {
+
+enum class read_result {
+    /** The next picture was read. */
+    picture,
+    /** The video is over; `open` begins it again. */
+    end,
+    /** The source is gone; `open` may bring it back. */
+    lost
+};
+
+/** What a source is. */
+struct source_properties {
+    int width = 0;
+    int height = 0;
+    /** Frames a second; 0 when the source does not say. */
+    double fps = 0.0;
+};
+
+/**
+ * Reads one source from its beginning to its end. Not locked: one thread at a time.
+ * State: closed -> open (`open` succeeded) -> closed (`end`, `lost`); `open` is allowed in either.
+ */
+class reader {
+  public:
+    virtual ~reader() = default;
+
+    /** Opens, or begins again. False with `why` set when that is not possible now. */
+    virtual bool open(std::string& why) = 0;
+    /** REQUIRES: open. Sets the picture's `seconds`, counted from this opening's first picture; `why` with `lost`. */
+    virtual read_result read(std::shared_ptr<picture>& next, std::string& why) = 0;
+    /** Passes over what lies before `seconds` where that costs nothing; a video of encoded pictures has to be read. */
+    virtual void skip_to(double /*seconds*/) {}
+    /** Of the open source. */
+    virtual source_properties properties() const = 0;
+    /** Pictures come in their own time (a camera), or as fast as they are read (a file)? */
+    virtual bool is_live() const { return false; }
+    /** Any thread: makes a running or later `open` or `read` give up soon. */
+    void cancel() { m_Cancelled = true; }
+
+  protected:
+    bool cancelled() const { return m_Cancelled; }
+
+  private:
+    std::atomic<bool> m_Cancelled = false;
+};
+
+/** The reader of a source's name as KORVEX_VDO_SOURCE holds it: "scene", a file's path, an RTSP URL, a V4L2 device. */
+std::unique_ptr<reader> make_reader(const std::string& name);
+
+} // namespace vdostream

@@ -1,0 +1,94 @@
+#include "platform/vdostream/registry.h"
+
+#include "platform/vdostream/ffmpeg_reader.h"
+#include "platform/vdostream/scene_reader.h"
+
+#include <cmath>
+#include <cstdlib>
+#include <map>
+#include <string_view>
+
+namespace vdostream {
+namespace {
+
+struct registry {
+    std::mutex lock;
+    std::map<std::string, std::weak_ptr<video_source>> sources;
+    std::weak_ptr<video_source> last;
+    double replay_seconds = 0.0;
+};
+
+/** Never destroyed: the application's own process-wide objects drop their streams after this library's would be gone.
+ */
+registry& the_registry() {
+    static auto& instance = *new registry; // NOLINT(cppcoreguidelines-owning-memory)
+    return instance;
+}
+
+std::string variable(const char* name, const char* fallback) {
+    const char* value = std::getenv(name);
+    return value == nullptr || *value == '\0' ? fallback : value;
+}
+
+} // namespace
+
+std::unique_ptr<reader> make_reader(const std::string& name) {
+    const auto begins_with = [&name](std::string_view prefix) { return name.compare(0, prefix.size(), prefix) == 0; };
+    if (name == "scene") {
+        return std::make_unique<scene_reader>();
+    }
+    if (begins_with("rtsp://") || begins_with("rtsps://")) {
+        return std::make_unique<ffmpeg_reader>(name, access::rtsp);
+    }
+    return std::make_unique<ffmpeg_reader>(name, begins_with("/dev/") ? access::v4l2 : access::file);
+}
+
+std::shared_ptr<video_source> acquire_source(std::string& why) {
+    const std::string name = variable("KORVEX_VDO_SOURCE", "scene");
+    const bool replay = variable("KORVEX_VDO_REPLAY", "0") == "1";
+    registry& all = the_registry();
+    const std::lock_guard<std::mutex> guard(all.lock);
+    std::erase_if(all.sources, [](const auto& entry) { return entry.second.expired(); });
+    if (all.sources.empty()) {
+        all.replay_seconds = 0.0;
+    }
+    std::weak_ptr<video_source>& kept = all.sources[(replay ? "replay " : "") + name];
+    std::shared_ptr<video_source> source = kept.lock();
+    if (source == nullptr) {
+        source = std::make_shared<video_source>(name, make_reader(name), replay);
+        std::string reason;
+        if (!source->open(reason)) {
+            why = "The video source " + source->name() + " " + reason;
+            return nullptr;
+        }
+        if (replay) {
+            source->advance(all.replay_seconds);
+        }
+        kept = source;
+    }
+    all.last = source;
+    return source;
+}
+
+std::shared_ptr<video_source> current_source() {
+    registry& all = the_registry();
+    const std::lock_guard<std::mutex> guard(all.lock);
+    return all.last.lock();
+}
+
+bool advance_all_sources(double seconds) {
+    registry& all = the_registry();
+    const std::lock_guard<std::mutex> guard(all.lock);
+    if (!std::isfinite(seconds)) {
+        return false;
+    }
+    all.replay_seconds = seconds;
+    bool within = true;
+    for (const auto& [name, weak] : all.sources) {
+        const std::shared_ptr<video_source> source = weak.lock();
+        within = (source == nullptr || !source->is_replay() || source->advance(seconds)) && within;
+    }
+    return within;
+}
+
+} // namespace vdostream

@@ -1,0 +1,206 @@
+#include "platform/vdostream/error.h"
+#include "platform/vdostream/stream.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <new>
+#include <utility>
+
+namespace vdostream {
+namespace {
+
+std::atomic<std::uint64_t> handed_out = 0;
+
+using buffer_reference = std::unique_ptr<VdoBuffer, decltype(&g_object_unref)>;
+
+} // namespace
+
+buffer_state::~buffer_state() {
+    {
+        // Also for a buffer that was dropped with g_object_unref instead of being given back.
+        const std::lock_guard<std::mutex> guard(book->lock);
+        book->outstanding.erase(self);
+        std::erase(book->enqueued, self);
+    }
+    if (finalizer != nullptr) {
+        finalizer(opaque);
+    }
+}
+
+stream_state::stream_state(const stream_settings& settings, VdoBufferFinalizer finalizer,
+                           std::shared_ptr<video_source> source)
+    : m_Settings(settings), m_Finalizer(finalizer), m_Source(std::move(source)) {}
+
+stream_state::~stream_state() {
+    std::set<VdoBuffer*> left;
+    {
+        const std::lock_guard<std::mutex> guard(m_Book->lock);
+        left.swap(m_Book->outstanding);
+        m_Book->enqueued.clear();
+    }
+    std::for_each(left.begin(), left.end(), &g_object_unref);
+}
+
+guint32 stream_state::framerate() const {
+    const auto own = static_cast<guint32>(std::lround(m_Source->properties().fps));
+    if (m_Settings.framerate == 0 || own == 0) {
+        return std::max(m_Settings.framerate, own);
+    }
+    return std::min(m_Settings.framerate, own);
+}
+
+void stream_state::start() {
+    m_Source->start();
+    m_Running = true;
+}
+
+void stream_state::stop() {
+    m_Running = false;
+    m_Source->wake();
+}
+
+VdoBuffer* stream_state::get_buffer(GError** error) {
+    const std::lock_guard<std::mutex> guard(m_TakeLock);
+    if (m_Settings.explicit_buffers) {
+        return get_explicit(error);
+    }
+    frame_bytes bytes = next_frame(error);
+    return bytes == nullptr ? nullptr : make_buffer(std::move(bytes), nullptr);
+}
+
+VdoBuffer* stream_state::get_explicit(GError** error) {
+    VdoBuffer* taken = nullptr;
+    if (!m_Source->wait_until([this, &taken] { return take_enqueued(taken); }, m_Running)) {
+        set_error(error, m_Running ? failure::silent : failure::not_running,
+                  m_Running ? "No buffer was enqueued to be filled" : "The stream is not running");
+        return nullptr;
+    }
+    // Held while it is filled, because another thread may give it back meanwhile.
+    const buffer_reference hold(taken, &g_object_unref);
+    const frame_bytes bytes = next_frame(error);
+    if (bytes == nullptr) {
+        const std::lock_guard<std::mutex> guard(m_Book->lock);
+        if (m_Book->outstanding.contains(taken)) {
+            m_Book->enqueued.push_front(taken);
+        }
+        return nullptr;
+    }
+    std::memcpy(taken->state->bytes.get(), bytes.get(), frame_size(m_Settings.shape));
+    return taken;
+}
+
+bool stream_state::take_enqueued(VdoBuffer*& buffer) {
+    const std::lock_guard<std::mutex> guard(m_Book->lock);
+    if (m_Book->enqueued.empty()) {
+        return false;
+    }
+    buffer = m_Book->enqueued.front();
+    m_Book->enqueued.pop_front();
+    g_object_ref(buffer);
+    return true;
+}
+
+frame_bytes stream_state::next_frame(GError** error) {
+    std::string why;
+    const std::shared_ptr<picture> next =
+        m_Source->wait_for_picture([this](const picture& candidate) { return is_due(candidate); }, m_Running, why);
+    if (next == nullptr) {
+        set_error(error, m_Running ? failure::silent : failure::not_running, why);
+        return nullptr;
+    }
+    mark_taken(*next);
+    frame_bytes bytes = next->in_geometry(m_Settings.shape);
+    if (bytes == nullptr) {
+        set_error(error, failure::no_source, "A picture of " + m_Source->name() + " could not be converted");
+        return nullptr;
+    }
+    ++handed_out;
+    return bytes;
+}
+
+bool stream_state::is_due(const picture& candidate) const {
+    if (candidate.sequence <= m_LastSequence) {
+        return false;
+    }
+    // A little early is nearer to the rate asked for than the whole source frame later.
+    const double fps = m_Source->is_replay() ? 0.0 : static_cast<double>(m_Settings.framerate);
+    return fps == 0.0 || m_LastSequence == 0 || candidate.seconds >= m_NextDue - 0.25 / fps;
+}
+
+void stream_state::mark_taken(const picture& taken) {
+    m_LastSequence = taken.sequence;
+    if (m_Settings.framerate != 0) {
+        const double period = 1.0 / static_cast<double>(m_Settings.framerate);
+        // A caller who came late goes on from now; otherwise the mean rate stays what was asked for.
+        m_NextDue = std::abs(taken.seconds - m_NextDue) < period ? m_NextDue + period : taken.seconds + period;
+    }
+}
+
+VdoBuffer* stream_state::make_buffer(frame_bytes bytes, gpointer opaque) {
+    auto state = std::make_unique<buffer_state>();
+    state->book = m_Book;
+    state->bytes = std::move(bytes);
+    state->opaque = opaque;
+    state->finalizer = m_Settings.explicit_buffers ? m_Finalizer : nullptr;
+    auto* buffer = make_object<VdoBuffer>("KorvexVdoBuffer", std::move(state));
+    buffer->state->self = buffer;
+    const std::lock_guard<std::mutex> guard(m_Book->lock);
+    m_Book->outstanding.insert(buffer);
+    return buffer;
+}
+
+bool stream_state::unref(VdoBuffer* buffer, GError** error) {
+    {
+        const std::lock_guard<std::mutex> guard(m_Book->lock);
+        if (m_Book->outstanding.erase(buffer) == 0) {
+            set_error(error, failure::bad_argument,
+                      "The buffer is not one of this stream's, or was given back already");
+            return false;
+        }
+        std::erase(m_Book->enqueued, buffer);
+    }
+    g_object_unref(buffer);
+    return true;
+}
+
+VdoBuffer* stream_state::alloc(gpointer opaque, GError** error) {
+    if (!m_Settings.explicit_buffers) {
+        set_error(error, failure::bad_argument, "Only a stream with \"buffer.strategy\" 3 has buffers of the caller's");
+        return nullptr;
+    }
+    frame_bytes bytes(new (std::nothrow) std::uint8_t[frame_size(m_Settings.shape)]());
+    if (bytes == nullptr) {
+        set_error(error, failure::bad_argument, "There is no memory for another buffer");
+        return nullptr;
+    }
+    return make_buffer(std::move(bytes), opaque);
+}
+
+bool stream_state::enqueue(VdoBuffer* buffer, GError** error) {
+    const char* problem = nullptr;
+    {
+        const std::lock_guard<std::mutex> guard(m_Book->lock);
+        if (!m_Settings.explicit_buffers) {
+            problem = "Only a stream with \"buffer.strategy\" 3 takes buffers";
+        } else if (!m_Book->outstanding.contains(buffer)) {
+            problem = "The buffer is not one of this stream's, or was given back already";
+        } else if (std::find(m_Book->enqueued.begin(), m_Book->enqueued.end(), buffer) != m_Book->enqueued.end()) {
+            problem = "The buffer is enqueued already";
+        } else {
+            m_Book->enqueued.push_back(buffer);
+        }
+    }
+    if (problem != nullptr) {
+        set_error(error, failure::bad_argument, problem);
+        return false;
+    }
+    m_Source->wake();
+    return true;
+}
+
+std::uint64_t stream_state::frames_handed() {
+    return handed_out;
+}
+
+} // namespace vdostream

@@ -1,0 +1,122 @@
+#pragma once
+
+#include "platform/vdostream/reader.h"
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+
+namespace vdostream {
+
+/** How a source behaves in time; tests shorten it. */
+struct source_timing {
+    /** Without a new picture for so long, waiting streams are told that the source is silent. */
+    std::chrono::milliseconds silence{2000};
+    /** Wait before a lost source is opened again; doubled after each failure. */
+    std::chrono::milliseconds first_retry{1000};
+    std::chrono::milliseconds last_retry{30000};
+};
+
+/**
+ * One source and the one thread that reads it, shared by every stream. It keeps the newest picture only: a slow
+ * consumer misses pictures, it never delays them.
+ *
+ *   idle --start--> opening --ok--> reading --end--> opening          (a file loops)
+ *                      |  ^            |
+ *                      |  +--- wait <--+-- lost                        (1, 2, 4 .. 30 s, said once an outage)
+ *                      +-------^
+ *
+ * In replay there is no thread and no clock: `advance` reads up to a moment of the video's own time.
+ * Any thread may call anything.
+ */
+class video_source {
+  public:
+    video_source(std::string name, std::unique_ptr<reader> reader, bool replay, source_timing timing = {});
+    ~video_source();
+    video_source(const video_source&) = delete;
+    video_source& operator=(const video_source&) = delete;
+
+    /** Opens the source. False with `why` set when it cannot be; a camera that is not there yet is waited for instead.
+     */
+    bool open(std::string& why);
+    /** Begins to read; nothing happens the second time. */
+    void start();
+
+    /**
+     * Waits for a picture that `wanted` accepts, as long as `running` holds and the source is not silent. Null with
+     * `why` set otherwise. In replay it does not wait: the current picture is taken, asked or not.
+     */
+    std::shared_ptr<picture> wait_for_picture(const std::function<bool(const picture&)>& wanted,
+                                              const std::atomic<bool>& running, std::string& why);
+    /** Waits for at most the silence time until `ready` holds; false when it does not or `running` ended. */
+    bool wait_until(const std::function<bool()>& ready, const std::atomic<bool>& running);
+    /** Makes every waiting thread look again. */
+    void wake();
+
+    /** Replay only: makes the last picture at or before `seconds` the current one; false beyond the end of the video.
+     */
+    bool advance(double seconds);
+
+    const std::string& name() const { return m_Name; }
+    source_properties properties() const;
+    std::uint64_t frames_decoded() const;
+    bool is_replay() const { return m_Replay; }
+
+  private:
+    using clock = std::chrono::steady_clock;
+
+    void run();
+    bool reopen(std::string& why);
+    void read_until_it_ends(std::string& why);
+    void report_outage(const std::string& why);
+    void retry_later();
+    bool pause_until(clock::time_point moment);
+    bool wait_for_turn(double seconds);
+    void publish(std::shared_ptr<picture> next);
+
+    const std::string m_Name;
+    const std::unique_ptr<reader> m_Reader;
+    const bool m_Replay;
+    const source_timing m_Timing;
+
+    // Reading thread, or whoever holds m_ReplayLock.
+    double m_LoopBase = 0.0;
+    double m_LastSeconds = -1.0;
+    std::uint64_t m_Sequence = 0;
+    std::uint64_t m_ReadSinceOpen = 0;
+    bool m_Opened = false;
+    bool m_OutageSaid = false;
+    std::chrono::milliseconds m_Retry{0};
+    clock::time_point m_ClockBase{};
+    std::shared_ptr<picture> m_Ahead;
+    bool m_AtEnd = false;
+    std::mutex m_ReplayLock;
+
+    // Shared, by m_Lock.
+    mutable std::mutex m_Lock;
+    std::condition_variable m_Changed;
+    std::shared_ptr<picture> m_Newest;
+    clock::time_point m_LastPublished{};
+    source_properties m_Properties;
+    std::uint64_t m_Decoded = 0;
+    bool m_Started = false;
+    bool m_FirstTryDone = false;
+    bool m_Quit = false;
+    std::thread m_Thread;
+};
+
+/**
+ * The source that KORVEX_VDO_SOURCE names (default "scene"), opened; the same one as long as some stream holds it. Null
+ * with `why` set when it cannot be opened.
+ */
+std::shared_ptr<video_source> acquire_source(std::string& why);
+/** The source that was acquired last, or null when no stream holds it any more. */
+std::shared_ptr<video_source> current_source();
+
+} // namespace vdostream

@@ -1,12 +1,8 @@
 #include "app/app_main.h"
 
 #include "app/arithmetic.h"
+#include "config/parameter_io.h"
 #include "config/shared_field.h"
-#include "output/event_manager.h"
-#include "scene/area_of_interest.h"
-#include "scene/detection_processing.h"
-#include "scene/finding.h"
-#include "scene/tracker.h"
 
 #include <poll.h>
 #include <sys/sysinfo.h>
@@ -14,6 +10,7 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <exception>
 #include <map>
 #include <mutex>
 #include <utility>
@@ -28,6 +25,7 @@ t_findings_list g_findings;
 std::mutex g_FindingsMutex;
 t_detection_list g_detections;
 std::map<int, timeval> g_Id2Time;
+std::unique_ptr<OverlayManager> g_overlayManager;
 // The log itself is never destroyed: the destructors of the objects above still log, and are ignored. Its last lines
 // are written where its destructor would run.
 Logger& g_Logger = *new Logger(g_app_name, "./localdata/OrvelLog.txt");
@@ -38,6 +36,8 @@ struct log_closer {
     log_closer& operator=(const log_closer&) = delete;
     ~log_closer() { g_Logger.close(); }
 } g_log_closer;
+
+std::unique_ptr<EventManager> g_event_manager_owner; // withdraws the events while the log still takes its lines
 } // namespace
 
 std::atomic<int32_t> g_StatusCode{0};
@@ -46,8 +46,8 @@ std::atomic<int32_t> g_StreamWidth{0};
 std::atomic<int32_t> g_StreamHeight{0};
 std::atomic<bool> g_IsPortrait{false};
 unsigned int g_ThreadID = 0;
-EventManager* g_EventManager = nullptr;
 GMainLoop* gp_Loop = nullptr;
+EventManager* g_EventManager = nullptr;
 int32_t g_Alert1ThreshSecs = 5;
 int32_t g_Alert2ThreshSecs = 10;
 int32_t g_Alert3ThreshSecs = 15;
@@ -75,6 +75,27 @@ void let_sigterm_in_only_while_waiting() {
     g_main_context_set_poll_func(nullptr, poll_with_sigterm);
 }
 
+/** Start-up goes on without a stream whose stored size cannot be read. */
+void select_stream(void (*select)(const std::string&), bool on, const std::string& size) {
+    try {
+        select(on ? size : "0x0");
+    } catch (const std::exception&) {
+        g_Logger.error("init_overlay_manager: '" + size + "' is not the size of a stream; no stream is selected.");
+        select("0x0");
+    }
+}
+
+/** The highest active alert; a lower one is not even asked. */
+int32_t alert_status() {
+    if (g_EventManager == nullptr)
+        return 200;
+    if (g_EventManager->isEventStarted(kThirdAlert))
+        return 504;
+    if (g_EventManager->isEventStarted(kSecondAlert))
+        return 503;
+    return g_EventManager->isEventStarted(kFirstAlert) ? 502 : 200;
+}
+
 } // namespace
 
 int korvex_orvel_main() {
@@ -90,7 +111,10 @@ int korvex_orvel_main() {
         g_StatusCode = 401;
         return -1;
     }
+    init_overlay_manager();
     const int period = g_LocationController.get_iteration_time();
+    init_event_manager();
+    init_logic(g_ConfigParams.i_MaxDisappeared);
 
     let_sigterm_in_only_while_waiting();
     gp_Loop = g_main_loop_new(nullptr, FALSE);
@@ -119,6 +143,8 @@ void init_parameter_controller() {
     g_ParameterController.init_controller(g_app_name);
     g_ConfigParams = g_ParameterController.load_config();
     g_LocationController.set_sensitivity(g_ConfigParams.f_Sensitivity);
+    parameter_io::store_points_into_AOI();
+    parameter_io::store_points_into_exclusions();
     const int32_t rotation = g_ParameterController.get_rotation();
     if (rotation == 90 || rotation == 270)
         g_IsPortrait = true;
@@ -139,6 +165,29 @@ int init_ai() {
     return 0;
 }
 
+void init_overlay_manager() {
+    g_overlayManager.reset(); // the overlay service serves one at a time
+    g_overlayManager = std::make_unique<OverlayManager>();
+    select_stream(SetOverlayStreamResolutionFromString, g_ConfigParams.b_DetectionOverlaysOn,
+                  g_ConfigParams.str_DetectionOverlay);
+    select_stream(SetAnonymizedStreamResolutionFromString, g_ConfigParams.b_AnonOverlaysOn,
+                  g_ConfigParams.str_AnonOverlay);
+}
+
+void init_event_manager() {
+    g_event_manager_owner.reset();
+    g_event_manager_owner = std::make_unique<EventManager>();
+    g_EventManager = g_event_manager_owner.get();
+    for (const char* alert : {kFirstAlert, kSecondAlert, kThirdAlert})
+        g_EventManager->addEvent(alert);
+}
+
+void init_logic(int maxDisappeared) {
+    g_Tracker.init(maxDisappeared);
+    g_AreaofInterest.init();
+    g_Id2Time.clear();
+}
+
 gboolean thread_function(void*) {
     do_one_analysis();
     return TRUE;
@@ -155,11 +204,17 @@ int do_one_analysis() {
         g_StatusCode = 400;
         return 1;
     }
+    DetectionProcessing::get_detections();
+    DetectionProcessing::monitor_AOI();
+    DetectionProcessing::examine_and_update_findings();
+    DetectionProcessing::manage_events();
+    if (g_overlayManager != nullptr)
+        g_overlayManager->renderFindings();
     timer.tock();
     g_ExecutionTime = static_cast<int32_t>(timer.elapsed());
     const int32_t period = g_LocationController.get_iteration_time();
-    // A slow pass says so, whatever else there is to say.
-    g_StatusCode = wrap_multiply(2, period) > g_ExecutionTime ? 200 : 600;
+    // A slow pass says so, whatever alert is active: the alerts are not asked.
+    g_StatusCode = wrap_multiply(2, period) > g_ExecutionTime ? alert_status() : 600;
     return 0;
 }
 

@@ -5,11 +5,18 @@
 #include "config/config_params.h"
 #include "config/parameter_controller.h"
 #include "detection/location_controller_larod.h"
+#include "output/event_manager.h"
+#include "output/overlay_manager.h"
+#include "scene/area_of_interest.h"
+#include "scene/detection_processing.h"
+#include "scene/finding.h"
+#include "scene/tracker.h"
 
 #include <glib.h>
 
 #include <atomic>
 #include <cstdint>
+#include <memory>
 #include <string>
 
 /*
@@ -28,7 +35,13 @@
 /** Syslog identity, parameter group and package folder. */
 extern std::string g_app_name;
 
-/** Run status: 100 starting, 200 running, 400 no inference, 401 no detector, 408 agreement not accepted, 600 slow. */
+/** Empty until start-up makes it. Main thread only. */
+extern std::unique_ptr<OverlayManager> g_overlayManager;
+
+/**
+ * Run status: 100 starting, 200 running, 400 no inference, 401 no detector, 408 agreement not accepted, 502 to 504
+ * first to third alert active, 600 slow.
+ */
 extern std::atomic<int32_t> g_StatusCode;
 /** Duration of the last pass that ran to its end, milliseconds. */
 extern std::atomic<int32_t> g_ExecutionTime;
@@ -54,6 +67,10 @@ void init_signals();
 void init_parameter_controller();
 /** Always 0: a detector that cannot be set up shows as status 400 on every pass. */
 int init_ai();
+void init_overlay_manager();
+void init_event_manager();
+/** `maxDisappeared`: the passes for which a lost object is remembered. */
+void init_logic(int maxDisappeared);
 
 /** The main loop's timeout: one pass; always TRUE, so that it stays installed. */
 gboolean thread_function(void*);

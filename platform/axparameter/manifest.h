@@ -7,7 +7,7 @@
 
 namespace host_parameters {
 
-/** How a declared value is written; what `korvex_set_parameter` checks. The store itself takes any text. */
+/** How a declared value is written; what `korvex_parameter` checks. The store itself takes any text. */
 enum class Kind { integer, number, boolean, text };
 
 struct DeclaredParameter {

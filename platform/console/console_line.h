@@ -1,0 +1,27 @@
+#pragma once
+
+#include "detection/common_structs.h"
+
+#include <cstddef>
+#include <string>
+
+/** The text of the live console's one line. */
+namespace console {
+
+/** What one look at the application's published values found. */
+struct Snapshot {
+    int status = 0;
+    int pass_ms = 0;
+    double passes_per_second = 0.0;
+    double frames_per_second = 0.0; // of the source, as it says itself; 0 when unknown
+    t_detection_list detections;
+};
+
+/** "status 200 | 63 ms | 5.0 passes/s | source 25.0 fps | Car 0.62 at 400,300 120x66, ..."; without a newline. A pass
+   that did not run has no time and no detections. */
+std::string line_of(const Snapshot& snapshot);
+
+/** Cut to `columns` characters, the last three "..." then, so that a terminal does not wrap it. */
+std::string fitted(const std::string& line, size_t columns);
+
+} // namespace console

@@ -1,0 +1,95 @@
+// korvex_live: the application, with one line on stdout that shows what it publishes. On a terminal the line is
+// rewritten in place after each pass; elsewhere a line is printed at most once a second, and whenever the status
+// changes.
+
+#include "app/app_main.h"
+#include "platform/console/console_line.h"
+#include "platform/console/pass_watch.h"
+#include "platform/vdostream/host_video.h"
+
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdio>
+#include <string>
+
+namespace {
+
+constexpr gint64 second = G_USEC_PER_SEC;
+
+class LiveConsole {
+  public:
+    void after_pass() {
+        count_pass();
+        if (is_terminal_) {
+            show(std::string("\r").append(console::fitted(line(), columns())).append("\x1b[K"));
+            return;
+        }
+        const gint64 now = g_get_monotonic_time();
+        if (shown_at_ == 0 || g_StatusCode != shown_status_ || now - shown_at_ >= second) {
+            shown_at_ = now;
+            shown_status_ = g_StatusCode;
+            show(line().append("\n"));
+        }
+    }
+
+    /** Leaves the cursor below the line. */
+    ~LiveConsole() {
+        if (is_terminal_) {
+            show("\n");
+        }
+    }
+
+  private:
+    void count_pass() {
+        const gint64 now = g_get_monotonic_time();
+        if (rate_since_ == 0) {
+            rate_since_ = now;
+            return;
+        }
+        ++passes_;
+        if (now - rate_since_ >= second) {
+            rate_ = static_cast<double>(passes_) * static_cast<double>(second) / static_cast<double>(now - rate_since_);
+            rate_since_ = now;
+            passes_ = 0;
+        }
+    }
+
+    std::string line() const {
+        const host_video::Statistics video = host_video::statistics();
+        console::Snapshot snapshot{g_StatusCode, g_ExecutionTime, rate_, video.source_fps, {}};
+        // The outputs exist once the detector is set up; status 400 and 408 leave them as they were.
+        if (g_LocationController.get_output_scores() != nullptr) {
+            snapshot.detections = g_LocationController.get_detections();
+        }
+        return console::line_of(snapshot);
+    }
+
+    static size_t columns() {
+        winsize size{};
+        return ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col - 1U : 79U;
+    }
+
+    /** When nobody reads any more, the application ends as if it had been asked to. */
+    static void show(const std::string& text) {
+        if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size() || std::fflush(stdout) != 0) {
+            raise(SIGTERM);
+        }
+    }
+
+    const bool is_terminal_ = isatty(STDOUT_FILENO) == 1;
+    gint64 shown_at_ = 0;
+    int shown_status_ = 0;
+    gint64 rate_since_ = 0;
+    int passes_ = 0;
+    double rate_ = 0.0;
+};
+
+} // namespace
+
+int main() {
+    LiveConsole live;
+    const console::PassWatch watch([&live] { live.after_pass(); });
+    return korvex_orvel_main();
+}

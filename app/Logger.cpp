@@ -1,5 +1,7 @@
 #include "app/Logger.h"
 
+#include "app/arithmetic.h"
+
 #include <array>
 #include <filesystem>
 #include <fstream>
@@ -156,12 +158,10 @@ void Logger::purge() {
     info("Purging log file. Initial log file size=" + std::to_string(size) + " bytes.");
 
     const std::vector<std::string> lines = getLogLines();
-    if (lines.empty())
-        return;
     // When all lines together stay within the limit only the last is kept: deliberate, a file of this size with so
     // little text in it is damaged.
-    size_t start = lines.size() - 1;
-    size_t total = lines.back().size();
+    size_t start = lines.empty() ? 0 : lines.size() - 1;
+    size_t total = lines.empty() ? 0 : lines.back().size();
     for (size_t i = start; i-- > 0;) {
         total += lines[i].size();
         if (total > static_cast<size_t>(_minSize)) {
@@ -183,6 +183,7 @@ std::string Logger::getCurrentDateTime() {
 
 std::string Logger::timeToString(time_t time) {
     tm local{};
+    tzset(); // unlike localtime, localtime_r does not notice by itself that the camera's time zone has been changed
     localtime_r(&time, &local);
     std::array<char, 80> text{};
     strftime(text.data(), text.size(), "%Y-%m-%d %H:%M:%S", &local);
@@ -191,6 +192,6 @@ std::string Logger::timeToString(time_t time) {
 
 void Logger::incrementNextPurgeDate() {
     const std::scoped_lock lock(_mutex);
-    const int32_t seconds = _purgeCheckInterval * 86400;
+    const int32_t seconds = wrap_multiply(_purgeCheckInterval, 86400);
     _nextPurgeCheckDate += seconds;
 }

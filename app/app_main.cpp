@@ -1,6 +1,8 @@
 #include "app/app_main.h"
 
 #include "app/arithmetic.h"
+#include "app/blocked_signals.h"
+#include "app/web_thread.h"
 #include "config/parameter_io.h"
 #include "config/shared_field.h"
 
@@ -39,6 +41,7 @@ struct log_closer {
 
 std::unique_ptr<EventManager> g_event_manager_owner; // withdraws the events while the log still takes its lines
 } // namespace
+fastcgi_service g_FastcgiService;
 
 std::atomic<int32_t> g_StatusCode{0};
 std::atomic<int32_t> g_ExecutionTime{0};
@@ -96,6 +99,23 @@ int32_t alert_status() {
     return g_EventManager->isEventStarted(kFirstAlert) ? 502 : 200;
 }
 
+bool start_web_thread() {
+    const blocked_signals during_creation;
+    pthread_t thread{};
+    if (pthread_create(&thread, nullptr, webservices_thread_fcn, nullptr) != 0)
+        return false;
+    pthread_detach(thread); // never joined
+    return true;
+}
+
+/** For a web thread that hangs on its client: what it uses cannot be destroyed, what matters at the end is done here.
+ */
+[[noreturn]] void end_at_once() {
+    g_event_manager_owner.reset();
+    g_Logger.close();
+    _exit(0);
+}
+
 } // namespace
 
 int korvex_orvel_main() {
@@ -114,6 +134,11 @@ int korvex_orvel_main() {
     init_overlay_manager();
     const int period = g_LocationController.get_iteration_time();
     init_event_manager();
+    if (!start_web_thread()) {
+        syslog(LOG_ERR, "Failed to create thread\n");
+        g_StatusCode = 50;
+        return -1;
+    }
     init_logic(g_ConfigParams.i_MaxDisappeared);
 
     let_sigterm_in_only_while_waiting();
@@ -123,6 +148,8 @@ int korvex_orvel_main() {
 
     logMemoryUsage("Ending Korvex Orvel");
     closelog();
+    if (!end_web_service())
+        end_at_once();
     return 0;
 }
 

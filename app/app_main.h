@@ -11,6 +11,7 @@
 #include "scene/detection_processing.h"
 #include "scene/finding.h"
 #include "scene/tracker.h"
+#include "web/fastcgi_service.h"
 
 #include <glib.h>
 
@@ -71,6 +72,9 @@ void init_overlay_manager();
 void init_event_manager();
 /** `maxDisappeared`: the passes for which a lost object is remembered. */
 void init_logic(int maxDisappeared);
+
+/** The body of the web thread: serves the pages until the process ends. Null. */
+void* webservices_thread_fcn(void*);
 
 /** The main loop's timeout: one pass; always TRUE, so that it stays installed. */
 gboolean thread_function(void*);

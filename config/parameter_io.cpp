@@ -1,15 +1,43 @@
 #include "config/parameter_io.h"
 
+#include "app/app_main.h"
 #include "config/config_params.h"
 #include "config/shared_field.h"
 #include "detection/common_structs.h"
+#include "output/camera_resolutions.h"
 #include "scene/area_of_interest.h"
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <utility>
 
 namespace {
+
+struct status_text {
+    int code;
+    const char* text;
+};
+
+constexpr std::array<status_text, 18> kStatusTexts = {
+    {{50, "Unknown status"},
+     {100, "Starting"},
+     {200, "Running"},
+     {300, "Stopped"},
+     {400, "Data error"},
+     {401, "AI error"},
+     {402, "Locations error"},
+     {403, "AOI error"},
+     {405, "Findings error"},
+     {406, "Events error"},
+     {408, "EULA has not been accepted (if EULA is not shown, press Ctrl+F5)"},
+     {500, "Area event active"},
+     {501, "Occupancy event active"},
+     {502, "First alert active"},
+     {503, "Second alert active"},
+     {504, "Third alert active"},
+     {600, "Slow"},
+     {700, "No connection error"}}};
 
 /** The first `count` points of x0, y0, x1, y1 ... */
 t_Polygon first_points(const int32_t* coordinates, size_t count) {
@@ -39,4 +67,31 @@ void parameter_io::store_points_into_exclusions() {
     store_exclusion(1, g_ConfigParams.i_Exclusion1, g_ConfigParams.b_Exclusion1Active);
     store_exclusion(2, g_ConfigParams.i_Exclusion2, g_ConfigParams.b_Exclusion2Active);
     store_exclusion(3, g_ConfigParams.i_Exclusion3, g_ConfigParams.b_Exclusion3Active);
+}
+
+std::string parameter_io::get_status_code() {
+    return std::to_string(g_StatusCode);
+}
+
+std::string parameter_io::get_status_string() {
+    return status_to_string(g_StatusCode);
+}
+
+std::string parameter_io::get_execution_time() {
+    return std::to_string(g_ExecutionTime);
+}
+
+std::string parameter_io::get_is_portrait() {
+    return g_IsPortrait ? "1" : "0";
+}
+
+std::string parameter_io::status_to_string(int code) {
+    for (const status_text& status : kStatusTexts)
+        if (status.code == code)
+            return status.text;
+    return "Unknown default status";
+}
+
+std::string parameter_io::CameraResolutionsAsCsv() {
+    return getCamerasResolutionsAsCsv();
 }

@@ -1,0 +1,231 @@
+// The web pages' parameter document: writing it, reading it, and what a posted one does.
+
+#include "app/app_main.h"
+#include "app/arithmetic.h"
+#include "config/parameter_io.h"
+#include "config/shared_field.h"
+#include "output/overlay_info.h"
+
+#include <libxml/parser.h>
+#include <libxml/tree.h>
+
+#include <array>
+#include <memory>
+#include <span>
+#include <stdexcept>
+#include <utility>
+
+namespace {
+
+struct boolean_element {
+    const char* name;
+    bool ConfigParams::*field;
+};
+
+struct integer_element {
+    const char* name;
+    int32_t ConfigParams::*field;
+};
+
+constexpr std::array<boolean_element, 9> kClasses = {{{"DetectPersons", &ConfigParams::b_DetectPersons},
+                                                      {"DetectCars", &ConfigParams::b_DetectCars},
+                                                      {"DetectMotorcycles", &ConfigParams::b_DetectMotorcycles},
+                                                      {"DetectBicycles", &ConfigParams::b_DetectBicycles},
+                                                      {"DetectAirplanes", &ConfigParams::b_DetectAirplanes},
+                                                      {"DetectBuses", &ConfigParams::b_DetectBuses},
+                                                      {"DetectTrains", &ConfigParams::b_DetectTrains},
+                                                      {"DetectTrucks", &ConfigParams::b_DetectTrucks},
+                                                      {"DetectBoats", &ConfigParams::b_DetectBoats}}};
+
+constexpr std::array<boolean_element, 3> kAlerts = {{{"Alert1_Active", &ConfigParams::b_Alert1},
+                                                     {"Alert2_Active", &ConfigParams::b_Alert2},
+                                                     {"Alert3_Active", &ConfigParams::b_Alert3}}};
+
+constexpr std::array<integer_element, 3> kAlertSeconds = {
+    {{"Alert1ThreshSeconds", &ConfigParams::i_Alert1ThreshSeconds},
+     {"Alert2ThreshSeconds", &ConfigParams::i_Alert2ThreshSeconds},
+     {"Alert3ThreshSeconds", &ConfigParams::i_Alert3ThreshSeconds}}};
+
+struct exclusion_elements {
+    const char* coordinates; // the index is appended
+    const char* active;
+    int32_t (ConfigParams::*points)[8];
+    bool ConfigParams::*active_field;
+};
+
+constexpr std::array<exclusion_elements, 3> kExclusions = {
+    {{"Exclusion1_", "Exclusion1_Active", &ConfigParams::i_Exclusion1, &ConfigParams::b_Exclusion1Active},
+     {"Exclusion2_", "Exclusion2_Active", &ConfigParams::i_Exclusion2, &ConfigParams::b_Exclusion2Active},
+     {"Exclusion3_", "Exclusion3_Active", &ConfigParams::i_Exclusion3, &ConfigParams::b_Exclusion3Active}}};
+
+constexpr auto kDetection = "Detection1_";
+
+/** Even indices are x, odd ones y. */
+int32_t extent(size_t index) {
+    return index % 2 == 0 ? g_StreamWidth : g_StreamHeight;
+}
+
+int32_t passes_per_second() {
+    return wrap_divide(1000, g_ConfigParams.i_MainLoopTime);
+}
+
+/** The document as it is written, element by element. */
+class document_writer {
+  public:
+    void add(const std::string& name, const std::string& text) {
+        m_text += "<" + name + ">" + text + "</" + name + ">";
+    }
+    void add(const std::string& name, int32_t number) { add(name, std::to_string(number)); }
+    void add(const std::string& name, bool on) { add(name, std::string(on ? "1" : "0")); }
+    void add_polygon(const char* polygon, std::span<const int32_t> coordinates) {
+        for (size_t i = 0; i < coordinates.size(); ++i)
+            add(polygon + std::to_string(i), wrap_divide(wrap_multiply(coordinates[i], 100), extent(i)));
+    }
+    std::string take() { return "<app>" + std::move(m_text) + "</app>"; }
+
+  private:
+    std::string m_text;
+};
+
+/** The values of a posted document, each written straight into the live settings. */
+class document_reader {
+  public:
+    explicit document_reader(std::map<std::string, std::string> values) : m_values(std::move(values)) {}
+
+    const std::string& text(const std::string& name) { return m_values[name]; }
+    int32_t number(const std::string& name) { return std::stoi(text(name)); }
+
+    void read(const std::string& name, int32_t& field) { write_shared(field, number(name)); }
+    void read(const std::string& name, bool& field) { write_shared(field, text(name) == "1"); }
+    void read(const std::string& name, float& field) { write_shared(field, std::stof(text(name))); }
+    void read(const std::string& name, std::string& field) { field = text(name); }
+    void read_polygon(const char* polygon, std::span<int32_t> coordinates) {
+        for (size_t i = 0; i < coordinates.size(); ++i) {
+            const int32_t percent = number(polygon + std::to_string(i));
+            write_shared(coordinates[i], wrap_divide(wrap_multiply(percent, extent(i)), 100));
+        }
+    }
+
+  private:
+    std::map<std::string, std::string> m_values; // a name that is missing reads as an empty text
+};
+
+struct doc_deleter {
+    void operator()(xmlDoc* doc) const {
+        xmlFreeDoc(doc);
+        xmlCleanupParser();
+    }
+};
+using doc_ptr = std::unique_ptr<xmlDoc, doc_deleter>;
+
+struct xml_text_deleter {
+    void operator()(xmlChar* text) const { xmlFree(text); }
+};
+
+void ignore_message(void*, const char*, ...) {}
+
+/** Null for what is no document, and for one that declares entities, which could expand without end. */
+doc_ptr parse(const std::string& xml) {
+    xmlSetGenericErrorFunc(nullptr, ignore_message); // the log says what there is to say
+    doc_ptr doc(xmlReadMemory(xml.data(), static_cast<int>(xml.size()), nullptr, nullptr, 0));
+    const bool declares_entities = doc && doc->intSubset != nullptr &&
+                                   (doc->intSubset->entities != nullptr || doc->intSubset->pentities != nullptr);
+    return declares_entities ? nullptr : std::move(doc);
+}
+
+std::string to_text(const xmlChar* text) {
+    return reinterpret_cast<const char*>(text);
+}
+
+} // namespace
+
+std::string parameter_io::get_parameters() {
+    const ConfigParams& config = g_ConfigParams;
+    document_writer document;
+    document.add("MinNumberOfPeopleForTrigger", config.i_MinNumberOfPeopleForTrigger);
+    document.add("Sensitivity", std::to_string(config.f_Sensitivity).substr(0, 4));
+    document.add("MaxDisappear", wrap_divide(config.i_MaxDisappeared, passes_per_second()));
+    for (const auto& wanted : kClasses)
+        document.add(wanted.name, config.*wanted.field);
+    for (const auto& alert : kAlerts)
+        document.add(alert.name, config.*alert.field);
+    for (const auto& seconds : kAlertSeconds)
+        document.add(seconds.name, config.*seconds.field);
+    document.add("Eula", config.b_EulaAccepted);
+    document.add("DetectionOverlaysOn", config.b_DetectionOverlaysOn);
+    document.add("AnonOverlaysOn", config.b_AnonOverlaysOn);
+    document.add("SelectedDetectionOverlay", config.str_DetectionOverlay);
+    document.add("SelectedAnonOverlay", config.str_AnonOverlay);
+    document.add("CamsResAsCsv", CameraResolutionsAsCsv());
+    document.add("DetectionControlPoints", config.i_DetectionControlPoints);
+    document.add_polygon(kDetection, config.i_Detection1);
+    for (const auto& zone : kExclusions) {
+        document.add_polygon(zone.coordinates, config.*zone.points);
+        document.add(zone.active, config.*zone.active_field);
+    }
+    return document.take();
+}
+
+int parameter_io::set_post_parameters(std::string body) {
+    ConfigParams& config = g_ConfigParams;
+    write_shared<int32_t>(config.i_WStream, g_StreamWidth);
+    write_shared<int32_t>(config.i_HStream, g_StreamHeight);
+    auto values = parseXMLData(std::move(body));
+    if (values.empty()) {
+        g_Logger.error("set_post_parameters: Failed to parse XML payload");
+        return -1;
+    }
+    document_reader document(std::move(values));
+    document.read("MinNumberOfPeopleForTrigger", config.i_MinNumberOfPeopleForTrigger);
+    document.read("Sensitivity", config.f_Sensitivity);
+    document.read("DetectionOverlaysOn", config.b_DetectionOverlaysOn);
+    document.read("MaxDisappear", config.i_MaxDisappeared); // in seconds until further down
+    document.read("SelectedDetectionOverlay", config.str_DetectionOverlay);
+    document.read("AnonOverlaysOn", config.b_AnonOverlaysOn);
+    document.read("SelectedAnonOverlay", config.str_AnonOverlay);
+    document.read("Eula", config.b_EulaAccepted);
+    for (const auto& wanted : kClasses)
+        document.read(wanted.name, config.*wanted.field);
+    for (const auto& alert : kAlerts)
+        document.read(alert.name, config.*alert.field);
+    for (const auto& seconds : kAlertSeconds)
+        document.read(seconds.name, config.*seconds.field);
+
+    SetOverlayStreamResolutionFromString(config.b_DetectionOverlaysOn ? config.str_DetectionOverlay : "0x0");
+    SetAnonymizedStreamResolutionFromString(config.b_AnonOverlaysOn ? config.str_AnonOverlay : "0x0");
+    write_shared(config.i_MaxDisappeared, wrap_multiply(config.i_MaxDisappeared, passes_per_second()));
+    g_LocationController.set_sensitivity(config.f_Sensitivity);
+    g_Tracker.set_max_disappeared(config.i_MaxDisappeared);
+
+    document.read("DetectionControlPoints", config.i_DetectionControlPoints);
+    document.read_polygon(kDetection, config.i_Detection1);
+    store_points_into_AOI();
+    for (const auto& zone : kExclusions) {
+        document.read_polygon(zone.coordinates, config.*zone.points);
+        document.read(zone.active, config.*zone.active_field);
+    }
+    store_points_into_exclusions();
+    g_ParameterController.save_config(config);
+    return 0;
+}
+
+std::map<std::string, std::string> parameter_io::parseXMLData(std::string xml) {
+    std::map<std::string, std::string> values;
+    const doc_ptr doc = parse(xml);
+    if (!doc) {
+        g_Logger.error("parseXMLData: Failed to parse XML payload");
+        return values;
+    }
+    const xmlNode* root = xmlDocGetRootElement(doc.get());
+    if (root == nullptr) {
+        g_Logger.error("parseXMLData: Failed to get root element");
+        return values;
+    }
+    for (const xmlNode* node = root->children; node != nullptr; node = node->next) {
+        const std::unique_ptr<xmlChar, xml_text_deleter> text(xmlNodeListGetString(doc.get(), node->children, 1));
+        if (!text)
+            throw std::logic_error("parseXMLData: " + to_text(node->name) + " has no text");
+        values[to_text(node->name)] = to_text(text.get());
+    }
+    return values;
+}

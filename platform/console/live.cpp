@@ -3,6 +3,7 @@
 // changes.
 
 #include "app/app_main.h"
+#include "platform/axevent/host_events.h"
 #include "platform/console/console_line.h"
 #include "platform/console/pass_watch.h"
 #include "platform/vdostream/host_video.h"
@@ -31,6 +32,15 @@ class LiveConsole {
             shown_at_ = now;
             shown_status_ = g_StatusCode;
             show(line().append("\n"));
+        }
+    }
+
+    /** An event's line stands above the live one. */
+    void tell(const host_events::Occurrence& occurrence) {
+        if (occurrence.what == host_events::Occurrence::What::event) {
+            std::string text = is_terminal_ ? "\r\x1b[K" : "";
+            text += occurrence.time + " " + occurrence.nice_name;
+            show(text.append(occurrence.active.value_or(true) ? ": started\n" : ": stopped\n"));
         }
     }
 
@@ -91,5 +101,9 @@ class LiveConsole {
 int main() {
     LiveConsole live;
     const console::PassWatch watch([&live] { live.after_pass(); });
-    return korvex_orvel_main();
+    host_events::set_listener([&live](const host_events::Occurrence& occurrence) { live.tell(occurrence); });
+    const int status = korvex_orvel_main();
+    // The events are withdrawn after this, when the process's objects are destroyed.
+    host_events::set_listener([](const host_events::Occurrence&) {});
+    return status;
 }

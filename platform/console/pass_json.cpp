@@ -2,42 +2,68 @@
 
 #include "detection/location_controller_larod.h"
 
-#include <glib.h>
-
 #include <cmath>
+#include <iomanip>
+#include <locale>
+#include <ostream>
+#include <sstream>
 
 namespace console {
 namespace {
 
-/** JSON has no word for what is not finite; such a score reads as null. */
-std::string number(double value, const char* format) {
-    if (!std::isfinite(value)) {
-        return "null";
-    }
-    gchar text[G_ASCII_DTOSTR_BUF_SIZE + 320]; // "%.4f" of the largest double has 309 digits before the point
-    return g_ascii_formatd(text, sizeof text, format, value);
+// Labels and alert names come from tables of plain words: nothing in them needs escaping.
+
+void print_class_and_box(std::ostream& out, const detection& found) {
+    out << "\"class\": " << found.ClassId << ", \"label\": \""
+        << location_controller_larod::ClassIDToLabel(found.ClassId) << "\", \"box\": [" << found.X << ", " << found.Y
+        << ", " << found.W << ", " << found.H << ']';
 }
 
-std::string json_of(const detection& found) {
-    // Labels come from a table of plain words.
-    return "{\"class\": " + std::to_string(found.ClassId) + ", \"label\": \"" +
-           location_controller_larod::ClassIDToLabel(found.ClassId) +
-           "\", \"score\": " + number(static_cast<double>(found.Confidence), "%.4f") + ", \"box\": [" +
-           std::to_string(found.X) + ", " + std::to_string(found.Y) + ", " + std::to_string(found.W) + ", " +
-           std::to_string(found.H) + "]}";
+void print(std::ostream& out, const detection& found) {
+    out << '{';
+    print_class_and_box(out, found);
+    out << ", \"score\": ";
+    // JSON has no word for what is not finite.
+    if (std::isfinite(found.Confidence)) {
+        out << std::setprecision(4) << found.Confidence << '}';
+    } else {
+        out << "null}";
+    }
+}
+
+void print(std::ostream& out, const one_find& find) {
+    out << "{\"id\": " << find.id << ", ";
+    print_class_and_box(out, find.detect);
+    out << ", \"footing\": " << static_cast<int>(find.footing) << ", \"seconds\": " << find.seconds << '}';
+}
+
+void print(std::ostream& out, const AlertChange& change) {
+    out << "{\"name\": \"" << change.name << "\", \"active\": " << (change.active ? "true" : "false") << '}';
+}
+
+template <typename List>
+void print_list(std::ostream& out, const char* name, const List& list) {
+    out << ", \"" << name << "\": [";
+    const char* separator = "";
+    for (const auto& element : list) {
+        out << separator;
+        print(out, element);
+        separator = ", ";
+    }
+    out << ']';
 }
 
 } // namespace
 
-std::string json_of_pass(double seconds, int status, const t_detection_list& detections) {
-    std::string text =
-        "{\"time\": " + number(seconds, "%.3f") + ", \"status\": " + std::to_string(status) + ", \"detections\": [";
-    const char* separator = "";
-    for (const detection& found : detections) {
-        text += separator + json_of(found);
-        separator = ", ";
-    }
-    return text + "]}";
+std::string json_of_pass(const PassRecord& record) {
+    std::ostringstream out;
+    out.imbue(std::locale::classic());
+    out << std::fixed << "{\"time\": " << std::setprecision(3) << record.seconds << ", \"status\": " << record.status;
+    print_list(out, "detections", record.detections);
+    print_list(out, "findings", record.findings);
+    print_list(out, "alerts", record.alerts);
+    out << '}';
+    return out.str();
 }
 
 } // namespace console

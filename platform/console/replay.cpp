@@ -2,11 +2,14 @@
 // machine allows; one JSON line a pass on stdout (pass_json.h), progress on stderr. It ends with the video, or after
 // SECONDS of it.
 //
-// Nothing in the output depends on the machine's speed: pass k sees the frame at k periods, and no pass counts as slow.
+// Nothing in the output depends on the machine's speed or its clock: pass k sees the frame at k periods, dwell times
+// are counted in the video's time, and no pass counts as slow.
 
 #include "app/app_main.h"
+#include "platform/axevent/host_events.h"
 #include "platform/console/pass_json.h"
 #include "platform/vdostream/host_video.h"
+#include "scene/clock.h"
 
 #include <unistd.h>
 
@@ -17,6 +20,8 @@
 #include <cstdlib>
 
 namespace {
+
+double video_seconds = 0.0; // of the running pass
 
 int give_up(const std::string& sentence) {
     std::fprintf(stderr, "replay: %s\n", sentence.c_str());
@@ -29,21 +34,57 @@ void show_log() {
     std::fputs(g_Logger.getPlainLogContents().c_str(), stderr);
 }
 
-void show_progress(int pass, double seconds, double limit) {
+void show_progress(int pass, double limit) {
     constexpr int passes_between = 25;
     if (pass % passes_between != 0 || isatty(STDERR_FILENO) == 0) {
         return;
     }
     if (std::isfinite(limit)) {
-        std::fprintf(stderr, "\rpass %d, %.1f of %.1f s", pass, seconds, limit);
+        std::fprintf(stderr, "\rpass %d, %.1f of %.1f s", pass, video_seconds, limit);
     } else {
-        std::fprintf(stderr, "\rpass %d, %.1f s", pass, seconds);
+        std::fprintf(stderr, "\rpass %d, %.1f s", pass, video_seconds);
     }
 }
 
-bool print_pass(double seconds) {
-    const t_detection_list found = g_StatusCode == 200 ? g_LocationController.get_detections() : t_detection_list();
-    return std::puts(console::json_of_pass(seconds, g_StatusCode, found).c_str()) >= 0;
+void ignore_event(const host_events::Occurrence& /*occurrence*/) {}
+
+timeval video_time() {
+    const auto whole = static_cast<time_t>(video_seconds);
+    return {whole, static_cast<suseconds_t>((video_seconds - static_cast<double>(whole)) * 1e6)};
+}
+
+/** One pass at `video_seconds`; false when its line cannot be written. */
+bool run_pass() {
+    console::PassRecord record;
+    host_events::set_listener([&record](const host_events::Occurrence& occurrence) {
+        if (occurrence.active) {
+            record.alerts.push_back({occurrence.nice_name, *occurrence.active});
+        }
+    });
+    const bool complete = do_one_analysis() == 0;
+    record.seconds = video_seconds;
+    record.status = g_StatusCode;
+    if (complete) {
+        record.detections = g_detections;
+        record.findings = g_findings;
+    }
+    // The next listener has a record of its own.
+    host_events::set_listener(ignore_event);
+    return std::puts(console::json_of_pass(record).c_str()) >= 0;
+}
+
+/** The application's own start, without the overlays, which nobody watches here. */
+bool start() {
+    init_parameter_controller();
+    init_ai();
+    // The events' own lines would stand between the passes'.
+    host_events::set_listener(ignore_event);
+    init_event_manager();
+    init_logic(g_ConfigParams.i_MaxDisappeared);
+    set_dwell_clock(video_time);
+    // The slow-pass status is for a clock on the wall; twice this is the longest that any pass may take.
+    g_LocationController.m_IterationTime = INT_MAX / 2;
+    return !host_video::statistics().source.empty();
 }
 
 } // namespace
@@ -63,31 +104,24 @@ int main(int argc, char** argv) {
     setenv("KORVEX_VDO_REPLAY", "1", 1);
     std::signal(SIGPIPE, SIG_IGN);
 
-    init_parameter_controller();
+    if (!start()) {
+        show_log();
+        return give_up("the video cannot be opened.");
+    }
     const int period_ms = g_ConfigParams.i_MainLoopTime;
     if (period_ms <= 0) {
         return give_up("MainLoopTime is " + std::to_string(period_ms) + "; it must be at least 1 ms.");
     }
-    init_ai();
-    if (host_video::statistics().source.empty()) {
-        show_log();
-        return give_up("the video cannot be opened.");
-    }
-    // The slow-pass status is for a clock on the wall; twice this is the longest that any pass may take.
-    g_LocationController.m_IterationTime = INT_MAX / 2;
-
     int passes = 0;
-    for (int pass = 1;; ++pass) {
-        const double seconds = static_cast<double>(pass) * period_ms / 1000.0;
-        if (seconds > limit || !host_video::replay_advance(seconds)) {
+    for (;; ++passes) {
+        video_seconds = (passes + 1.0) * period_ms / 1000.0;
+        if (video_seconds > limit || !host_video::replay_advance(video_seconds)) {
             break;
         }
-        do_one_analysis();
-        if (!print_pass(seconds)) {
+        if (!run_pass()) {
             return give_up("the output cannot be written.");
         }
-        passes = pass;
-        show_progress(pass, seconds, limit);
+        show_progress(passes + 1, limit);
     }
     if (std::fflush(stdout) != 0) {
         return give_up("the output cannot be written.");

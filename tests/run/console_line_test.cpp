@@ -1,0 +1,42 @@
+#include "platform/console/console_line.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using console::fitted;
+using console::line_of;
+using console::Snapshot;
+
+TEST(ConsoleLine, APassShowsItsStatusTimeRatesAndDetections) {
+    const Snapshot snapshot{200, 63, 4.96, 25.0, {{10, 20, 30, 40, 2, 0.625F}, {-5, 0, 100, 50, 5, 0.5F}}};
+    EXPECT_EQ(line_of(snapshot), "status 200 | 63 ms | 5.0 passes/s | source 25.0 fps | Car 0.62 at 10,20 30x40, "
+                                 "Bus 0.50 at -5,0 100x50");
+}
+
+TEST(ConsoleLine, AlertsAndSlowPassesHaveDetectionsToo) {
+    for (const int status : {502, 503, 504, 600}) {
+        EXPECT_EQ(line_of({status, 7, 1.0, 0.0, {{1, 2, 3, 4, 0, 1.0F}}}),
+                  "status " + std::to_string(status) + " | 7 ms | 1.0 passes/s | Person 1.00 at 1,2 3x4");
+    }
+}
+
+TEST(ConsoleLine, APassThatFoundNothingSaysSo) {
+    EXPECT_EQ(line_of({200, 7, 1.0, 0.0, {}}), "status 200 | 7 ms | 1.0 passes/s | nothing detected");
+}
+
+TEST(ConsoleLine, APassThatDidNotRunShowsNoOldDetectionsAndNoOldTime) {
+    for (const int status : {0, 100, 400, 408}) {
+        EXPECT_EQ(line_of({status, 7, 5.0, 25.0, {{1, 2, 3, 4, 0, 1.0F}}}),
+                  "status " + std::to_string(status) + " | 5.0 passes/s | source 25.0 fps");
+    }
+}
+
+TEST(ConsoleLine, ALineIsCutToTheTerminal) {
+    EXPECT_EQ(fitted("0123456789", 10), "0123456789");
+    EXPECT_EQ(fitted("0123456789", 9), "012345...");
+    EXPECT_EQ(fitted("0123456789", 3), "...");
+    EXPECT_EQ(fitted("0123456789", 0), "0123456789");
+}
+
+} // namespace

@@ -1,0 +1,31 @@
+#!/usr/bin/env bash
+# ./run --replay, with the programs of the build given as the argument.
+source "$(dirname "$0")/lib.sh"
+export KORVEX_BUILD_DIR=$1
+state=$work/state
+
+replay() { "$run" --state "$state" --replay "$@"; }
+lines_are() { [ "$(wc -l <"$2")" -eq "$1" ]; }
+has() { grep -q -E "$1" "$2"; }
+
+check "it runs over the scene" replay scene --seconds 4 --json "$work/one.jsonl"
+check "again" replay scene --seconds 4 --json "$work/two.jsonl"
+check "and gives the same bytes" cmp "$work/one.jsonl" "$work/two.jsonl"
+check "with one line a pass" lines_are 20 "$work/one.jsonl"
+check "at the passes' times, status 200 however slow the machine is" has '^\{"time": 4\.000, "status": 200, ' "$work/one.jsonl"
+check "and the scene's car" has '"label": "Car", "box": ' "$work/one.jsonl"
+check "every line is JSON" /usr/bin/python3 -c \
+    'import json, sys; [json.loads(line)["findings"] for line in open(sys.argv[1])]' "$work/one.jsonl"
+
+ffmpeg -v error -f lavfi -i testsrc=size=320x240:rate=10:duration=2 "$work/short.mp4"
+check "a file ends by itself" replay "$work/short.mp4" --set MainLoopTime=500 --json "$work/file.jsonl"
+check "after its last frame" lines_are 3 "$work/file.jsonl"
+check "without --json the lines go to stdout" bash -c "'$run' --state '$state' --replay '$work/short.mp4' \
+    --set MainLoopTime=500 2>/dev/null | cmp - '$work/file.jsonl'"
+check "nothing is kept of it" test -z "$(ls -A "$state")"
+
+echo "no video" >"$work/none.mp4"
+check "a file that is no video is told" refused 'the video cannot be opened' --state "$state" --replay "$work/none.mp4"
+check "a period of 0 is told" refused 'MainLoopTime is 0' --state "$state" --replay scene --set MainLoopTime=0
+check "a live source is told" refused 'no time of its own' --replay rtsp://127.0.0.1/x
+finish

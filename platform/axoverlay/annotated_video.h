@@ -1,0 +1,53 @@
+#pragma once
+
+#include "platform/axoverlay/geometry.h"
+#include "platform/axoverlay/nv12_picture.h"
+#include "platform/axoverlay/overlay_target.h"
+
+#include <vdo-stream.h>
+
+#include <memory>
+#include <mutex>
+#include <string>
+
+namespace host_overlay {
+
+struct ObjectReleaser {
+    void operator()(gpointer object) const { g_object_unref(object); }
+};
+
+/**
+ * The camera's video in one geometry with the overlay in it: an open stream in the eyes of the overlay service, from
+ * construction to destruction. Used by one thread; stop() may come from any other.
+ */
+class AnnotatedVideo {
+  public:
+    AnnotatedVideo(const Geometry& geometry, axoverlay_stream_type type);
+    ~AnnotatedVideo();
+    AnnotatedVideo(const AnnotatedVideo&) = delete;
+    AnnotatedVideo& operator=(const AnnotatedVideo&) = delete;
+
+    /** Starts the camera's stream. Throws std::runtime_error with the video service's reason. */
+    void start();
+    /** Blocks for the next picture. False with `why` set when the camera has been silent too long or was stopped. */
+    bool next(std::string& why);
+    /** Makes a running and every later next() or start() fail soon. */
+    void stop();
+
+    /** Of the last next() that succeeded. */
+    const Nv12Picture& picture() const { return m_picture; }
+    /** False while picture() lacks an overlay that the application's next redraw brings. */
+    bool overlay_settled() const { return m_overlay_settled; }
+
+  private:
+    const Geometry m_geometry;
+    const std::shared_ptr<OverlayTarget> m_target;
+    Nv12Picture m_picture;
+    bool m_overlay_settled = false;
+
+    std::mutex m_lock; // start() against stop()
+    std::unique_ptr<VdoStream, ObjectReleaser> m_stream;
+    bool m_stopped = false;
+};
+
+} // namespace host_overlay

@@ -1,0 +1,145 @@
+#include "platform/axoverlay/broadcast.h"
+
+#include "platform/axoverlay/blocked_signals.h"
+#include "platform/axoverlay/jpeg_encoder.h"
+
+#include <algorithm>
+#include <chrono>
+#include <exception>
+#include <span>
+#include <string>
+#include <utility>
+
+namespace host_overlay {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+/** A single picture waits so long for the overlay of a stream that has just been opened. */
+constexpr std::chrono::seconds kOverlayPatience{1};
+/** Pause after a failure, since a video service that has failed may fail again at once. */
+constexpr std::chrono::milliseconds kFailurePause{50};
+
+std::shared_ptr<EncodedPicture> as_part(std::span<const std::uint8_t> jpeg) {
+    const std::string head =
+        "--picture\r\nContent-Type: image/jpeg\r\nContent-Length: " + std::to_string(jpeg.size()) + "\r\n\r\n";
+    auto encoded = std::make_shared<EncodedPicture>();
+    encoded->part.reserve(head.size() + jpeg.size() + 2);
+    encoded->part.insert(encoded->part.end(), head.begin(), head.end());
+    encoded->part.insert(encoded->part.end(), jpeg.begin(), jpeg.end());
+    encoded->part.insert(encoded->part.end(), {'\r', '\n'});
+    encoded->jpeg_begin = head.size();
+    encoded->jpeg_size = jpeg.size();
+    return encoded;
+}
+
+} // namespace
+
+void Broadcasts::join(const Geometry& geometry, const std::shared_ptr<Viewer>& viewer) {
+    reap();
+    const std::lock_guard lock(m_lock);
+    if (m_stopping) {
+        viewer->end();
+        return;
+    }
+    if (const auto open = m_open.find(geometry); open != m_open.end()) {
+        open->second->viewers.push_back(viewer);
+        return;
+    }
+    auto broadcast = std::make_unique<Broadcast>();
+    broadcast->geometry = geometry;
+    broadcast->video.emplace(geometry, AXOVERLAY_STREAM_JPEG);
+    broadcast->viewers.push_back(viewer);
+    {
+        const BlockedSignals blocked;
+        broadcast->thread = std::thread([this, raw = broadcast.get()] { run(*raw); });
+    }
+    m_open[geometry] = broadcast.get();
+    m_all.push_back(std::move(broadcast));
+}
+
+void Broadcasts::stop() {
+    std::vector<std::unique_ptr<Broadcast>> ending;
+    {
+        const std::lock_guard lock(m_lock);
+        m_stopping = true;
+        for (const auto& [geometry, broadcast] : m_open) {
+            broadcast->video->stop();
+            for (const auto& viewer : broadcast->viewers) {
+                viewer->end();
+            }
+        }
+        ending = std::move(m_all);
+        m_all.clear();
+    }
+    for (const auto& broadcast : ending) {
+        broadcast->thread.join();
+    }
+}
+
+void Broadcasts::run(Broadcast& broadcast) {
+    try {
+        broadcast.video->start();
+        show(broadcast);
+    } catch (const std::exception& failure) {
+        tell_viewers(broadcast, [&](Viewer& viewer) {
+            viewer.fail(failure.what());
+            viewer.end();
+        });
+    }
+    {
+        const std::lock_guard lock(m_lock);
+        m_open.erase(broadcast.geometry);
+        broadcast.viewers.clear();
+    }
+    broadcast.video.reset();
+    const std::lock_guard lock(m_lock);
+    broadcast.finished = true;
+}
+
+void Broadcasts::show(Broadcast& broadcast) {
+    JpegEncoder encoder(m_quality);
+    const Clock::time_point patience_ends = Clock::now() + kOverlayPatience;
+    bool watched = true;
+    while (watched) {
+        std::string why;
+        if (broadcast.video->next(why)) {
+            const auto picture = as_part(encoder.encode(broadcast.video->picture()));
+            picture->complete = broadcast.video->overlay_settled() || Clock::now() >= patience_ends;
+            watched = tell_viewers(broadcast, [&](Viewer& viewer) { viewer.deliver(picture); });
+        } else {
+            watched = tell_viewers(broadcast, [&](Viewer& viewer) { viewer.fail(why); });
+            std::this_thread::sleep_for(kFailurePause);
+        }
+    }
+}
+
+/** False when nobody watches any more; from then on nobody can join either. */
+bool Broadcasts::tell_viewers(Broadcast& broadcast, const std::function<void(Viewer&)>& tell) {
+    const std::lock_guard lock(m_lock);
+    for (const auto& viewer : broadcast.viewers) {
+        tell(*viewer);
+    }
+    std::erase_if(broadcast.viewers, [](const auto& viewer) { return viewer->done(); });
+    if (m_stopping || broadcast.viewers.empty()) {
+        m_open.erase(broadcast.geometry);
+        return false;
+    }
+    return true;
+}
+
+void Broadcasts::reap() {
+    std::vector<std::unique_ptr<Broadcast>> finished;
+    {
+        const std::lock_guard lock(m_lock);
+        const auto ended = std::partition(m_all.begin(), m_all.end(), [](const auto& b) { return !b->finished; });
+        std::move(ended, m_all.end(), std::back_inserter(finished));
+        m_all.erase(ended, m_all.end());
+    }
+    for (const auto& broadcast : finished) {
+        broadcast->thread.join();
+    }
+}
+
+} // namespace host_overlay

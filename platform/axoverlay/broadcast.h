@@ -1,0 +1,56 @@
+#pragma once
+
+#include "platform/axoverlay/annotated_video.h"
+#include "platform/axoverlay/geometry.h"
+#include "platform/axoverlay/viewer.h"
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <thread>
+#include <vector>
+
+namespace host_overlay {
+
+/**
+ * The streams that somebody watches, one for each geometry. Each has a thread that takes the camera's pictures, encodes
+ * each of them once and leaves it with every viewer. It begins with its first viewer and ends itself at the first
+ * picture after the last one has gone.
+ */
+class Broadcasts {
+  public:
+    explicit Broadcasts(int jpeg_quality) : m_quality(jpeg_quality) {}
+    /** Stops. */
+    ~Broadcasts() { stop(); }
+    Broadcasts(const Broadcasts&) = delete;
+    Broadcasts& operator=(const Broadcasts&) = delete;
+
+    /** Any thread. The viewer gets pictures, or a failure, from now on; after stop() it is ended at once. */
+    void join(const Geometry& geometry, const std::shared_ptr<Viewer>& viewer);
+    /** Ends every viewer and every stream, and waits for the threads. */
+    void stop();
+
+  private:
+    struct Broadcast {
+        Geometry geometry;
+        std::optional<AnnotatedVideo> video;          ///< other threads: only while the broadcast is in m_open
+        std::vector<std::shared_ptr<Viewer>> viewers; ///< guarded by m_lock
+        bool finished = false;                        ///< the thread is at its end; guarded by m_lock
+        std::thread thread;
+    };
+
+    void run(Broadcast& broadcast);
+    void show(Broadcast& broadcast);
+    bool tell_viewers(Broadcast& broadcast, const std::function<void(Viewer&)>& tell);
+    void reap();
+
+    const int m_quality;
+    std::mutex m_lock; // guards the rest; taken before a viewer's lock
+    std::map<Geometry, Broadcast*> m_open;
+    std::vector<std::unique_ptr<Broadcast>> m_all;
+    bool m_stopping = false;
+};
+
+} // namespace host_overlay

@@ -1,0 +1,148 @@
+#include "platform/axoverlay/mp4_file.h"
+
+#include "platform/axoverlay/blocked_signals.h"
+
+#include <cmath>
+#include <cstdint>
+#include <stdexcept>
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+#include <libavutil/imgutils.h>
+#include <libavutil/opt.h>
+}
+
+namespace host_overlay {
+
+namespace {
+
+constexpr AVRational kTimeBase{1, 90000};
+/** Pictures between two that a player can jump to; a few seconds at any rate that a camera has. */
+constexpr int kKeyInterval = 50;
+
+int check(int result, const std::string& what) {
+    if (result < 0) {
+        char text[AV_ERROR_MAX_STRING_SIZE] = {};
+        av_strerror(result, text, sizeof text);
+        throw std::runtime_error(what + ": " + text);
+    }
+    return result;
+}
+
+template <typename Pointer>
+Pointer* check(Pointer* pointer, const std::string& what) {
+    if (pointer == nullptr) {
+        throw std::runtime_error(what);
+    }
+    return pointer;
+}
+
+const AVCodec* find_encoder() {
+    const AVCodec* encoder = avcodec_find_encoder_by_name("libx264");
+    return check(encoder, "this FFmpeg has no H.264 encoder (libx264)");
+}
+
+} // namespace
+
+void Mp4File::Releaser::operator()(AVCodecContext* encoder) const {
+    avcodec_free_context(&encoder);
+}
+void Mp4File::Releaser::operator()(AVFrame* frame) const {
+    av_frame_free(&frame);
+}
+void Mp4File::Releaser::operator()(AVPacket* packet) const {
+    av_packet_free(&packet);
+}
+void Mp4File::Releaser::operator()(AVFormatContext* file) const {
+    avio_closep(&file->pb);
+    avformat_free_context(file);
+}
+
+Mp4File::Mp4File(const std::string& path, int width, int height)
+    : m_frame(check(av_frame_alloc(), "out of memory")), m_packet(check(av_packet_alloc(), "out of memory")) {
+    AVFormatContext* file = nullptr;
+    check(avformat_alloc_output_context2(&file, nullptr, "mp4", path.c_str()), "cannot write MP4");
+    m_file.reset(file);
+    open_encoder(width, height);
+    open_file(path);
+    m_frame->format = AV_PIX_FMT_NV12;
+    m_frame->width = width;
+    m_frame->height = height;
+}
+
+Mp4File::~Mp4File() = default;
+
+void Mp4File::open_encoder(int width, int height) {
+    const AVCodec* codec = find_encoder();
+    m_encoder.reset(check(avcodec_alloc_context3(codec), "out of memory"));
+    m_encoder->width = width;
+    m_encoder->height = height;
+    m_encoder->pix_fmt = AV_PIX_FMT_NV12;
+    m_encoder->time_base = kTimeBase;
+    m_encoder->gop_size = kKeyInterval;
+    m_encoder->max_b_frames = 0;
+    m_encoder->color_range = AVCOL_RANGE_MPEG;
+    m_encoder->colorspace = AVCOL_SPC_SMPTE170M;
+    m_encoder->color_primaries = AVCOL_PRI_SMPTE170M;
+    m_encoder->color_trc = AVCOL_TRC_SMPTE170M;
+    // One thread: the recorder shares the machine with the inference, and its bytes must not depend on the core count.
+    m_encoder->thread_count = 1;
+    m_encoder->log_level_offset = AV_LOG_INFO - AV_LOG_ERROR; // its statistics are nobody's business, its errors are
+    m_encoder->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
+    check(av_opt_set(m_encoder->priv_data, "preset", "veryfast", 0), "the H.264 encoder refuses its preset");
+    check(av_opt_set(m_encoder->priv_data, "crf", "21", 0), "the H.264 encoder refuses its quality");
+    const BlockedSignals blocked;
+    check(avcodec_open2(m_encoder.get(), codec, nullptr), "the H.264 encoder does not start");
+}
+
+void Mp4File::open_file(const std::string& path) {
+    AVStream* stream = check(avformat_new_stream(m_file.get(), nullptr), "out of memory");
+    stream->time_base = kTimeBase;
+    check(avcodec_parameters_from_context(stream->codecpar, m_encoder.get()), "cannot write MP4");
+    // No date and no version string in the file, so that equal videos are equal files.
+    m_file->flags |= AVFMT_FLAG_BITEXACT;
+    check(avio_open(&m_file->pb, path.c_str(), AVIO_FLAG_WRITE), "cannot write " + path);
+    check(avformat_write_header(m_file.get(), nullptr), "cannot write " + path);
+}
+
+void Mp4File::add(const Nv12Picture& picture, double seconds) {
+    if (m_last < 0) {
+        m_begin = seconds;
+    }
+    const long long time = std::llround((seconds - m_begin) * kTimeBase.den);
+    if (time <= m_last) {
+        return;
+    }
+    // The encoder only reads, and has taken what it wants when it returns.
+    auto* bytes = const_cast<std::uint8_t*>(picture.luma());
+    check(av_image_fill_arrays(m_frame->data, m_frame->linesize, bytes, AV_PIX_FMT_NV12, picture.width, picture.height,
+                               1),
+          "cannot encode the picture");
+    m_frame->pts = time;
+    m_gap = m_last < 0 ? m_gap : time - m_last;
+    encode(m_frame.get());
+    m_last = time;
+}
+
+void Mp4File::encode(AVFrame* frame) {
+    check(avcodec_send_frame(m_encoder.get(), frame), "cannot encode the picture");
+    int result = 0;
+    while ((result = avcodec_receive_packet(m_encoder.get(), m_packet.get())) == 0) {
+        m_packet->stream_index = 0;
+        m_packet->duration = m_gap; // counts for the last picture only, which would not be shown without
+        av_packet_rescale_ts(m_packet.get(), kTimeBase, m_file->streams[0]->time_base);
+        check(av_interleaved_write_frame(m_file.get(), m_packet.get()), "cannot write the video");
+    }
+    if (result != AVERROR(EAGAIN) && result != AVERROR_EOF) {
+        check(result, "cannot encode the picture");
+    }
+}
+
+void Mp4File::finish() {
+    encode(nullptr);
+    check(av_write_trailer(m_file.get()), "cannot write the video's index");
+    check(avio_closep(&m_file->pb), "cannot write the video");
+}
+
+} // namespace host_overlay

@@ -1,0 +1,46 @@
+#include "platform/axoverlay/resolutions.h"
+
+#include <vdo-channel.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <stdexcept>
+
+namespace host_overlay {
+
+namespace {
+
+std::string reason(const GError* error) {
+    return error != nullptr ? error->message : "no reason given";
+}
+
+} // namespace
+
+std::vector<VdoResolution> channel_resolutions() {
+    g_autoptr(GError) error = nullptr;
+    g_autoptr(GObject) channel = reinterpret_cast<GObject*>(vdo_channel_get(kCamera, &error));
+    if (channel == nullptr) {
+        throw std::runtime_error("the camera's video channel is not available: " + reason(error));
+    }
+    g_autofree VdoResolutionSet* set =
+        vdo_channel_get_resolutions(reinterpret_cast<VdoChannel*>(channel), nullptr, &error);
+    if (set == nullptr || set->count == 0) {
+        throw std::runtime_error("the camera's video channel lists no resolutions: " + reason(error));
+    }
+    return {set->resolutions, set->resolutions + set->count};
+}
+
+VdoResolution largest(const std::vector<VdoResolution>& resolutions) {
+    const auto pixels = [](const VdoResolution& r) { return std::uint64_t{r.width} * r.height; };
+    return *std::ranges::max_element(resolutions, {}, pixels);
+}
+
+std::string list_text(const std::vector<VdoResolution>& resolutions) {
+    std::string text;
+    for (const VdoResolution& resolution : resolutions) {
+        text += (text.empty() ? "" : ", ") + std::to_string(resolution.width) + "x" + std::to_string(resolution.height);
+    }
+    return text;
+}
+
+} // namespace host_overlay

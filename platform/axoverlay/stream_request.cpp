@@ -1,0 +1,93 @@
+#include "platform/axoverlay/stream_request.h"
+
+#include "platform/axoverlay/resolutions.h"
+#include "platform/axoverlay/settings.h"
+
+#include <algorithm>
+#include <string_view>
+
+namespace host_overlay {
+
+namespace {
+
+constexpr std::string_view kFolder = "/stream/";
+constexpr std::string_view kMotion = ".mjpg";
+constexpr std::string_view kPicture = ".jpg";
+
+StreamRequest refused(unsigned status, std::string sentence) {
+    return {status, std::move(sentence), {}, false};
+}
+
+bool read_size(std::string_view text, Geometry& geometry) {
+    const std::size_t cross = text.find('x');
+    if (cross == std::string_view::npos) {
+        return false;
+    }
+    const auto width = parse_number(std::string(text.substr(0, cross)));
+    const auto height = parse_number(std::string(text.substr(cross + 1)));
+    geometry.width = width.value_or(0);
+    geometry.height = height.value_or(0);
+    return width.has_value() && height.has_value();
+}
+
+bool read_rotation(const std::string& text, int& rotation) {
+    const auto degrees = parse_number(text);
+    rotation = degrees.value_or(-1);
+    return rotation == 0 || rotation == 90 || rotation == 180 || rotation == 270;
+}
+
+bool read_switch(const std::string& text, bool& on) {
+    on = text == "1";
+    return on || text == "0";
+}
+
+/** The sentence to refuse with, or nothing. */
+std::string read_query(const QueryArguments& query, Geometry& geometry) {
+    for (const auto& [key, value] : query) {
+        if (key == "rotation") {
+            if (!read_rotation(value, geometry.rotation)) {
+                return "The rotation must be 0, 90, 180 or 270.";
+            }
+        } else if (key == "mirror") {
+            if (!read_switch(value, geometry.mirrored)) {
+                return "The value of mirror must be 0 or 1.";
+            }
+        } else {
+            return "The query may hold rotation (0, 90, 180, 270) and mirror (0, 1) only.";
+        }
+    }
+    return "";
+}
+
+} // namespace
+
+StreamRequest parse_stream_request(const std::string& path, const QueryArguments& query,
+                                   const std::vector<VdoResolution>& offered) {
+    StreamRequest request;
+    std::string_view name = path;
+    const std::string_view suffix = name.ends_with(kMotion) ? kMotion : kPicture;
+    if (!name.starts_with(kFolder) || !name.ends_with(suffix)) {
+        return refused(404, "There is nothing here; the camera's video is at /stream/WIDTHxHEIGHT.mjpg and "
+                            "/stream/WIDTHxHEIGHT.jpg, in these sizes: " +
+                                list_text(offered) + ".");
+    }
+    name.remove_prefix(kFolder.size());
+    name.remove_suffix(suffix.size());
+    request.motion = suffix == kMotion;
+    if (!read_size(name, request.geometry)) {
+        return refused(400, "The size must be two numbers joined by an x, like 1280x720.");
+    }
+    const bool known = std::ranges::any_of(offered, [&](const VdoResolution& r) {
+        return static_cast<int>(r.width) == request.geometry.width &&
+               static_cast<int>(r.height) == request.geometry.height;
+    });
+    if (!known) {
+        return refused(404, "The camera has no video of that size; it offers " + list_text(offered) + ".");
+    }
+    if (std::string why = read_query(query, request.geometry); !why.empty()) {
+        return refused(400, std::move(why));
+    }
+    return request;
+}
+
+} // namespace host_overlay

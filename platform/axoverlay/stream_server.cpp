@@ -1,0 +1,142 @@
+#include "platform/axoverlay/stream_server.h"
+
+#include "platform/axoverlay/blocked_signals.h"
+#include "platform/axoverlay/http_response.h"
+#include "platform/axoverlay/resolutions.h"
+#include "platform/axoverlay/stream_request.h"
+
+#include <cerrno>
+#include <cstring>
+#include <stdexcept>
+#include <utility>
+
+namespace host_overlay {
+
+namespace {
+
+constexpr unsigned kConnections = 64;
+/** A viewer that takes no byte for so long is given up. */
+constexpr unsigned kStalledSeconds = 30;
+
+/** What a connection holds between the calls of answer(): nothing at first, then that its head was read, then more. */
+struct Request {
+    std::shared_ptr<Viewer> viewer;
+};
+
+MHD_Result queue(MHD_Connection* connection, unsigned status, MHD_Response* response) {
+    if (response == nullptr) {
+        return MHD_NO;
+    }
+    const MHD_Result result = MHD_queue_response(connection, status, response);
+    MHD_destroy_response(response);
+    return result;
+}
+
+MHD_Result collect(void* arguments, MHD_ValueKind, const char* key, const char* value) {
+    static_cast<QueryArguments*>(arguments)->emplace_back(key, value != nullptr ? value : "");
+    return MHD_YES;
+}
+
+MHD_Result refuse_method(MHD_Connection* connection) {
+    MHD_Response* response = text_response("The camera's video is read with GET.");
+    if (response != nullptr) {
+        MHD_add_response_header(response, MHD_HTTP_HEADER_ALLOW, "GET, HEAD");
+    }
+    return queue(connection, MHD_HTTP_METHOD_NOT_ALLOWED, response);
+}
+
+/** The headers that a GET would have, without opening a stream for them. */
+MHD_Result answer_head(MHD_Connection* connection, bool motion) {
+    const auto nothing = [](void*, uint64_t, char*, std::size_t) -> ssize_t {
+        return MHD_CONTENT_READER_END_OF_STREAM;
+    };
+    MHD_Response* response = MHD_create_response_from_callback(MHD_SIZE_UNKNOWN, 1, nothing, nullptr, nullptr);
+    if (response != nullptr) {
+        MHD_set_response_options(response, MHD_RF_HTTP_1_0_COMPATIBLE_STRICT, MHD_RO_END);
+    }
+    return queue(connection, MHD_HTTP_OK, typed_response(response, motion ? kMultipartType : kJpegType));
+}
+
+} // namespace
+
+StreamServer::StreamServer(const ListenAddress& listen, int jpeg_quality) : m_broadcasts(jpeg_quality) {
+    const unsigned family = listen.address.ss_family == AF_INET6 ? MHD_USE_IPv6 : MHD_NO_FLAG;
+    const BlockedSignals blocked;
+    errno = 0;
+    m_daemon.reset(MHD_start_daemon(MHD_USE_EPOLL_INTERNAL_THREAD | MHD_ALLOW_SUSPEND_RESUME | family, 0, nullptr,
+                                    nullptr, answer, this, MHD_OPTION_SOCK_ADDR,
+                                    reinterpret_cast<const sockaddr*>(&listen.address), MHD_OPTION_NOTIFY_COMPLETED,
+                                    completed, this, MHD_OPTION_CONNECTION_LIMIT, kConnections,
+                                    MHD_OPTION_CONNECTION_TIMEOUT, kStalledSeconds, MHD_OPTION_END));
+    if (m_daemon == nullptr) {
+        throw std::runtime_error("cannot listen on " + listen.text + ": " + std::strerror(errno));
+    }
+    const MHD_DaemonInfo* info = MHD_get_daemon_info(m_daemon.get(), MHD_DAEMON_INFO_BIND_PORT);
+    m_address = listen.host + ":" + std::to_string(info->port);
+}
+
+StreamServer::~StreamServer() {
+    // No connection may be suspended when the daemon stops, and none becomes so again: the viewers are ended first.
+    m_broadcasts.stop();
+    m_daemon.reset();
+}
+
+MHD_Result StreamServer::answer(void* server, MHD_Connection* connection, const char* path, const char* method,
+                                const char*, const char*, std::size_t* upload_size, void** request) {
+    if (*request == nullptr) {
+        *request = new Request;
+        return MHD_YES;
+    }
+    if (*upload_size != 0) {
+        *upload_size = 0;
+        return MHD_YES;
+    }
+    auto* current = static_cast<Request*>(*request);
+    if (current->viewer == nullptr) {
+        return static_cast<StreamServer*>(server)->begin(connection, path, method, request);
+    }
+    unsigned status = 0;
+    MHD_Response* response = current->viewer->response(status);
+    return queue(connection, status, response);
+}
+
+MHD_Result StreamServer::begin(MHD_Connection* connection, const std::string& path, const std::string& method,
+                               void** request) {
+    if (method != MHD_HTTP_METHOD_GET && method != MHD_HTTP_METHOD_HEAD) {
+        return refuse_method(connection);
+    }
+    std::shared_ptr<Viewer>& viewer = static_cast<Request*>(*request)->viewer;
+    QueryArguments query;
+    MHD_get_connection_values(connection, MHD_GET_ARGUMENT_KIND, collect, &query);
+    try {
+        const StreamRequest wanted = parse_stream_request(path, query, channel_resolutions());
+        if (wanted.status != MHD_HTTP_OK) {
+            return queue(connection, wanted.status, text_response(wanted.sentence));
+        }
+        if (method == MHD_HTTP_METHOD_HEAD) {
+            return answer_head(connection, wanted.motion);
+        }
+        const auto wish = wanted.motion ? Viewer::Wish::all_pictures : Viewer::Wish::one_picture;
+        viewer = std::make_shared<Viewer>(connection, wish);
+        m_broadcasts.join(wanted.geometry, viewer);
+    } catch (const std::exception& failure) {
+        viewer.reset();
+        return queue(connection, MHD_HTTP_SERVICE_UNAVAILABLE, text_response(failure.what()));
+    }
+    if (viewer->suspend_until_ready()) {
+        return MHD_YES;
+    }
+    unsigned status = 0;
+    MHD_Response* response = viewer->response(status);
+    return queue(connection, status, response);
+}
+
+void StreamServer::completed(void*, MHD_Connection*, void** request, MHD_RequestTerminationCode) {
+    const std::unique_ptr<Request> ended(static_cast<Request*>(*request));
+    *request = nullptr;
+    if (ended != nullptr && ended->viewer != nullptr) {
+        ended->viewer->leave();
+    }
+}
+
+} // namespace host_overlay

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "platform/axoverlay/broadcast.h"
+#include "platform/axoverlay/settings.h"
+
+#include <microhttpd.h>
+
+#include <memory>
+#include <string>
+
+namespace host_overlay {
+
+/**
+ * Serves the camera's streams over HTTP, from construction to destruction. One thread (libmicrohttpd's) moves all bytes
+ * without ever blocking on a socket; the streams' own threads make the pictures.
+ */
+class StreamServer {
+  public:
+    /** Throws std::runtime_error when it cannot listen there. */
+    StreamServer(const ListenAddress& listen, int jpeg_quality);
+    ~StreamServer();
+    StreamServer(const StreamServer&) = delete;
+    StreamServer& operator=(const StreamServer&) = delete;
+
+    /** "127.0.0.1:8080", with the port in use where a free one was asked for. */
+    const std::string& address() const { return m_address; }
+
+  private:
+    struct DaemonStopper {
+        void operator()(MHD_Daemon* daemon) const { MHD_stop_daemon(daemon); }
+    };
+
+    static MHD_Result answer(void* server, MHD_Connection* connection, const char* path, const char* method,
+                             const char* version, const char* upload, std::size_t* upload_size, void** request);
+    static void completed(void* server, MHD_Connection* connection, void** request, MHD_RequestTerminationCode code);
+    MHD_Result begin(MHD_Connection* connection, const std::string& path, const std::string& method, void** request);
+
+    Broadcasts m_broadcasts;
+    std::unique_ptr<MHD_Daemon, DaemonStopper> m_daemon;
+    std::string m_address;
+};
+
+} // namespace host_overlay

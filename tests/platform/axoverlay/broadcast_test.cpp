@@ -1,0 +1,160 @@
+#include "platform/axoverlay/broadcast.h"
+#include "tests/platform/axoverlay/fake_vdo.h"
+#include "tests/platform/axoverlay/http_client.h"
+#include "tests/platform/axoverlay/test_video.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <list>
+#include <thread>
+
+namespace {
+
+using http_client::Motion;
+using test_video::becomes_true;
+
+class BroadcastTest : public test_video::OverlayApplication {};
+
+constexpr int kMark = 16;
+
+/** Noise, which makes large files, with the picture's number in two squares at the top left, 64 shades each. */
+void paint_numbered_noise(std::uint8_t* nv12, int width, int height, unsigned number) {
+    unsigned state = number;
+    for (int i = 0; i < width * height; ++i) {
+        state = state * 1664525 + 1013904223;
+        nv12[i] = static_cast<std::uint8_t>(64 + (state >> 25));
+    }
+    std::fill_n(nv12 + width * height, width * height / 2, std::uint8_t{128});
+    for (int y = 0; y < kMark; ++y) {
+        std::fill_n(nv12 + y * width, kMark, static_cast<std::uint8_t>(16 + number % 64 * 3));
+        std::fill_n(nv12 + y * width + kMark, kMark, static_cast<std::uint8_t>(16 + number / 64 * 3));
+    }
+}
+
+int number_of(const std::vector<std::uint8_t>& jpeg) {
+    const auto image = test_video::decode(jpeg);
+    const auto digit = [&](int x) { return (image.at(x, kMark / 2).g * 219 / 255 + 1) / 3; };
+    return digit(kMark / 2) + 64 * digit(kMark + kMark / 2);
+}
+
+TEST_F(BroadcastTest, twenty_viewers_share_one_stream_and_a_stalled_one_delays_nobody) {
+    fake_vdo::behave({.period = std::chrono::milliseconds(20), .paint = paint_numbered_noise});
+    start();
+    Motion stalled(address(), "/stream/640x360.mjpg", 4096);
+    stalled.head();
+    std::vector<std::vector<std::vector<std::uint8_t>>> seen(19);
+    {
+        std::list<std::jthread> viewers;
+        for (auto& pictures : seen) {
+            viewers.emplace_back([&pictures, this] {
+                Motion motion(address(), "/stream/640x360.mjpg");
+                EXPECT_EQ(motion.head().status, 200);
+                while (pictures.size() < 60) {
+                    pictures.push_back(motion.next_picture());
+                    ASSERT_FALSE(pictures.back().empty());
+                }
+            });
+        }
+    }
+    EXPECT_EQ(fake_vdo::streams_started(), 1);
+    // A picture that two viewers have is the same file: it was encoded once.
+    int shared = 0;
+    for (const auto& picture : seen[0]) {
+        for (std::size_t other = 1; other < seen.size(); ++other) {
+            shared += static_cast<int>(std::ranges::count(seen[other], picture));
+        }
+    }
+    EXPECT_GT(shared, 0);
+
+    // The stalled viewer finds what was under way, then the newest: it has lost pictures, not the present.
+    const int newest = number_of(seen[0].back());
+    std::vector<int> numbers;
+    while (numbers.empty() || numbers.back() < newest) {
+        const auto picture = stalled.next_picture();
+        ASSERT_FALSE(picture.empty());
+        numbers.push_back(number_of(picture));
+    }
+    EXPECT_TRUE(std::ranges::is_sorted(numbers));
+    EXPECT_LT(static_cast<int>(numbers.size()), newest - numbers.front() + 1);
+}
+
+TEST_F(BroadcastTest, a_stream_opens_with_its_first_viewer_and_closes_after_its_last) {
+    start();
+    EXPECT_EQ(fake_vdo::open_streams(), 0);
+    {
+        Motion first(address(), "/stream/320x240.mjpg");
+        EXPECT_FALSE((first.head(), first.next_picture()).empty());
+        Motion other_size(address(), "/stream/640x360.mjpg");
+        EXPECT_FALSE((other_size.head(), other_size.next_picture()).empty());
+        Motion turned(address(), "/stream/640x360.mjpg?rotation=180");
+        EXPECT_FALSE((turned.head(), turned.next_picture()).empty());
+        EXPECT_EQ(fake_vdo::open_streams(), 3);
+    }
+    EXPECT_TRUE(becomes_true([] { return fake_vdo::open_streams() == 0; }));
+    const unsigned handed_out = fake_vdo::pictures_handed_out();
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    EXPECT_EQ(fake_vdo::pictures_handed_out(), handed_out);
+
+    Motion again(address(), "/stream/320x240.mjpg");
+    EXPECT_FALSE((again.head(), again.next_picture()).empty());
+    EXPECT_EQ(fake_vdo::open_streams(), 1);
+}
+
+TEST_F(BroadcastTest, a_viewer_outlives_a_silence_of_the_camera) {
+    start();
+    Motion motion(address(), "/stream/320x240.mjpg");
+    EXPECT_FALSE((motion.head(), motion.next_picture()).empty());
+    fake_vdo::behave({.dead = true});
+    std::this_thread::sleep_for(std::chrono::milliseconds(150));
+    fake_vdo::behave({});
+    for (int i = 0; i < 10; ++i) {
+        EXPECT_FALSE(motion.next_picture().empty());
+    }
+}
+
+TEST_F(BroadcastTest, cleanup_ends_connected_stalled_and_waiting_viewers_at_once) {
+    fake_vdo::behave({.paint = paint_numbered_noise});
+    start();
+    std::list<Motion> playing;
+    for (int i = 0; i < 10; ++i) {
+        playing.emplace_back(address(), i % 2 == 0 ? "/stream/640x360.mjpg" : "/stream/320x240.mjpg", i == 0 ? 4096 : 0)
+            .head();
+    }
+    fake_vdo::behave({.silent = true});
+    Motion waiting(address(), "/stream/1280x720.mjpg");
+    ASSERT_TRUE(becomes_true([] { return fake_vdo::open_streams() == 3; }));
+    axoverlay_cleanup();
+    EXPECT_EQ(fake_vdo::open_streams(), 0);
+    for (Motion& motion : playing) {
+        motion.drain();
+    }
+}
+
+TEST_F(BroadcastTest, viewers_that_come_and_go_while_it_draws_and_ends_leave_nothing_behind) {
+    for (int round = 0; round < 5; ++round) {
+        fake_vdo::behave({.period = std::chrono::milliseconds(2)});
+        start();
+        std::atomic<bool> ending = false;
+        std::list<std::jthread> viewers;
+        for (int i = 0; i < 6; ++i) {
+            viewers.emplace_back([&, i] {
+                for (int visit = 0; visit < 8 && !ending; ++visit) {
+                    Motion motion(address(), i % 2 == 0 ? "/stream/320x240.mjpg" : "/stream/320x240.mjpg?mirror=1");
+                    motion.head();
+                    motion.next_picture();
+                }
+            });
+        }
+        for (int i = 0; i < 20; ++i) {
+            redraw([](cairo_t* context, const axoverlay_stream_data&, int, int) { cairo_paint(context); });
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+        ending = true;
+        viewers.clear();
+        axoverlay_cleanup();
+    }
+}
+
+} // namespace

@@ -27,8 +27,9 @@ std::shared_ptr<Interpreter> Interpreter::load(std::shared_ptr<const TfliteLibra
         return nullptr;
     }
     std::shared_ptr<Interpreter> made(new Interpreter(std::move(library), std::move(model)));
-    if (!made->build(true) && !made->build(false)) {
-        why = "The model cannot be used: " + (made->m_complaint.empty() ? "the engine refuses it" : made->m_complaint);
+    if (!made->build(true) && (made->m_complaint == impossible_convolution || !made->build(false))) {
+        why = "The model cannot be used: " +
+              (made->m_complaint.empty() ? "the engine gives no reason." : made->m_complaint);
         return nullptr;
     }
     return made;
@@ -39,6 +40,8 @@ Interpreter::Interpreter(std::shared_ptr<const TfliteLibrary> library, std::vect
     const std::size_t size = m_bytes.size();
     m_bytes.resize(size + room_behind);
     m_model = m_library->model_create(m_bytes.data(), size);
+    if (m_model == nullptr)
+        m_complaint = "the engine finds that its file is broken.";
 }
 
 Interpreter::~Interpreter() {
@@ -49,9 +52,9 @@ Interpreter::~Interpreter() {
 
 bool Interpreter::build(bool fast) {
     destroy();
-    m_complaint.clear();
     if (m_model == nullptr)
         return false;
+    m_complaint.clear();
     m_options = m_library->options_create();
     m_library->options_set_threads(m_options, thread_count());
     m_library->options_set_error_reporter(m_options, report, this);
@@ -102,7 +105,7 @@ bool Interpreter::run(std::string& why) {
     m_complaint.clear();
     if (m_library->invoke(m_interpreter) == Status::ok)
         return true;
-    why = "The model cannot be run: " + (m_complaint.empty() ? "the engine gives no reason" : m_complaint);
+    why = "The model cannot be run: " + (m_complaint.empty() ? "the engine gives no reason." : m_complaint);
     return false;
 }
 

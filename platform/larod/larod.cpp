@@ -1,7 +1,7 @@
 #include "larod.h"
 
 #include "platform/larod/descriptor_io.h"
-#include "platform/larod/engine_path.h"
+#include "platform/larod/engine_location.h"
 #include "platform/larod/interpreter.h"
 #include "platform/larod/larod_error.h"
 
@@ -158,7 +158,7 @@ bool larodConnect(larodConnection** conn, larodError** error) {
         if (conn == nullptr)
             return fail(error, Code::argument, "There is no place for the connection.");
         std::string why;
-        auto engine = TfliteLibrary::open(korvex::larod::engine_path(), why);
+        auto engine = TfliteLibrary::open(korvex::larod::engine_location(), why);
         if (engine == nullptr)
             return fail(error, Code::engine, why);
         auto connection = std::make_unique<larodConnection>();

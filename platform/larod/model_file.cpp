@@ -4,7 +4,6 @@
 
 #include <array>
 #include <cstring>
-#include <limits>
 #include <vector>
 
 namespace korvex::larod {
@@ -36,9 +35,13 @@ constexpr unsigned code_index = 0, inputs = 1, outputs = 2, options_type = 3, op
 
 constexpr std::int32_t supported_version = 3;
 constexpr std::uint8_t string_type = 5;
+/** In the old field: the code stands in the new one. */
+constexpr std::int32_t byte_codes = 127;
 /** Bytes of an element by type number; 0 where it varies. Later engines know more types. */
 constexpr std::array<std::size_t, 11> element_sizes{4, 2, 4, 1, 8, 0, 1, 2, 8, 1, 8};
-constexpr std::uint64_t most_elements = std::numeric_limits<std::int32_t>::max();
+/** Far above any detector's needs; a broken shape must not take the machine's memory. */
+constexpr std::uint64_t most_elements = std::uint64_t{1} << 26;
+constexpr std::uint64_t most_bytes = std::uint64_t{1} << 31;
 
 /** The fields of an options' table that an operator divides by or that are sizes of its window. */
 struct WindowOptions {
@@ -53,6 +56,29 @@ constexpr std::array<WindowOptions, 5> window_options{{
     {19, {0, 0, 0, 0}, {0, 0, 0, 0}}, // SpaceToDepth: block
     {94, {0, 0, 0, 0}, {0, 0, 0, 0}}, // DepthToSpace: block
 }};
+/** Inputs that an operator reads without asking how many there are, by built-in code; later codes count as 1. */
+constexpr std::array<std::uint8_t, 127> least_inputs{
+    2, 1, 1, 2, 2, 1, 1, 2, 1, 2, 3, 1, 1, 1, 1, 2, 5, 1, 2, 1, 1, 1, 1, 2, 5, 1, 1, 5, 1, 1, 1, 1,
+    1, 5, 2, 5, 2, 3, 3, 2, 2, 2, 2, 1, 5, 4, 5, 1, 2, 2, 1, 1, 5, 1, 2, 2, 2, 2, 2, 1, 3, 2, 2, 2,
+    3, 3, 1, 3, 4, 2, 2, 2, 2, 1, 2, 1, 1, 1, 2, 2, 1, 2, 2, 1, 2, 4, 2, 1, 1, 2, 2, 2, 1, 1, 2, 2,
+    3, 2, 1, 2, 2, 1, 3, 1, 1, 2, 1, 2, 1, 1, 1, 1, 2, 1, 1, 2, 1, 1, 1, 1, 5, 6, 3, 3, 1, 2, 2,
+};
+
+/** Likewise for the outputs. */
+std::uint32_t least_outputs(std::int32_t code) {
+    switch (code) {
+    case 10:  // HASHTABLE_LOOKUP
+    case 48:  // TOPK_V2
+    case 103: // UNIQUE
+    case 120: // NON_MAX_SUPPRESSION_V4
+        return 2;
+    case 121: // NON_MAX_SUPPRESSION_V5
+        return 3;
+    default:
+        return 1;
+    }
+}
+
 constexpr std::int32_t most_window = 4096;
 constexpr std::uint8_t reshape_options = 17;
 constexpr std::uint8_t squeeze_options = 30;
@@ -97,13 +123,16 @@ class Walk {
     }
 
     void walk_codes(const FlatVector& codes) {
-        m_codes = codes.length;
         for (std::uint32_t i = 0; i < codes.length && !m_reader.failed(); ++i) {
             const FlatTable code = m_reader.table_at(codes, i);
-            code.u8(code_field::old_code, 0);
             code.vector(code_field::custom_code, 1);
             code.i32(code_field::op_version, 1);
-            code.i32(code_field::code, 0);
+            // Older engines read the one-byte field alone, later ones the larger of the two.
+            const std::int32_t old_code = code.u8(code_field::old_code, 0);
+            const std::int32_t new_code = code.i32(code_field::code, 0);
+            if (new_code != 0 && new_code != old_code && old_code != byte_codes)
+                m_reader.fail("an operator's two codes contradict each other");
+            m_codes.push_back(new_code != 0 ? new_code : old_code);
         }
     }
 
@@ -145,6 +174,9 @@ class Walk {
         const bool stored = m_buffer_sizes[buffer] != 0;
         if (stored && type != string_type && elements * element_sizes[type] != m_buffer_sizes[buffer])
             m_reader.fail("a stored tensor has more or fewer values than its shape says");
+        m_bytes += elements * element_sizes[type];
+        if (m_bytes > most_bytes)
+            m_reader.fail("its tensors take more than 2 GiB");
         m_ready.push_back(stored || tensor.u8(tensor_field::variable, 0) != 0);
     }
 
@@ -163,14 +195,27 @@ class Walk {
     }
 
     void walk_operator(const FlatTable& op) {
-        if (static_cast<std::uint32_t>(op.i32(operator_field::code_index, 0)) >= m_codes)
+        const auto code_index = static_cast<std::uint32_t>(op.i32(operator_field::code_index, 0));
+        if (code_index >= m_codes.size()) {
             m_reader.fail("an operator's code does not exist");
+            return;
+        }
         walk_options(op);
         op.vector(operator_field::custom_options, 1);
         op.vector(operator_field::mutated_inputs, 1);
-        need_ready(op.vector(operator_field::inputs, 4), true);
-        mark_ready(op.vector(operator_field::intermediates, 4));
+        const FlatVector inputs = op.vector(operator_field::inputs, 4);
         const FlatVector outputs = op.vector(operator_field::outputs, 4);
+        const std::int32_t code = m_codes[code_index];
+        const bool known = code >= 0 && static_cast<std::size_t>(code) < least_inputs.size();
+        const std::uint32_t needed = known ? least_inputs[static_cast<std::size_t>(code)] : 1U;
+        if (inputs.length < needed || outputs.length < least_outputs(code))
+            m_reader.fail("an operator lacks inputs or outputs");
+        for (std::uint32_t i = 0; i < needed && !m_reader.failed(); ++i) {
+            if (m_reader.i32_at(inputs, i) < 0)
+                m_reader.fail("an operator lacks an input that it needs");
+        }
+        need_ready(inputs, true);
+        mark_ready(op.vector(operator_field::intermediates, 4));
         for (std::uint32_t i = 0; i < outputs.length && !m_reader.failed(); ++i) {
             const auto index = static_cast<std::uint32_t>(m_reader.i32_at(outputs, i));
             if (index < m_ready.size() && m_ready[index])
@@ -219,7 +264,9 @@ class Walk {
     }
 
     FlatReader m_reader;
-    std::uint32_t m_codes = 0;
+    /** Built-in codes by their index in the file. */
+    std::vector<std::int32_t> m_codes;
+    std::uint64_t m_bytes = 0;
     std::vector<std::uint32_t> m_buffer_sizes;
     /** By tensor: whether it holds values at this point of the walk. */
     std::vector<bool> m_ready;

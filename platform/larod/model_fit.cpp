@@ -1,7 +1,7 @@
 #include "platform/larod/model_fit.h"
 
 #include "platform/larod/descriptor_io.h"
-#include "platform/larod/engine_path.h"
+#include "platform/larod/engine_location.h"
 #include "platform/larod/interpreter.h"
 
 #include <fcntl.h>
@@ -59,7 +59,7 @@ std::string why_model_does_not_fit(const std::string& path, int width, int heigh
     std::vector<std::byte> bytes;
     if (!read_file(path, bytes, why))
         return why;
-    const auto library = tflite::TfliteLibrary::open(engine_path(), why);
+    const auto library = tflite::TfliteLibrary::open(engine_location(), why);
     if (library == nullptr)
         return why;
     const auto model = Interpreter::load(library, std::move(bytes), why);

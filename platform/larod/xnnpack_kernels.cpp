@@ -160,11 +160,11 @@ Status prepare_convolution(Context* context, Node* node, bool depthwise) {
         std::min({c.stride_height, c.stride_width, c.dilation_height, c.dilation_width}) < 1 ||
         (depthwise ? (k[0] != 1 || k[3] % in[3] != 0) : k[3] != in[3]) ||
         (bias != nullptr && values(bias->dims)[0] != channels_out))
-        return refuse(context, "The convolution's shapes or options do not fit each other.");
+        return refuse(context, impossible_convolution);
     const std::array<int, 4> sizes{in[0], output_size(c.padding, in[1], k[1], c.stride_height, c.dilation_height),
                                    output_size(c.padding, in[2], k[2], c.stride_width, c.dilation_width), channels_out};
     if (sizes[1] < 1 || sizes[2] < 1)
-        return refuse(context, "The convolution's kernel is larger than its input.");
+        return refuse(context, impossible_convolution);
 
     std::uint32_t flags = c.padding == Padding::same ? XNN_FLAG_TENSORFLOW_SAME_PADDING : 0U;
     if (depthwise)

@@ -1,0 +1,92 @@
+// The conversion of the default model: model/make.sh must have run.
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <string>
+
+namespace {
+
+const std::string model_folder = KORVEX_MODEL_DIR;
+
+std::string content(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    EXPECT_TRUE(file) << path << " is missing; model/make.sh makes it.";
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+/** What a command prints, and whether it succeeded. */
+struct Outcome {
+    std::string text;
+    bool succeeded;
+};
+
+Outcome run(const std::string& command) {
+    Outcome outcome{};
+    std::FILE* pipe = popen((command + " 2>&1").c_str(), "r");
+    std::array<char, 512> line{};
+    while (std::fgets(line.data(), line.size(), pipe) != nullptr)
+        outcome.text += line.data();
+    outcome.succeeded = pclose(pipe) == 0;
+    return outcome;
+}
+
+class Conversion : public testing::Test {
+  protected:
+    Conversion() : m_folder(std::filesystem::temp_directory_path() / ("conversion." + std::to_string(getpid()))) {
+        std::filesystem::create_directories(m_folder);
+    }
+    ~Conversion() override { std::filesystem::remove_all(m_folder); }
+    std::filesystem::path m_folder;
+};
+
+TEST_F(Conversion, gives_the_pinned_bytes) {
+    // A change of the converter that means to change the model changes these.
+    const std::string sums =
+        "1b74a102eecdcdbb9e551abb03569eb5e2a4d3dd0d44a7ab09ba3fb1cd2f64a0  detect_960_540.tflite\n"
+        "57096c13d05b8cb8b1337eb9c72fbef64d9484ec2d184ef05dbaf36fba99f23c  detect_540_960.tflite\n";
+    std::ofstream(m_folder / "sums") << sums;
+    const Outcome outcome =
+        run("cd '" + model_folder + "' && sha256sum --check '" + (m_folder / "sums").string() + "'");
+    EXPECT_TRUE(outcome.succeeded) << outcome.text;
+}
+
+TEST_F(Conversion, gives_the_same_bytes_again) {
+    for (const std::string size : {"960 540", "540 960"}) {
+        const std::string made = (m_folder / "again.tflite").string();
+        const Outcome outcome = run("/usr/bin/python3 -B '" KORVEX_MODEL_SCRIPTS "/convert.py' '" + model_folder +
+                                    "/centernet.json' " + size + " '" + made + "'");
+        ASSERT_TRUE(outcome.succeeded) << outcome.text;
+        std::string name = size;
+        name[3] = '_';
+        EXPECT_TRUE(content(made) == content(model_folder + "/detect_" + name + ".tflite")) << size;
+    }
+}
+
+TEST_F(Conversion, is_left_out_when_the_files_are_up_to_date) {
+    const std::string path = model_folder + "/detect_960_540.tflite";
+    const auto before = std::filesystem::last_write_time(path);
+    // Without npm: nothing is fetched either.
+    const Outcome outcome = run("npm_config_offline=true '" KORVEX_MODEL_SCRIPTS "/make.sh' '" + model_folder + "'");
+    EXPECT_TRUE(outcome.succeeded) << outcome.text;
+    EXPECT_EQ(std::filesystem::last_write_time(path), before);
+}
+
+TEST_F(Conversion, says_what_could_not_be_fetched) {
+    const std::string folder = m_folder.string();
+    const Outcome outcome = run("npm_config_offline=true npm_config_cache='" + folder +
+                                "/cache' '" KORVEX_MODEL_SCRIPTS "/fetch.sh' '" + folder + "/fetched'");
+    EXPECT_FALSE(outcome.succeeded);
+    EXPECT_EQ(outcome.text.find("model/fetch.sh: could not fetch @vladmandic/human@3.3.6 with npm: "), 0U)
+        << outcome.text;
+    EXPECT_EQ(outcome.text.find('\n'), outcome.text.size() - 1) << outcome.text;
+}
+
+} // namespace

@@ -13,7 +13,7 @@ start() {
     pid=$!
 }
 running() { kill -0 "$pid" 2>/dev/null; }
-has() { grep -q -E "$1" "$2"; }
+has() { grep -q -s -E "$1" "$2"; }
 ended_after_term() {
     kill -TERM "$pid"
     # Under a sanitizer the running pass alone may take seconds: the limit is generous, the time is for ./run's users.

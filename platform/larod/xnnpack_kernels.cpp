@@ -107,6 +107,15 @@ int output_size(Padding padding, std::int32_t size, std::int32_t kernel, std::in
     return room <= 0 ? 0 : static_cast<int>((room + stride - 1) / stride);
 }
 
+/** Zeros needed before and after one axis together; of an odd number the greater half comes after. */
+std::uint32_t padding(const Convolution& c, std::int32_t size, std::int32_t output, std::int32_t kernel,
+                      std::int32_t stride, std::int32_t dilation) {
+    if (c.padding == Padding::valid)
+        return 0;
+    const std::int64_t reach = std::int64_t{output - 1} * stride + std::int64_t{dilation} * (kernel - 1) + 1;
+    return static_cast<std::uint32_t>(std::max<std::int64_t>(reach - size, 0));
+}
+
 /** The range of an activation; false for one that these kernels do not know. */
 bool activation_range(Activation activation, float& least, float& most) {
     least = -std::numeric_limits<float>::infinity();
@@ -166,18 +175,20 @@ Status prepare_convolution(Context* context, Node* node, bool depthwise) {
     if (sizes[1] < 1 || sizes[2] < 1)
         return refuse(context, impossible_convolution);
 
-    std::uint32_t flags = c.padding == Padding::same ? XNN_FLAG_TENSORFLOW_SAME_PADDING : 0U;
-    if (depthwise)
-        flags |= XNN_FLAG_DEPTHWISE_CONVOLUTION;
+    const std::uint32_t flags = depthwise ? XNN_FLAG_DEPTHWISE_CONVOLUTION : 0U;
+    // Not XNNPACK's own way of "same" padding: it is wrong where a stride is longer than the kernel.
+    const std::uint32_t rows = padding(c, in[1], sizes[1], k[1], c.stride_height, c.dilation_height);
+    const std::uint32_t columns = padding(c, in[2], sizes[2], k[2], c.stride_width, c.dilation_width);
     const std::size_t channels_in = dimension(*input, 3);
     const auto channels = static_cast<std::size_t>(channels_out);
     const auto u32 = [](std::int32_t value) { return static_cast<std::uint32_t>(value); };
     xnn_operator_t made = nullptr;
     const xnn_status status = xnn_create_convolution2d_nhwc_f32(
-        0, 0, 0, 0, u32(k[1]), u32(k[2]), u32(c.stride_height), u32(c.stride_width), u32(c.dilation_height),
-        u32(c.dilation_width), depthwise ? u32(in[3]) : 1U, depthwise ? 1 : channels_in,
-        depthwise ? channels / channels_in : channels, channels_in, channels, static_cast<const float*>(kernel->data),
-        bias != nullptr ? static_cast<const float*>(bias->data) : nullptr, least, most, flags, &made);
+        rows / 2, columns - columns / 2, rows - rows / 2, columns / 2, u32(k[1]), u32(k[2]), u32(c.stride_height),
+        u32(c.stride_width), u32(c.dilation_height), u32(c.dilation_width), depthwise ? u32(in[3]) : 1U,
+        depthwise ? 1 : channels_in, depthwise ? channels / channels_in : channels, channels_in, channels,
+        static_cast<const float*>(kernel->data), bias != nullptr ? static_cast<const float*>(bias->data) : nullptr,
+        least, most, flags, &made);
     state.op.reset(made);
     state.input = state.output = nullptr;
     if (status != xnn_status_success)

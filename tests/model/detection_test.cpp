@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <string>
@@ -92,11 +93,13 @@ class Detector {
         read(2, classes);
         read(3, scores);
         std::vector<Object> objects;
+        const double w = picture.width;
+        const double h = picture.height;
         for (std::size_t i = 0; i < scores.size(); ++i) {
+            const float* box = boxes.data() + 4 * i;
             if (scores[i] > threshold)
-                objects.push_back({static_cast<int>(classes[i]), boxes[4 * i + 1] * picture.width,
-                                   boxes[4 * i] * picture.height, boxes[4 * i + 3] * picture.width,
-                                   boxes[4 * i + 2] * picture.height, scores[i]});
+                objects.push_back(
+                    {static_cast<int>(classes[i]), box[1] * w, box[0] * h, box[3] * w, box[2] * h, scores[i]});
         }
         return objects;
     }

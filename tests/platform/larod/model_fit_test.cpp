@@ -8,8 +8,6 @@ namespace korvex::larod::test {
 
 namespace {
 
-using testing::HasSubstr;
-
 TEST(ModelFit, accepts_the_default_model_and_one_with_the_same_tensors) {
     EXPECT_EQ(why_model_does_not_fit(default_model("960_540"), 960, 540), "");
     EXPECT_EQ(why_model_does_not_fit(default_model("540_960"), 540, 960), "");

@@ -17,7 +17,7 @@ struct lane {
 
 // Far enough apart that no vehicle hides one in the other lane.
 constexpr lane far_lane = {392.0, 0.82, true};
-constexpr lane near_lane = {556.0, 1.0, false};
+constexpr lane near_lane = {556.0, 0.9, false};
 constexpr lane far_pavement = {318.0, 0.72, false};
 constexpr lane far_pavement_left = {312.0, 0.7, true};
 constexpr lane near_pavement = {708.0, 0.95, false};
@@ -43,7 +43,7 @@ constexpr std::array<appearance, 22> programme = {{
     {kind::bus, paint_job::yellow, &near_lane, 270.0, 46.0, 25.0},
     {kind::saloon, paint_job::white, &near_lane, 280.0, 16.5, 0.0},
     {kind::saloon, paint_job::white, &near_lane, 280.0, 80.5, 0.0},
-    {kind::saloon, paint_job::white, &far_lane, 250.0, 1.5, 0.0},
+    {kind::saloon, paint_job::white, &far_lane, 250.0, 86.5, 0.0},
     {kind::bus, paint_job::red, &far_lane, 240.0, 7.5, 0.0},
     {kind::saloon, paint_job::red, &far_lane, 260.0, 14.0, 0.0},
     {kind::saloon, paint_job::white, &far_lane, 250.0, 26.5, 0.0},
@@ -90,7 +90,7 @@ double length_of(kind what) {
     case kind::saloon:
         return 290.0;
     case kind::van:
-        return 270.0;
+        return 324.0;
     case kind::bus:
         return 430.0;
     case kind::person:
@@ -104,7 +104,7 @@ double height_of(kind what) {
     case kind::saloon:
         return 93.0;
     case kind::van:
-        return 118.0;
+        return 142.0;
     case kind::bus:
         return 150.0;
     case kind::person:

@@ -96,6 +96,9 @@ void draw_saloon(cairo_t* context, const colour& paint) {
     lamp(context, -143, -56, 12, 11, {0.75, 0.05, 0.06});
 }
 
+/** The van is drawn in the saloon's proportions and stands this much taller. */
+constexpr double van_size = 1.2;
+
 void draw_van(cairo_t* context, const colour& paint) {
     cairo_new_path(context);
     cairo_move_to(context, -133, -16);
@@ -127,8 +130,6 @@ void draw_van(cairo_t* context, const colour& paint) {
         line(context, seam, -112, seam, -22, 1.2);
     }
     line(context, 88, -64, 84, -22, 1.2);
-    line(context, -126, -60, 28, -60, 1.4);
-    line(context, -50, -100, 26, -100, 1.0);
     set_colour(context, trim);
     line(context, -60, -64, -48, -64, 2.5);
     line(context, 34, -62, 44, -62, 2.5);
@@ -223,9 +224,9 @@ vehicle_sprites make_vehicle(kind what, paint_job paint, double scale_x, double 
     const double half = length_of(what) / 2.0;
     const double height = height_of(what);
     vehicle_sprites made{};
-    made.wheel_radius = what == kind::saloon ? 22.5 : what == kind::van ? 23.0 : 25.0;
-    made.rear_hub = what == kind::saloon ? -86.0 : what == kind::van ? -82.0 : -118.0;
-    made.front_hub = what == kind::saloon ? 90.0 : what == kind::van ? 84.0 : 106.0;
+    made.wheel_radius = what == kind::saloon ? 22.5 : what == kind::van ? 23.0 * van_size : 25.0;
+    made.rear_hub = what == kind::saloon ? -86.0 : what == kind::van ? -82.0 * van_size : -118.0;
+    made.front_hub = what == kind::saloon ? 90.0 : what == kind::van ? 84.0 * van_size : 106.0;
     made.body = make_sprite(half + 24, height + 4, half + 24, 18, scale_x, scale_y);
     made.wheel = make_wheel(made.wheel_radius, scale_x, scale_y);
     const context_handle context = draw_on(made.body);
@@ -234,7 +235,10 @@ vehicle_sprites make_vehicle(kind what, paint_job paint, double scale_x, double 
     if (what == kind::saloon) {
         draw_saloon(context.get(), coat);
     } else if (what == kind::van) {
+        cairo_save(context.get());
+        cairo_scale(context.get(), van_size, van_size);
         draw_van(context.get(), coat);
+        cairo_restore(context.get());
     } else {
         draw_bus(context.get(), coat);
     }

@@ -189,7 +189,7 @@ void video_source::read_until_it_ends(std::string& why) {
         }
         next->seconds += m_LoopBase;
         ++m_ReadSinceOpen;
-        if (!m_Reader->is_live() && !wait_for_turn(next->seconds)) {
+        if (!wait_for_turn(next->seconds)) {
             return;
         }
         publish(std::move(next));
@@ -217,6 +217,9 @@ bool video_source::pause_until(clock::time_point moment) {
 }
 
 bool video_source::wait_for_turn(double seconds) {
+    if (m_Reader->is_live()) {
+        return pause_until(clock::now());
+    }
     const auto offset = std::chrono::duration_cast<clock::duration>(std::chrono::duration<double>(seconds));
     const std::chrono::duration<double> lag = clock::now() - (m_ClockBase + offset);
     if (lag.count() > largest_lag_seconds) {

@@ -76,6 +76,7 @@ class video_source {
     void read_until_it_ends(std::string& why);
     void report_outage(const std::string& why);
     void retry_later();
+    /** Both are false when the source is to end. */
     bool pause_until(clock::time_point moment);
     bool wait_for_turn(double seconds);
     void publish(std::shared_ptr<picture> next);

@@ -1,0 +1,170 @@
+#include "platform/vdostream/ffmpeg_reader.h"
+#include "tests/platform/vdostream/test_video.h"
+
+#include <gmock/gmock.h>
+
+#include <array>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace {
+
+using test_video::luma_at;
+using test_video::temporary_folder;
+using test_video::video_file;
+using vdostream::access;
+using vdostream::ffmpeg_reader;
+using vdostream::picture;
+using vdostream::read_result;
+
+std::uint8_t middle_of(picture& shown) {
+    const auto bytes = shown.in_geometry({64, 48, 0, vdostream::aspect_rule::stretch});
+    return bytes == nullptr ? std::uint8_t{0} : bytes[std::size_t{64} * 24 + 32];
+}
+
+/** Every picture of the file; fails the test when it does not come to an end. */
+std::vector<std::shared_ptr<picture>> read_all(ffmpeg_reader& reader) {
+    std::vector<std::shared_ptr<picture>> all;
+    for (std::string why;;) {
+        std::shared_ptr<picture> next;
+        const read_result result = reader.read(next, why);
+        if (result != read_result::picture) {
+            EXPECT_EQ(result, read_result::end) << why;
+            return all;
+        }
+        all.push_back(next);
+        if (all.size() > 1000) {
+            ADD_FAILURE() << "no end";
+            return all;
+        }
+    }
+}
+
+TEST(FfmpegReaderTest, ReadsEveryFrameInItsTimeAndBeginsAgain) {
+    const temporary_folder folder;
+    video_file file{folder / "five.avi"};
+    test_video::write_video(file);
+    ffmpeg_reader reader(file.path, access::file);
+    for (int round = 0; round < 2; ++round) {
+        std::string why;
+        ASSERT_TRUE(reader.open(why)) << why;
+        EXPECT_EQ(reader.properties().width, 64);
+        EXPECT_EQ(reader.properties().height, 48);
+        EXPECT_DOUBLE_EQ(reader.properties().fps, 25.0);
+        const auto all = read_all(reader);
+        ASSERT_EQ(all.size(), 5U);
+        for (int index = 0; index < 5; ++index) {
+            EXPECT_NEAR(all[static_cast<std::size_t>(index)]->seconds, index / 25.0, 1e-6);
+            EXPECT_EQ(middle_of(*all[static_cast<std::size_t>(index)]), luma_at(index, 32, 24));
+        }
+    }
+}
+
+TEST(FfmpegReaderTest, TakesOddSizesAndFullRangePictures) {
+    const temporary_folder folder;
+    for (const char* codec : {"ffv1", "mjpeg"}) {
+        video_file file{folder / (std::string(codec) + ".avi"), 65, 33, 3, 25, codec};
+        test_video::write_video(file);
+        ffmpeg_reader reader(file.path, access::file);
+        std::string why;
+        ASSERT_TRUE(reader.open(why)) << why;
+        const auto all = read_all(reader);
+        ASSERT_EQ(all.size(), 3U);
+        for (const auto& each : all) {
+            EXPECT_NE(each->in_geometry({64, 48, 0, vdostream::aspect_rule::fit}), nullptr);
+        }
+        // The full range's 64 is nearer to black in the limited one's terms: 16 + 64 * 219 / 255.
+        const double raw = luma_at(0, 33, 16);
+        EXPECT_NEAR(middle_of(*all[0]), std::string(codec) == "mjpeg" ? 16 + raw * 219 / 255 : raw, 4.0);
+    }
+}
+
+TEST(FfmpegReaderTest, FollowsAChangeOfResolutionInTheMiddle) {
+    const temporary_folder folder;
+    video_file small{folder / "small.mjpeg", 64, 48, 3, 25, "mjpeg"};
+    video_file large{folder / "large.mjpeg", 128, 32, 3, 25, "mjpeg"};
+    test_video::write_video(small);
+    test_video::write_video(large);
+    std::vector<char> both = test_video::read_file(small.path);
+    const std::vector<char> rest = test_video::read_file(large.path);
+    both.insert(both.end(), rest.begin(), rest.end());
+    test_video::write_file(folder / "both.mjpeg", both);
+    ffmpeg_reader reader(folder / "both.mjpeg", access::file);
+    std::string why;
+    ASSERT_TRUE(reader.open(why)) << why;
+    const auto all = read_all(reader);
+    ASSERT_EQ(all.size(), 6U);
+    const vdostream::geometry shape{64, 48, 0, vdostream::aspect_rule::fit};
+    // The wide pictures leave bars above and below; the others fill the frame.
+    EXPECT_GT(all[0]->in_geometry(shape)[32], 30);
+    EXPECT_EQ(all[5]->in_geometry(shape)[32], 16);
+    for (std::size_t i = 1; i < all.size(); ++i) {
+        EXPECT_GT(all[i]->seconds, all[i - 1]->seconds);
+    }
+}
+
+TEST(FfmpegReaderTest, ComesToTheEndOfDamagedFiles) {
+    const temporary_folder folder;
+    video_file file{folder / "whole.avi", 64, 48, 20, 25, "mpeg4"};
+    test_video::write_video(file);
+    const std::vector<char> whole = test_video::read_file(file.path);
+    const unsigned seed = 77;
+    SCOPED_TRACE(seed);
+    std::mt19937 random(seed);
+    for (int round = 0; round < 25; ++round) {
+        std::vector<char> damaged = whole;
+        for (int hits = 0; hits < 1 + round * 4; ++hits) {
+            damaged[random() % damaged.size()] = static_cast<char>(random());
+        }
+        if (round % 3 == 0) {
+            damaged.resize(random() % damaged.size());
+        }
+        test_video::write_file(folder / "damaged.avi", damaged);
+        ffmpeg_reader reader(folder / "damaged.avi", access::file);
+        std::string why;
+        if (!reader.open(why)) {
+            EXPECT_NE(why, "");
+            continue;
+        }
+        double last = -1.0;
+        for (const auto& each : read_all(reader)) {
+            EXPECT_GT(each->seconds, last);
+            last = each->seconds;
+            each->in_geometry({64, 48, 90, vdostream::aspect_rule::crop});
+        }
+    }
+}
+
+TEST(FfmpegReaderTest, SaysWhyAFileIsNoVideo) {
+    const temporary_folder folder;
+    test_video::write_file(folder / "text.avi", {'n', 'o', ' ', 'v', 'i', 'd', 'e', 'o'});
+    test_video::write_file(folder / "empty.avi", {});
+    struct {
+        std::string path;
+        const char* why;
+    } const cases[] = {
+        {folder / "missing.avi", "cannot be opened \\(No such file or directory\\)"},
+        {folder / "text.avi", "cannot be opened \\(.+\\)"},
+        {folder / "empty.avi", "cannot be opened \\(.+\\)"},
+        {folder / "", "cannot be opened \\(.+\\)"},
+    };
+    for (const auto& each : cases) {
+        ffmpeg_reader reader(each.path, access::file);
+        std::string why;
+        EXPECT_FALSE(reader.open(why)) << each.path;
+        EXPECT_THAT(why, testing::MatchesRegex(each.why));
+    }
+}
+
+TEST(FfmpegReaderTest, ACameraThatIsNotThereIsAnErrorToo) {
+    std::string why;
+    ffmpeg_reader nowhere("rtsp://127.0.0.1:1/none", access::rtsp);
+    EXPECT_FALSE(nowhere.open(why));
+    EXPECT_EQ(why, "cannot be opened (Connection refused)");
+    ffmpeg_reader nothing("/dev/video-none", access::v4l2);
+    EXPECT_FALSE(nothing.open(why));
+    EXPECT_EQ(why, "cannot be opened (No such file or directory)");
+}
+
+} // namespace

@@ -1,0 +1,366 @@
+#include "platform/vdostream/stream.h"
+#include "tests/platform/vdostream/test_video.h"
+#include "vdo-buffer.h"
+
+#include <gmock/gmock.h>
+
+#include <chrono>
+#include <cstring>
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using namespace std::chrono_literals;
+using test_video::environment;
+using test_video::grey_picture;
+using test_video::new_stream;
+using test_video::scripted_reader;
+using test_video::take_message;
+using vdostream::picture;
+using vdostream::read_result;
+
+constexpr vdostream::stream_settings small = {{32, 24, 0, vdostream::aspect_rule::stretch}, 0, false};
+constexpr vdostream::stream_settings small_explicit = {{32, 24, 0, vdostream::aspect_rule::stretch}, 0, true};
+
+struct unreference {
+    void operator()(VdoStream* stream) const { g_object_unref(stream); }
+};
+using stream_handle = std::unique_ptr<VdoStream, unreference>;
+
+/** 100 pictures a second, each one step brighter than the last; none beyond `last`, then silence. */
+std::shared_ptr<vdostream::video_source> brightening(int last = 1000000, bool started = true) {
+    auto reader = std::make_unique<scripted_reader>();
+    scripted_reader* spy = reader.get();
+    reader->on_read = [spy, last, index = 0](std::shared_ptr<picture>& next, std::string& why) mutable {
+        while (index == last && !spy->is_cancelled()) {
+            std::this_thread::sleep_for(1ms);
+        }
+        if (index == last) {
+            why = "was given up";
+            return read_result::lost;
+        }
+        next = std::make_shared<grey_picture>(static_cast<std::uint8_t>(index));
+        next->seconds = index++ / 100.0;
+        return read_result::picture;
+    };
+    vdostream::source_timing timing;
+    timing.silence = 300ms;
+    auto source = std::make_shared<vdostream::video_source>("grey", std::move(reader), false, timing);
+    std::string why;
+    EXPECT_TRUE(source->open(why)) << why;
+    if (started) {
+        source->start();
+    }
+    return source;
+}
+
+int grey_of(VdoBuffer* buffer) {
+    return *static_cast<const std::uint8_t*>(vdo_buffer_get_data(buffer));
+}
+
+std::string get_error(VdoStream* stream) {
+    GError* error = nullptr;
+    EXPECT_EQ(vdo_stream_get_buffer(stream, &error), nullptr);
+    return take_message(error);
+}
+
+TEST(StreamTest, ReportsTheSettingsInEffect) {
+    const stream_handle stream(
+        new_stream({{"channel", 1}, {"format", 3}, {"width", 800}, {"height", 450}, {"rotation", 90}}));
+    ASSERT_NE(stream, nullptr);
+    EXPECT_TRUE(vdo_stream_attach(stream.get(), nullptr, nullptr));
+    VdoMap* settings = vdo_stream_get_settings(stream.get(), nullptr);
+    EXPECT_EQ(*settings->state, (vdostream::map_values{{"buffer.strategy", 4},
+                                                       {"channel", 1},
+                                                       {"format", 3},
+                                                       {"framerate", 25},
+                                                       {"height", 450},
+                                                       {"rotation", 90},
+                                                       {"width", 800}}));
+    g_object_unref(settings);
+}
+
+TEST(StreamTest, ReportsTheRateAskedForButNoMoreThanTheSourceHas) {
+    const std::pair<guint32, guint32> cases[] = {{0, 25}, {5, 5}, {25, 25}, {60, 25}};
+    for (const auto& [asked, reported] : cases) {
+        const stream_handle stream(new_stream({{"width", 640}, {"height", 360}, {"framerate", asked}}));
+        VdoMap* settings = vdo_stream_get_settings(stream.get(), nullptr);
+        EXPECT_EQ(vdo_map_get_uint32(settings, "framerate", 0), reported);
+        g_object_unref(settings);
+    }
+}
+
+TEST(StreamTest, RefusesWhatItCannotDoWithAnError) {
+    std::string message;
+    EXPECT_EQ(new_stream({{"width", 641}, {"height", 360}}, &message), nullptr);
+    EXPECT_EQ(message, "Stream size 641x360 is not possible; both must be even and from 16 to 4096");
+    EXPECT_EQ(vdo_stream_new(nullptr, nullptr, nullptr), nullptr);
+    const environment gone{{"KORVEX_VDO_SOURCE", "/nonexistent/video.mp4"}};
+    EXPECT_EQ(new_stream({{"width", 640}, {"height", 360}}, &message), nullptr);
+    EXPECT_EQ(message, "The video source /nonexistent/video.mp4 cannot be opened (No such file or directory)");
+}
+
+TEST(StreamTest, HandsOutEachPictureOnceAndInOrder) {
+    const stream_handle stream(vdostream::make_stream(small, nullptr, brightening()));
+    ASSERT_TRUE(vdo_stream_start(stream.get(), nullptr));
+    int last = -1;
+    for (int i = 0; i < 20; ++i) {
+        VdoBuffer* buffer = vdo_stream_get_buffer(stream.get(), nullptr);
+        ASSERT_NE(buffer, nullptr);
+        EXPECT_GT(grey_of(buffer), last);
+        last = grey_of(buffer);
+        EXPECT_TRUE(vdo_stream_buffer_unref(stream.get(), &buffer, nullptr));
+        EXPECT_EQ(buffer, nullptr);
+    }
+}
+
+TEST(StreamTest, HandsTheNewestToACallerThatComesLate) {
+    const auto source = brightening(10);
+    const stream_handle stream(vdostream::make_stream(small, nullptr, source));
+    vdo_stream_start(stream.get(), nullptr);
+    while (source->frames_decoded() < 10) {
+        std::this_thread::sleep_for(1ms);
+    }
+    VdoBuffer* buffer = vdo_stream_get_buffer(stream.get(), nullptr);
+    ASSERT_NE(buffer, nullptr);
+    EXPECT_EQ(grey_of(buffer), 9);
+    EXPECT_EQ(get_error(stream.get()), "No picture came from grey");
+}
+
+TEST(StreamTest, ALowerRateSkipsPicturesEvenly) {
+    vdostream::stream_settings slow = small;
+    slow.framerate = 40;
+    const stream_handle stream(vdostream::make_stream(slow, nullptr, brightening()));
+    vdo_stream_start(stream.get(), nullptr);
+    int previous = -1;
+    for (int i = 0; i < 12; ++i) {
+        VdoBuffer* buffer = vdo_stream_get_buffer(stream.get(), nullptr);
+        ASSERT_NE(buffer, nullptr);
+        if (i > 0) {
+            // 2.5 pictures between two frames.
+            EXPECT_GE(grey_of(buffer) - previous, 2);
+        }
+        previous = grey_of(buffer);
+        vdo_stream_buffer_unref(stream.get(), &buffer, nullptr);
+    }
+}
+
+TEST(StreamTest, NeedsToBeStartedAndNotStopped) {
+    GError* error = nullptr;
+    const stream_handle stream(vdostream::make_stream(small, nullptr, brightening(1000000, false)));
+    EXPECT_EQ(get_error(stream.get()), "The stream is not running");
+    ASSERT_TRUE(vdo_stream_start(stream.get(), &error));
+    VdoBuffer* buffer = vdo_stream_get_buffer(stream.get(), &error);
+    ASSERT_NE(buffer, nullptr);
+    vdo_stream_stop(stream.get());
+    EXPECT_EQ(get_error(stream.get()), "The stream is not running");
+    EXPECT_TRUE(vdo_stream_buffer_unref(stream.get(), &buffer, &error));
+    ASSERT_TRUE(vdo_stream_start(stream.get(), &error));
+    buffer = vdo_stream_get_buffer(stream.get(), &error);
+    EXPECT_NE(buffer, nullptr);
+}
+
+TEST(StreamTest, AStopFromAnotherThreadWakesAGetThatWaits) {
+    // Many times, to meet the moment between the look and the sleep as well.
+    for (int round = 0; round < 20; ++round) {
+        for (const auto& settings : {small, small_explicit}) {
+            auto reader = std::make_unique<scripted_reader>();
+            scripted_reader* spy = reader.get();
+            reader->on_read = [spy](std::shared_ptr<picture>&, std::string& why) {
+                while (!spy->is_cancelled()) {
+                    std::this_thread::sleep_for(1ms);
+                }
+                why = "was given up";
+                return read_result::lost;
+            };
+            vdostream::source_timing timing;
+            timing.silence = 10min;
+            auto source = std::make_shared<vdostream::video_source>("never", std::move(reader), false, timing);
+            std::string why;
+            ASSERT_TRUE(source->open(why));
+            const stream_handle stream(vdostream::make_stream(settings, nullptr, source));
+            vdo_stream_start(stream.get(), nullptr);
+            std::thread stopper([&stream, round] {
+                std::this_thread::sleep_for(std::chrono::microseconds(round * 50));
+                vdo_stream_stop(stream.get());
+            });
+            EXPECT_EQ(get_error(stream.get()), "The stream is not running");
+            stopper.join();
+        }
+    }
+}
+
+TEST(StreamTest, ToleratesNothing) {
+    GError* error = nullptr;
+    EXPECT_EQ(get_error(nullptr), "No video stream was given");
+    EXPECT_FALSE(vdo_stream_attach(nullptr, nullptr, &error));
+    EXPECT_EQ(take_message(error), "No video stream was given");
+    EXPECT_FALSE(vdo_stream_start(nullptr, nullptr));
+    EXPECT_EQ(vdo_stream_get_settings(nullptr, nullptr), nullptr);
+    EXPECT_EQ(vdo_stream_buffer_alloc(nullptr, nullptr, nullptr), nullptr);
+    EXPECT_FALSE(vdo_stream_buffer_enqueue(nullptr, nullptr, nullptr));
+    EXPECT_EQ(vdo_buffer_get_data(nullptr), nullptr);
+    vdo_stream_stop(nullptr);
+    const stream_handle stream(vdostream::make_stream(small, nullptr, brightening()));
+    VdoBuffer* none = nullptr;
+    EXPECT_FALSE(vdo_stream_buffer_unref(stream.get(), &none, &error));
+    EXPECT_EQ(take_message(error), "No video buffer was given");
+    EXPECT_FALSE(vdo_stream_buffer_unref(stream.get(), nullptr, nullptr));
+}
+
+TEST(StreamTest, ABufferOfAnotherStreamIsRefusedAndStaysValid) {
+    const auto source = brightening();
+    const stream_handle owner(vdostream::make_stream(small, nullptr, source));
+    const stream_handle other(vdostream::make_stream(small, nullptr, source));
+    vdo_stream_start(owner.get(), nullptr);
+    VdoBuffer* buffer = vdo_stream_get_buffer(owner.get(), nullptr);
+    ASSERT_NE(buffer, nullptr);
+    GError* error = nullptr;
+    EXPECT_FALSE(vdo_stream_buffer_unref(other.get(), &buffer, &error));
+    EXPECT_EQ(take_message(error), "The buffer is not one of this stream's, or was given back already");
+    EXPECT_NE(buffer, nullptr);
+    EXPECT_TRUE(vdo_stream_buffer_unref(owner.get(), &buffer, nullptr));
+}
+
+TEST(StreamTest, BuffersThatNeverComeBackStopNothing) {
+    const stream_handle stream(vdostream::make_stream(small, nullptr, brightening()));
+    vdo_stream_start(stream.get(), nullptr);
+    std::set<VdoBuffer*> kept;
+    for (int i = 0; i < 50; ++i) {
+        kept.insert(vdo_stream_get_buffer(stream.get(), nullptr));
+    }
+    EXPECT_EQ(kept.size(), 50U);
+    EXPECT_FALSE(kept.contains(nullptr));
+    // They go with the stream; the leak check at the end of the program holds that.
+}
+
+TEST(StreamTest, ABufferMayBeDroppedDirectlyOrOutliveItsStream) {
+    stream_handle stream(vdostream::make_stream(small, nullptr, brightening()));
+    vdo_stream_start(stream.get(), nullptr);
+    g_object_unref(vdo_stream_get_buffer(stream.get(), nullptr));
+    VdoBuffer* kept = vdo_stream_get_buffer(stream.get(), nullptr);
+    g_object_ref(kept);
+    const int grey = grey_of(kept);
+    stream.reset();
+    EXPECT_EQ(grey_of(kept), grey);
+    g_object_unref(kept);
+}
+
+TEST(StreamTest, StreamsOfOneGeometryShareOneConversion) {
+    const auto source = brightening(1);
+    const stream_handle one(vdostream::make_stream(small, nullptr, source));
+    const stream_handle two(vdostream::make_stream(small, nullptr, source));
+    vdo_stream_start(one.get(), nullptr);
+    vdo_stream_start(two.get(), nullptr);
+    VdoBuffer* first = vdo_stream_get_buffer(one.get(), nullptr);
+    VdoBuffer* second = vdo_stream_get_buffer(two.get(), nullptr);
+    ASSERT_NE(first, nullptr);
+    ASSERT_NE(second, nullptr);
+    EXPECT_EQ(vdo_buffer_get_data(first), vdo_buffer_get_data(second));
+}
+
+TEST(StreamTest, ExplicitBuffersAreFilledInTheOrderOfTheirEnqueueing) {
+    const stream_handle stream(vdostream::make_stream(small_explicit, nullptr, brightening()));
+    std::vector<VdoBuffer*> buffers;
+    for (int i = 0; i < 3; ++i) {
+        buffers.push_back(vdo_stream_buffer_alloc(stream.get(), nullptr, nullptr));
+        ASSERT_NE(buffers.back(), nullptr);
+        // Memory of its own before it was ever filled.
+        std::memset(vdo_buffer_get_data(buffers.back()), 255, 32 * 24 * 3 / 2);
+        ASSERT_TRUE(vdo_stream_buffer_enqueue(stream.get(), buffers.back(), nullptr));
+    }
+    vdo_stream_start(stream.get(), nullptr);
+    int last = -1;
+    for (VdoBuffer* expected : buffers) {
+        VdoBuffer* filled = vdo_stream_get_buffer(stream.get(), nullptr);
+        ASSERT_EQ(filled, expected);
+        EXPECT_GT(grey_of(filled), last);
+        EXPECT_NE(grey_of(filled), 255);
+        last = grey_of(filled);
+    }
+    EXPECT_EQ(get_error(stream.get()), "No buffer was enqueued to be filled");
+    ASSERT_TRUE(vdo_stream_buffer_enqueue(stream.get(), buffers[1], nullptr));
+    EXPECT_EQ(vdo_stream_get_buffer(stream.get(), nullptr), buffers[1]);
+    EXPECT_TRUE(vdo_stream_buffer_unref(stream.get(), &buffers[0], nullptr));
+}
+
+TEST(StreamTest, AnEnqueuedBufferStaysEnqueuedWhenNothingCame) {
+    const stream_handle stream(vdostream::make_stream(small_explicit, nullptr, brightening(1)));
+    VdoBuffer* buffer = vdo_stream_buffer_alloc(stream.get(), nullptr, nullptr);
+    vdo_stream_buffer_enqueue(stream.get(), buffer, nullptr);
+    vdo_stream_start(stream.get(), nullptr);
+    EXPECT_EQ(vdo_stream_get_buffer(stream.get(), nullptr), buffer);
+    ASSERT_TRUE(vdo_stream_buffer_enqueue(stream.get(), buffer, nullptr));
+    EXPECT_EQ(get_error(stream.get()), "No picture came from grey");
+    GError* error = nullptr;
+    EXPECT_FALSE(vdo_stream_buffer_enqueue(stream.get(), buffer, &error));
+    EXPECT_EQ(take_message(error), "The buffer is enqueued already");
+}
+
+TEST(StreamTest, AWaitingGetTakesABufferThatIsEnqueuedLater) {
+    const stream_handle stream(vdostream::make_stream(small_explicit, nullptr, brightening()));
+    VdoBuffer* buffer = vdo_stream_buffer_alloc(stream.get(), nullptr, nullptr);
+    vdo_stream_start(stream.get(), nullptr);
+    std::thread helper([&] { vdo_stream_buffer_enqueue(stream.get(), buffer, nullptr); });
+    EXPECT_EQ(vdo_stream_get_buffer(stream.get(), nullptr), buffer);
+    helper.join();
+}
+
+TEST(StreamTest, OnlyExplicitStreamsDealInBuffers) {
+    const stream_handle stream(vdostream::make_stream(small, nullptr, brightening()));
+    GError* error = nullptr;
+    EXPECT_EQ(vdo_stream_buffer_alloc(stream.get(), nullptr, &error), nullptr);
+    EXPECT_EQ(take_message(error), "Only a stream with \"buffer.strategy\" 3 has buffers of the caller's");
+    vdo_stream_start(stream.get(), nullptr);
+    VdoBuffer* buffer = vdo_stream_get_buffer(stream.get(), nullptr);
+    EXPECT_FALSE(vdo_stream_buffer_enqueue(stream.get(), buffer, &error));
+    EXPECT_EQ(take_message(error), "Only a stream with \"buffer.strategy\" 3 takes buffers");
+}
+
+TEST(StreamTest, TheFinalizerIsCalledForEveryExplicitBuffer) {
+    int gone[2] = {0, 0};
+    const VdoBufferFinalizer count = [](gpointer opaque) { ++*static_cast<int*>(opaque); };
+    stream_handle stream(vdostream::make_stream(small_explicit, count, brightening()));
+    VdoBuffer* given_back = vdo_stream_buffer_alloc(stream.get(), &gone[0], nullptr);
+    vdo_stream_buffer_alloc(stream.get(), &gone[1], nullptr);
+    EXPECT_TRUE(vdo_stream_buffer_unref(stream.get(), &given_back, nullptr));
+    EXPECT_EQ(gone[0], 1);
+    EXPECT_EQ(gone[1], 0);
+    stream.reset();
+    EXPECT_EQ(gone[1], 1);
+}
+
+TEST(StreamTest, ManyStreamsAndThreadsShareOneSource) {
+    const auto source = brightening();
+    std::vector<std::thread> readers;
+    std::atomic<int> frames = 0;
+    for (int i = 0; i < 4; ++i) {
+        readers.emplace_back([&source, &frames, i] {
+            auto settings = i % 2 == 0 ? small : small_explicit;
+            settings.shape.width += i / 2 * 16;
+            const stream_handle stream(vdostream::make_stream(settings, nullptr, source));
+            vdo_stream_start(stream.get(), nullptr);
+            VdoBuffer* own =
+                settings.explicit_buffers ? vdo_stream_buffer_alloc(stream.get(), nullptr, nullptr) : nullptr;
+            for (int n = 0; n < 20; ++n) {
+                if (own != nullptr) {
+                    vdo_stream_buffer_enqueue(stream.get(), own, nullptr);
+                }
+                VdoBuffer* buffer = vdo_stream_get_buffer(stream.get(), nullptr);
+                frames += buffer != nullptr ? 1 : 0;
+                if (own == nullptr) {
+                    vdo_stream_buffer_unref(stream.get(), &buffer, nullptr);
+                }
+            }
+        });
+    }
+    for (std::thread& each : readers) {
+        each.join();
+    }
+    EXPECT_EQ(frames, 80);
+}
+
+} // namespace

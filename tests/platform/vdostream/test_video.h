@@ -1,0 +1,104 @@
+#pragma once
+
+#include "platform/vdostream/picture.h"
+#include "platform/vdostream/reader.h"
+#include "vdo-stream.h"
+
+#include <atomic>
+#include <cstdint>
+#include <cstdlib>
+#include <filesystem>
+#include <functional>
+#include <initializer_list>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+/** What the tests of the video library share. */
+namespace test_video {
+
+/** A folder that goes away with the test. */
+class temporary_folder {
+  public:
+    temporary_folder();
+    ~temporary_folder();
+    temporary_folder(const temporary_folder&) = delete;
+    temporary_folder& operator=(const temporary_folder&) = delete;
+    std::string operator/(const std::string& name) const { return (m_Path / name).string(); }
+
+  private:
+    std::filesystem::path m_Path;
+};
+
+/** Sets environment variables and puts the old values back. */
+class environment {
+  public:
+    environment(std::initializer_list<std::pair<std::string, std::string>> values);
+    ~environment();
+    environment(const environment&) = delete;
+    environment& operator=(const environment&) = delete;
+
+  private:
+    std::map<std::string, std::optional<std::string>> m_Before;
+};
+
+struct video_file {
+    std::string path;
+    int width = 64;
+    int height = 48;
+    int frames = 5;
+    int fps = 25;
+    /** FFmpeg's name of the encoder; "ffv1" loses nothing. */
+    std::string codec = "ffv1";
+};
+/** Luma of pixel (x, y) of frame `index` in every such file: tells frames apart and grows to the right and downwards.
+ */
+std::uint8_t luma_at(int index, int x, int y);
+void write_video(const video_file& wanted);
+std::vector<char> read_file(const std::string& path);
+void write_file(const std::string& path, const std::vector<char>& bytes);
+
+/** A picture of one grey. */
+class grey_picture : public vdostream::picture {
+  public:
+    explicit grey_picture(std::uint8_t grey) : m_Pixels(64 * 48 * 3 / 2, grey) {}
+    /** How often somebody converted it. */
+    std::atomic<int> conversions = 0;
+
+  protected:
+    bool native(vdostream::nv12_view& view) override {
+        ++conversions;
+        view = {m_Pixels.data(), 64, m_Pixels.data() + 64 * 48, 64, 64, 48};
+        return true;
+    }
+
+  private:
+    std::vector<std::uint8_t> m_Pixels;
+};
+
+/** A reader whose every answer the test gives. The functions run on the reading thread. */
+class scripted_reader : public vdostream::reader {
+  public:
+    std::function<bool(std::string&)> on_open = [](std::string&) { return true; };
+    std::function<vdostream::read_result(std::shared_ptr<vdostream::picture>&, std::string&)> on_read;
+    bool live = false;
+    double fps = 100.0;
+
+    bool open(std::string& why) override { return on_open(why); }
+    vdostream::read_result read(std::shared_ptr<vdostream::picture>& next, std::string& why) override {
+        return on_read(next, why);
+    }
+    vdostream::source_properties properties() const override { return {64, 48, fps}; }
+    bool is_live() const override { return live; }
+    bool is_cancelled() const { return cancelled(); }
+};
+
+/** A stream as the application makes it; a null one with `message` when that failed. */
+VdoStream* new_stream(const std::map<std::string, guint32>& settings, std::string* message = nullptr);
+/** Takes a GError's message and frees it; "" for none. */
+std::string take_message(GError*& error);
+
+} // namespace test_video

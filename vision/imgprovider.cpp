@@ -200,13 +200,19 @@ bool startFrameFetch(ImgProvider* provider) {
     provider->shutDown = false;
     const blocked_signals during_creation;
     const int error = pthread_create(&provider->fetcherThread, nullptr, threadEntry, provider);
+    if (error != 0)
+        provider->fetcherThread = {};
     return error == 0 ||
            fail("startFrameFetch", std::string("Failed to start thread fetching frames from vdo: ") + strerror(error));
 }
 
 bool stopFrameFetch(ImgProvider* provider) {
     provider->shutDown = true;
-    const int error = pthread_join(provider->fetcherThread, nullptr);
+    // A thread that does not run must not be joined.
+    const bool running = pthread_equal(provider->fetcherThread, pthread_t{}) == 0;
+    const int error = running ? pthread_join(provider->fetcherThread, nullptr) : ESRCH;
+    if (error == 0)
+        provider->fetcherThread = {};
     return error == 0 ||
            fail("stopFrameFetch", std::string("Failed to join thread fetching frames from vdo: ") + strerror(error));
 }

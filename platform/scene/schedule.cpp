@@ -114,10 +114,10 @@ double height_of(kind what) {
 }
 
 std::vector<actor> actors_at(double seconds) {
-    const double cycle = std::floor(seconds / cycle_seconds);
+    const int cycle = static_cast<int>(std::floor(seconds / cycle_seconds));
     std::vector<actor> present;
     // Whoever is in sight when a cycle begins or ends belongs to the one before or after as well.
-    for (double neighbour = cycle - 1.0; neighbour <= cycle + 1.0; neighbour += 1.0) {
+    for (int neighbour = cycle - 1; neighbour <= cycle + 1; ++neighbour) {
         for (std::size_t index = 0; index < programme.size(); ++index) {
             const appearance& entry = programme[index];
             const double way = way_from_middle(entry, seconds - neighbour * cycle_seconds - entry.moment);
@@ -125,8 +125,7 @@ std::vector<actor> actors_at(double seconds) {
             if (std::abs(way) >= middle + half) {
                 continue;
             }
-            const int id =
-                static_cast<int>(neighbour + 1.0) * static_cast<int>(programme.size()) + static_cast<int>(index);
+            const int id = (neighbour + 1) * static_cast<int>(programme.size()) + static_cast<int>(index);
             present.push_back({id, entry.what, entry.paint, middle + (entry.where->to_the_left ? -way : way),
                                entry.where->ground, entry.where->scale, entry.where->to_the_left, way + middle + half});
         }

@@ -26,7 +26,7 @@ struct actor {
 double length_of(kind what);
 double height_of(kind what);
 
-/** Who is in sight at `seconds`, sorted by `ground`, the far ones first. */
+/** Who is in sight at `seconds` (0 to 1e9), sorted by `ground`, the far ones first. */
 std::vector<actor> actors_at(double seconds);
 
 } // namespace host_scene

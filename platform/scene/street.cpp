@@ -3,6 +3,7 @@
 #include "platform/scene/street_scene.h"
 
 #include <array>
+#include <cmath>
 #include <random>
 
 namespace host_scene {
@@ -47,7 +48,9 @@ void shop_front(cairo_t* context, double x, double w, const colour& awning) {
     polygon(context, {{x + 12, 196}, {x + w - 12, 196}, {x + w - 6, 220}, {x + 6, 220}});
     cairo_fill(context);
     set_colour(context, {1, 1, 1}, 0.22);
-    for (double stripe = x + 20; stripe < x + w - 24; stripe += 28) {
+    const int stripes = static_cast<int>(std::ceil((w - 44) / 28.0));
+    for (int index = 0; index < stripes; ++index) {
+        const double stripe = x + 20 + index * 28.0;
         polygon(context, {{stripe, 196}, {stripe + 12, 196}, {stripe + 11, 220}, {stripe - 2, 220}});
         cairo_fill(context);
     }
@@ -72,7 +75,9 @@ void draw_house(cairo_t* context, const house& what) {
     line(context, what.x + what.width - 1, what.roof, what.x + what.width - 1, house_foot, 3);
     const int columns = static_cast<int>(what.width / 64.0);
     const double pitch = what.width / columns;
-    for (double y = what.roof + 20; y < 160; y += 66) {
+    const int storeys = static_cast<int>(std::ceil((140 - what.roof) / 66.0));
+    for (int storey = 0; storey < storeys; ++storey) {
+        const double y = what.roof + 20 + storey * 66.0;
         for (int column = 0; column < columns; ++column) {
             window(context, what.x + pitch * (column + 0.5) - 15, y, 30, 42);
         }
@@ -126,12 +131,13 @@ void draw_road(cairo_t* context, std::mt19937& random) {
         line(context, 0, kerb + (kerb < 400 ? 4 : -4), width, kerb + (kerb < 400 ? 4 : -4), 3);
     }
     set_colour(context, {0.9, 0.9, 0.87}, 0.85);
-    for (double dash = 20; dash < width; dash += 120) {
-        polygon(context, {{dash, 428}, {dash + 58, 428}, {dash + 60, 433}, {dash - 1, 433}});
+    for (int dash = 20; dash < design_width; dash += 120) {
+        const double x = dash;
+        polygon(context, {{x, 428}, {x + 58, 428}, {x + 60, 433}, {x - 1, 433}});
         cairo_fill(context);
     }
     set_colour(context, {0, 0, 0}, 0.16);
-    for (double slab = 30; slab < width + 200; slab += 96) {
+    for (int slab = 30; slab < design_width + 200; slab += 96) {
         line(context, slab, near_kerb + 3, slab - (slab - width / 2) * -0.10, design_height, 1.4);
     }
     for (const double y : {626.0, 678.0, 298.0, 311.0}) {

@@ -33,7 +33,7 @@ std::string printable(const std::string& name) {
 
 } // namespace
 
-video_source::video_source(std::string name, std::unique_ptr<reader> reader, bool replay, source_timing timing)
+video_source::video_source(const std::string& name, std::unique_ptr<reader> reader, bool replay, source_timing timing)
     : m_Name(printable(name)), m_Reader(std::move(reader)), m_Replay(replay), m_Timing(timing),
       m_Retry(timing.first_retry) {}
 

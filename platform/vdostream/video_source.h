@@ -37,7 +37,7 @@ struct source_timing {
  */
 class video_source {
   public:
-    video_source(std::string name, std::unique_ptr<reader> reader, bool replay, source_timing timing = {});
+    video_source(const std::string& name, std::unique_ptr<reader> reader, bool replay, source_timing timing = {});
     ~video_source();
     video_source(const video_source&) = delete;
     video_source& operator=(const video_source&) = delete;

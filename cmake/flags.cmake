@@ -2,6 +2,7 @@
 add_library(korvex_flags INTERFACE)
 target_compile_options(korvex_flags INTERFACE
     -Wall -Wextra -Wpedantic -Werror
+    $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict> # g++ 12 sees overlaps in "text" + std::string at -O3 that are not there
     $<$<COMPILE_LANGUAGE:CXX>:-Wshadow -Wconversion -Wnon-virtual-dtor -Wold-style-cast>)
 if(KORVEX_SANITIZE)
     add_compile_options(-fsanitize=${KORVEX_SANITIZE} -fno-omit-frame-pointer)

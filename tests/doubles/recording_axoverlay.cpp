@@ -1,5 +1,7 @@
 #include "tests/doubles/recording_axoverlay.h"
 
+#include <utility>
+
 namespace {
 
 struct service {
@@ -8,6 +10,7 @@ struct service {
     axoverlay_settings settings{};
     gint last_number = 0;
     std::map<gint, recording_axoverlay::overlay> overlays;
+    std::function<void()> during_redraw;
 };
 
 service& the_service() {
@@ -38,6 +41,10 @@ void recording_axoverlay::set_max_resolution(int width, int height) {
 
 axoverlay_settings recording_axoverlay::settings() {
     return the_service().settings;
+}
+
+void recording_axoverlay::on_redraw(std::function<void()> what) {
+    the_service().during_redraw = std::move(what);
 }
 
 std::map<gint, recording_axoverlay::overlay> recording_axoverlay::overlays() {
@@ -89,5 +96,6 @@ void axoverlay_destroy_overlay(gint id, GError** error) {
 }
 
 void axoverlay_redraw(GError** error) {
-    recorder().fails("axoverlay_redraw", error);
+    if (!recorder().fails("axoverlay_redraw", error) && the_service().during_redraw)
+        the_service().during_redraw();
 }

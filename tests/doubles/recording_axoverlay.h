@@ -4,6 +4,7 @@
 
 #include <axoverlay.h>
 
+#include <functional>
 #include <map>
 
 /**
@@ -33,6 +34,9 @@ void set_max_resolution(int width, int height);
 
 /** What `axoverlay_init` was given last. */
 axoverlay_settings settings();
+
+/** Runs inside every redraw. */
+void on_redraw(std::function<void()> what);
 
 /** Every overlay that exists, by number. */
 std::map<gint, overlay> overlays();

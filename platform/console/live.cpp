@@ -1,10 +1,12 @@
 // korvex_live: the application, with one line on stdout that shows what it publishes. On a terminal the line is
 // rewritten in place after each pass; elsewhere a line is printed at most once a second, and whenever the status
-// changes.
+// changes. With --record FILE [--stream WxH] it also writes the annotated video until it ends.
 
 #include "app/app_main.h"
 #include "platform/axevent/host_events.h"
+#include "platform/axoverlay/host_recorder.h"
 #include "platform/console/console_line.h"
+#include "platform/console/options.h"
 #include "platform/console/pass_watch.h"
 #include "platform/vdostream/host_video.h"
 
@@ -13,6 +15,8 @@
 
 #include <csignal>
 #include <cstdio>
+#include <exception>
+#include <optional>
 #include <string>
 
 namespace {
@@ -96,14 +100,69 @@ class LiveConsole {
     double rate_ = 0.0;
 };
 
-} // namespace
+/** The annotated video of a whole run, from its first pass on: only then the camera's rotation is known. */
+class Recording {
+  public:
+    explicit Recording(const console::Options& options) : options_(options) {}
 
-int main() {
+    /** Begins it, once. A recording that cannot begin ends the application: it was asked for. */
+    void after_pass() {
+        if (options_.record.empty() || recorder_ || failed_) {
+            return;
+        }
+        try {
+            recorder_.emplace(host_overlay::RecorderOptions{options_.record, options_.width, options_.height,
+                                                            g_ParameterController.get_rotation(), false, false});
+        } catch (const std::exception& failure) {
+            fail(failure);
+            raise(SIGTERM);
+        }
+    }
+
+    /** Makes the file playable; false when there is none that is. */
+    bool finish() {
+        try {
+            if (recorder_) {
+                recorder_->finish();
+            }
+        } catch (const std::exception& failure) {
+            fail(failure);
+        }
+        return !failed_;
+    }
+
+  private:
+    void fail(const std::exception& failure) {
+        failed_ = true;
+        std::fprintf(stderr, "live: no recording: %s.\n", failure.what());
+    }
+
+    const console::Options options_;
+    std::optional<host_overlay::Recorder> recorder_;
+    bool failed_ = false;
+};
+
+int run(const console::Options& options) {
     LiveConsole live;
-    const console::PassWatch watch([&live] { live.after_pass(); });
+    Recording recording(options);
+    const console::PassWatch watch([&] {
+        live.after_pass();
+        recording.after_pass();
+    });
     host_events::set_listener([&live](const host_events::Occurrence& occurrence) { live.tell(occurrence); });
     const int status = korvex_orvel_main();
     // The events are withdrawn after this, when the process's objects are destroyed.
     host_events::set_listener([](const host_events::Occurrence&) {});
-    return status;
+    return recording.finish() ? status : 1;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    try {
+        return run(console::parse_options(argc, argv, false));
+    } catch (const std::exception& problem) {
+        std::fprintf(stderr, "live: %s.\n", problem.what());
+        return 1;
+    }
 }

@@ -1,12 +1,14 @@
-// korvex_replay [SECONDS]: the application's passes over KORVEX_VDO_SOURCE in the video's own time, as fast as the
-// machine allows; one JSON line a pass on stdout (pass_json.h), progress on stderr. It ends with the video, or after
-// SECONDS of it.
+// korvex_replay [--seconds N] [--record FILE [--stream WxH]]: the application's passes over KORVEX_VDO_SOURCE in the
+// video's own time, as fast as the machine allows; one JSON line a pass on stdout (pass_json.h), progress on stderr. It
+// ends with the video, or after N seconds of it. With --record each pass adds a picture to the annotated video.
 //
 // Nothing in the output depends on the machine's speed or its clock: pass k sees the frame at k periods, dwell times
 // are counted in the video's time, and no pass counts as slow.
 
 #include "app/app_main.h"
 #include "platform/axevent/host_events.h"
+#include "platform/axoverlay/host_recorder.h"
+#include "platform/console/options.h"
 #include "platform/console/pass_json.h"
 #include "platform/vdostream/host_video.h"
 #include "scene/clock.h"
@@ -18,6 +20,8 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <exception>
+#include <optional>
 
 namespace {
 
@@ -73,10 +77,13 @@ bool run_pass() {
     return std::puts(console::json_of_pass(record).c_str()) >= 0;
 }
 
-/** The application's own start, without the overlays, which nobody watches here. */
-bool start() {
+/** The application's own start; without the overlays when nobody sees them. */
+bool start(bool overlays) {
     init_parameter_controller();
     init_ai();
+    if (overlays) {
+        init_overlay_manager();
+    }
     // The events' own lines would stand between the passes'.
     host_events::set_listener(ignore_event);
     init_event_manager();
@@ -87,24 +94,10 @@ bool start() {
     return !host_video::statistics().source.empty();
 }
 
-} // namespace
-
-int main(int argc, char** argv) {
-    double limit = HUGE_VAL;
-    if (argc > 2) {
-        return give_up("it takes one argument, the number of seconds.");
-    }
-    if (argc == 2) {
-        gchar* end = nullptr;
-        limit = g_ascii_strtod(argv[1], &end);
-        if (end == argv[1] || *end != '\0' || !(limit > 0.0)) {
-            return give_up(std::string("\"") + argv[1] + "\" is not a number of seconds.");
-        }
-    }
-    setenv("KORVEX_VDO_REPLAY", "1", 1);
-    std::signal(SIGPIPE, SIG_IGN);
-
-    if (!start()) {
+/** Throws std::runtime_error when the recording cannot go on. */
+int run(const console::Options& options) {
+    const bool records = !options.record.empty();
+    if (!start(records)) {
         show_log();
         return give_up("the video cannot be opened.");
     }
@@ -112,16 +105,27 @@ int main(int argc, char** argv) {
     if (period_ms <= 0) {
         return give_up("MainLoopTime is " + std::to_string(period_ms) + "; it must be at least 1 ms.");
     }
+    std::optional<host_overlay::Recorder> recorder;
+    if (records) {
+        recorder.emplace(host_overlay::RecorderOptions{options.record, options.width, options.height,
+                                                       g_ParameterController.get_rotation(), false, true});
+    }
     int passes = 0;
     for (;; ++passes) {
         video_seconds = (passes + 1.0) * period_ms / 1000.0;
-        if (video_seconds > limit || !host_video::replay_advance(video_seconds)) {
+        if (video_seconds > options.seconds || !host_video::replay_advance(video_seconds)) {
             break;
         }
         if (!run_pass()) {
             return give_up("the output cannot be written.");
         }
-        show_progress(passes + 1, limit);
+        if (recorder) {
+            recorder->take(video_seconds);
+        }
+        show_progress(passes + 1, options.seconds);
+    }
+    if (recorder) {
+        recorder->finish();
     }
     if (std::fflush(stdout) != 0) {
         return give_up("the output cannot be written.");
@@ -132,4 +136,16 @@ int main(int argc, char** argv) {
         return give_up("the passes failed; the log above says why.");
     }
     return 0;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    setenv("KORVEX_VDO_REPLAY", "1", 1);
+    std::signal(SIGPIPE, SIG_IGN);
+    try {
+        return run(console::parse_options(argc, argv, true));
+    } catch (const std::exception& problem) {
+        return give_up(std::string(problem.what()) + ".");
+    }
 }

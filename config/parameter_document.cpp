@@ -223,8 +223,8 @@ std::map<std::string, std::string> parameter_io::parseXMLData(std::string xml) {
     }
     for (const xmlNode* node = root->children; node != nullptr; node = node->next) {
         const std::unique_ptr<xmlChar, xml_text_deleter> text(xmlNodeListGetString(doc.get(), node->children, 1));
-        if (!text)
-            throw std::logic_error("parseXMLData: " + to_text(node->name) + " has no text");
+        if (!text || node->name == nullptr) // a CDATA section has no name
+            throw std::logic_error("parseXMLData: a child of the root has no text");
         values[to_text(node->name)] = to_text(text.get());
     }
     return values;

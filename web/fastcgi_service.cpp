@@ -3,7 +3,9 @@
 #include "app/Logger.h"
 #include "config/parameter_io.h"
 
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/time.h>
 
 #include <cstdlib>
 #include <cstring>
@@ -17,6 +19,8 @@ constexpr auto kSocketPath = "/usr/local/packages/korvex_orvel/html/korvex_orvel
 constexpr int kBacklog = 5;
 constexpr size_t kMostFilling = 64 * 1024; // bytes; what the web server in front lets through at the most
 
+constexpr timeval kPatience = {2, 0}; // seconds, microseconds; libfcgi waits as long for a client's first byte
+
 constexpr auto kPlainText = "Content-Type: text/plain\r\n";
 constexpr auto kXml = "Content-Type: text/xml\r\n";
 
@@ -27,6 +31,12 @@ struct uri_deleter {
 struct query_deleter {
     void operator()(UriQueryListA* query) const { uriFreeQueryListA(query); }
 };
+
+/** A client that neither sends its body nor takes its answer must not hold up the others. */
+void limit_waiting(int connection) {
+    setsockopt(connection, SOL_SOCKET, SO_RCVTIMEO, &kPatience, sizeof kPatience);
+    setsockopt(connection, SOL_SOCKET, SO_SNDTIMEO, &kPatience, sizeof kPatience);
+}
 
 } // namespace
 
@@ -52,8 +62,10 @@ int fastcgi_service::init() {
 }
 
 int fastcgi_service::run() {
-    while (FCGX_Accept_r(&m_request) == 0)
+    while (FCGX_Accept_r(&m_request) == 0) {
+        limit_waiting(m_request.ipcFd);
         serve();
+    }
     return 0;
 }
 

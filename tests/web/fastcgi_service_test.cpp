@@ -1,0 +1,398 @@
+#include "app/app_main.h"
+#include "config/parameter_io.h"
+#include "tests/config/posted_document.h"
+#include "tests/doubles/core_fixture.h"
+#include "tests/doubles/fake_axparameter.h"
+#include "tests/web/process_counters.h"
+#include "tests/web/running_service.h"
+#include "web/fastcgi_service.h"
+
+#include <gmock/gmock.h>
+
+#include <memory>
+#include <random>
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+constexpr auto kException =
+    "error|processPOST:  Exception from processPOST trying to set post parameters."; // two blanks
+
+class fastcgi_service_test : public core_fixture {
+  protected:
+    fastcgi_service_test() {
+        g_ConfigParams = {};
+        g_StatusCode = 200;
+        g_ExecutionTime = 37;
+        g_IsPortrait = false;
+        g_StreamWidth = 1920;
+        g_StreamHeight = 1080;
+        g_ParameterController.init_controller("korvex_orvel");
+    }
+    ~fastcgi_service_test() override {
+        service.reset();
+        ax_parameter_free(g_ParameterController.m_Parameter);
+        g_ParameterController = {};
+        g_ConfigParams = {};
+        g_IsPortrait = false;
+    }
+
+    /** The body that a POST hands on, as the service reads it: told by what it does to a document's text. */
+    std::string stored_after(const std::string& length, const std::string& body) {
+        g_ConfigParams.str_AnonOverlay = "none";
+        fastcgi_client::parameters parameters = {{"REQUEST_METHOD", "POST"},
+                                                 {"REQUEST_URI", "/?action=set_post_parameters"}};
+        if (!length.empty())
+            parameters.emplace_back("CONTENT_LENGTH", length);
+        return service->ask(parameters, body);
+    }
+
+    /** Still answers. */
+    void expect_alive() const { EXPECT_EQ(service->get("/x?action=get_status_code"), kStatusCode); }
+
+    static constexpr auto kStatusCode = "Status: 200 OK\r\nContent-Type: text/plain\r\n\r\n200";
+    std::unique_ptr<running_service> service = std::make_unique<running_service>(folder);
+};
+
+TEST_F(fastcgi_service_test, answers_each_action_of_a_get) {
+    const struct {
+        const char* query;
+        const char* answer;
+    } table[] = {
+        {"action=get_status_string",
+         "Status: 200 OK\r\nContent-Type: text/plain\r\nContent-Type: text/plain\r\n\r\nRunning"},
+        {"action=get_execution_time", "Status: 200 OK\r\nContent-Type: text/plain\r\n\r\n37"},
+        {"action=get_is_portrait", "Status: 200 OK\r\nContent-Type: text/plain\r\n\r\n0"},
+        {"action=get_status_code", kStatusCode},
+        {"action=clear_logfile", "Status: 200 OK\r\nContent-Type: text/plain\r\n\r\nLog file cleared."},
+        {"action=nonsense", "Status: 200 OK\r\n\r\n"},
+        {"action=", "Status: 200 OK\r\n\r\n"},
+        {"action", "Status: 200 OK\r\n\r\n"},
+        {"action=set_post_parameters", "Status: 200 OK\r\n\r\n"},
+        {"action=GET_STATUS_CODE", "Status: 200 OK\r\n\r\n"},
+        {"action=get_status_code%20", "Status: 200 OK\r\n\r\n"},
+        {"action=get_status_code=", "Status: 200 OK\r\n\r\n"},
+        // Keys and values count as they are after decoding.
+        {"action=get%5Fstatus%5fcode", kStatusCode},
+        {"%61ction=get_status_code", kStatusCode},
+        {"action=get_status_code%00and%20more", kStatusCode},
+        {"foo=1&action=get_status_code&bar", kStatusCode},
+        {"&&action=get_status_code&", kStatusCode},
+        // Whatever is not the key is skipped.
+        {"foo=1", ""},
+        {"", ""},
+        {"&&&", ""},
+        {"Action=get_status_code", ""},
+        {"action%20=get_status_code", ""},
+        {"=action", ""},
+        {"actions=get_status_code", ""},
+        // Each action is answered into the same response.
+        {"action=get_status_code&action=get_is_portrait", "Status: 200 OK\r\nContent-Type: text/plain\r\n\r\n200"
+                                                          "Status: 200 OK\r\nContent-Type: text/plain\r\n\r\n0"},
+        {"action&x=1&action=nonsense&action=get_execution_time",
+         "Status: 200 OK\r\n\r\nStatus: 200 OK\r\n\r\nStatus: 200 OK\r\nContent-Type: text/plain\r\n\r\n37"},
+    };
+    for (const auto& [query, answer] : table)
+        EXPECT_EQ(service->get(std::string("/local/korvex_orvel/korvex_orvel_fcgi.cgi?") + query), answer) << query;
+}
+
+TEST_F(fastcgi_service_test, reads_the_state_at_the_time_of_the_answer) {
+    g_StatusCode = -7;
+    g_ExecutionTime = -2147483647 - 1;
+    g_IsPortrait = true;
+    EXPECT_EQ(service->get("?action=get_status_code"), "Status: 200 OK\r\nContent-Type: text/plain\r\n\r\n-7");
+    EXPECT_EQ(service->get("?action=get_execution_time"),
+              "Status: 200 OK\r\nContent-Type: text/plain\r\n\r\n-2147483648");
+    EXPECT_EQ(service->get("?action=get_is_portrait"), "Status: 200 OK\r\nContent-Type: text/plain\r\n\r\n1");
+    EXPECT_EQ(service->get("?action=get_status_string"),
+              "Status: 200 OK\r\nContent-Type: text/plain\r\nContent-Type: text/plain\r\n\r\nUnknown default status");
+}
+
+TEST_F(fastcgi_service_test, gives_all_parameters_as_xml) {
+    EXPECT_EQ(service->get("?action=get_all_parameters"),
+              "Status: 200 OK\r\nContent-Type: text/xml\r\n\r\n" + parameter_io().get_parameters());
+}
+
+TEST_F(fastcgi_service_test, gives_the_log_in_both_forms_after_the_same_line) {
+    forget_log();
+    g_Logger.error("it|broke");
+    const std::string date = g_Logger._logEntries.front()._dateTime;
+    const std::string header = "Status: 200 OK\r\nContent-Type: text/plain\r\n\r\n";
+    const std::string plain = service->get("?action=get_logfile_as_plain_text");
+    EXPECT_EQ(plain.substr(0, header.size() + date.size() + 26), header + date + " korvex_orvel error broke\n");
+    EXPECT_THAT(log_lines(), ElementsAre("error|it|broke", "info|processGET: get_logfile_as_plain_text"));
+    const std::string serialised = service->get("?action=get_logfile_as_serialized_text");
+    EXPECT_EQ(serialised.substr(0, header.size() + date.size() + 26), header + date + "|korvex_orvel|error|broke\n");
+    EXPECT_THAT(log_lines(), ElementsAre("error|it|broke", "info|processGET: get_logfile_as_plain_text",
+                                         "info|processGET: get_logfile_as_plain_text"));
+    EXPECT_TRUE(serialised.ends_with("|korvex_orvel|info|processGET: get_logfile_as_plain_text\n")) << serialised;
+}
+
+TEST_F(fastcgi_service_test, logs_nothing_for_the_other_actions) {
+    for (const char* action :
+         {"get_status_string", "get_execution_time", "get_is_portrait", "get_status_code", "clear_logfile", "nonsense"})
+        EXPECT_THAT(log_of([&] { service->get(std::string("?action=") + action); }), IsEmpty()) << action;
+}
+
+TEST_F(fastcgi_service_test, clears_the_log) {
+    g_Logger.info("waiting");
+    g_Logger.flush();
+    g_Logger.info("waiting, too");
+    service->get("?action=clear_logfile");
+    EXPECT_THAT(log_lines(), IsEmpty());
+}
+
+TEST_F(fastcgi_service_test, refuses_in_bare_words_what_it_cannot_read) {
+    const fastcgi_client::parameters get = {{"REQUEST_METHOD", "GET"}};
+    const struct {
+        fastcgi_client::parameters parameters;
+        const char* answer;
+    } table[] = {
+        {{{"REQUEST_METHOD", "GET"}}, "Failed to parse URI"},
+        {{}, "Failed to parse URI"},
+        {{{"REQUEST_METHOD", "GET"}, {"REQUEST_URI", "/a b?action=get_status_code"}}, "Failed to parse URI"},
+        {{{"REQUEST_METHOD", "GET"}, {"REQUEST_URI", "/?action=%4"}}, "Failed to parse URI"},
+        {{{"REQUEST_METHOD", "GET"}, {"REQUEST_URI", "http://[::1/?action=x"}}, "Failed to parse URI"},
+        {{{"REQUEST_METHOD", "POST"}, {"REQUEST_URI", "\xff\xfe"}}, "Failed to parse URI"},
+        {{{"REQUEST_METHOD", "GET"}, {"REQUEST_URI", "/x"}}, "Failed to parse query"},
+        {{{"REQUEST_METHOD", "POST"}, {"REQUEST_URI", "/x#?action=y"}}, "Failed to parse query"},
+        {{{"REQUEST_METHOD", "GET"}, {"REQUEST_URI", ""}}, "Failed to parse query"},
+        {{{"REQUEST_METHOD", "PUT"}, {"REQUEST_URI", "/?action=x"}},
+         "Only GET and POST supported. Method PUT not supported"},
+        {{{"REQUEST_METHOD", "get"}, {"REQUEST_URI", "/?action=x"}},
+         "Only GET and POST supported. Method get not supported"},
+        {{{"REQUEST_METHOD", "%s%n"}, {"REQUEST_URI", "/?action=x"}},
+         "Only GET and POST supported. Method %s%n not supported"},
+        {{{"REQUEST_METHOD", "\xff\x01"}, {"REQUEST_URI", "/?action=x"}},
+         "Only GET and POST supported. Method \xff\x01 not supported"},
+        {{{"REQUEST_METHOD", ""}, {"REQUEST_URI", "/?action=x"}}, "Only GET and POST supported. Method  not supported"},
+        {{{"REQUEST_URI", "/?action=x"}}, "Only GET and POST supported. Method  not supported"},
+        {{{"REQUEST_URI", "/?b=x"}}, ""},
+        {{{"REQUEST_METHOD", "HEAD"}, {"REQUEST_URI", "/?action=x&b&action"}},
+         "Only GET and POST supported. Method HEAD not supportedOnly GET and POST supported. Method HEAD not "
+         "supported"},
+    };
+    for (const auto& [parameters, answer] : table) {
+        EXPECT_EQ(service->ask(parameters), answer) << fastcgi_client::encode(parameters);
+        expect_alive();
+    }
+}
+
+TEST_F(fastcgi_service_test, prints_a_method_of_any_length) {
+    const std::string method(100000, 'M');
+    EXPECT_EQ(service->ask({{"REQUEST_METHOD", method}, {"REQUEST_URI", "/?action"}}),
+              "Only GET and POST supported. Method " + method + " not supported");
+}
+
+TEST_F(fastcgi_service_test, stores_a_posted_document) {
+    const std::string body = posted_document().text();
+    EXPECT_THAT(
+        log_of([&] { EXPECT_EQ(service->post("/?action=set_post_parameters", body), "Status: 200 OK\r\n\r\n"); }),
+        IsEmpty());
+    EXPECT_EQ(g_ConfigParams.str_AnonOverlay, "640x480");
+    EXPECT_EQ(fake_axparameter::values()["SelectedAnonOverlay"], "640x480");
+}
+
+TEST_F(fastcgi_service_test, tells_a_refused_document_from_one_that_throws) {
+    EXPECT_THAT(log_of([&] {
+                    EXPECT_EQ(service->post("/?action=set_post_parameters", "no document"),
+                              "Status: 400 Bad Request\r\n\r\n");
+                }),
+                ElementsAre("error|parseXMLData: Failed to parse XML payload",
+                            "error|set_post_parameters: Failed to parse XML payload"));
+    for (const std::string body : {"<app><MinNumberOfPeopleForTrigger>x</MinNumberOfPeopleForTrigger></app>",
+                                   "<app>\n<a>1</a></app>", "<app><a/></app>"})
+        EXPECT_THAT(log_of([&] { EXPECT_EQ(service->post("/?action=set_post_parameters", body), "") << body; }),
+                    ElementsAre(kException))
+            << body;
+}
+
+TEST_F(fastcgi_service_test, answers_any_other_action_of_a_post_with_a_line_end) {
+    for (const char* query : {"action=other", "action=", "action", "action=get_status_code"})
+        EXPECT_EQ(service->post(std::string("/?") + query, "body"), "\r\n") << query;
+    EXPECT_EQ(service->post("/?foo=1", "body"), "");
+}
+
+TEST_F(fastcgi_service_test, gives_the_body_to_the_first_action_only) {
+    const std::string query = "/?action=set_post_parameters&action=set_post_parameters";
+    const std::string body = posted_document().text();
+    const std::string first_good = "Status: 200 OK\r\n\r\nStatus: 400 Bad Request\r\n\r\n";
+    EXPECT_EQ(service->post(query, body), first_good);
+    EXPECT_EQ(service->post("/?action=other&action=set_post_parameters", body), "\r\nStatus: 400 Bad Request\r\n\r\n");
+}
+
+TEST_F(fastcgi_service_test, reads_as_much_body_as_the_length_says) {
+    const std::string document = posted_document().text();
+    const std::string exact = std::to_string(document.size());
+    const std::string stored = "Status: 200 OK\r\n\r\n";
+    const std::string refused = "Status: 400 Bad Request\r\n\r\n";
+    const struct {
+        std::string length;
+        std::string body;
+        std::string answer;
+    } table[] = {
+        {exact, document, stored},
+        {exact, document + "and more", stored},
+        {" +" + exact, document, stored},
+        {exact + " bytes", document, stored},
+        {std::to_string(document.size() - 1), document, refused},
+        {std::to_string(document.size() + 1), document, refused}, // a byte of 255 follows the document
+        {"", document, refused},
+        {"0", document, refused},
+        {"-1", document, refused},
+        {"many", document, refused},
+        {"-99999999999999999999", document, refused},
+        {"99999999999999999999", document, refused},
+        {"2147483647", document, refused},
+        {"2147483648", document, refused}, // what fits no int is cut to its low bits: negative
+        {"4294967296", document, refused},
+        {"1000000", "", refused},
+    };
+    for (const auto& [length, body, answer] : table) {
+        EXPECT_EQ(stored_after(length, body), answer) << length;
+        EXPECT_EQ(g_ConfigParams.str_AnonOverlay, answer == stored ? "640x480" : "none") << length;
+    }
+}
+
+TEST_F(fastcgi_service_test, takes_a_body_of_many_records_and_of_any_bytes) {
+    std::string document = posted_document().text();
+    document.insert(document.size() - 6, "<More>" + std::string(200000, 'x') + "</More>");
+    EXPECT_EQ(service->post("/?action=set_post_parameters", document), "Status: 200 OK\r\n\r\n");
+    std::mt19937 random(4711);
+    std::string bytes(100000, '\0');
+    for (char& byte : bytes)
+        byte = static_cast<char>(random());
+    EXPECT_EQ(service->post("/?action=set_post_parameters", bytes), "Status: 400 Bad Request\r\n\r\n");
+}
+
+TEST_F(fastcgi_service_test, takes_parameters_of_any_bytes) {
+    const unsigned seed = std::random_device()();
+    SCOPED_TRACE(seed);
+    std::mt19937 random(seed);
+    for (int round = 0; round < 200; ++round) {
+        fastcgi_client::parameters parameters;
+        for (int i = 0; i < 5; ++i) {
+            std::string name(random() % 300, '\0');
+            std::string value(random() % 300, '\0');
+            for (std::string* text : {&name, &value})
+                for (char& byte : *text)
+                    byte = static_cast<char>(random());
+            parameters.emplace_back(name, value);
+        }
+        parameters.emplace_back("REQUEST_METHOD", "GET");
+        parameters.emplace_back("REQUEST_URI", "/?action=get_status_code");
+        ASSERT_EQ(service->ask(parameters), kStatusCode);
+    }
+}
+
+TEST_F(fastcgi_service_test, goes_on_when_a_client_goes_away_half_way) {
+    const fastcgi_client::parameters post = {
+        {"REQUEST_METHOD", "POST"}, {"REQUEST_URI", "/?action=set_post_parameters"}, {"CONTENT_LENGTH", "5000"}};
+    const std::string encoded = fastcgi_client::encode(post);
+    g_ConfigParams.str_AnonOverlay = "none";
+    const std::string steps[] = {
+        "",                                                  // connects only
+        "\x01",                                              // in the first header
+        fastcgi_client::encode(fastcgi_client::params, "x"), // no begin
+        std::string("GET / HTTP/1.0\r\n\r\n"),               // another protocol
+    };
+    for (const std::string& bytes : steps) {
+        { fastcgi_client(service->socket()).send_bytes(bytes); }
+        expect_alive();
+    }
+    for (size_t cut = 0; cut <= encoded.size(); cut += 7) {
+        {
+            fastcgi_client client(service->socket());
+            client.send_begin();
+            client.send_bytes(fastcgi_client::encode(fastcgi_client::params, encoded).substr(0, cut));
+        }
+        expect_alive();
+    }
+    for (const bool reads : {true, false}) {
+        {
+            fastcgi_client client(service->socket());
+            client.send_begin();
+            client.send_parameters(post);
+            client.send_record(fastcgi_client::in, posted_document().text().substr(0, 100));
+            client.end_sending();
+            if (reads) {
+                EXPECT_EQ(client.receive(), "Status: 400 Bad Request\r\n\r\n");
+            }
+        }
+        expect_alive();
+    }
+    EXPECT_EQ(g_ConfigParams.str_AnonOverlay, "none");
+}
+
+TEST_F(fastcgi_service_test, gives_up_a_client_that_keeps_its_connection_and_sends_no_body) {
+    fastcgi_client silent(service->socket());
+    silent.send_begin();
+    silent.send_parameters(
+        {{"REQUEST_METHOD", "POST"}, {"REQUEST_URI", "/?action=set_post_parameters"}, {"CONTENT_LENGTH", "10"}});
+    expect_alive();
+}
+
+TEST_F(fastcgi_service_test, gives_up_a_client_that_does_not_take_its_answer) {
+    g_Logger.info(std::string(3000000, 'x')); // more than the connection holds
+    fastcgi_client deaf(service->socket());
+    deaf.send_begin();
+    deaf.send_parameters({{"REQUEST_METHOD", "GET"}, {"REQUEST_URI", "/?action=get_logfile_as_plain_text"}});
+    deaf.send_body("");
+    expect_alive();
+}
+
+TEST_F(fastcgi_service_test, answers_the_next_request_of_a_kept_connection) {
+    fastcgi_client client(service->socket());
+    for (int i = 0; i < 3; ++i) {
+        client.send_begin(true);
+        client.send_parameters({{"REQUEST_METHOD", "GET"}, {"REQUEST_URI", "/?action=get_status_code"}});
+        client.send_body("");
+        EXPECT_EQ(client.receive(), kStatusCode);
+        EXPECT_TRUE(client.finished());
+    }
+    expect_alive(); // another client, though this one is still there
+}
+
+TEST_F(fastcgi_service_test, answers_only_a_post_after_its_body) {
+    fastcgi_client client(service->socket());
+    client.send_begin();
+    client.send_parameters({{"REQUEST_METHOD", "PUT"}, {"REQUEST_URI", "/?action=x"}, {"CONTENT_LENGTH", "1000"}});
+    EXPECT_EQ(client.receive(), "Only GET and POST supported. Method PUT not supported");
+}
+
+TEST_F(fastcgi_service_test, leaves_descriptors_and_memory_where_they_were) {
+    const std::string document = posted_document().text();
+    const auto ask_all = [&](int times) {
+        for (int i = 0; i < times; ++i) {
+            service->get("/?action=get_status_code");
+            service->get("/?action=clear_logfile&action=get_status_string&x=%20");
+            service->get("/ ?");
+            service->get("/");
+            service->ask({{"REQUEST_URI", "/?action"}});
+            service->ask({{"REQUEST_METHOD", "POST"},
+                          {"REQUEST_URI", "/?action=set_post_parameters"},
+                          {"CONTENT_LENGTH", "2147483647"}});
+            service->post("/?action=set_post_parameters", "<!DOCTYPE a [<!ENTITY b \"c\">]><a><x>&b;</x></a>");
+            service->post("/?action=set_post_parameters", "<a>\n</a>");
+            service->get("/?action=nonsense");
+            { fastcgi_client(service->socket()).send_begin(); }
+        }
+    };
+    ask_all(50);
+    const process_counters before = count_process();
+    ask_all(1000); // 10,000 requests
+    const process_counters after = count_process();
+    EXPECT_EQ(after.descriptors, before.descriptors);
+    EXPECT_LT(after.heap_bytes, before.heap_bytes + 64 * 1024);
+}
+
+TEST_F(fastcgi_service_test, takes_no_memory_for_a_length_that_is_only_stated) {
+    expect_alive();
+    const process_counters before = count_process();
+    EXPECT_EQ(stored_after("2000000000", "<app>"), "Status: 400 Bad Request\r\n\r\n");
+    EXPECT_LT(count_process().peak_resident_bytes, before.peak_resident_bytes + 8 * 1024 * 1024);
+}
+
+} // namespace

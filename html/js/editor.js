@@ -1,0 +1,236 @@
+// @ts-check
+/** The area and the zones over the live picture: dragged, moved by keys, typed as numbers. */
+
+import { byId, make } from "./dom.js";
+import { areaOf, crossesItself, leavesPicture, middleOf, snapped, withCorners } from "./geometry.js";
+import { copyOf } from "./settings.js";
+import { store } from "./store.js";
+
+/** @typedef {import("./settings.js").Settings} Settings */
+/** @typedef {import("./settings.js").Point} Point */
+/** @typedef {{key: string, name: string, kind: string, points: (settings: Settings) => Point[], on: (settings: Settings) => boolean}} Shape */
+
+/** @type {Shape[]} */
+const SHAPES = [
+  { key: "area", name: "Area", kind: "area", points: (settings) => settings.area.slice(0, settings.corners), on: () => true },
+  ...[0, 1, 2].map((i) => ({
+    key: `zone${i + 1}`, name: `Exclusion zone ${i + 1}`, kind: "zone",
+    points: (/** @type {Settings} */ settings) => settings.zones[i], on: (/** @type {Settings} */ settings) => settings.flags[`Exclusion${i + 1}_Active`],
+  })),
+];
+const KEYS = { ArrowLeft: [-1, 0], ArrowRight: [1, 0], ArrowUp: [0, -1], ArrowDown: [0, 1] };
+
+/** @param {Point[]} points moves all of them, as one, within the picture @param {number} dx @param {number} dy */
+function moveAll(points, dx, dy) {
+  const xs = points.map(({ x }) => x), ys = points.map(({ y }) => y);
+  const right = Math.max(Math.min(dx, 100 - Math.max(...xs)), -Math.min(...xs));
+  const down = Math.max(Math.min(dy, 100 - Math.max(...ys)), -Math.min(...ys));
+  for (const point of points) {
+    point.x += Math.round(right);
+    point.y += Math.round(down);
+  }
+}
+
+/** @param {Shape} shape @param {number} corner -1 for the whole shape @param {number} dx @param {number} dy */
+function moveByKey(shape, corner, dx, dy) {
+  store.edit((settings) => {
+    const points = shape.points(settings);
+    if (corner < 0) return moveAll(points, dx, dy);
+    points[corner].x = snapped(points[corner].x + dx, true);
+    points[corner].y = snapped(points[corner].y + dy, true);
+  });
+}
+
+/** @param {PointerEvent} event @param {Shape} shape @param {number} corner -1 for the whole shape */
+function startDrag(event, shape, corner) {
+  if (store.edited === null || event.button !== 0) return;
+  event.preventDefault();
+  const target = /** @type {HTMLElement} */ (event.currentTarget);
+  if (target instanceof HTMLElement) target.focus();
+  const box = byId("stage").getBoundingClientRect();
+  const before = copyOf(store.edited);
+  const start = { x: event.clientX, y: event.clientY };
+
+  /** @param {PointerEvent} move */
+  const drag = (move) => store.preview((settings) => {
+    const dx = ((move.clientX - start.x) / box.width) * 100, dy = ((move.clientY - start.y) / box.height) * 100;
+    const points = shape.points(settings), origin = shape.points(before);
+    points.forEach((point, i) => Object.assign(point, origin[i]));
+    if (corner < 0) return moveAll(points, dx, dy);
+    points[corner].x = snapped(origin[corner].x + dx, move.altKey);
+    points[corner].y = snapped(origin[corner].y + dy, move.altKey);
+  });
+  const end = () => {
+    window.removeEventListener("pointermove", drag);
+    window.removeEventListener("pointerup", end);
+    window.removeEventListener("pointercancel", end);
+    store.commit(before);
+  };
+  window.addEventListener("pointermove", drag);
+  window.addEventListener("pointerup", end);
+  window.addEventListener("pointercancel", end);
+}
+
+/** The handles stay the same elements while they move, so that focus and drags survive. @type {Map<string, any>} */
+const handles = new Map();
+/** @type {Map<string, SVGPolygonElement>} */
+const outlines = new Map();
+
+/** @param {Shape} shape @param {number} corner */
+function handleOf(shape, corner) {
+  const key = `${shape.key}.${corner}`;
+  let handle = handles.get(key);
+  if (handle === undefined) {
+    handle = make("button", { type: "button", className: `handle ${shape.kind}${corner < 0 ? " middle" : ""}`, textContent: corner < 0 ? "✥" : String(corner + 1) });
+    handle.dataset.handle = key;
+    handle.addEventListener("pointerdown", (/** @type {PointerEvent} */ event) => startDrag(event, shape, corner));
+    handle.addEventListener("keydown", (/** @type {KeyboardEvent} */ event) => {
+      const direction = KEYS[/** @type {keyof typeof KEYS} */ (event.key)];
+      if (direction === undefined) return;
+      event.preventDefault();
+      const step = event.shiftKey ? 5 : 1;
+      moveByKey(shape, corner, direction[0] * step, direction[1] * step);
+    });
+    handles.set(key, handle);
+    byId("handles").append(handle);
+  }
+  return handle;
+}
+
+/** @param {Shape} shape */
+function outlineOf(shape) {
+  let outline = outlines.get(shape.key);
+  if (outline === undefined) {
+    outline = document.createElementNS("http://www.w3.org/2000/svg", "polygon");
+    outline.addEventListener("pointerdown", (event) => startDrag(event, shape, -1));
+    outlines.set(shape.key, outline);
+    byId("shapes").append(outline);
+  }
+  return outline;
+}
+
+/** @param {any} handle @param {Point} at @param {string} label */
+function place(handle, at, label) {
+  handle.hidden = false;
+  // What lies outside the picture is held at its edge, where it can be taken hold of.
+  handle.style.left = `${Math.min(100, Math.max(0, at.x))}%`;
+  handle.style.top = `${Math.min(100, Math.max(0, at.y))}%`;
+  handle.setAttribute("aria-label", label);
+}
+
+/** @param {Point[]} points */
+const listed = (points) => points.map(({ x, y }) => `${x},${y}`).join(" ");
+
+/** @param {Settings} settings */
+function drawShapes(settings) {
+  for (const handle of handles.values()) handle.hidden = true;
+  byId("outside").setAttribute("d", `M0,0H100V100H0Z M${listed(SHAPES[0].points(settings))}Z`);
+  for (const shape of SHAPES) {
+    const points = shape.points(settings);
+    const outline = outlineOf(shape);
+    outline.setAttribute("class", `shape ${shape.kind}${crossesItself(points) ? " wrong" : ""}`);
+    outline.setAttribute("points", listed(points));
+    outline.toggleAttribute("hidden", !shape.on(settings));
+    if (!shape.on(settings)) continue;
+    points.forEach((point, i) => place(handleOf(shape, i), point, `${shape.name}, corner ${i + 1}: ${point.x} % from the left, ${point.y} % from the top`));
+    place(handleOf(shape, -1), middleOf(points), `${shape.name}, all of it`);
+  }
+}
+
+/** @param {Settings} settings */
+function tellProblems(settings) {
+  const problems = [];
+  for (const shape of SHAPES.filter((candidate) => candidate.on(settings))) {
+    const points = shape.points(settings);
+    if (crossesItself(points)) problems.push(`${shape.name}: its edges cross. What counts inside is then hard to foresee; move the corners apart.`);
+    if (leavesPicture(points)) problems.push(`${shape.name}: it leaves the picture. Move its corners back into it.`);
+    else if (areaOf(points) < 1) problems.push(`${shape.name}: there is nearly nothing inside.`);
+  }
+  byId("shape-problems").replaceChildren(...problems.map((text) => make("li", {}, text)));
+}
+
+/** @type {Map<string, any>} */
+const inputs = new Map();
+
+/** @param {Shape} shape @param {number} corner @param {"x" | "y"} axis */
+function inputOf(shape, corner, axis) {
+  const key = `${shape.key}.${corner}.${axis}`;
+  let input = inputs.get(key);
+  if (input === undefined) {
+    input = make("input", { type: "number", min: "0", max: "100", step: "1", "aria-label": `${shape.name}, corner ${corner + 1}, ${axis}` });
+    input.dataset.coordinate = key;
+    input.addEventListener("change", () => {
+      const value = Number(input.value);
+      if (Number.isInteger(value) && value >= 0 && value <= 100) store.edit((settings) => { shape.points(settings)[corner][axis] = value; });
+      else if (store.edited !== null) input.value = shape.points(store.edited)[corner][axis];
+    });
+    inputs.set(key, input);
+  }
+  return input;
+}
+
+let tabled = "";
+
+/** @param {Settings} settings */
+function showCoordinates(settings) {
+  const shown = SHAPES.filter((shape) => shape.on(settings));
+  const kind = shown.map((shape) => `${shape.key}:${shape.points(settings).length}`).join();
+  if (kind !== tabled) {
+    tabled = kind;
+    byId("coordinates").replaceChildren(...shown.map((shape) => make("table", {}, make("caption", {}, shape.name),
+      make("thead", {}, make("tr", {}, ...["Corner", "x", "y"].map((text) => make("th", { scope: "col" }, text)))),
+      make("tbody", {}, ...shape.points(settings).map((_, i) => make("tr", {}, make("th", { scope: "row" }, String(i + 1)),
+        make("td", {}, inputOf(shape, i, "x")), make("td", {}, inputOf(shape, i, "y"))))))));
+  }
+  for (const shape of shown)
+    shape.points(settings).forEach((point, i) => {
+      inputOf(shape, i, "x").value = point.x;
+      inputOf(shape, i, "y").value = point.y;
+    });
+}
+
+function show() {
+  byId("undo").disabled = !store.canUndo;
+  byId("redo").disabled = !store.canRedo;
+  byId("reset").disabled = !store.isChanged;
+  if (store.edited === null) return;
+  const { width, height } = store.analysed;
+  byId("stage").style.setProperty("--ratio", String(width / height));
+  byId("corners").value = String(store.edited.corners);
+  for (const i of [1, 2, 3]) byId(`Exclusion${i}_Active`).checked = store.edited.flags[`Exclusion${i}_Active`];
+  drawShapes(store.edited);
+  tellProblems(store.edited);
+  showCoordinates(store.edited);
+}
+
+export function startEditor() {
+  for (const i of [1, 2, 3]) {
+    const box = make("input", { type: "checkbox", id: `Exclusion${i}_Active` });
+    box.addEventListener("change", () => store.edit((settings) => { settings.flags[`Exclusion${i}_Active`] = box.checked; }));
+    byId("zones").append(make("label", { className: "check" }, box, `Zone ${i}`));
+  }
+  byId("undo").addEventListener("click", () => store.undo());
+  byId("redo").addEventListener("click", () => store.redo());
+  byId("reset").addEventListener("click", () => store.edit((settings) => {
+    if (store.saved === null) return;
+    const { area, zones, corners, flags } = copyOf(store.saved);
+    Object.assign(settings, { area, zones, corners });
+    for (const i of [1, 2, 3]) settings.flags[`Exclusion${i}_Active`] = flags[`Exclusion${i}_Active`];
+  }));
+  byId("corners").addEventListener("change", () => store.edit((settings) => {
+    const count = Number(byId("corners").value);
+    const used = withCorners(settings.area.slice(0, settings.corners), count);
+    settings.area = [...used, ...settings.area.slice(count)];
+    settings.corners = count;
+  }));
+  document.addEventListener("keydown", (event) => {
+    if (!(event.ctrlKey || event.metaKey) || (event.target instanceof HTMLInputElement && event.target.type !== "checkbox")) return;
+    const key = event.key.toLowerCase();
+    if (key === "z" && !event.shiftKey) store.undo();
+    else if (key === "y" || key === "z") store.redo();
+    else return;
+    event.preventDefault();
+  });
+  store.addEventListener("change", show);
+  show();
+}

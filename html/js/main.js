@@ -1,0 +1,53 @@
+// @ts-check
+/** Brings the page up: its tabs, and what each of them shows. */
+
+import { startAdvanced } from "./advanced.js";
+import { byId } from "./dom.js";
+import { startEditor } from "./editor.js";
+import { startForms } from "./forms.js";
+import { startLog } from "./log.js";
+import { showPicture, startPicture } from "./picture.js";
+import { loadSettings, startSaving } from "./saving.js";
+import { startStatus } from "./status.js";
+
+/** @type {HTMLElement[]} */
+const tabs = [...document.querySelectorAll("[role=tab]")].map((tab) => /** @type {HTMLElement} */ (tab));
+
+/** @param {HTMLElement} chosen */
+function select(chosen) {
+  for (const tab of tabs) {
+    tab.setAttribute("aria-selected", String(tab === chosen));
+    tab.tabIndex = tab === chosen ? 0 : -1;
+    byId(tab.getAttribute("aria-controls") ?? "").hidden = tab !== chosen;
+  }
+  history.replaceState(null, "", `#${chosen.id.replace("tab-", "")}`);
+  showPicture(false);
+}
+
+function startTabs() {
+  tabs.forEach((tab, i) => {
+    tab.addEventListener("click", () => select(tab));
+    tab.addEventListener("keydown", (event) => {
+      const target = { ArrowRight: i + 1, ArrowLeft: i - 1, Home: 0, End: tabs.length - 1 }[event.key];
+      if (target === undefined) return;
+      event.preventDefault();
+      const next = tabs[(target + tabs.length) % tabs.length];
+      select(next);
+      next.focus();
+    });
+  });
+  const named = tabs.find((tab) => tab.id === `tab-${location.hash.slice(1)}`);
+  if (named !== undefined) select(named);
+}
+
+startTabs();
+startEditor();
+startForms();
+startSaving();
+startPicture();
+startLog();
+startAdvanced();
+startStatus(async () => {
+  await loadSettings(false);
+  showPicture(true);
+});

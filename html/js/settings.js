@@ -1,0 +1,196 @@
+// @ts-check
+/**
+ * The settings as the pages hold them, and their form in the parameter document.
+ *
+ * Coordinates. The application stores pixels; the document carries whole per cents, truncated both ways. So a pixel that
+ * was made from 33 % of 1280 is read back as 32 %, and a page that sent back what it read would move every corner a bit
+ * on each save. These pages hold the per cent that they *send*: `sendable` finds it for what was read, so that saving
+ * again stores the same pixel.
+ */
+
+export const CLASSES = ["Persons", "Cars", "Motorcycles", "Bicycles", "Airplanes", "Buses", "Trains", "Trucks", "Boats"];
+export const CORNER_COUNTS = [4, 6, 8];
+const INT_MAX = 2147483647;
+
+/** @typedef {{x: number, y: number}} Point per cent of the picture, whole, as sent */
+/** @typedef {{width: number, height: number}} Size */
+/**
+ * @typedef {Object} Settings
+ * @property {Record<string, boolean>} flags by element name
+ * @property {Record<string, string>} texts by element name: numbers as typed, and stream sizes
+ * @property {number} corners 4, 6 or 8
+ * @property {Point[]} area always eight, the first `corners` in use
+ * @property {Point[][]} zones three of four points
+ */
+
+export const FLAGS = [...CLASSES.map((name) => `Detect${name}`), "Alert1_Active", "Alert2_Active", "Alert3_Active", "Eula",
+  "DetectionOverlaysOn", "AnonOverlaysOn", "Exclusion1_Active", "Exclusion2_Active", "Exclusion3_Active"];
+
+/** What is typed, and what it may be. */
+export const NUMBERS = {
+  MinNumberOfPeopleForTrigger: { label: "Minimum number of objects", least: 1, most: 12, whole: true },
+  Sensitivity: { label: "Score threshold", least: 0.01, most: 0.99, whole: false },
+  MaxDisappear: { label: "Patience", least: 0, most: 3600, whole: true },
+  Alert1ThreshSeconds: { label: "Seconds of the first alert", least: 1, most: 86400, whole: true },
+  Alert2ThreshSeconds: { label: "Seconds of the second alert", least: 1, most: 86400, whole: true },
+  Alert3ThreshSeconds: { label: "Seconds of the third alert", least: 1, most: 86400, whole: true },
+};
+const STREAMS = ["SelectedDetectionOverlay", "SelectedAnonOverlay"];
+
+/** @param {string} csv @returns {Size[]} */
+export function parseSizes(csv) {
+  return csv.split(",").map((text) => /^(\d+)x(\d+)$/.exec(text)).filter((match) => match !== null)
+    .map((match) => ({ width: Number(match[1]), height: Number(match[2]) }));
+}
+
+/**
+ * The size of the picture that is analysed: the smallest around 16:9 that the network's 960x540 fits into, turned when
+ * the camera's picture is.
+ * @param {Size[]} sizes @param {boolean} isPortrait @returns {Size}
+ */
+export function analysedSize(sizes, isPortrait) {
+  const fitting = sizes.filter(({ width, height }) => width >= 960 && height >= 540 && width / height > 1.677777 && width / height < 1.877777);
+  const { width, height } = fitting.reduce((best, size) => (size.width * size.height < best.width * best.height ? size : best),
+    fitting[0] ?? { width: 1280, height: 720 });
+  return isPortrait ? { width: height, height: width } : { width, height };
+}
+
+/** The per cent that the application reports for a pixel made from `percent`. @param {number} percent @param {number} extent */
+const reported = (percent, extent) => Math.trunc((Math.trunc((percent * extent) / 100) * 100) / extent);
+
+/**
+ * The per cent to send so that `read` is read again, or the nearest there is: truncation loses less than one.
+ * @param {number} read @param {number} extent
+ */
+export function sendable(read, extent) {
+  return [read, read + 1, read - 1].find((percent) => reported(percent, extent) === read) ?? read;
+}
+
+/**
+ * @param {string} text the document @param {boolean} isPortrait
+ * @returns {{settings: Settings, sizes: Size[], analysed: Size}}
+ */
+export function parseDocument(text, isPortrait) {
+  const document = new DOMParser().parseFromString(text, "text/xml");
+  const root = document.documentElement;
+  if (root === null || root.nodeName !== "app" || document.querySelector("parsererror") !== null)
+    throw new Error("The application sent settings that cannot be read. Import a settings file and save it, or look at the log.");
+  /** @type {Record<string, string>} */
+  const values = {};
+  for (const element of root.children) values[element.nodeName] = element.textContent ?? "";
+
+  const sizes = parseSizes(values.CamsResAsCsv ?? "");
+  const analysed = analysedSize(sizes, isPortrait);
+  /** @param {string} polygon @param {number} count @returns {Point[]} */
+  const points = (polygon, count) => Array.from({ length: count }, (_, i) => ({
+    x: sendable(Number(values[`${polygon}_${2 * i}`] ?? 0), analysed.width),
+    y: sendable(Number(values[`${polygon}_${2 * i + 1}`] ?? 0), analysed.height),
+  }));
+  const stored = Number(values.DetectionControlPoints ?? 4);
+  return {
+    settings: {
+      flags: Object.fromEntries(FLAGS.map((name) => [name, values[name] === "1"])),
+      texts: Object.fromEntries([...Object.keys(NUMBERS), ...STREAMS].map((name) => [name, values[name] ?? ""])),
+      corners: stored === 8 ? 8 : stored > 4 ? 6 : 4,
+      area: points("Detection1", 8),
+      zones: [1, 2, 3].map((zone) => points(`Exclusion${zone}`, 4)),
+    },
+    sizes, analysed,
+  };
+}
+
+/** @param {string} text */
+const escapeText = (text) => text.replace(/&/g, "&amp;").replace(/</g, "&lt;").replace(/>/g, "&gt;");
+
+/** Compact: no blanks between elements and no empty values, which the application does not take. @param {Settings} settings */
+export function serialise(settings) {
+  /** @type {[string, string][]} */
+  const elements = [];
+  for (const name of Object.keys(NUMBERS)) elements.push([name, settings.texts[name].trim().replace(",", ".")]);
+  for (const name of FLAGS) elements.push([name, settings.flags[name] ? "1" : "0"]);
+  for (const name of STREAMS) elements.push([name, settings.texts[name] || "0x0"]);
+  elements.push(["DetectionControlPoints", String(settings.corners)]);
+  /** @param {string} polygon @param {Point[]} points */
+  const add = (polygon, points) => points.forEach(({ x, y }, i) => elements.push([`${polygon}_${2 * i}`, String(x)], [`${polygon}_${2 * i + 1}`, String(y)]));
+  add("Detection1", settings.area);
+  settings.zones.forEach((zone, i) => add(`Exclusion${i + 1}`, zone));
+  return `<app>${elements.map(([name, value]) => `<${name}>${escapeText(value)}</${name}>`).join("")}</app>`;
+}
+
+/**
+ * What is wrong with the values, by element name; empty when they may be saved.
+ * @param {Settings} settings @param {Size[]} sizes @returns {Record<string, string>}
+ */
+export function problems(settings, sizes) {
+  /** @type {Record<string, string>} */
+  const found = {};
+  for (const [name, rule] of Object.entries(NUMBERS)) {
+    const text = settings.texts[name].trim().replace(",", ".");
+    const form = rule.whole ? /^\d+$/ : /^\d*\.?\d+$/;
+    const value = Number(text);
+    if (!form.test(text) || value < rule.least || value > rule.most || value > INT_MAX)
+      found[name] = `${rule.label}: a ${rule.whole ? "whole " : ""}number from ${rule.least} to ${rule.most}, please.`;
+  }
+  for (const level of [2, 3]) {
+    const [lower, upper] = [`Alert${level - 1}ThreshSeconds`, `Alert${level}ThreshSeconds`];
+    if (!found[lower] && !found[upper] && Number(settings.texts[upper]) <= Number(settings.texts[lower]))
+      found[upper] = "This level needs more seconds than the one below it.";
+  }
+  const offered = sizes.map(({ width, height }) => `${width}x${height}`);
+  for (const [flag, name] of [["DetectionOverlaysOn", STREAMS[0]], ["AnonOverlaysOn", STREAMS[1]]])
+    if (settings.flags[flag] && !offered.includes(settings.texts[name]))
+      found[name] = "Choose one of the camera's stream sizes.";
+  return found;
+}
+
+/** @param {Settings} settings @returns {Settings} */
+export const copyOf = (settings) => structuredClone(settings);
+
+/** @param {Settings} a @param {Settings} b */
+export const isSame = (a, b) => serialise(a) === serialise(b);
+
+const FILE_KIND = "korvex-orvel-settings";
+
+/** @param {Settings} settings @param {string} version */
+export function toFile(settings, version) {
+  const { Eula: _agreement, ...flags } = settings.flags; // an agreement is accepted by a person, not by a file
+  return JSON.stringify({ kind: FILE_KIND, version, ...settings, flags }, null, 2);
+}
+
+/**
+ * The settings in a file, with what is wrong with it; null when it cannot be taken at all.
+ * @param {string} text @param {Settings} current @param {Size[]} sizes
+ * @returns {{settings: Settings | null, wrong: string[]}}
+ */
+export function fromFile(text, current, sizes) {
+  let file;
+  try {
+    file = JSON.parse(text);
+  } catch {
+    return { settings: null, wrong: ["This is no settings file: it is not JSON. Choose a file that Export made."] };
+  }
+  if (file?.kind !== FILE_KIND) return { settings: null, wrong: ["This is no settings file of Korvex Orvel. Choose a file that Export made."] };
+
+  const settings = copyOf(current);
+  const wrong = [];
+  for (const name of FLAGS.filter((flag) => flag !== "Eula"))
+    if (typeof file.flags?.[name] === "boolean") settings.flags[name] = file.flags[name];
+    else wrong.push(`${name} is missing or neither true nor false.`);
+  for (const name of Object.keys(settings.texts))
+    if (typeof file.texts?.[name] === "string") settings.texts[name] = file.texts[name];
+    else wrong.push(`${name} is missing or no text.`);
+  if (CORNER_COUNTS.includes(file.corners)) settings.corners = file.corners;
+  else wrong.push("The number of corners is not 4, 6 or 8.");
+  /** @param {unknown} points @param {number} count */
+  const isPolygon = (points, count) => Array.isArray(points) && points.length === count &&
+    points.every((point) => [point?.x, point?.y].every((value) => Number.isInteger(value) && value >= 0 && value <= 100));
+  /** @param {Point[]} points nothing but the coordinates of what a file holds */
+  const bare = (points) => points.map(({ x, y }) => ({ x, y }));
+  if (isPolygon(file.area, 8)) settings.area = bare(file.area);
+  else wrong.push("The area is not eight corners of whole per cents from 0 to 100.");
+  if (Array.isArray(file.zones) && file.zones.length === 3 && file.zones.every((/** @type {unknown} */ zone) => isPolygon(zone, 4)))
+    settings.zones = file.zones.map(bare);
+  else wrong.push("The exclusion zones are not three times four corners of whole per cents from 0 to 100.");
+  wrong.push(...Object.values(problems(settings, sizes)));
+  return wrong.length > 0 ? { settings: null, wrong } : { settings, wrong };
+}

@@ -1,0 +1,13 @@
+// Debian's Chromium, kept from everything but the page under test.
+
+import { existsSync } from "node:fs";
+import { chromium } from "playwright-core";
+
+const ARGUMENTS = ["--no-sandbox", "--disable-gpu", "--disable-quic", "--no-first-run", "--disable-background-networking",
+  "--disable-component-update", "--disable-sync"];
+
+export function openBrowser() {
+  const executablePath = process.env.KORVEX_CHROMIUM ?? "/usr/bin/chromium";
+  if (!existsSync(executablePath)) throw new Error(`There is no Chromium at ${executablePath}; install Debian's chromium package.`);
+  return chromium.launch({ executablePath, args: ARGUMENTS });
+}

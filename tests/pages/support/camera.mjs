@@ -1,0 +1,75 @@
+// The application as a visitor meets it: ./run with a state folder of its own, on a port of its own.
+
+import { spawn } from "node:child_process";
+import { mkdtempSync, rmSync } from "node:fs";
+import { createServer } from "node:net";
+import { tmpdir } from "node:os";
+import { join } from "node:path";
+import { fileURLToPath } from "node:url";
+
+export const root = fileURLToPath(new URL("../../..", import.meta.url));
+const START_MS = 60000;
+
+/** A port that is free now. @returns {Promise<number>} */
+export function freePort() {
+  return new Promise((resolve, reject) => {
+    const server = createServer();
+    server.once("error", reject);
+    server.listen(0, "127.0.0.1", () => {
+      const { port } = /** @type {import("node:net").AddressInfo} */ (server.address());
+      server.close(() => resolve(port));
+    });
+  });
+}
+
+/** @param {string} name */
+export function scratchFolder(name) {
+  const folder = mkdtempSync(join(tmpdir(), `korvex_${name}_`));
+  process.on("exit", () => rmSync(folder, { recursive: true, force: true }));
+  return folder;
+}
+
+export class Camera {
+  said = "";
+  address = "";
+  /** @type {import("node:child_process").ChildProcess | undefined} */
+  #process;
+
+  /** @param {string[]} options of ./run; the settings of a state folder outlive a restart */
+  constructor(options) {
+    this.options = options;
+  }
+
+  /** Until ./run has told its address. */
+  start() {
+    this.said = "";
+    const child = spawn(join(root, "run"), this.options, { stdio: ["ignore", "ignore", "pipe"] });
+    this.#process = child;
+    return new Promise((resolve, reject) => {
+      const limit = setTimeout(() => reject(new Error(`./run did not start: ${this.said}`)), START_MS);
+      child.stderr?.on("data", (chunk) => {
+        this.said += chunk;
+        const told = /Its pages are at (\S+)\n/.exec(this.said);
+        if (told === null) return;
+        clearTimeout(limit);
+        this.address = told[1];
+        resolve(undefined);
+      });
+      child.once("exit", () => {
+        clearTimeout(limit);
+        reject(new Error(`./run ended: ${this.said}`));
+      });
+    });
+  }
+
+  /** @returns {Promise<number | null>} the exit status of ./run */
+  stop() {
+    const child = this.#process;
+    this.#process = undefined;
+    if (child === undefined || child.exitCode !== null) return Promise.resolve(child?.exitCode ?? null);
+    return new Promise((resolve) => {
+      child.once("exit", resolve);
+      child.kill("SIGTERM");
+    });
+  }
+}

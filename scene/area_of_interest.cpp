@@ -99,14 +99,16 @@ bool area_of_interest::is_winding_number_nonzero(std::pair<int, int> p, const t_
     int winding = 0;
     std::pair<int, int> prev = poly.back();
     for (const std::pair<int, int>& cur : poly) {
-        // Positive when the point lies to the left of the edge from prev to cur.
-        const int left = wrap_subtract(wrap_multiply(wrap_subtract(prev.first, x), wrap_subtract(cur.second, y)),
-                                       wrap_multiply(wrap_subtract(prev.second, y), wrap_subtract(cur.first, x)));
-        if (prev.second <= y) {
-            if (cur.second > y && left > 0)
+        const bool upward = prev.second <= y && cur.second > y;
+        const bool downward = prev.second > y && cur.second <= y;
+        if (upward || downward) {
+            // Positive when the point lies to the left of the edge from prev to cur.
+            const int left = wrap_subtract(wrap_multiply(wrap_subtract(prev.first, x), wrap_subtract(cur.second, y)),
+                                           wrap_multiply(wrap_subtract(prev.second, y), wrap_subtract(cur.first, x)));
+            if (upward && left > 0)
                 ++winding;
-        } else if (cur.second <= y && left < 0) {
-            --winding;
+            if (downward && left < 0)
+                --winding;
         }
         prev = cur;
     }

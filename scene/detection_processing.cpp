@@ -77,7 +77,7 @@ void DetectionProcessing::get_detections() {
 }
 
 void DetectionProcessing::monitor_AOI() {
-    const t_objects_map objects = g_Tracker.track_rectangles(g_detections);
+    const t_objects_map& objects = g_Tracker.track_rectangles(g_detections);
     t_findings_list findings;
     findings.reserve(objects.size());
     for (const auto& [id, box] : objects)
@@ -86,6 +86,7 @@ void DetectionProcessing::monitor_AOI() {
 }
 
 void DetectionProcessing::examine_and_update_findings() {
+    const timeval now = dwell_time(); // one reading a pass: objects that are seen together count together
     t_findings_list findings = g_findings;
     for (one_find& find : findings) {
         const auto known = g_Id2Time.find(find.id);
@@ -94,9 +95,9 @@ void DetectionProcessing::examine_and_update_findings() {
                 g_Id2Time.erase(known);
         } else if (location_controller_larod::is_object_a_trigger(find.detect.ClassId)) {
             if (known == g_Id2Time.end()) {
-                g_Id2Time.emplace(find.id, dwell_time());
+                g_Id2Time.emplace(find.id, now);
             } else {
-                find.seconds = seconds_between(known->second, dwell_time());
+                find.seconds = seconds_between(known->second, now);
                 find.footing = footing_after(find.seconds);
             }
         }

@@ -7,19 +7,27 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
+#include <limits>
 #include <utility>
 
 namespace {
 
 constexpr float kNoPlausibleMatch = 1e12F;
 
-/** Orders distances; NaN is as far as can be, which makes the order total. */
-float distance_rank(float distance) {
-    return std::isnan(distance) ? kNoPlausibleMatch : distance;
-}
+struct nearest_match {
+    float distance;
+    int column;
+};
 
-bool is_nearer(float a, float b) {
-    return distance_rank(a) < distance_rank(b);
+/** The first of the smallest. NaN is never smaller, so that it only wins, as infinitely far, where there is no number.
+ */
+nearest_match nearest_of(const std::vector<float>& row) {
+    nearest_match nearest = {std::numeric_limits<float>::infinity(), 0};
+    for (size_t column = 0; column < row.size(); ++column)
+        if (row[column] < nearest.distance)
+            nearest = {row[column], static_cast<int>(column)};
+    return nearest;
 }
 
 } // namespace
@@ -34,7 +42,7 @@ void tracker::set_max_disappeared(int maxDisappeared) {
     write_shared(m_MaxDisappeared, maxDisappeared);
 }
 
-t_objects_map tracker::track_rectangles(const t_detection_list& rects) {
+const t_objects_map& tracker::track_rectangles(const t_detection_list& rects) {
     if (rects.empty()) {
         no_detections();
         return m_Objects;
@@ -89,7 +97,10 @@ float tracker::compute_distance(const detection& a, const detection& b) const {
     const int dx = wrap_subtract(from.first, to.first);
     const int dy = wrap_subtract(from.second, to.second);
     const int squared = wrap_add(wrap_multiply(dx, dx), wrap_multiply(dy, dy));
-    if (squared < 0)
+    // Most pairs are told apart here, without the root: those whose sum wrapped to a negative number and those that are
+    // too far by so much that no rounding could bring them back.
+    const int64_t beyond = int64_t{m_MaxDistance} + 1;
+    if (squared < 0 || squared > beyond * beyond)
         return kNoPlausibleMatch;
     const auto distance = static_cast<float>(std::sqrt(static_cast<double>(squared)));
     return distance > static_cast<float>(m_MaxDistance) ? kNoPlausibleMatch : distance;
@@ -99,9 +110,10 @@ t_distance_matrix tracker::compute_all_distances(const t_detection_list& rows, c
     t_distance_matrix distances;
     distances.reserve(rows.size());
     for (const detection& object : rows) {
-        std::vector<float>& row = distances.emplace_back(cols.size());
-        std::transform(cols.begin(), cols.end(), row.begin(),
-                       [&](const detection& candidate) { return compute_distance(object, candidate); });
+        std::vector<float>& row = distances.emplace_back();
+        row.reserve(cols.size());
+        for (const detection& candidate : cols)
+            row.push_back(compute_distance(object, candidate));
     }
     return distances;
 }
@@ -109,11 +121,8 @@ t_distance_matrix tracker::compute_all_distances(const t_detection_list& rows, c
 std::vector<int> tracker::min_argsort(const t_distance_matrix& distances) {
     std::vector<std::pair<float, int>> minima;
     minima.reserve(distances.size());
-    for (const std::vector<float>& row : distances) {
-        const auto nearest = std::min_element(row.begin(), row.end(), is_nearer);
-        minima.emplace_back(nearest == row.end() ? kNoPlausibleMatch : distance_rank(*nearest),
-                            static_cast<int>(minima.size()));
-    }
+    for (const std::vector<float>& row : distances)
+        minima.emplace_back(nearest_of(row).distance, static_cast<int>(minima.size()));
     std::sort(minima.begin(), minima.end());
 
     std::vector<int> order;
@@ -126,11 +135,8 @@ std::vector<int> tracker::min_argsort(const t_distance_matrix& distances) {
 std::vector<int> tracker::argmin_rows(const t_distance_matrix& distances, const std::vector<int>& rowOrder) {
     std::vector<int> columns;
     columns.reserve(rowOrder.size());
-    for (const int row : rowOrder) {
-        const std::vector<float>& candidates = distances[static_cast<size_t>(row)];
-        const auto nearest = std::min_element(candidates.begin(), candidates.end(), is_nearer);
-        columns.push_back(static_cast<int>(nearest - candidates.begin()));
-    }
+    for (const int row : rowOrder)
+        columns.push_back(nearest_of(distances[static_cast<size_t>(row)]).column);
     return columns;
 }
 

@@ -33,8 +33,8 @@ class tracker {
     void set_max_disappeared(int maxDisappeared);
     void set_max_distance(int maxDistance) { m_MaxDistance = maxDistance; }
 
-    /** One pass; the objects as they stand after it. */
-    t_objects_map track_rectangles(const t_detection_list& rects);
+    /** One pass; the objects as they stand after it, a view that the next pass changes. */
+    const t_objects_map& track_rectangles(const t_detection_list& rects);
 
     /**
      * Pixels between the centroids; 1e12 for different classes and for more than `m_MaxDistance`. The sum of squares

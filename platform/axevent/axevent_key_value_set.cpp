@@ -41,6 +41,7 @@ gboolean ax_event_key_value_set_add_key_values(AXEventKeyValueSet* set, GError**
     va_list rest;
     va_start(rest, key);
     while (key != nullptr && added != FALSE) {
+        // The analyzer does not see va_start through the loop. NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized)
         const gchar* name_space = va_arg(rest, const gchar*);
         gconstpointer value = va_arg(rest, gconstpointer);
         const int type = va_arg(rest, int);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/include/axsdk/axevent.h"
+#include <axsdk/axevent.h>
 
 #include <memory>
 

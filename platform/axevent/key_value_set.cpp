@@ -108,7 +108,7 @@ gboolean KeyValueSet::update(const KeyValueSet& event, GError** error) {
         }
     }
     for (const KeyValue& sent : event.m_entries) {
-        find(sent.key, sent.name_space)->value = sent.value;
+        find_own(sent.key, sent.name_space)->value = sent.value;
     }
     return TRUE;
 }
@@ -120,8 +120,8 @@ const KeyValue* KeyValueSet::find(const std::string& key, const std::string& nam
     return found == m_entries.end() ? nullptr : &*found;
 }
 
-KeyValue* KeyValueSet::find(const std::string& key, const std::string& name_space) {
-    return const_cast<KeyValue*>(std::as_const(*this).find(key, name_space));
+KeyValue* KeyValueSet::find_own(const std::string& key, const std::string& name_space) {
+    return const_cast<KeyValue*>(find(key, name_space));
 }
 
 KeyValue* KeyValueSet::find_or_fail(const gchar* key, const gchar* name_space, GError** error) {
@@ -129,7 +129,7 @@ KeyValue* KeyValueSet::find_or_fail(const gchar* key, const gchar* name_space, G
         fail(error, ErrorCode::argument, "The key is NULL.");
         return nullptr;
     }
-    KeyValue* entry = find(key, text_of(name_space));
+    KeyValue* entry = find_own(key, text_of(name_space));
     if (entry == nullptr) {
         fail(error, ErrorCode::unknown_key, "The set has no key " + quoted(key, text_of(name_space)) + ".");
     }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/include/axsdk/axevent.h"
+#include <axsdk/axevent.h>
 
 #include <string>
 #include <variant>
@@ -43,7 +43,7 @@ class KeyValueSet {
     const KeyValue* find(const std::string& key, const std::string& name_space) const;
 
   private:
-    KeyValue* find(const std::string& key, const std::string& name_space);
+    KeyValue* find_own(const std::string& key, const std::string& name_space);
     KeyValue* find_or_fail(const gchar* key, const gchar* name_space, GError** error);
 
     std::vector<KeyValue> m_entries;

@@ -16,8 +16,11 @@ constexpr const char* insert_sql = "INSERT INTO queue (number, topic, payload) V
 constexpr const char* delete_sql = "DELETE FROM queue WHERE number = ?";
 constexpr const char* select_sql = "SELECT number, topic, payload FROM queue ORDER BY number";
 
-/** About a quarter of a megabyte of log. */
-constexpr int tidy_after = 500;
+/** A connection knows of the log only once it has read something. */
+constexpr const char* tidy_sql = "SELECT number FROM queue LIMIT 1; PRAGMA wal_checkpoint(PASSIVE)";
+
+/** Under a megabyte of log: a row takes a page or two. */
+constexpr int tidy_after = 100;
 
 /** Only another process with the same file can be in the way, and a pass must not wait for it for long. */
 constexpr int busy_timeout_ms = 20;
@@ -42,10 +45,11 @@ sqlite3* connect(const std::string& path) {
 }
 
 bool prepare_file(sqlite3* database) {
-    // NORMAL with a write-ahead log does not wait for the disk on a commit; only tidying does, and tidy() does it.
+    // Even NORMAL waits for the disk each time the log begins anew, which a pass must not. tidy() keeps SQLite's
+    // default for itself, so that the log is on the disk before the database changes.
     return database != nullptr && sqlite3_errcode(database) == SQLITE_OK &&
            sqlite3_exec(database,
-                        "PRAGMA journal_mode = WAL; PRAGMA synchronous = NORMAL; "
+                        "PRAGMA journal_mode = WAL; PRAGMA synchronous = OFF; "
                         "PRAGMA wal_autocheckpoint = 0;",
                         nullptr, nullptr, nullptr) == SQLITE_OK &&
            sqlite3_exec(database, create_sql, nullptr, nullptr, nullptr) == SQLITE_OK;
@@ -149,7 +153,7 @@ void MqttQueue::tidy() {
     }
     // A connection of its own: pushing goes on while this one waits for the disk.
     const Database database(connect(m_path));
-    sqlite3_wal_checkpoint_v2(database.get(), nullptr, SQLITE_CHECKPOINT_PASSIVE, nullptr, nullptr);
+    sqlite3_exec(database.get(), tidy_sql, nullptr, nullptr, nullptr);
 }
 
 void MqttQueue::remove_first() {

@@ -1,0 +1,71 @@
+#include "platform/axevent/event_service.h"
+#include "tests/platform/axevent/alerts.h"
+#include "tests/platform/axevent/scratch.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+using host_events::EventService;
+using host_events::Occurrence;
+using host_events::Outputs;
+using testing::ElementsAre;
+
+namespace {
+
+TEST(EventService, JournalsEachDeclarationChangeAndEndInOrder) {
+    const ScratchDirectory scratch;
+    const Variable journal("KORVEX_AXEVENT_JOURNAL", scratch / "journal");
+    int tick = 0;
+    EventService service(Outputs::from_environment(), [&] { return "clock " + std::to_string(++tick); });
+    const int owner = 0;
+    guint id = 0;
+    const Set set = alert_set("KorvexOrvelThirdAlert", "Korvex Orvel Third Alert");
+    ASSERT_TRUE(service.declare(&owner, set->values, false, id, nullptr));
+    ASSERT_TRUE(service.send(&owner, id, *active_event(true, "2025-03-30T14:05:09.042+02:00"), nullptr));
+    ASSERT_TRUE(service.send(&owner, id, *active_event(false, "2025-03-30T14:05:10+02:00"), nullptr));
+    ASSERT_TRUE(service.undeclare(&owner, id, nullptr));
+    EXPECT_THAT(
+        lines(scratch / "journal"),
+        ElementsAre(
+            R"({"time":"clock 1","what":"declared","topic":"tnsaxis:CameraApplicationPlatform/KorvexOrvelApplication/KorvexOrvelThirdAlert","nice_name":"Korvex Orvel Third Alert","active":false})",
+            R"({"time":"2025-03-30T14:05:09.042+02:00","what":"event","topic":"tnsaxis:CameraApplicationPlatform/KorvexOrvelApplication/KorvexOrvelThirdAlert","nice_name":"Korvex Orvel Third Alert","active":true})",
+            R"({"time":"2025-03-30T14:05:10.000+02:00","what":"event","topic":"tnsaxis:CameraApplicationPlatform/KorvexOrvelApplication/KorvexOrvelThirdAlert","nice_name":"Korvex Orvel Third Alert","active":false})",
+            R"({"time":"clock 2","what":"undeclared","topic":"tnsaxis:CameraApplicationPlatform/KorvexOrvelApplication/KorvexOrvelThirdAlert","nice_name":"Korvex Orvel Third Alert","active":false})"));
+}
+
+TEST(EventService, IsOneForAllOwnersAndEndsWithTheLast) {
+    std::shared_ptr<EventService> first = EventService::acquire();
+    std::shared_ptr<EventService> second = EventService::acquire();
+    EXPECT_EQ(first, second);
+    const std::weak_ptr<EventService> watched = first;
+    EventService::release(std::move(first));
+    EXPECT_FALSE(watched.expired());
+    EventService::release(std::move(second));
+    EXPECT_TRUE(watched.expired());
+}
+
+TEST(EventService, KeepsAnOwnersDeclarationsFromOtherOwners) {
+    EventService service(Outputs::from_environment(), [] { return std::string("now"); });
+    const int owners[2] = {};
+    guint id = 0;
+    ASSERT_TRUE(service.declare(&owners[0], alert_set("A", "A")->values, false, id, nullptr));
+    EXPECT_FALSE(service.send(&owners[1], id, *active_event(true), nullptr));
+    EXPECT_FALSE(service.undeclare(&owners[1], id, nullptr));
+    service.forget(&owners[1]);
+    EXPECT_TRUE(service.send(&owners[0], id, *active_event(true), nullptr));
+    service.forget(&owners[0]);
+    EXPECT_FALSE(service.send(&owners[0], id, *active_event(true), nullptr));
+}
+
+TEST(EventService, GoesOnAfterItsOutputsAreClosed) {
+    const ScratchDirectory scratch;
+    const Variable journal("KORVEX_AXEVENT_JOURNAL", scratch / "journal");
+    EventService service(Outputs::from_environment(), [] { return std::string("now"); });
+    service.close_outputs();
+    const int owner = 0;
+    guint id = 0;
+    EXPECT_TRUE(service.declare(&owner, alert_set("A", "A")->values, false, id, nullptr));
+    EXPECT_EQ(lines(scratch / "journal").size(), 1U);
+}
+
+} // namespace

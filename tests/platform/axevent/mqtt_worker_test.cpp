@@ -1,0 +1,124 @@
+#include "platform/axevent/mqtt_worker.h"
+#include "tests/platform/axevent/process.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <thread>
+
+using host_events::MqttMessage;
+using host_events::MqttQueue;
+using host_events::MqttSettings;
+using host_events::MqttWorker;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+namespace {
+
+MqttSettings settings_for(int port, const std::string& queue_path) {
+    MqttSettings settings;
+    settings.host = "127.0.0.1";
+    settings.port = port;
+    settings.queue_path = queue_path;
+    return settings;
+}
+
+/** A worker on its thread, stopped with the object. */
+class Running {
+  public:
+    explicit Running(const MqttSettings& settings) : worker(settings), m_thread([this] { worker.run(); }) {}
+    ~Running() {
+        worker.stop();
+        m_thread.join();
+    }
+    Running(const Running&) = delete;
+    Running& operator=(const Running&) = delete;
+
+    MqttWorker worker;
+
+  private:
+    std::thread m_thread;
+};
+
+TEST(MqttWorker, GreetsThenAnnouncesThenBringsTheQueue) {
+    const ScratchDirectory scratch;
+    Broker broker;
+    broker.start();
+    Watcher watcher(broker);
+    const MqttSettings settings = settings_for(broker.port(), scratch / "queue");
+    MqttQueue(settings.queue_path, 10).push({"left", "by the last process"});
+    {
+        Running running(settings);
+        running.worker.announce({"config", "{}"});
+        running.worker.announce({"config", "{}"});
+        running.worker.enqueue({"state", "1"});
+        running.worker.enqueue({"state", "2"});
+        // The announcement may come after the queue's first message: whatever was first when the connection stood.
+        std::vector<std::string> news;
+        for (int count = 0; count < 5; ++count) {
+            news.push_back(watcher.message().value_or("nothing"));
+        }
+        EXPECT_EQ(news[0], "korvex_orvel/availability online");
+        EXPECT_THAT(news, testing::Contains("config {}"));
+        news.erase(std::find(news.begin(), news.end(), "config {}"));
+        EXPECT_THAT(news,
+                    ElementsAre("korvex_orvel/availability online", "left by the last process", "state 1", "state 2"));
+    }
+    EXPECT_EQ(watcher.message(), "korvex_orvel/availability offline");
+    EXPECT_EQ(MqttQueue(settings.queue_path, 10).size(), 0U);
+}
+
+TEST(MqttWorker, BringsTheQueueBeforeItGoesOffline) {
+    Broker broker;
+    broker.start();
+    Watcher watcher(broker);
+    {
+        Running running(settings_for(broker.port(), ""));
+        ASSERT_EQ(watcher.message(), "korvex_orvel/availability online");
+        for (int number = 0; number < 5; ++number) {
+            running.worker.enqueue({"state", std::to_string(number)});
+        }
+    }
+    EXPECT_EQ(watcher.message(), "state 0");
+    // On a machine that is too busy for all five, those that do not go stay in the queue.
+    std::string last;
+    while (last != "korvex_orvel/availability offline") {
+        last = watcher.message().value_or("korvex_orvel/availability offline");
+    }
+    EXPECT_EQ(broker.retained("korvex_orvel/availability", 1),
+              std::vector<std::string>{"korvex_orvel/availability offline"});
+}
+
+TEST(MqttWorker, TellsABrokerThatForgotTheLastStateAgain) {
+    Broker broker;
+    broker.start();
+    Running running(settings_for(broker.port(), ""));
+    running.worker.announce({"config", "{}"});
+    running.worker.enqueue({"state", "1"});
+    running.worker.enqueue({"state", "2"});
+    ASSERT_TRUE(eventually([&] { return broker.retained("state", 1) == std::vector<std::string>{"state 2"}; }));
+    testing::internal::CaptureStderr();
+    broker.stop();
+    broker.forget();
+    broker.start();
+    EXPECT_EQ(broker.retained("state", 1), std::vector<std::string>{"state 2"});
+    EXPECT_EQ(broker.retained("config", 1), std::vector<std::string>{"config {}"});
+    const std::string said = testing::internal::GetCapturedStderr();
+    EXPECT_THAT(said, HasSubstr("axevent: the broker " + broker.address() + " is away ("));
+    EXPECT_THAT(said, HasSubstr("axevent: the broker is there again; "));
+}
+
+TEST(MqttWorker, SaysOnceThatTheBrokerIsAwayAndEndsAtOnce) {
+    testing::internal::CaptureStderr();
+    const int port = free_port();
+    {
+        Running running(settings_for(port, ""));
+        running.worker.enqueue({"state", "1"});
+        // two attempts at least
+        std::this_thread::sleep_for(std::chrono::milliseconds(500));
+    }
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "axevent: the broker 127.0.0.1:" + std::to_string(port) +
+                                                          " is away (Connection refused); changes wait for it\n");
+}
+
+} // namespace

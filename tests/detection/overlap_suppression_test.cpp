@@ -5,8 +5,8 @@
 #include <gmock/gmock.h>
 
 #include <array>
+#include <bit>
 #include <cmath>
-#include <cstring>
 #include <limits>
 #include <random>
 
@@ -24,7 +24,7 @@ constexpr float kTruck = 7;
 
 /** Twelve raw results, and one more that must not be looked at. */
 struct raw_results {
-    std::array<float, 13 * 4> locations{};
+    std::array<float, size_t{13} * 4> locations{};
     std::array<float, 13> classes{};
     std::array<float, 13> scores{};
 
@@ -34,6 +34,12 @@ struct raw_results {
         scores.at(row) = score;
     }
 };
+
+/** For comparing what may not be a number. */
+template <size_t size>
+std::array<uint32_t, size> bits_of(const std::array<float, size>& values) {
+    return std::bit_cast<std::array<uint32_t, size>>(values);
+}
 
 class OverlapSuppressionTest : public core_fixture {
   protected:
@@ -306,8 +312,8 @@ TEST_F(OverlapSuppressionTest, agreesWithTheNaiveModelOnAnything) {
                 << "round " << round << " row " << i << ": " << raw.scores[i] << " for " << expected[i];
             demoted += raw.scores[i] != before.scores[i] ? 1 : 0;
         }
-        ASSERT_EQ(std::memcmp(raw.locations.data(), before.locations.data(), sizeof before.locations), 0);
-        ASSERT_EQ(std::memcmp(raw.classes.data(), before.classes.data(), sizeof before.classes), 0);
+        ASSERT_EQ(bits_of(raw.locations), bits_of(before.locations));
+        ASSERT_EQ(bits_of(raw.classes), bits_of(before.classes));
     }
     EXPECT_GT(demoted, 10000) << "the input exercises what is compared";
     EXPECT_THAT(log_lines(), IsEmpty());

@@ -1,6 +1,7 @@
 #include "tests/doubles/failing_libc.h"
 
 #include <pthread.h>
+#include <sys/mman.h>
 #include <sys/sysinfo.h>
 #include <sys/types.h>
 
@@ -134,7 +135,7 @@ int __wrap_unlink(const char* name) {
 }
 
 void* __wrap_mmap(void* address, size_t size, int protection, int flags, int fd, off_t offset) {
-    return refuses("mmap") ? reinterpret_cast<void*>(-1) : __real_mmap(address, size, protection, flags, fd, offset);
+    return refuses("mmap") ? MAP_FAILED : __real_mmap(address, size, protection, flags, fd, offset);
 }
 
 int __wrap_munmap(void* address, size_t size) {

@@ -1,9 +1,9 @@
 #include "platform/axevent/mqtt_publisher.h"
 
+#include "app/blocked_signals.h"
 #include "platform/axevent/mqtt_messages.h"
 #include "platform/axevent/mqtt_worker.h"
 
-#include <csignal>
 #include <utility>
 
 namespace host_events {
@@ -12,24 +12,14 @@ namespace {
 /** What a connection may need beyond stop_time for its last system calls on a busy machine. */
 constexpr std::chrono::milliseconds slack{100};
 
-/** The application's signal handlers belong on its main thread; a thread begins with its maker's mask. */
-std::thread start_without_signals(std::packaged_task<void()> task) {
-    sigset_t all;
-    sigset_t former;
-    sigfillset(&all);
-    pthread_sigmask(SIG_SETMASK, &all, &former);
-    std::thread thread(std::move(task));
-    pthread_sigmask(SIG_SETMASK, &former, nullptr);
-    return thread;
-}
-
 } // namespace
 
 MqttPublisher::MqttPublisher(const MqttSettings& settings)
     : m_settings(settings), m_worker(std::make_shared<MqttWorker>(settings)) {
     std::packaged_task<void()> task([worker = m_worker] { worker->run(); });
     m_ended = task.get_future();
-    m_thread = start_without_signals(std::move(task));
+    const blocked_signals during_creation;
+    m_thread = std::thread(std::move(task));
 }
 
 MqttPublisher::~MqttPublisher() {

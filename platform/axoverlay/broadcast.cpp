@@ -1,6 +1,6 @@
 #include "platform/axoverlay/broadcast.h"
 
-#include "platform/axoverlay/blocked_signals.h"
+#include "app/blocked_signals.h"
 #include "platform/axoverlay/jpeg_encoder.h"
 
 #include <algorithm>
@@ -52,7 +52,7 @@ void Broadcasts::join(const Geometry& geometry, const std::shared_ptr<Viewer>& v
     broadcast->video.emplace(geometry, AXOVERLAY_STREAM_JPEG);
     broadcast->viewers.push_back(viewer);
     {
-        const BlockedSignals blocked;
+        const blocked_signals blocked;
         broadcast->thread = std::thread([this, raw = broadcast.get()] { run(*raw); });
     }
     m_open[geometry] = broadcast.get();

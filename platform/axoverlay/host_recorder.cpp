@@ -1,7 +1,7 @@
 #include "platform/axoverlay/host_recorder.h"
 
+#include "app/blocked_signals.h"
 #include "platform/axoverlay/annotated_video.h"
-#include "platform/axoverlay/blocked_signals.h"
 #include "platform/axoverlay/mp4_file.h"
 #include "platform/axoverlay/resolutions.h"
 
@@ -40,7 +40,7 @@ class Recorder::Session {
           m_file(options.path, m_geometry.picture_width(), m_geometry.picture_height()) {
         m_video.start();
         if (!options.replay) {
-            const BlockedSignals blocked;
+            const blocked_signals blocked;
             m_thread = std::thread([this] { run(); });
         }
     }

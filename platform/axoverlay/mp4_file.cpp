@@ -1,6 +1,6 @@
 #include "platform/axoverlay/mp4_file.h"
 
-#include "platform/axoverlay/blocked_signals.h"
+#include "app/blocked_signals.h"
 
 #include <cmath>
 #include <cstdint>
@@ -92,7 +92,7 @@ void Mp4File::open_encoder(int width, int height) {
     m_encoder->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
     check(av_opt_set(m_encoder->priv_data, "preset", "veryfast", 0), "the H.264 encoder refuses its preset");
     check(av_opt_set(m_encoder->priv_data, "crf", "21", 0), "the H.264 encoder refuses its quality");
-    const BlockedSignals blocked;
+    const blocked_signals blocked;
     check(avcodec_open2(m_encoder.get(), codec, nullptr), "the H.264 encoder does not start");
 }
 

@@ -1,6 +1,6 @@
 #include "platform/axoverlay/stream_server.h"
 
-#include "platform/axoverlay/blocked_signals.h"
+#include "app/blocked_signals.h"
 #include "platform/axoverlay/http_response.h"
 #include "platform/axoverlay/resolutions.h"
 #include "platform/axoverlay/stream_request.h"
@@ -61,7 +61,7 @@ MHD_Result answer_head(MHD_Connection* connection, bool motion) {
 
 StreamServer::StreamServer(const ListenAddress& listen, int jpeg_quality) : m_broadcasts(jpeg_quality) {
     const unsigned family = listen.address.ss_family == AF_INET6 ? MHD_USE_IPv6 : MHD_NO_FLAG;
-    const BlockedSignals blocked;
+    const blocked_signals blocked;
     errno = 0;
     m_daemon.reset(MHD_start_daemon(MHD_USE_EPOLL_INTERNAL_THREAD | MHD_ALLOW_SUSPEND_RESUME | family, 0, nullptr,
                                     nullptr, answer, this, MHD_OPTION_SOCK_ADDR,

@@ -1,11 +1,11 @@
 #include "platform/larod/thread_pool.h"
 
-#include <pthread.h>
+#include "app/blocked_signals.h"
+
 #include <pthreadpool.h>
 
 #include <algorithm>
 #include <charconv>
-#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
@@ -37,13 +37,8 @@ std::shared_ptr<pthreadpool> shared_thread_pool() {
     const std::lock_guard lock(mutex);
     if (auto pool = current.lock())
         return pool;
-    // The application's signals are handled on its main thread; a thread inherits the mask of the one that makes it.
-    sigset_t all;
-    sigset_t before;
-    sigfillset(&all);
-    pthread_sigmask(SIG_SETMASK, &all, &before);
+    const blocked_signals during_creation;
     pthreadpool_t made = pthreadpool_create(static_cast<std::size_t>(thread_count()));
-    pthread_sigmask(SIG_SETMASK, &before, nullptr);
     if (made == nullptr)
         return nullptr;
     std::shared_ptr<pthreadpool> pool(made, pthreadpool_destroy);

@@ -1,7 +1,7 @@
 #include "platform/vdostream/video_source.h"
 
+#include "app/blocked_signals.h"
 #include "platform/vdostream/error.h"
-#include "platform/vdostream/signals.h"
 
 #include <algorithm>
 #include <cmath>
@@ -51,7 +51,7 @@ video_source::~video_source() {
 
 bool video_source::open(std::string& why) {
     if (!m_Reader->is_live()) {
-        const signals_blocked guard;
+        const blocked_signals guard;
         m_Opened = reopen(why);
         return m_Opened;
     }
@@ -69,7 +69,7 @@ void video_source::start() {
     const std::lock_guard<std::mutex> guard(m_Lock);
     if (!m_Started && !m_Replay) {
         m_Started = true;
-        const signals_blocked blocked;
+        const blocked_signals blocked;
         m_Thread = std::thread(&video_source::run, this);
     }
 }

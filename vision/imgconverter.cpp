@@ -5,7 +5,6 @@
 
 #include <libyuv.h>
 
-#include <bit>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -40,6 +39,38 @@ crop_region centre_crop(unsigned int src_width, unsigned int src_height, float a
     }
     return {float_to_int(crop_width), float_to_int(crop_height), (src_width - float_to_unsigned(crop_width)) / 2,
             (src_height - float_to_unsigned(crop_height)) / 2};
+}
+
+using four_pixels = uint8_t __attribute__((vector_size(16)));
+
+/**
+ * The pixel loop of ARGBtoRAW, four pixels a step: pixel by pixel the reordering costs a fifth of the whole conversion.
+ * Each step writes four bytes too many, which the next one replaces; the last pixels are left to the loop. Gives the
+ * number of pixels done.
+ */
+#if defined(__x86_64__)
+__attribute__((target("ssse3")))
+#endif
+size_t
+reorder_by_four(const uint8_t* src, uint8_t* dst, size_t pixels) {
+    size_t i = 0;
+    for (; i + 6 <= pixels; i += 4) {
+        four_pixels argb;
+        std::memcpy(&argb, src + 4 * i, sizeof argb);
+        const four_pixels rgb =
+            __builtin_shufflevector(argb, argb, 2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12, 3, 7, 11, 15);
+        std::memcpy(dst + 3 * i, &rgb, sizeof rgb);
+    }
+    return i;
+}
+
+/** Every 64-bit Arm can; an x86 processor since SSSE3. */
+bool can_shuffle_bytes() {
+#if defined(__x86_64__)
+    return __builtin_cpu_supports("ssse3") != 0;
+#else
+    return true;
+#endif
 }
 
 bool fail(const std::string& what) {
@@ -79,18 +110,8 @@ bool convertCropScaleU8yuvToRGB(const uint8_t* src, unsigned int src_width, unsi
 }
 
 void ARGBtoRAW(const uint8_t* src, uint8_t* dst, unsigned int width, unsigned int height) {
-    static_assert(std::endian::native == std::endian::little, "two pixels are taken as one word");
     const size_t pixels = size_t{width} * height;
-    size_t i = 0;
-    // Two pixels a step in one word, twice as fast as byte by byte. Each step writes two bytes too many, which the next
-    // one replaces; the last pixels are written byte by byte.
-    for (; i + 3 <= pixels; i += 2) {
-        uint64_t two;
-        std::memcpy(&two, src + 4 * i, sizeof two);
-        two = __builtin_bswap64(two); // from the lowest byte: A1 R1 G1 B1 A0 R0 G0 B0
-        const uint64_t rgb = two >> 40 | (two >> 8 & 0xFFFFFF) << 24;
-        std::memcpy(dst + 3 * i, &rgb, sizeof rgb);
-    }
+    size_t i = can_shuffle_bytes() ? reorder_by_four(src, dst, pixels) : 0;
     for (; i < pixels; ++i) {
         dst[3 * i] = src[4 * i + 2];
         dst[3 * i + 1] = src[4 * i + 1];

@@ -33,6 +33,9 @@ std::string line_of(const Snapshot& snapshot) {
     line += formatted(" | %.1f passes/s", snapshot.passes_per_second);
     if (snapshot.frames_per_second > 0.0) {
         line += formatted(" | source %.1f fps", snapshot.frames_per_second);
+        if (snapshot.source_seconds > 0.0) {
+            line += formatted(" at %.1f s", snapshot.source_seconds);
+        }
     }
     if (!has_results(snapshot.status)) {
         return line;

@@ -15,10 +15,11 @@ struct Snapshot {
     double passes_per_second = 0.0;
     double frames_per_second = 0.0; // of the source, as it says itself; 0 when unknown
     t_detection_list detections;
+    double source_seconds = 0.0; // of the source's video that have been read; 0 when unknown
 };
 
-/** "status 200 | 63 ms | 5.0 passes/s | source 25.0 fps | Car 0.62 at 400,300 120x66, ..."; without a newline. A pass
-   that did not run has no time and no detections. */
+/** "status 200 | 63 ms | 5.0 passes/s | source 25.0 fps at 12.4 s | Car 0.62 at 400,300 120x66, ..."; without a
+   newline. A pass that did not run has no time and no detections. */
 std::string line_of(const Snapshot& snapshot);
 
 /** Cut to `columns` characters, the last three "..." then, so that a terminal does not wrap it. */

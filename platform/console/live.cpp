@@ -72,7 +72,10 @@ class LiveConsole {
 
     std::string line() const {
         const host_video::Statistics video = host_video::statistics();
-        console::Snapshot snapshot{g_StatusCode, g_ExecutionTime, rate_, video.source_fps, {}};
+        console::Snapshot snapshot{g_StatusCode, g_ExecutionTime, rate_, video.source_fps, {}, 0.0};
+        if (video.source_fps > 0.0) {
+            snapshot.source_seconds = static_cast<double>(video.frames_decoded) / video.source_fps;
+        }
         // The outputs exist once the detector is set up; status 400 and 408 leave them as they were.
         if (g_LocationController.get_output_scores() != nullptr) {
             snapshot.detections = g_LocationController.get_detections();

@@ -14,6 +14,12 @@ TEST(ConsoleLine, APassShowsItsStatusTimeRatesAndDetections) {
                                  "Bus 0.50 at -5,0 100x50");
 }
 
+TEST(ConsoleLine, TheVideosTimeStandsBesideItsRate) {
+    EXPECT_EQ(line_of({200, 7, 5.0, 25.0, {}, 12.36}),
+              "status 200 | 7 ms | 5.0 passes/s | source 25.0 fps at 12.4 s | nothing detected");
+    EXPECT_EQ(line_of({200, 7, 5.0, 0.0, {}, 12.36}), "status 200 | 7 ms | 5.0 passes/s | nothing detected");
+}
+
 TEST(ConsoleLine, AlertsAndSlowPassesHaveDetectionsToo) {
     for (const int status : {502, 503, 504, 600}) {
         EXPECT_EQ(line_of({status, 7, 1.0, 0.0, {{1, 2, 3, 4, 0, 1.0F}}}),

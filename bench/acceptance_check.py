@@ -1,0 +1,88 @@
+#!/usr/bin/env python3
+"""Checks what bench/acceptance.sh has gathered in a folder.
+
+Each alert must start when a vehicle of the scene has been in the area for 5, 10 or 15 s, within one period plus one
+second, and stop when the last one has left: a vehicle that is no longer detected is remembered for 15 passes. The
+statuses must go 502, 503, 504, 200 with the vehicle that stays longest, and the console, the journal and the MQTT client
+must have the same changes in the same order.
+"""
+
+import json
+import re
+import sys
+
+PERIOD = 0.2
+EARLIEST, LATEST = -PERIOD - 1.0, PERIOD + 1.0
+REMEMBERED_PASSES = 15
+LEVELS = {"Korvex Orvel First Alert": 5, "Korvex Orvel Second Alert": 10, "Korvex Orvel Third Alert": 15}
+
+
+def read_console(folder):
+    """Alert changes as (name, started, seconds of video), the statuses without repetitions, and the slow passes."""
+    changes, waiting, statuses, slow = [], [], [], 0
+    for line in open(f"{folder}/console.txt"):
+        event = re.match(r"\S+ (Korvex Orvel \w+ Alert): (started|stopped)$", line)
+        if event:
+            waiting.append((event[1], event[2] == "started"))
+            continue
+        status = re.match(r"status (\d+) .*source [\d.]+ fps at ([\d.]+) s", line)
+        if not status:
+            continue
+        slow += status[1] == "600"
+        changes += [(name, started, float(status[2])) for name, started in waiting]
+        waiting = []
+        if status[1] != "600" and (not statuses or statuses[-1] != status[1]):
+            statuses.append(status[1])
+    return changes, statuses, slow
+
+
+def states(path, nice_name, active):
+    changes = []
+    known = dict.fromkeys(LEVELS, False)
+    for line in open(path):
+        record = json.loads(line)
+        if record.get("what", "event") != "event":
+            continue
+        # The broker also keeps each alert's first state, which is no change.
+        if known[record[nice_name]] != active(record):
+            known[record[nice_name]] = active(record)
+            changes.append((record[nice_name], active(record)))
+    return changes
+
+
+def main(folder):
+    failures = []
+    changes, statuses, slow = read_console(folder)
+    stays = [tuple(map(float, line.split())) for line in open(f"{folder}/truth.txt")]
+    for name, started, at in changes:
+        if started:
+            stay = max((s for s in stays if s[0] + LEVELS[name] + EARLIEST <= at), key=lambda s: s[0] if s[1] - s[0] > LEVELS[name] else -1)
+            off = at - stay[0] - LEVELS[name]
+            fine = EARLIEST <= off <= LATEST
+            print(f"{at:7.1f} s  {name} started, {off:+.1f} s from {LEVELS[name]} s of the stay that began at {stay[0]:.1f} s")
+        else:
+            gone = max((s[1] for s in stays if s[1] <= at + PERIOD), default=0.0)
+            off = at - gone
+            fine = off <= (REMEMBERED_PASSES + 1) * PERIOD + LATEST
+            print(f"{at:7.1f} s  {name} stopped, {off:+.1f} s after a vehicle left")
+        if not fine:
+            failures.append(f"{name} at {at} s is off by {off:.1f} s")
+    on_console = [change[:2] for change in changes]
+    in_journal = states(f"{folder}/state/events.jsonl", "nice_name", lambda r: r["active"])
+    at_client = states(f"{folder}/mqtt.jsonl", "name", lambda r: r["state"] == "ON")
+    print(f"{len(on_console)} changes on the console, {len(in_journal)} in the journal, {len(at_client)} at the client")
+    if not on_console == in_journal == at_client:
+        failures.append("console, journal and client differ")
+    for end in range(len(statuses) + 1):
+        if statuses[max(end - 4, 0):end] == ["502", "503", "504", "200"]:
+            break
+    else:
+        failures.append("the statuses never go 502, 503, 504, 200")
+    print(f"statuses: {' '.join(statuses)}; lines with the slow status 600: {slow}")
+    for failure in failures:
+        print(f"FAILED: {failure}")
+    return 1 if failures else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main(sys.argv[1]))

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <string>
+#include <thread>
+
+namespace bench {
+
+/** Somebody who watches a stream: a thread that reads it and throws it away, until the end of this object. */
+class Viewer {
+  public:
+    /** `address` is like "127.0.0.1:8080", `path` like "/stream/1280x720.mjpg". Throws std::runtime_error. */
+    Viewer(const std::string& address, const std::string& path);
+    ~Viewer();
+    Viewer(const Viewer&) = delete;
+    Viewer& operator=(const Viewer&) = delete;
+
+    /** Received so far. */
+    std::size_t bytes() const { return bytes_; }
+    /** Waits until the stream delivers pictures. Throws std::runtime_error when it does not within 10 s. */
+    void wait_for_pictures() const;
+
+  private:
+    int socket_;
+    std::atomic<std::size_t> bytes_{0};
+    std::thread reader_;
+};
+
+} // namespace bench

@@ -6,6 +6,8 @@
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/time.h>
+#include <sys/un.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <cstring>
@@ -38,6 +40,20 @@ void limit_waiting(int connection) {
     setsockopt(connection, SOL_SOCKET, SO_SNDTIMEO, &kPatience, sizeof kPatience);
 }
 
+/** libfcgi ends the whole process when it cannot listen, so that is tried out first. */
+bool can_listen() {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    strncpy(address.sun_path, kSocketPath, sizeof address.sun_path - 1);
+    const int probe = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    unlink(kSocketPath); // of an earlier run
+    const bool can =
+        bind(probe, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 && listen(probe, kBacklog) == 0;
+    close(probe);
+    unlink(kSocketPath);
+    return can;
+}
+
 } // namespace
 
 // The descriptor stands where libfcgi expects a flag: deliberate, any open socket means that the connection is closed.
@@ -51,8 +67,8 @@ int fastcgi_service::init() {
         g_Logger.error("init: FCGX_Init failed");
         return 1;
     }
-    m_sock = FCGX_OpenSocket(kSocketPath, kBacklog);
-    chmod(kSocketPath, 0777); // the web server is another user
+    m_sock = can_listen() ? FCGX_OpenSocket(kSocketPath, kBacklog) : -1; // accepting on it will tell
+    chmod(kSocketPath, 0777);                                            // the web server is another user
     if (FCGX_InitRequest(&m_request, m_sock, 0) != 0) {
         g_Logger.error("init: FCGX_InitRequest failed");
         FCGX_Free(&m_request, m_sock);

@@ -119,17 +119,18 @@ TEST_F(AppMainTest, memoryIsLoggedInKilobytes) {
 }
 
 TEST_F(AppMainTest, signalsAreSetAsTheyShould) {
+    static constexpr auto kSpecialFlags = static_cast<int>(SA_RESTART | SA_SIGINFO | SA_RESETHAND | SA_NODEFER);
     EXPECT_EQ(status_of_child([] {
                   init_signals();
                   struct sigaction now {};
                   sigaction(SIGPIPE, nullptr, &now);
                   EXPECT_EQ(now.sa_handler, SIG_IGN);
                   EXPECT_EQ(sigismember(&now.sa_mask, SIGPIPE), 1);
-                  EXPECT_EQ(now.sa_flags & (SA_RESTART | SA_SIGINFO | SA_RESETHAND | SA_NODEFER), 0);
+                  EXPECT_EQ(now.sa_flags & kSpecialFlags, 0);
                   sigaction(SIGTERM, nullptr, &now);
                   EXPECT_EQ(now.sa_handler, handle_sigterm);
                   EXPECT_EQ(sigismember(&now.sa_mask, SIGTERM), 0);
-                  EXPECT_EQ(now.sa_flags & (SA_RESTART | SA_SIGINFO | SA_RESETHAND | SA_NODEFER), 0);
+                  EXPECT_EQ(now.sa_flags & kSpecialFlags, 0);
                   return 0;
               }),
               0);

@@ -306,7 +306,7 @@ TEST_F(ParameterControllerTest, aFailedReadIsLoggedReleasesTheHandleAndReadsAsNo
             fake_axparameter::recorder().reset();
             fake_axparameter::recorder().fail("ax_parameter_get MainLoopTime", {.with_record = with_record});
             AXParameter* const handle = fresh.m_Parameter;
-            EXPECT_THAT(log_of([&] { read(fresh); }),
+            EXPECT_THAT(log_of([&fresh, &operate = read] { operate(fresh); }),
                         ElementsAre(std::string("error|") + operation + ": Failed to get MainLoopTime"));
             EXPECT_EQ(journal(), (texts{"ax_parameter_get MainLoopTime", "ax_parameter_free"}));
             EXPECT_EQ(fresh.m_Parameter, handle);
@@ -360,7 +360,8 @@ TEST_F(ParameterControllerTest, aFailedWriteIsLoggedAndReleasesTheHandle) {
             fresh.init_controller("korvex_orvel");
             fake_axparameter::recorder().reset();
             fake_axparameter::recorder().fail("ax_parameter_set", {.with_record = with_record});
-            EXPECT_THAT(log_of([&] { write(fresh); }), ElementsAre(std::string("error|") + line));
+            EXPECT_THAT(log_of([&fresh, &operate = write] { operate(fresh); }),
+                        ElementsAre(std::string("error|") + line));
             EXPECT_EQ(calls("ax_parameter_free").size(), 1U);
             EXPECT_NE(fresh.m_Parameter, nullptr);
         }

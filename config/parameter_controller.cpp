@@ -2,6 +2,7 @@
 
 #include "app/Logger.h"
 #include "app/platform_handles.h"
+#include "config/setting_tables.h"
 
 #include <array>
 #include <cstdlib>
@@ -15,35 +16,9 @@ namespace {
 constexpr auto kRotation = "root.Image.I0.Appearance.Rotation";
 constexpr int kExistsAlready = 13; // the store's error code
 
-/** A boolean setting that is loaded and saved under one name. */
-struct boolean_setting {
-    const char* name;
-    bool ConfigParams::*field;
-};
-
-struct integer_setting {
-    const char* name;
-    int32_t ConfigParams::*field;
-};
-
-constexpr std::array<boolean_setting, 9> kClasses = {{{"DetectPersons", &ConfigParams::b_DetectPersons},
-                                                      {"DetectCars", &ConfigParams::b_DetectCars},
-                                                      {"DetectMotorcycles", &ConfigParams::b_DetectMotorcycles},
-                                                      {"DetectBicycles", &ConfigParams::b_DetectBicycles},
-                                                      {"DetectAirplanes", &ConfigParams::b_DetectAirplanes},
-                                                      {"DetectBuses", &ConfigParams::b_DetectBuses},
-                                                      {"DetectTrains", &ConfigParams::b_DetectTrains},
-                                                      {"DetectTrucks", &ConfigParams::b_DetectTrucks},
-                                                      {"DetectBoats", &ConfigParams::b_DetectBoats}}};
-
-constexpr std::array<boolean_setting, 3> kAlerts = {{{"Alert1Active", &ConfigParams::b_Alert1},
-                                                     {"Alert2Active", &ConfigParams::b_Alert2},
-                                                     {"Alert3Active", &ConfigParams::b_Alert3}}};
-
-constexpr std::array<integer_setting, 3> kAlertSeconds = {
-    {{"Alert1ThreshSeconds", &ConfigParams::i_Alert1ThreshSeconds},
-     {"Alert2ThreshSeconds", &ConfigParams::i_Alert2ThreshSeconds},
-     {"Alert3ThreshSeconds", &ConfigParams::i_Alert3ThreshSeconds}}};
+constexpr std::array<named_setting<bool>, 3> kAlerts = {{{"Alert1Active", &ConfigParams::b_Alert1},
+                                                         {"Alert2Active", &ConfigParams::b_Alert2},
+                                                         {"Alert3Active", &ConfigParams::b_Alert3}}};
 
 constexpr std::array<const char*, 3> kExclusionsActive = {"Exclusion1Active", "Exclusion2Active", "Exclusion3Active"};
 
@@ -84,7 +59,7 @@ std::vector<std::string> parameter_names() {
     for (const char* name :
          {"DetectionOverlaysOn", "AnonOverlaysOn", "SelectedDetectionOverlay", "SelectedAnonOverlay"})
         names.emplace_back(name);
-    for (const auto& wanted : kClasses)
+    for (const auto& wanted : kWantedClasses)
         names.emplace_back(wanted.name);
     names.emplace_back("EulaAccepted");
     return names;
@@ -220,7 +195,7 @@ ConfigParams parameter_controller::load_config() {
     config.str_DetectionOverlay = get_string_parameter("SelectedDetectionOverlay");
     config.str_AnonOverlay = get_string_parameter("SelectedAnonOverlay");
     config.i_MaxDisappeared = get_gint_parameter("MaxDisappeared");
-    for (const auto& wanted : kClasses)
+    for (const auto& wanted : kWantedClasses)
         config.*wanted.field = get_boolean_parameter(wanted.name);
     config.b_EulaAccepted = get_boolean_parameter("EulaAccepted");
     for (const auto& alert : kAlerts)
@@ -257,7 +232,7 @@ int32_t parameter_controller::save_config(ConfigParams config) {
     write_number("MaxDisappeared", config.i_MaxDisappeared);
     // A second time, deliberately: listeners of the store rely on this change coming after the stream's.
     set_boolean_parameter("DetectionOverlaysOn", config.b_DetectionOverlaysOn);
-    for (const auto& wanted : kClasses)
+    for (const auto& wanted : kWantedClasses)
         set_boolean_parameter(wanted.name, config.*wanted.field);
     set_boolean_parameter("EulaAccepted", config.b_EulaAccepted);
     for (const auto& alert : kAlerts)

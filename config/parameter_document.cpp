@@ -3,6 +3,7 @@
 #include "app/app_main.h"
 #include "app/arithmetic.h"
 #include "config/parameter_io.h"
+#include "config/setting_tables.h"
 #include "config/shared_field.h"
 #include "output/overlay_info.h"
 
@@ -17,34 +18,9 @@
 
 namespace {
 
-struct boolean_element {
-    const char* name;
-    bool ConfigParams::*field;
-};
-
-struct integer_element {
-    const char* name;
-    int32_t ConfigParams::*field;
-};
-
-constexpr std::array<boolean_element, 9> kClasses = {{{"DetectPersons", &ConfigParams::b_DetectPersons},
-                                                      {"DetectCars", &ConfigParams::b_DetectCars},
-                                                      {"DetectMotorcycles", &ConfigParams::b_DetectMotorcycles},
-                                                      {"DetectBicycles", &ConfigParams::b_DetectBicycles},
-                                                      {"DetectAirplanes", &ConfigParams::b_DetectAirplanes},
-                                                      {"DetectBuses", &ConfigParams::b_DetectBuses},
-                                                      {"DetectTrains", &ConfigParams::b_DetectTrains},
-                                                      {"DetectTrucks", &ConfigParams::b_DetectTrucks},
-                                                      {"DetectBoats", &ConfigParams::b_DetectBoats}}};
-
-constexpr std::array<boolean_element, 3> kAlerts = {{{"Alert1_Active", &ConfigParams::b_Alert1},
-                                                     {"Alert2_Active", &ConfigParams::b_Alert2},
-                                                     {"Alert3_Active", &ConfigParams::b_Alert3}}};
-
-constexpr std::array<integer_element, 3> kAlertSeconds = {
-    {{"Alert1ThreshSeconds", &ConfigParams::i_Alert1ThreshSeconds},
-     {"Alert2ThreshSeconds", &ConfigParams::i_Alert2ThreshSeconds},
-     {"Alert3ThreshSeconds", &ConfigParams::i_Alert3ThreshSeconds}}};
+constexpr std::array<named_setting<bool>, 3> kAlerts = {{{"Alert1_Active", &ConfigParams::b_Alert1},
+                                                         {"Alert2_Active", &ConfigParams::b_Alert2},
+                                                         {"Alert3_Active", &ConfigParams::b_Alert3}}};
 
 struct exclusion_elements {
     const char* coordinates; // the index is appended
@@ -145,7 +121,7 @@ std::string parameter_io::get_parameters() {
     document.add("MinNumberOfPeopleForTrigger", config.i_MinNumberOfPeopleForTrigger);
     document.add("Sensitivity", std::to_string(config.f_Sensitivity).substr(0, 4));
     document.add("MaxDisappear", wrap_divide(config.i_MaxDisappeared, passes_per_second()));
-    for (const auto& wanted : kClasses)
+    for (const auto& wanted : kWantedClasses)
         document.add(wanted.name, config.*wanted.field);
     for (const auto& alert : kAlerts)
         document.add(alert.name, config.*alert.field);
@@ -184,7 +160,7 @@ int parameter_io::set_post_parameters(std::string body) {
     document.read("AnonOverlaysOn", config.b_AnonOverlaysOn);
     document.read("SelectedAnonOverlay", config.str_AnonOverlay);
     document.read("Eula", config.b_EulaAccepted);
-    for (const auto& wanted : kClasses)
+    for (const auto& wanted : kWantedClasses)
         document.read(wanted.name, config.*wanted.field);
     for (const auto& alert : kAlerts)
         document.read(alert.name, config.*alert.field);

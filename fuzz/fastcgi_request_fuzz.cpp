@@ -7,7 +7,8 @@
 namespace {
 
 running_service& service() {
-    static auto& instance = *new running_service(own_folder()); // its thread serves until the process ends
+    static auto& instance =
+        *new running_service(own_folder() / "service.socket"); // its thread serves until the process ends
     return instance;
 }
 

@@ -53,7 +53,7 @@ class fastcgi_service_test : public core_fixture {
     void expect_alive() const { EXPECT_EQ(service->get("/x?action=get_status_code"), kStatusCode); }
 
     static constexpr auto kStatusCode = "Status: 200 OK\r\nContent-Type: text/plain\r\n\r\n200";
-    std::unique_ptr<running_service> service = std::make_unique<running_service>(folder);
+    std::unique_ptr<running_service> service = std::make_unique<running_service>(folder / "service.socket");
 };
 
 TEST_F(fastcgi_service_test, answers_each_action_of_a_get) {

@@ -6,7 +6,7 @@
 
 #include <csignal>
 
-running_service::running_service(const std::filesystem::path& folder) : m_path(folder / "service.socket") {
+running_service::running_service(const std::filesystem::path& socket) : m_path(socket) {
     std::signal(SIGPIPE, SIG_IGN); // as start-up does: clients may be gone before they are answered
     FCGX_Init();
     m_service.m_sock = FCGX_OpenSocket(m_path.c_str(), 5);

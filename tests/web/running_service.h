@@ -10,8 +10,7 @@
 /** A service of its own on a socket of its own, served by a thread until it is destroyed. */
 class running_service {
   public:
-    /** The socket is made in this folder. */
-    explicit running_service(const std::filesystem::path& folder);
+    explicit running_service(const std::filesystem::path& socket);
     ~running_service();
     running_service(const running_service&) = delete;
     running_service& operator=(const running_service&) = delete;

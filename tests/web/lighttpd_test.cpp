@@ -1,0 +1,258 @@
+// The responder through the web server, with the rules that the application's own web server has.
+
+#include "app/app_main.h"
+#include "config/parameter_io.h"
+#include "tests/config/posted_document.h"
+#include "tests/doubles/core_fixture.h"
+#include "tests/doubles/recording_vdo.h"
+#include "tests/web/running_service.h"
+
+#include <arpa/inet.h>
+#include <axsdk/axparameter.h>
+#include <gmock/gmock.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <fstream>
+#include <map>
+#include <memory>
+#include <optional>
+#include <sstream>
+#include <thread>
+
+namespace {
+
+constexpr auto kEndpoint = "/local/korvex_orvel/korvex_orvel_fcgi.cgi";
+
+sockaddr_in loopback(uint16_t port) {
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    address.sin_port = htons(port);
+    return address;
+}
+
+uint16_t free_port() {
+    const int probe = socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address = loopback(0);
+    socklen_t size = sizeof address;
+    bind(probe, reinterpret_cast<sockaddr*>(&address), size);
+    getsockname(probe, reinterpret_cast<sockaddr*>(&address), &size);
+    close(probe);
+    return ntohs(address.sin_port);
+}
+
+/** lighttpd in the current folder, until it is destroyed. */
+class running_lighttpd {
+  public:
+    running_lighttpd() {
+        const std::string rules = std::string(KORVEX_SOURCE_DIR) + "/web/lighttpd";
+        std::vector<std::string> environment = {"KORVEX_WEB_ADDRESS=127.0.0.1",
+                                                "KORVEX_WEB_PORT=" + std::to_string(port),
+                                                "KORVEX_WEB_PID_FILE=" + std::filesystem::current_path().string() +
+                                                    "/lighttpd.pid",
+                                                "KORVEX_WEB_ORIGINS=^$",
+                                                "KORVEX_WEB_HOSTS=^test$",
+                                                "KORVEX_WEB_PASSWORD_RULES=" + rules + "/none.conf",
+                                                "KORVEX_WEB_TLS_RULES=" + rules + "/none.conf",
+                                                "KORVEX_WEB_RULES=" + rules,
+                                                "KORVEX_WEB_PAGES=" + std::string(KORVEX_SOURCE_DIR) + "/html",
+                                                "KORVEX_WEB_STREAM_PORT=1"};
+        std::vector<std::string> arguments = {"/usr/sbin/lighttpd", "-D", "-f", rules + "/korvex_orvel.conf"};
+        EXPECT_EQ(posix_spawn(&m_process, arguments[0].c_str(), nullptr, nullptr, pointers(arguments).data(),
+                              pointers(environment).data()),
+                  0);
+        for (int tries = 0; tries < 300 && !try_connect(); ++tries)
+            std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    }
+    ~running_lighttpd() {
+        kill(m_process, SIGTERM);
+        waitpid(m_process, nullptr, 0);
+    }
+    running_lighttpd(const running_lighttpd&) = delete;
+    running_lighttpd& operator=(const running_lighttpd&) = delete;
+
+    /** A connection, to be closed by the caller. */
+    std::optional<int> try_connect() const {
+        const int connection = socket(AF_INET, SOCK_STREAM, 0);
+        const sockaddr_in address = loopback(port);
+        if (connect(connection, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0)
+            return connection;
+        close(connection);
+        return std::nullopt;
+    }
+
+    const uint16_t port = free_port();
+
+  private:
+    static std::vector<char*> pointers(std::vector<std::string>& texts) {
+        std::vector<char*> all;
+        for (std::string& text : texts)
+            all.push_back(text.data());
+        all.push_back(nullptr);
+        return all;
+    }
+
+    pid_t m_process = 0;
+};
+
+struct http_answer {
+    std::string status; // the whole first line
+    std::vector<std::string> content_types;
+    std::string body;
+};
+
+bool operator==(const http_answer& a, const http_answer& b) {
+    return a.status == b.status && a.content_types == b.content_types && a.body == b.body;
+}
+
+void PrintTo(const http_answer& answer, std::ostream* out) {
+    *out << answer.status << " " << testing::PrintToString(answer.content_types) << " "
+         << testing::PrintToString(answer.body);
+}
+
+class lighttpd_test : public core_fixture {
+  protected:
+    lighttpd_test() {
+        g_ConfigParams = {};
+        g_StatusCode = 200;
+        g_ExecutionTime = 37;
+        g_IsPortrait = false;
+        g_StreamWidth = 1920;
+        g_StreamHeight = 1080;
+        g_ParameterController.init_controller("korvex_orvel");
+        std::filesystem::create_directory("html");
+        service = std::make_unique<running_service>("html/korvex_orvel_fcgi.socket");
+        server = std::make_unique<running_lighttpd>();
+    }
+    ~lighttpd_test() override {
+        server.reset();
+        service.reset();
+        ax_parameter_free(g_ParameterController.m_Parameter);
+        g_ParameterController = {};
+        g_ConfigParams = {};
+    }
+
+    /** Sends the bytes and reads until the server ends the connection. */
+    std::string exchange(const std::string& bytes) const {
+        const std::optional<int> connection = server->try_connect();
+        if (!connection)
+            return "no connection";
+        for (size_t sent = 0; sent < bytes.size();) {
+            const ssize_t count = send(*connection, bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
+            if (count <= 0)
+                break;
+            sent += static_cast<size_t>(count);
+        }
+        std::string answer;
+        char buffer[4096];
+        for (ssize_t got = 0; (got = recv(*connection, buffer, sizeof buffer, 0)) > 0;)
+            answer.append(buffer, static_cast<size_t>(got));
+        close(*connection);
+        return answer;
+    }
+
+    http_answer ask(const std::string& method, const std::string& query, const std::string& more_headers = "",
+                    const std::string& body = "") const {
+        const std::string text =
+            exchange(method + " " + kEndpoint + query + " HTTP/1.0\r\nHost: test\r\n" + more_headers + "\r\n" + body);
+        http_answer answer;
+        const size_t end = text.find("\r\n\r\n");
+        answer.body = end == std::string::npos ? "" : text.substr(end + 4);
+        std::istringstream lines(text.substr(0, end));
+        std::getline(lines, answer.status, '\r');
+        for (std::string line; std::getline(lines, line);)
+            if (line.starts_with("Content-Type: "))
+                answer.content_types.push_back(line.substr(14, line.find('\r') - 14));
+        return answer;
+    }
+
+    http_answer post(const std::string& query, const std::string& body) const {
+        return ask("POST", query, "Content-Length: " + std::to_string(body.size()) + "\r\n", body);
+    }
+
+    std::unique_ptr<running_service> service;
+    std::unique_ptr<running_lighttpd> server;
+};
+
+TEST_F(lighttpd_test, passes_on_every_answer_to_a_get) {
+    const std::vector<std::string> plain = {"text/plain"};
+    const struct {
+        const char* query;
+        http_answer answer;
+    } table[] = {
+        {"?action=get_status_string", {"HTTP/1.0 200 OK", {"text/plain", "text/plain"}, "Running"}},
+        {"?action=get_execution_time", {"HTTP/1.0 200 OK", plain, "37"}},
+        {"?action=get_is_portrait", {"HTTP/1.0 200 OK", plain, "0"}},
+        {"?action=get_status_code", {"HTTP/1.0 200 OK", plain, "200"}},
+        {"?action=get_all_parameters", {"HTTP/1.0 200 OK", {"text/xml"}, parameter_io::get_parameters()}},
+        {"?action=clear_logfile", {"HTTP/1.0 200 OK", plain, "Log file cleared."}},
+        {"?action=nonsense", {"HTTP/1.0 200 OK", {}, ""}},
+        {"?action", {"HTTP/1.0 200 OK", {}, ""}},
+        {"?%61ction=get%5Fstatus_code", {"HTTP/1.0 200 OK", plain, "200"}},
+        {"?action=get_status_code&action=get_is_portrait",
+         {"HTTP/1.0 200 OK", plain, "200Status: 200 OK\r\nContent-Type: text/plain\r\n\r\n0"}},
+    };
+    for (const auto& [query, answer] : table)
+        EXPECT_EQ(ask("GET", query), answer) << query;
+}
+
+TEST_F(lighttpd_test, passes_on_the_log) {
+    forget_log();
+    g_Logger.error("it broke");
+    const http_answer answer = ask("GET", "?action=get_logfile_as_serialized_text");
+    EXPECT_THAT(answer.body, testing::MatchesRegex("[-0-9]+ [0-9:]+\\|korvex_orvel\\|error\\|it broke\n[-0-9]+ "
+                                                   "[0-9:]+\\|korvex_orvel\\|info\\|processGET: "
+                                                   "get_logfile_as_plain_text\n"));
+}
+
+TEST_F(lighttpd_test, passes_on_posts_and_their_refusals) {
+    EXPECT_EQ(post("?action=set_post_parameters", posted_document().text()), (http_answer{"HTTP/1.0 200 OK", {}, ""}));
+    EXPECT_EQ(g_ConfigParams.str_AnonOverlay, "640x480");
+    EXPECT_EQ(post("?action=set_post_parameters", "nonsense").status, "HTTP/1.0 400 Bad Request");
+    EXPECT_EQ(post("?action=other", "x"), (http_answer{"HTTP/1.0 200 OK", {}, ""}));
+}
+
+TEST_F(lighttpd_test, makes_an_error_of_its_own_of_answers_without_a_header) {
+    EXPECT_EQ(ask("GET", "").status, "HTTP/1.0 500 Internal Server Error") << "Failed to parse query";
+    EXPECT_EQ(ask("GET", "?foo=1").status, "HTTP/1.0 500 Internal Server Error") << "no output";
+    EXPECT_EQ(ask("PUT", "?action=x", "Content-Length: 1\r\n", "x").status, "HTTP/1.0 500 Internal Server Error");
+    EXPECT_EQ(post("?action=set_post_parameters", "<app><Eula>1</Eula></app>").status,
+              "HTTP/1.0 500 Internal Server Error")
+        << "an exception while storing";
+}
+
+TEST_F(lighttpd_test, goes_on_after_clients_that_go_away_half_way) {
+    const std::string head =
+        std::string("POST ") + kEndpoint + "?action=set_post_parameters HTTP/1.1\r\nHost: test\r\n";
+    for (const std::string& begun : {std::string("GET /lo"), head, head + "Content-Length: 1000\r\n\r\n<app>",
+                                     head + "Content-Length: 1000\r\n\r\n"}) {
+        const std::optional<int> connection = server->try_connect();
+        ASSERT_TRUE(connection);
+        send(*connection, begun.data(), begun.size(), MSG_NOSIGNAL);
+        close(*connection);
+        EXPECT_EQ(ask("GET", "?action=get_status_code").body, "200");
+    }
+    EXPECT_FALSE(g_ConfigParams.b_EulaAccepted);
+}
+
+TEST_F(lighttpd_test, keeps_bad_lengths_and_large_bodies_from_the_application) {
+    const struct {
+        const char* headers;
+        const char* status;
+    } table[] = {{"Content-Length: -1\r\n", "HTTP/1.0 400 Bad Request"},
+                 {"Content-Length: many\r\n", "HTTP/1.0 400 Bad Request"},
+                 {"Content-Length: 65537\r\n", "HTTP/1.0 413 Payload Too Large"},
+                 {"Content-Length: 99999999999\r\n", "HTTP/1.0 413 Payload Too Large"},
+                 {"", "HTTP/1.0 411 Length Required"}};
+    for (const auto& [headers, status] : table) {
+        EXPECT_EQ(ask("POST", "?action=set_post_parameters", headers).status, status) << headers;
+        EXPECT_EQ(ask("GET", "?action=get_status_code").body, "200");
+    }
+}
+
+} // namespace

@@ -19,14 +19,14 @@ rm -rf "$folder"
 mkdir -p "$folder"
 folder=$(realpath "$folder")
 
-port=$((30000 + RANDOM % 2000))
-mosquitto -p "$port" >"$folder/broker.log" 2>&1 &
+"$root/tests/run/broker.sh" "$folder/broker" &
 broker=$!
-client= application=
-trap 'kill $application $client $broker 2>/dev/null || true' EXIT
-sleep 0.5
-mosquitto_sub -p "$port" -t 'korvex_orvel/+/state' >"$folder/mqtt.jsonl" &
-client=$!
+application=
+trap 'kill $application $broker 2>/dev/null || true' EXIT
+until [ -s "$folder/broker/port" ]; do
+    sleep 0.1
+done
+port=$(cat "$folder/broker/port")
 
 "$root/run" --accept-eula --state "$folder/state" --mqtt "127.0.0.1:$port" --set AnonOverlaysOn=true \
     --record "$folder/overlay.mp4" >"$folder/console.txt" 2>"$folder/said.txt" &
@@ -47,7 +47,7 @@ kill -TERM "$application"
 wait "$application" || fail "./run ended with status $?"
 application=
 sleep 0.5
-kill "$client" "$broker"
-client= broker=
+kill "$broker"
+broker=
 "$programs/bench/street_truth" "$((seconds + 600))" >"$folder/truth.txt"
 /usr/bin/python3 "$root/bench/acceptance_check.py" "$folder"

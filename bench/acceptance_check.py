@@ -36,14 +36,14 @@ def read_console(folder):
     return changes, statuses, slow
 
 
-def states(path, nice_name, active):
+def states(lines, nice_name, active):
+    """The changes among JSON lines; the broker also hears of each alert's first state, which is no change."""
     changes = []
     known = dict.fromkeys(LEVELS, False)
-    for line in open(path):
+    for line in lines:
         record = json.loads(line)
         if record.get("what", "event") != "event":
             continue
-        # The broker also keeps each alert's first state, which is no change.
         if known[record[nice_name]] != active(record):
             known[record[nice_name]] = active(record)
             changes.append((record[nice_name], active(record)))
@@ -68,8 +68,9 @@ def main(folder):
         if not fine:
             failures.append(f"{name} at {at} s is off by {off:.1f} s")
     on_console = [change[:2] for change in changes]
-    in_journal = states(f"{folder}/state/events.jsonl", "nice_name", lambda r: r["active"])
-    at_client = states(f"{folder}/mqtt.jsonl", "name", lambda r: r["state"] == "ON")
+    in_journal = states(open(f"{folder}/state/events.jsonl"), "nice_name", lambda r: r["active"])
+    heard = [line.split(" ", 1) for line in open(f"{folder}/broker/heard")]
+    at_client = states((text for topic, text in heard if topic.endswith("/state")), "name", lambda r: r["state"] == "ON")
     print(f"{len(on_console)} changes on the console, {len(in_journal)} in the journal, {len(at_client)} at the client")
     if not on_console == in_journal == at_client:
         failures.append("console, journal and client differ")

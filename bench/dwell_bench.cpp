@@ -16,6 +16,7 @@
 #include <cstdlib>
 #include <exception>
 #include <fstream>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 
@@ -54,16 +55,24 @@ int level_of(const std::string& alert) {
     return alert == kFirstAlert ? 0 : alert == kSecondAlert ? 1 : 2;
 }
 
-/** One line: class, score and the four edges of each of the pass's results. */
+/** One line: how many of the pass's results matter, then class, score and the four edges of each. */
 void write_outputs(std::ofstream& file) {
+    constexpr float least_score = 0.1F;
     const auto& detector = g_LocationController;
+    std::ostringstream rows;
+    rows.precision(4);
+    int count = 0;
     for (int row = 0; row < detector.m_MaxResults; ++row) {
-        file << detector.m_OutputClasses[row] << ' ' << detector.m_OutputScores[row];
-        for (int edge = 0; edge < 4; ++edge) {
-            file << ' ' << detector.m_OutputLocations[row * 4 + edge];
+        if (detector.m_OutputScores[row] < least_score) {
+            continue;
         }
-        file << (row + 1 < detector.m_MaxResults ? ' ' : '\n');
+        ++count;
+        rows << ' ' << detector.m_OutputClasses[row] << ' ' << detector.m_OutputScores[row];
+        for (int edge = 0; edge < 4; ++edge) {
+            rows << ' ' << detector.m_OutputLocations[row * 4 + edge];
+        }
     }
+    file << count << rows.str() << '\n';
 }
 
 bench::StayBook replay(double minutes, const char* outputs, double period) {

@@ -55,15 +55,15 @@ bool write_tensor(const larodTensor& tensor, const Values& values) {
 
 void soak_platform::load_outputs(const std::string& path) {
     std::ifstream file(path);
-    Outputs pass;
-    for (std::size_t row = 0; file >> pass.classes[row] >> pass.scores[row];) {
-        for (std::size_t edge = 0; edge < 4; ++edge) {
-            file >> pass.locations[row * 4 + edge];
+    for (std::size_t count = 0; file >> count && count <= rows;) {
+        Outputs pass;
+        for (std::size_t row = 0; row < count; ++row) {
+            file >> pass.classes[row] >> pass.scores[row];
+            for (std::size_t edge = 0; edge < 4; ++edge) {
+                file >> pass.locations[row * 4 + edge];
+            }
         }
-        row = (row + 1) % rows;
-        if (row == 0) {
-            recorded.push_back(pass);
-        }
+        recorded.push_back(pass);
     }
     if (recorded.empty() || !file.eof()) {
         throw std::runtime_error("there are no recorded outputs in " + path);

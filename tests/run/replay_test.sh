@@ -17,6 +17,14 @@ check "and the scene's car" has '"label": "Car", "box": ' "$work/one.jsonl"
 check "every line is JSON" /usr/bin/python3 -c \
     'import json, sys; [json.loads(line)["findings"] for line in open(sys.argv[1])]' "$work/one.jsonl"
 
+check "recording changes nothing of it" replay scene --seconds 4 --json "$work/three.jsonl" --record "$work/one.mp4"
+check "not a byte" cmp "$work/one.jsonl" "$work/three.jsonl"
+check "the recording has a picture for each pass" has '^h264,1280,720,20$' <(ffprobe -v error -of csv=p=0 \
+    -show_entries stream=codec_name,width,height,nb_frames "$work/one.mp4")
+check "another stream is recorded when it is asked for" replay scene --seconds 1 --json "$work/four.jsonl" \
+    --record "$work/small.mp4" --stream 640x360
+check "in its own size" has '^640,360$' <(ffprobe -v error -of csv=p=0 -show_entries stream=width,height "$work/small.mp4")
+
 ffmpeg -v error -f lavfi -i testsrc=size=320x240:rate=10:duration=2 "$work/short.mp4"
 check "a file ends by itself" replay "$work/short.mp4" --set MainLoopTime=500 --json "$work/file.jsonl"
 check "after its last frame" lines_are 3 "$work/file.jsonl"
@@ -27,5 +35,8 @@ check "nothing is kept of it" test -z "$(ls -A "$state")"
 echo "no video" >"$work/none.mp4"
 check "a file that is no video is told" refused 'the video cannot be opened' --state "$state" --replay "$work/none.mp4"
 check "a period of 0 is told" refused 'MainLoopTime is 0' --state "$state" --replay scene --set MainLoopTime=0
+check "a stream that the camera has not is told" refused 'the camera offers' --state "$state" --replay scene \
+    --record "$work/x.mp4" --stream 100x100
+check "a broker is not for a replay" refused 'not for a replay' --replay scene --mqtt 127.0.0.1:1883
 check "a live source is told" refused 'no time of its own' --replay rtsp://127.0.0.1/x
 finish

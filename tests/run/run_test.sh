@@ -37,6 +37,18 @@ check "nothing of it runs on" not pgrep -f "chdir $state"
 KORVEX_AXPARAMETER_STORE=$state/parameters.sqlite "$1/platform/axparameter/korvex_parameter" EulaAccepted >"$work/eula"
 check "the agreement stays accepted" has '^true$' "$work/eula"
 
+"$root/tests/run/broker.sh" "$work/broker" &
+broker=$!
+trap 'kill "$broker" 2>/dev/null || true; rm -rf "$work"' EXIT
+within 20 test -s "$work/broker/port"
+start --accept-eula --mqtt "127.0.0.1:$(cat "$work/broker/port")" --mqtt-prefix street --record "$work/live.mp4"
+check "an alert is told on the console" within 120 has ' Korvex Orvel First Alert: started$' "$work/out"
+check "and at the broker" within 20 has '^street/KorvexOrvelFirstAlert/state .*"ON"' "$work/broker/heard"
+check "TERM ends it" ended_after_term
+check "with the recording finished" has '^h264,1280,720$' <(ffprobe -v error -of csv=p=0 \
+    -show_entries stream=codec_name,width,height "$work/live.mp4")
+check "and the broker knows that it is gone" within 20 has '^street/availability offline' "$work/broker/heard"
+
 start
 check "a closed terminal" within 60 has '^status' "$work/out"
 kill -INT "$pid" 2>/dev/null || true
@@ -52,5 +64,18 @@ check "so is an option without its value" refused '--source needs a value' --sou
 check "so is an aspect that is none" refused '--aspect is fit, crop or stretch' --aspect wide
 check "so are threads that are no number" refused '--threads is a number' --threads many
 check "so is --json without --replay" refused 'belong to --replay' --json "$work/x"
+check "so is a broker without a port" refused '--mqtt is HOST:PORT' --mqtt nowhere
+check "so is a port that is none" refused '--mqtt is HOST:PORT' --mqtt 127.0.0.1:70000
+check "so is a password without its user" refused '--mqtt-password-file needs --mqtt-user' --mqtt h:1 --mqtt-password-file "$run"
+check "so is a password that cannot be read" refused 'cannot be read' --mqtt h:1 --mqtt-user me --mqtt-password-file /no/such
+check "so is a certificate that cannot be read" refused 'cannot be read' --mqtt h:1 --mqtt-ca /no/such
+check "so is a prefix with a wildcard" refused '--mqtt-prefix is the beginning of a topic' --mqtt h:1 --mqtt-prefix 'a/#'
+check "so is a user without a broker" refused 'belong to --mqtt' --mqtt-user me
+check "so is a recording that is no MP4 file" refused 'must end in .mp4' --record "$work/x.avi"
+check "so is one in no folder" refused 'there is no folder' --record "$work/none/x.mp4"
+check "so is a stream that nobody records" refused '--stream says what --record records' --stream 1280x720
+check "so is a stream that is no size" refused '--stream is a size' --record "$work/x.mp4" --stream large
+check "so is a size that the camera does not offer" refused 'the camera offers 1920x1080' --state "$state" \
+    --accept-eula --record "$work/x.mp4" --stream 123x456
 check "the fixed paths are as they were" test "$(list_places)" = "$before"
 finish

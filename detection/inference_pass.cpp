@@ -79,7 +79,7 @@ std::vector<detection> location_controller_larod::get_detections() {
         const int class_id = float_to_int(m_OutputClasses[i]);
         if (!IsValidClass(class_id) || !(m_OutputScores[i] > threshold))
             continue;
-        const float* box = m_OutputLocations + 4 * i;
+        const float* box = location(i);
         const auto top = static_cast<int>(float_to_unsigned(box[0] * height));
         const auto left = static_cast<int>(float_to_unsigned(box[1] * width));
         const auto bottom = static_cast<int>(float_to_unsigned(box[2] * height));

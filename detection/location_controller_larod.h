@@ -138,6 +138,8 @@ class location_controller_larod {
     void create_tensor_files();
     bool bind_tensors();
     std::string take_larod_message();
+    /** The four location floats of a row. */
+    float* location(int row) const { return m_OutputLocations + ptrdiff_t{4} * row; }
 };
 
 /** Whether results of these classes may suppress each other: equal ones, and a car and a truck. */

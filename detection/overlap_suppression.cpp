@@ -42,7 +42,7 @@ int location_controller_larod::remove_anomalies() {
     for (int i = 0; i < m_MaxResults; ++i) {
         if (!(m_OutputScores[i] > m_Threshold))
             continue;
-        const float ratio = pixel_box(m_OutputLocations + 4 * i, width, height).area() / frame_area;
+        const float ratio = pixel_box(location(i), width, height).area() / frame_area;
         if (ratio < m_TinyAnomalyMaxAreaPercent || ratio > m_HugeAnomalyMaxAreaPercent)
             m_OutputScores[i] = kDemoted;
         // Persons never leave this step, whatever their box and whatever the user wants; deliberate.
@@ -65,7 +65,7 @@ int location_controller_larod::lower_the_threshold_of_any_same_object_overlappin
     const int class_id = float_to_int(m_OutputClasses[i]);
     for (int j = i + 1; j < m_MaxResults; ++j)
         if (shouldCompareClasses(float_to_int(m_OutputClasses[j]), class_id) && m_OutputScores[j] > m_Threshold &&
-            DoTheseOverlap(m_OutputLocations + 4 * i, m_OutputLocations + 4 * j, j))
+            DoTheseOverlap(location(i), location(j), j))
             m_OutputScores[j] = kDemoted;
     return 0;
 }

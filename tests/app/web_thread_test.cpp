@@ -1,0 +1,150 @@
+// The web thread at its fixed socket. Its phases are the process's, so that each test has a process of its own.
+
+#include "app/app_main.h"
+#include "app/web_thread.h"
+#include "tests/doubles/core_fixture.h"
+#include "tests/web/fastcgi_client.h"
+
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <csignal>
+#include <fstream>
+#include <thread>
+
+using testing::ElementsAre;
+using testing::ExitedWithCode;
+
+namespace {
+
+constexpr auto kSocket = "/usr/local/packages/korvex_orvel/html/korvex_orvel_fcgi.socket";
+constexpr auto kOpens = "info|init: Socket: /usr/local/packages/korvex_orvel/html/korvex_orvel_fcgi.socket";
+
+class web_thread_test : public core_fixture {
+  protected:
+    void SetUp() override {
+        std::filesystem::remove_all(kSocket);
+        ASSERT_TRUE(std::filesystem::is_directory(std::filesystem::path(kSocket).parent_path()))
+            << "run it with tests/web/in_package_folder.sh";
+    }
+    void TearDown() override { std::filesystem::remove_all(kSocket); }
+
+    static void start_thread() {
+        std::signal(SIGPIPE, SIG_IGN);
+        g_StatusCode = 200;
+        std::thread(webservices_thread_fcn, nullptr).detach();
+    }
+
+    static void wait_for_service() {
+        for (int tries = 0; tries < 3000; ++tries) {
+            try {
+                if (ask() == "Status: 200 OK\r\nContent-Type: text/plain\r\n\r\n200")
+                    return;
+            } catch (const std::runtime_error&) {
+                // not yet
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        }
+        _exit(99);
+    }
+
+    static std::string ask() {
+        fastcgi_client client(kSocket);
+        client.send_begin();
+        client.send_parameters({{"REQUEST_METHOD", "GET"}, {"REQUEST_URI", "/?action=get_status_code"}});
+        client.send_body("");
+        return client.receive();
+    }
+
+    /** In a process of its own; `what` gives its exit status. */
+    template <typename Action>
+    static void in_own_process(Action what) {
+        EXPECT_EXIT(_exit(what()), ExitedWithCode(0), "");
+    }
+};
+
+TEST_F(web_thread_test, has_nothing_to_end_when_it_was_never_started) {
+    in_own_process([] { return end_web_service() ? 0 : 1; });
+}
+
+TEST_F(web_thread_test, serves_on_a_socket_that_everybody_may_write_to) {
+    in_own_process([] {
+        forget_log();
+        start_thread();
+        wait_for_service();
+        struct stat socket {};
+        if (stat(kSocket, &socket) != 0 || (socket.st_mode & 0777U) != 0777U)
+            return 2;
+        return log_lines() == std::vector<std::string>{kOpens} && end_web_service() ? 0 : 1;
+    });
+}
+
+TEST_F(web_thread_test, takes_the_place_of_an_earlier_socket) {
+    std::ofstream(kSocket) << "left over";
+    in_own_process([] {
+        start_thread();
+        wait_for_service();
+        return end_web_service() ? 0 : 1;
+    });
+}
+
+TEST_F(web_thread_test, ends_with_nobody_listened_to_any_more) {
+    in_own_process([] {
+        start_thread();
+        wait_for_service();
+        if (!end_web_service())
+            return 1;
+        try {
+            fastcgi_client late(kSocket);
+            late.send_begin();
+            return late.receive().empty() ? 0 : 2;
+        } catch (const std::runtime_error&) {
+            return 0;
+        }
+    });
+}
+
+TEST_F(web_thread_test, ends_while_clients_ask_without_a_break) {
+    in_own_process([] {
+        start_thread();
+        wait_for_service();
+        std::thread([] {
+            try {
+                for (;;)
+                    ask();
+            } catch (const std::runtime_error&) {
+                // ended
+            }
+        }).detach();
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        return end_web_service() ? 0 : 1;
+    });
+}
+
+TEST_F(web_thread_test, says_when_a_client_keeps_it) {
+    in_own_process([] {
+        start_thread();
+        wait_for_service();
+        fastcgi_client stuck(kSocket);
+        stuck.send_begin(); // and no parameters
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        return end_web_service() ? 1 : 0;
+    });
+}
+
+TEST_F(web_thread_test, ends_at_once_without_a_socket_and_leaves_the_status_alone) {
+    std::filesystem::create_directories(std::filesystem::path(kSocket) / "in the way");
+    in_own_process([] {
+        forget_log();
+        start_thread();
+        for (int tries = 0; tries < 3000 && log_lines().empty(); ++tries)
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        if (!end_web_service() || g_StatusCode != 200)
+            return 1;
+        return log_lines() == std::vector<std::string>{kOpens} ? 0 : 2;
+    });
+}
+
+} // namespace

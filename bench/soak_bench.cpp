@@ -75,13 +75,6 @@ void start() {
     if (g_LocationController.m_OutputScores == nullptr) {
         throw std::runtime_error("the detector is not set up:\n" + g_Logger.getPlainLogContents());
     }
-    // The declared area is in pixels of a picture twice as wide.
-    t_Polygon area = g_AreaofInterest.get_detection(1);
-    for (auto& [x, y] : area) {
-        x /= 2;
-        y /= 2;
-    }
-    g_AreaofInterest.set_detection(1, area);
     g_LocationController.m_IterationTime = INT_MAX / 2; // no pass is slow in simulated time
 }
 

@@ -3,9 +3,9 @@
 #include <string>
 
 /**
- * Video and network in doubles that need the same memory for any number of passes: one channel of 640x360, whose first
- * stream (the application's) has a picture at once while the others (the viewers') have one each 40 ms, and a network
- * that gives recorded outputs in a circle. Everything else about a pass is real.
+ * Video and network in doubles that need the same memory for any number of passes: one channel of 1280x720 and 640x360,
+ * whose first stream (the application's) has a picture at once while the others (the viewers') have one each 40 ms, and
+ * a network that gives recorded outputs in a circle. Everything else about a pass is real.
  */
 namespace soak_platform {
 

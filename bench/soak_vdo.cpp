@@ -1,6 +1,7 @@
 #include <vdo-channel.h>
 #include <vdo-stream.h>
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <condition_variable>
@@ -13,8 +14,8 @@
 
 namespace {
 
-constexpr guint32 width = 640;
-constexpr guint32 height = 360;
+/** The application analyses the first; the second is cheap to watch. */
+constexpr std::array<VdoResolution, 2> resolutions = {{{1280, 720}, {640, 360}}};
 constexpr guint32 frames_a_second = 25;
 
 constexpr const char* content_key = "content";
@@ -37,22 +38,24 @@ struct Map {
 };
 
 struct Picture {
-    std::vector<guint8> nv12 = std::vector<guint8>(width * height * 3 / 2);
+    std::vector<guint8> nv12;
+
+    explicit Picture(VdoResolution size) : nv12(std::size_t{size.width} * size.height * 3 / 2) {
+        std::iota(nv12.begin(), nv12.end(), guint8{0});
+    }
 };
 
 struct Stream {
-    bool paced = false;
+    const VdoResolution size;
+    const bool paced;
+    /** One for all frames: nobody changes them, and each is given back before the next. */
+    VdoBuffer* const buffer;
     std::mutex lock;
     std::condition_variable changed;
     bool stopped = false;
-    /** One for all frames: nobody changes them, and each is given back before the next. */
-    VdoBuffer* buffer = nullptr;
 
-    Stream() {
-        auto* picture = new Picture;
-        std::iota(picture->nv12.begin(), picture->nv12.end(), guint8{0});
-        buffer = make_object<VdoBuffer>(picture);
-    }
+    Stream(VdoResolution its_size, bool is_paced)
+        : size(its_size), paced(is_paced), buffer(make_object<VdoBuffer>(new Picture(its_size))) {}
     ~Stream() { g_object_unref(buffer); }
     Stream(const Stream&) = delete;
     Stream& operator=(const Stream&) = delete;
@@ -91,15 +94,15 @@ GList* vdo_channel_get_all(GError** error) {
 }
 
 VdoResolutionSet* vdo_channel_get_resolutions(VdoChannel*, VdoMap*, GError**) {
-    auto* set = static_cast<VdoResolutionSet*>(g_malloc0(sizeof(VdoResolutionSet) + sizeof(VdoResolution)));
-    set->count = 1;
-    set->resolutions[0] = {width, height};
+    auto* set = static_cast<VdoResolutionSet*>(g_malloc0(sizeof(VdoResolutionSet) + sizeof resolutions));
+    set->count = resolutions.size();
+    std::copy(resolutions.begin(), resolutions.end(), set->resolutions);
     return set;
 }
 
-VdoStream* vdo_stream_new(VdoMap*, VdoBufferFinalizer, GError**) {
-    auto* stream = new Stream;
-    stream->paced = first_stream_made;
+VdoStream* vdo_stream_new(VdoMap* settings, VdoBufferFinalizer, GError**) {
+    const VdoResolution size = {vdo_map_get_uint32(settings, "width", 0), vdo_map_get_uint32(settings, "height", 0)};
+    auto* stream = new Stream(size, first_stream_made);
     first_stream_made = true;
     return make_object<VdoStream>(stream);
 }
@@ -108,10 +111,11 @@ gboolean vdo_stream_attach(VdoStream*, VdoMap*, GError**) {
     return TRUE;
 }
 
-VdoMap* vdo_stream_get_settings(VdoStream*, GError**) {
+VdoMap* vdo_stream_get_settings(VdoStream* handle, GError**) {
+    const VdoResolution size = content_of<Stream>(handle).size;
     VdoMap* settings = vdo_map_new();
-    vdo_map_set_uint32(settings, "width", width);
-    vdo_map_set_uint32(settings, "height", height);
+    vdo_map_set_uint32(settings, "width", size.width);
+    vdo_map_set_uint32(settings, "height", size.height);
     vdo_map_set_uint32(settings, "framerate", frames_a_second);
     return settings;
 }
@@ -146,8 +150,8 @@ gboolean vdo_stream_buffer_unref(VdoStream*, VdoBuffer** buffer, GError**) {
     return TRUE;
 }
 
-VdoBuffer* vdo_stream_buffer_alloc(VdoStream*, gpointer, GError**) {
-    return make_object<VdoBuffer>(new Picture);
+VdoBuffer* vdo_stream_buffer_alloc(VdoStream* handle, gpointer, GError**) {
+    return make_object<VdoBuffer>(new Picture(content_of<Stream>(handle).size));
 }
 
 gboolean vdo_stream_buffer_enqueue(VdoStream*, VdoBuffer*, GError**) {

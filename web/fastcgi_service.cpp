@@ -19,7 +19,7 @@ namespace {
 
 constexpr auto kSocketPath = "/usr/local/packages/korvex_orvel/html/korvex_orvel_fcgi.socket";
 constexpr int kBacklog = 5;
-constexpr size_t kMostFilling = 64 * 1024; // bytes; what the web server in front lets through at the most
+constexpr size_t kMostFilling = 65536; // bytes; what the web server in front lets through at the most
 
 constexpr timeval kPatience = {2, 0}; // seconds, microseconds; libfcgi waits as long for a client's first byte
 

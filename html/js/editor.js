@@ -3,7 +3,7 @@
 
 import { byId, make } from "./dom.js";
 import { areaOf, crossesItself, leavesPicture, middleOf, snapped, withCorners } from "./geometry.js";
-import { copyOf } from "./settings.js";
+import { copyOf, settled } from "./settings.js";
 import { store } from "./store.js";
 
 /** @typedef {import("./settings.js").Settings} Settings */
@@ -31,13 +31,21 @@ function moveAll(points, dx, dy) {
   }
 }
 
+/** One corner, where the application can tell it from its neighbours. @param {Point} point @param {number} x @param {number} y */
+function put(point, x, y) {
+  point.x = settled(x, store.analysed.width);
+  point.y = settled(y, store.analysed.height);
+}
+
 /** @param {Shape} shape @param {number} corner -1 for the whole shape @param {number} dx @param {number} dy */
 function moveByKey(shape, corner, dx, dy) {
   store.edit((settings) => {
     const points = shape.points(settings);
     if (corner < 0) return moveAll(points, dx, dy);
-    points[corner].x = snapped(points[corner].x + dx, true);
-    points[corner].y = snapped(points[corner].y + dy, true);
+    const { x, y } = points[corner];
+    put(points[corner], snapped(x + dx, true), snapped(y + dy, true));
+    // A step that leads back to where it began is made twice as long.
+    if (points[corner].x === x && points[corner].y === y) put(points[corner], snapped(x + 2 * dx, true), snapped(y + 2 * dy, true));
   });
 }
 
@@ -57,8 +65,7 @@ function startDrag(event, shape, corner) {
     const points = shape.points(settings), origin = shape.points(before);
     points.forEach((point, i) => Object.assign(point, origin[i]));
     if (corner < 0) return moveAll(points, dx, dy);
-    points[corner].x = snapped(origin[corner].x + dx, move.altKey);
-    points[corner].y = snapped(origin[corner].y + dy, move.altKey);
+    put(points[corner], snapped(origin[corner].x + dx, move.altKey), snapped(origin[corner].y + dy, move.altKey));
   });
   const end = () => {
     window.removeEventListener("pointermove", drag);
@@ -123,7 +130,7 @@ const listed = (points) => points.map(({ x, y }) => `${x},${y}`).join(" ");
 
 /** @param {Settings} settings */
 function drawShapes(settings) {
-  for (const handle of handles.values()) handle.hidden = true;
+  const unused = new Set(handles.values());
   byId("outside").setAttribute("d", `M0,0H100V100H0Z M${listed(SHAPES[0].points(settings))}Z`);
   for (const shape of SHAPES) {
     const points = shape.points(settings);
@@ -134,7 +141,9 @@ function drawShapes(settings) {
     if (!shape.on(settings)) continue;
     points.forEach((point, i) => place(handleOf(shape, i), point, `${shape.name}, corner ${i + 1}: ${point.x} % from the left, ${point.y} % from the top`));
     place(handleOf(shape, -1), middleOf(points), `${shape.name}, all of it`);
+    for (const corner of [-1, ...points.keys()]) unused.delete(handleOf(shape, corner));
   }
+  for (const handle of unused) handle.hidden = true;
 }
 
 /** @param {Settings} settings */
@@ -161,8 +170,12 @@ function inputOf(shape, corner, axis) {
     input.dataset.coordinate = key;
     input.addEventListener("change", () => {
       const value = Number(input.value);
-      if (Number.isInteger(value) && value >= 0 && value <= 100) store.edit((settings) => { shape.points(settings)[corner][axis] = value; });
-      else if (store.edited !== null) input.value = shape.points(store.edited)[corner][axis];
+      const isFine = input.value !== "" && Number.isInteger(value) && value >= 0 && value <= 100;
+      if (isFine) store.edit((settings) => {
+        const point = shape.points(settings)[corner];
+        put(point, axis === "x" ? value : point.x, axis === "y" ? value : point.y);
+      });
+      if (store.edited !== null) input.value = shape.points(store.edited)[corner][axis];
     });
     inputs.set(key, input);
   }

@@ -11,7 +11,7 @@ const LEVELS = ["info", "warning", "error"];
 /** @typedef {{time: string, level: string, message: string}} Line */
 /** @type {Line[]} */
 let lines = [];
-/** @type {number | undefined} */
+/** @type {ReturnType<typeof setTimeout> | undefined} */
 let timer;
 
 /** @param {string} text one entry: time, application, level and message between bars @returns {Line | null} */

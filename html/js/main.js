@@ -36,8 +36,12 @@ function startTabs() {
       next.focus();
     });
   });
-  const named = tabs.find((tab) => tab.id === `tab-${location.hash.slice(1)}`);
-  if (named !== undefined) select(named);
+  const selectNamed = () => {
+    const named = tabs.find((tab) => tab.id === `tab-${location.hash.slice(1)}`);
+    if (named !== undefined) select(named);
+  };
+  window.addEventListener("hashchange", selectNamed);
+  selectNamed();
 }
 
 startTabs();

@@ -3,7 +3,7 @@
 
 import { byId } from "./dom.js";
 import { postDocument, readDocument, readIsPortrait } from "./endpoint.js";
-import { copyOf, isSame, parseDocument, problems, serialise } from "./settings.js";
+import { copyOf, isSame, parseDocument, problems, serialise, settle } from "./settings.js";
 import { store } from "./store.js";
 
 /** @typedef {import("./settings.js").Settings} Settings */
@@ -30,8 +30,9 @@ export async function loadSettings(discard) {
   if (!store.isAccepted) showAgreement();
 }
 
-/** Posts the settings and looks at what the application made of them. @param {Settings} settings */
-async function post(settings) {
+/** Posts the settings and looks at what the application made of them. @param {Settings} wanted */
+async function post(wanted) {
+  const settings = settle(wanted, store.analysed);
   isSaving = true;
   show();
   try {
@@ -100,7 +101,7 @@ async function loadAgreement() {
 }
 
 export function startSaving() {
-  byId("save").addEventListener("click", () => { if (store.edited !== null) post(copyOf(store.edited)); });
+  byId("save").addEventListener("click", () => { if (store.edited !== null) post(store.edited); });
   byId("discard").addEventListener("click", () => { if (store.saved !== null) store.load(store.saved); });
   byId("agreement-accept").addEventListener("click", accept);
   byId("agreement-close").addEventListener("click", () => byId("agreement").close());

@@ -4,8 +4,8 @@
  *
  * Coordinates. The application stores pixels; the document carries whole per cents, truncated both ways. So a pixel that
  * was made from 33 % of 1280 is read back as 32 %, and a page that sent back what it read would move every corner a bit
- * on each save. These pages hold the per cent that they *send*: `sendable` finds it for what was read, so that saving
- * again stores the same pixel.
+ * on each save. These pages hold the per cent that they *send*: `sendable` finds it for what was read, and `settle`
+ * keeps to those that it finds, so that saving again stores the same pixel.
  */
 
 export const CLASSES = ["Persons", "Cars", "Motorcycles", "Bicycles", "Airplanes", "Buses", "Trains", "Trucks", "Boats"];
@@ -64,6 +64,20 @@ const reported = (percent, extent) => Math.trunc((Math.trunc((percent * extent) 
  */
 export function sendable(read, extent) {
   return [read, read + 1, read - 1].find((percent) => reported(percent, extent) === read) ?? read;
+}
+
+/**
+ * The per cent that stands for `percent`: of 1280, 65 % and 66 % are both read back as 65 %, and were 66 % sent, the next
+ * save would move it to 65 %.
+ * @param {number} percent @param {number} extent
+ */
+export const settled = (percent, extent) => sendable(reported(percent, extent), extent);
+
+/** Every corner as it can be read back. @param {Settings} settings @param {Size} analysed @returns {Settings} */
+export function settle(settings, analysed) {
+  /** @param {Point} point */
+  const place = ({ x, y }) => ({ x: settled(x, analysed.width), y: settled(y, analysed.height) });
+  return { ...copyOf(settings), area: settings.area.map(place), zones: settings.zones.map((zone) => zone.map(place)) };
 }
 
 /**

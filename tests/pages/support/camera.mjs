@@ -9,6 +9,7 @@ import { fileURLToPath } from "node:url";
 
 export const root = fileURLToPath(new URL("../../..", import.meta.url));
 const START_MS = 60000;
+if (process.env.KORVEX_BUILD_DIR === undefined) throw new Error("KORVEX_BUILD_DIR is to name the build whose programs are tested.");
 
 /** A port that is free now. @returns {Promise<number>} */
 export function freePort() {

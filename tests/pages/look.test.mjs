@@ -1,0 +1,101 @@
+// Every page in both themes, on a desktop and on a phone: kept as pictures, looked through by axe-core, and without
+// anything beyond the screen's side.
+
+import assert from "node:assert/strict";
+import { mkdirSync, readFileSync } from "node:fs";
+import { createRequire } from "node:module";
+import { join } from "node:path";
+import { after, before, test } from "node:test";
+import { openBrowser } from "./support/browser.mjs";
+import { Camera, freePort, scratchFolder } from "./support/camera.mjs";
+import { ask, ENDPOINT, until } from "./support/http.mjs";
+import { Visitor } from "./support/visitor.mjs";
+
+const AXE = readFileSync(createRequire(import.meta.url).resolve("axe-core/axe.min.js"), "utf8");
+const TABS = ["live", "detection", "alerts", "overlays", "advanced"];
+const DESKTOP = { viewport: { width: 1280, height: 900 } };
+const PHONE = { viewport: { width: 390, height: 844 }, isMobile: true, hasTouch: true, deviceScaleFactor: 2 };
+/** @type {[string, import("playwright-core").BrowserContextOptions][]} */
+const SCREENS = [["light", { ...DESKTOP, colorScheme: "light" }], ["dark", { ...DESKTOP, colorScheme: "dark" }],
+  ["phone-light", { ...PHONE, colorScheme: "light" }], ["phone-dark", { ...PHONE, colorScheme: "dark" }]];
+
+const pictures = join(process.env.KORVEX_BUILD_DIR ?? ".", "pages");
+mkdirSync(pictures, { recursive: true });
+const folder = scratchFolder("look");
+const camera = new Camera(["--state", join(folder, "state"), "--listen", `127.0.0.1:${await freePort()}`, "--set", "MainLoopTime=1000",
+  "--set", "Exclusion1Active=true"]);
+const browser = await openBrowser();
+
+before(async () => {
+  await camera.start();
+  await until(async () => (await ask(camera.address, `${ENDPOINT}?action=get_status_code`)).status === 200, "the endpoint");
+});
+after(async () => {
+  await browser.close();
+  await camera.stop();
+});
+
+/** @param {import("playwright-core").Page} page @param {string} name */
+async function look(page, name) {
+  await page.screenshot({ path: join(pictures, `${name}.png`) });
+  const beyond = await page.evaluate(() => document.documentElement.scrollWidth - window.innerWidth);
+  assert.ok(beyond <= 0, `${name} is ${beyond} pixels wider than its screen`);
+  await page.evaluate(AXE);
+  const { violations } = await page.evaluate(() => /** @type {any} */ (window).axe.run());
+  const serious = violations.filter((/** @type {any} */ found) => ["serious", "critical"].includes(found.impact));
+  assert.deepEqual(serious.map((/** @type {any} */ found) => `${name}: ${found.id}: ${found.nodes.map((/** @type {any} */ node) => node.html).join(" ")}`), []);
+}
+
+for (const [screen, options] of SCREENS)
+  test(`the agreement, ${screen}`, async () => {
+    const context = await browser.newContext(options);
+    const page = await context.newPage();
+    await page.goto(camera.address);
+    await page.waitForSelector("#agreement[open]");
+    await new Visitor(page).waitForText("agreement-text", /Warranty/);
+    await look(page, `agreement-${screen}`);
+    await context.close();
+  });
+
+for (const [screen, options] of SCREENS)
+  test(`every tab, ${screen}`, async () => {
+    const context = await browser.newContext(options);
+    const page = await context.newPage();
+    const visitor = new Visitor(page);
+    await page.goto(camera.address);
+    await visitor.waitForText("save-note", /saved|accepted/);
+    if (await page.isVisible("#agreement")) await page.click("#agreement-accept");
+    await page.waitForSelector("#agreement", { state: "hidden" });
+    await page.waitForFunction(() => /** @type {HTMLImageElement} */ (document.getElementById("picture")).naturalWidth > 0);
+    await visitor.waitForText("status", /200|50[234]|600/, 60);
+    for (const tab of TABS) {
+      await visitor.tab(tab);
+      if (tab === "advanced") {
+        await page.click("#view-log");
+        await visitor.waitForText("log-note", /lines/);
+      }
+      await look(page, `${tab}-${screen}`);
+    }
+    // What is wrong or warned of has to be readable too.
+    await visitor.tab("alerts");
+    await page.uncheck("#Alert1_Active");
+    await visitor.type("Alert3ThreshSeconds", "x");
+    await look(page, `alerts-wrong-${screen}`);
+    assert.deepEqual(visitor.complaints, []);
+    await context.close();
+  });
+
+test("the tabs are worked by keyboard", async () => {
+  const page = await browser.newPage();
+  await page.goto(camera.address);
+  await new Visitor(page).waitForText("save-note", /saved/);
+  await page.focus("#tab-live");
+  for (const [key, tab] of [["ArrowRight", "detection"], ["End", "advanced"], ["ArrowRight", "live"], ["ArrowLeft", "advanced"], ["Home", "live"]]) {
+    await page.keyboard.press(key);
+    assert.equal(await page.evaluate(() => document.activeElement?.id), `tab-${tab}`);
+    assert.ok(await page.isVisible(`#panel-${tab}`));
+  }
+  await page.goto(`${camera.address}local/korvex_orvel/#alerts`);
+  await page.waitForSelector("#panel-alerts", { state: "visible" });
+  await page.close();
+});

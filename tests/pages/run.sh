@@ -1,0 +1,26 @@
+#!/usr/bin/env bash
+# Tests the pages and the web server before them, with the programs of the build given as the argument; more arguments
+# name the test files to run. The pictures of every page are in the build's folder pages.
+set -euo pipefail
+here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
+export KORVEX_BUILD_DIR=${1:?the folder of the build}
+shift
+cd "$here"
+
+# The tools are pinned by checksum in package-lock.json.
+if ! cmp -s package-lock.json node_modules/.installed; then
+    npm ci --ignore-scripts --no-audit --no-fund >&2
+    cp package-lock.json node_modules/.installed
+fi
+
+node_modules/.bin/tsc -p tsconfig.pages.json
+node_modules/.bin/tsc -p tsconfig.json
+[ $# -gt 0 ] || set -- unit/*.test.mjs server.test.mjs look.test.mjs story.test.mjs
+failed=()
+for file in "$@"; do
+    node "$file" || failed+=("$file")
+done
+[ "${#failed[@]}" -eq 0 ] || {
+    echo "failed: ${failed[*]}"
+    exit 1
+}

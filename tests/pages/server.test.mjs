@@ -1,0 +1,210 @@
+// What the web server lets through, and what not. Each case goes through ./run's own lighttpd.
+
+import assert from "node:assert/strict";
+import { execFileSync, spawnSync } from "node:child_process";
+import { createServer, connect } from "node:net";
+import { readFileSync, writeFileSync } from "node:fs";
+import { join } from "node:path";
+import { after, before, test } from "node:test";
+import { openBrowser } from "./support/browser.mjs";
+import { Camera, freePort, root, scratchFolder } from "./support/camera.mjs";
+import { ask, digestHeader, ENDPOINT, until } from "./support/http.mjs";
+
+const folder = scratchFolder("server");
+const state = join(folder, "state");
+const port = await freePort();
+const camera = new Camera(["--state", state, "--listen", `127.0.0.1:${port}`, "--accept-eula", "--set", "MainLoopTime=1000"]);
+const STATUS = `${ENDPOINT}?action=get_status_code`;
+const POST = `${ENDPOINT}?action=set_post_parameters`;
+
+/** @param {Camera} started @param {Record<string, string>} [headers] */
+const answers = (started, headers) => until(async () => (await ask(started.address, STATUS, { headers })).status === 200, "the endpoint");
+
+before(async () => {
+  await camera.start();
+  await answers(camera);
+});
+after(() => camera.stop());
+
+test("the address leads to the pages", async () => {
+  const { status, headers } = await ask(camera.address, "/");
+  assert.equal(status, 302);
+  assert.equal(headers.location, "/local/korvex_orvel/");
+});
+
+for (const path of ["/local/korvex_orvel/", "/local/korvex_orvel/js/main.js", STATUS, "/stream/1280x720.jpg", "/nothing"])
+  test(`${path} says who may use it`, async () => {
+    const { headers } = await ask(camera.address, path);
+    const policy = String(headers["content-security-policy"]);
+    for (const rule of ["default-src 'none'", "script-src 'self'", "frame-ancestors 'none'", "base-uri 'none'"]) assert.ok(policy.includes(rule), policy);
+    assert.doesNotMatch(policy, /unsafe|\*/);
+    assert.equal(headers["x-content-type-options"], "nosniff");
+    assert.equal(headers["x-frame-options"], "DENY");
+    assert.equal(headers["referrer-policy"], "same-origin");
+    assert.match(String(headers["cache-control"]), path.startsWith("/stream") || path === STATUS ? /^no-store$/ : /^no-cache$/);
+    assert.equal(headers.server, undefined);
+  });
+
+test("only the pages are files: no folder above them, no list, no state", async () => {
+  for (const path of ["/local/korvex_orvel/../run", "/local/korvex_orvel/%2e%2e/run", "/local/korvex_orvel/js/", "/run", "/web_server.log", "/parameters.sqlite"])
+    assert.ok([400, 403, 404].includes((await ask(camera.address, path)).status), path);
+});
+
+/** @type {[string, Record<string, string>, number][]} */
+const CALLERS = [
+  ["no browser", {}, 200],
+  ["typed by hand", { "Sec-Fetch-Site": "none" }, 200],
+  ["our page", { "Sec-Fetch-Site": "same-origin", Origin: `http://127.0.0.1:${port}` }, 200],
+  ["our page by name", { Host: `localhost:${port}`, Origin: `http://localhost:${port}` }, 200],
+  ["another site's page", { "Sec-Fetch-Site": "cross-site" }, 403],
+  ["a neighbour's page", { "Sec-Fetch-Site": "same-site" }, 403],
+  ["a word that is none", { "Sec-Fetch-Site": "same-origin, cross-site" }, 403],
+  ["another origin", { Origin: "http://example.org" }, 403],
+  ["another port's origin", { Origin: "http://127.0.0.1:1" }, 403],
+  ["https in front of our name", { Origin: `https://127.0.0.1:${port}` }, 403],
+  ["our name as a beginning", { Origin: `http://127.0.0.1:${port}.example.org` }, 403],
+  ["a page in a sandbox", { Origin: "null" }, 403],
+  ["a name made to point here", { Host: `example.org:${port}` }, 403],
+  ["a name without its port", { Host: "127.0.0.1" }, 403],
+  ["dots that are any letter", { Host: `127x0x0x1:${port}` }, 403],
+];
+for (const [who, headers, expected] of CALLERS)
+  test(`${who} gets ${expected}, for everything`, async () => {
+    for (const path of [STATUS, "/local/korvex_orvel/", "/stream/1280x720.jpg"])
+      assert.equal((await ask(camera.address, path, { headers })).status, expected, path);
+    const posted = await ask(camera.address, POST, { method: "POST", headers, body: "<app" });
+    assert.equal(posted.status, expected === 200 ? 400 : 403);
+  });
+
+test("a foreign page's request does not clear the log", async () => {
+  await ask(camera.address, `${ENDPOINT}?action=clear_logfile`, { headers: { "Sec-Fetch-Site": "cross-site" } });
+  assert.match((await ask(camera.address, `${ENDPOINT}?action=get_logfile_as_plain_text`)).body, /STARTING/);
+});
+
+test("64 KiB may be sent, and no more", async () => {
+  assert.equal((await ask(camera.address, POST, { method: "POST", body: "x".repeat(65536) })).status, 400);
+  assert.equal((await ask(camera.address, POST, { method: "POST", body: "x".repeat(65537) })).status, 413);
+  const chunked = { method: "POST", headers: { "Transfer-Encoding": "chunked" }, body: "x".repeat(70000) };
+  assert.equal((await ask(camera.address, POST, chunked)).status, 413);
+});
+
+test("a client that sends its body slowly keeps nobody waiting", async () => {
+  const slow = connect(port, "127.0.0.1");
+  slow.write(`POST ${POST} HTTP/1.1\r\nHost: 127.0.0.1:${port}\r\nContent-Length: 1000\r\n\r\n<app>`);
+  await new Promise((resolve) => setTimeout(resolve, 300));
+  assert.equal((await ask(camera.address, STATUS)).status, 200);
+  slow.destroy();
+  assert.equal((await ask(camera.address, STATUS)).status, 200);
+});
+
+test("the stream comes as it is made", async () => {
+  const { headers, body } = await ask(camera.address, "/stream/640x360.mjpg", { enough: 100000 });
+  assert.match(String(headers["content-type"]), /^multipart\/x-mixed-replace/);
+  assert.ok((body.match(/Content-Type: image\/jpeg/gi) ?? []).length >= 2);
+});
+
+test("viewers that take nothing fill no memory", async () => {
+  const pid = readFileSync(join(state, "web_server.pid"), "utf8").trim();
+  const resident = () => Number(/VmRSS:\s+(\d+)/.exec(readFileSync(`/proc/${pid}/status`, "utf8"))?.[1]);
+  const before = resident();
+  const viewers = Array.from({ length: 6 }, () => {
+    const viewer = connect(port, "127.0.0.1");
+    viewer.write(`GET /stream/1280x720.mjpg HTTP/1.1\r\nHost: 127.0.0.1:${port}\r\n\r\n`);
+    return viewer.pause();
+  });
+  await new Promise((resolve) => setTimeout(resolve, 4000));
+  const grown = resident() - before;
+  for (const viewer of viewers) viewer.destroy();
+  assert.ok(grown < 8192, `the server grew by ${grown} kB`);
+});
+
+test("all of it ends with ./run, within a second beyond the running pass", async () => {
+  const pid = readFileSync(join(state, "web_server.pid"), "utf8").trim();
+  assert.equal(await camera.stop(), 0);
+  assert.throws(() => process.kill(Number(pid), 0), "the web server is gone");
+  await assert.rejects(ask(camera.address, "/"));
+});
+
+/** @param {...string} options @returns {string} what a refused ./run says */
+function refused(...options) {
+  const { status, stderr } = spawnSync(join(root, "run"), ["--state", join(folder, "refused"), ...options], { encoding: "utf8", timeout: 20000 });
+  assert.notEqual(status, 0, "it is refused");
+  assert.equal(stderr.trim().split("\n").length, 1, stderr);
+  return stderr;
+}
+
+/** @param {string} name @param {string} text */
+function file(name, text) {
+  writeFileSync(join(folder, name), text);
+  return join(folder, name);
+}
+
+test("what cannot be is refused in a sentence", async () => {
+  const taken = createServer();
+  await new Promise((resolve) => { taken.listen(0, "127.0.0.1", () => resolve(undefined)); });
+  const { port: takenPort } = /** @type {import("node:net").AddressInfo} */ (taken.address());
+  const said = spawnSync(join(root, "run"), ["--state", join(folder, "refused"), "--listen", `127.0.0.1:${takenPort}`], { encoding: "utf8" });
+  taken.close();
+  assert.match(said.stderr, new RegExp(`port ${takenPort} of 127.0.0.1 is taken by another program`));
+  assert.equal(said.status, 1);
+
+  for (const everybody of ["0.0.0.0:8080", "192.0.2.1:8080", "[::]:8080"]) assert.match(refused("--listen", everybody), /give a --password-file/);
+  for (const address of ["8080", "127.0.0.1", "127.0.0.1:0", "127.0.0.1:65536", "example.org:80"]) assert.match(refused("--listen", address), /takes ADDR:PORT/);
+  assert.match(refused("--password-file", "/no/such"), /no file that can be read/);
+  assert.match(refused("--password-file", file("empty", "# nobody\n")), /names no user/);
+  assert.match(refused("--password-file", file("bare", "anna\n")), /are to be all user:password/);
+  assert.match(refused("--password-file", file("hashed", "anna:$apr1$abcdefgh$abcdefghijklmnopqrstuv\n")), /need a --certificate/);
+  assert.match(refused("--certificate", file("no.pem", "nothing")), /a private key and a certificate/);
+});
+
+test("a password is asked before everything, by digest", async () => {
+  const locked = new Camera(["--state", state, "--listen", `127.0.0.1:${await freePort()}`, "--password-file", file("users", "anna:opens: it\r\nbert:b\n")]);
+  await locked.start();
+  try {
+    for (const path of ["/", "/local/korvex_orvel/", "/local/korvex_orvel/eula.txt", STATUS, "/stream/1280x720.jpg", "/nothing"])
+      assert.equal((await ask(locked.address, path)).status, 401, path);
+    assert.equal((await ask(locked.address, POST, { method: "POST", body: "<app" })).status, 401);
+    const challenge = String((await ask(locked.address, STATUS)).headers["www-authenticate"]);
+    assert.match(challenge, /^Digest realm="Korvex Orvel"/);
+    /** @param {string} path @param {string} user @param {string} password */
+    const status = async (path, user, password) =>
+      (await ask(locked.address, path, { headers: { Authorization: digestHeader(challenge, path, user, password) } })).status;
+    await until(async () => await status(STATUS, "anna", "opens: it") === 200, "the endpoint");
+    assert.equal(await status("/stream/1280x720.jpg", "bert", "b"), 200);
+    assert.equal(await status(STATUS, "anna", "b"), 401);
+    assert.equal(await status(STATUS, "nobody", ""), 401);
+    assert.doesNotMatch(readFileSync(join(state, "web_users"), "utf8"), /opens/, "the password itself is not kept");
+
+    const browser = await openBrowser();
+    const context = await browser.newContext({ httpCredentials: { username: "anna", password: "opens: it" } });
+    const page = await context.newPage();
+    await page.goto(locked.address);
+    await page.waitForFunction(() => /** @type {HTMLImageElement} */ (document.getElementById("picture"))?.naturalWidth > 0);
+    await browser.close();
+  } finally {
+    await locked.stop();
+  }
+});
+
+test("with a certificate it is https, and the password basic", async () => {
+  const [key, certificate] = [join(folder, "key.pem"), join(folder, "certificate.pem")];
+  execFileSync("openssl", ["req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1", "-nodes", "-days", "2", "-subj", "/CN=localhost",
+    "-keyout", key, "-out", certificate], { stdio: "ignore" });
+  const pem = file("both.pem", readFileSync(key, "utf8") + readFileSync(certificate, "utf8"));
+  const hash = execFileSync("openssl", ["passwd", "-apr1", "secret"], { encoding: "utf8" }).trim();
+  const locked = new Camera(["--state", state, "--listen", `127.0.0.1:${await freePort()}`, "--certificate", pem, "--password-file", file("hashes", `anna:${hash}\n`)]);
+  await locked.start();
+  try {
+    assert.match(locked.address, /^https:/);
+    const Authorization = `Basic ${Buffer.from("anna:secret").toString("base64")}`;
+    await answers(locked, { Authorization });
+    assert.equal((await ask(locked.address, STATUS, { headers: { Authorization } })).status, 200);
+    const denied = await ask(locked.address, STATUS);
+    assert.equal(denied.status, 401);
+    assert.match(String(denied.headers["www-authenticate"]), /^Basic realm="Korvex Orvel"/);
+    const wrong = { Authorization: `Basic ${Buffer.from("anna:wrong").toString("base64")}` };
+    assert.equal((await ask(locked.address, STATUS, { headers: wrong })).status, 401);
+  } finally {
+    await locked.stop();
+  }
+});

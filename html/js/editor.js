@@ -116,12 +116,14 @@ function outlineOf(shape) {
   return outline;
 }
 
-/** @param {any} handle @param {Point} at @param {string} label */
-function place(handle, at, label) {
+/** @param {any} handle @param {Point} at @param {Point} middle of its shape @param {string} label */
+function place(handle, at, middle, label) {
   handle.hidden = false;
   // What lies outside the picture is held at its edge, where it can be taken hold of.
   handle.style.left = `${Math.min(100, Math.max(0, at.x))}%`;
   handle.style.top = `${Math.min(100, Math.max(0, at.y))}%`;
+  handle.style.setProperty("--right", String(Math.sign(at.x - middle.x)));
+  handle.style.setProperty("--down", String(Math.sign(at.y - middle.y)));
   handle.setAttribute("aria-label", label);
 }
 
@@ -139,8 +141,9 @@ function drawShapes(settings) {
     outline.setAttribute("points", listed(points));
     outline.toggleAttribute("hidden", !shape.on(settings));
     if (!shape.on(settings)) continue;
-    points.forEach((point, i) => place(handleOf(shape, i), point, `${shape.name}, corner ${i + 1}: ${point.x} % from the left, ${point.y} % from the top`));
-    place(handleOf(shape, -1), middleOf(points), `${shape.name}, all of it`);
+    const middle = middleOf(points);
+    points.forEach((point, i) => place(handleOf(shape, i), point, middle, `${shape.name}, corner ${i + 1}: ${point.x} % from the left, ${point.y} % from the top`));
+    place(handleOf(shape, -1), middle, middle, `${shape.name}, all of it`);
     for (const corner of [-1, ...points.keys()]) unused.delete(handleOf(shape, corner));
   }
   for (const handle of unused) handle.hidden = true;

@@ -13,8 +13,10 @@ import { Visitor } from "./support/visitor.mjs";
 
 const AXE = readFileSync(createRequire(import.meta.url).resolve("axe-core/axe.min.js"), "utf8");
 const TABS = ["live", "detection", "alerts", "overlays", "advanced"];
-const DESKTOP = { viewport: { width: 1280, height: 900 } };
-const PHONE = { viewport: { width: 390, height: 844 }, isMobile: true, hasTouch: true, deviceScaleFactor: 2 };
+/** @type {import("playwright-core").BrowserContextOptions} */
+const DESKTOP = { viewport: { width: 1280, height: 900 }, reducedMotion: "reduce" };
+/** @type {import("playwright-core").BrowserContextOptions} */
+const PHONE = { viewport: { width: 390, height: 844 }, isMobile: true, hasTouch: true, deviceScaleFactor: 2, reducedMotion: "reduce" };
 /** @type {[string, import("playwright-core").BrowserContextOptions][]} */
 const SCREENS = [["light", { ...DESKTOP, colorScheme: "light" }], ["dark", { ...DESKTOP, colorScheme: "dark" }],
   ["phone-light", { ...PHONE, colorScheme: "light" }], ["phone-dark", { ...PHONE, colorScheme: "dark" }]];

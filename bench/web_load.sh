@@ -128,6 +128,8 @@ while [ "$requests" -lt 100000 ]; do
         requests=$((requests + $(sed -n 's/^ *\([0-9]*\) requests in.*/\1/p' "$work/wrk")))
     done
 done
+settled() { [ "$(descriptors)" -le "$before_fd" ]; } # the last requests are on their way out
+within 10 settled || true
 after_fd=$(descriptors) after_kb=$(resident)
 printf '%-44s %8s -> %s descriptors, %s -> %s kB resident\n' "$requests requests" "$before_fd" "$after_fd" "$before_kb" "$after_kb"
 

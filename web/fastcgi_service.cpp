@@ -21,7 +21,7 @@ constexpr auto kSocketPath = "/usr/local/packages/korvex_orvel/html/korvex_orvel
 constexpr int kBacklog = 5;
 constexpr size_t kMostFilling = 65536; // bytes; what the web server in front lets through at the most
 
-constexpr timeval kPatience = {2, 0}; // seconds, microseconds; libfcgi waits as long for a client's first byte
+constexpr timeval kPatience = {5, 0}; // seconds, microseconds; a web server may stall that long on a busy camera
 
 constexpr auto kPlainText = "Content-Type: text/plain\r\n";
 constexpr auto kXml = "Content-Type: text/xml\r\n";

@@ -116,14 +116,17 @@ function outlineOf(shape) {
   return outline;
 }
 
+/** Which way a handle may give way to its neighbours: outwards, but not out of the picture. @param {number} at @param {number} middle */
+const outwards = (at, middle) => (at < 8 || at > 92 ? 0 : Math.sign(at - middle));
+
 /** @param {any} handle @param {Point} at @param {Point} middle of its shape @param {string} label */
 function place(handle, at, middle, label) {
   handle.hidden = false;
   // What lies outside the picture is held at its edge, where it can be taken hold of.
   handle.style.left = `${Math.min(100, Math.max(0, at.x))}%`;
   handle.style.top = `${Math.min(100, Math.max(0, at.y))}%`;
-  handle.style.setProperty("--right", String(Math.sign(at.x - middle.x)));
-  handle.style.setProperty("--down", String(Math.sign(at.y - middle.y)));
+  handle.style.setProperty("--right", String(outwards(at.x, middle.x)));
+  handle.style.setProperty("--down", String(outwards(at.y, middle.y)));
   handle.setAttribute("aria-label", label);
 }
 

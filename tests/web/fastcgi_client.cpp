@@ -63,9 +63,9 @@ std::string fastcgi_client::encode(record type, const std::string& content) {
     return header + content;
 }
 
-void fastcgi_client::send_begin(bool keep_connection) {
+void fastcgi_client::send_begin() {
     constexpr char responder = 1;
-    send_record(begin_request, {0, responder, static_cast<char>(keep_connection), 0, 0, 0, 0, 0});
+    send_record(begin_request, {0, responder, 0, 0, 0, 0, 0, 0});
 }
 
 void fastcgi_client::send_parameters(const parameters& list) {

@@ -23,7 +23,7 @@ class fastcgi_client {
     fastcgi_client(const fastcgi_client&) = delete;
     fastcgi_client& operator=(const fastcgi_client&) = delete;
 
-    void send_begin(bool keep_connection = false);
+    void send_begin();
     void send_parameters(const parameters& list);
     /** The body and its end. */
     void send_body(const std::string& body);

@@ -344,11 +344,16 @@ TEST_F(fastcgi_service_test, gives_up_a_client_that_does_not_take_its_answer) {
 }
 
 TEST_F(fastcgi_service_test, answers_the_next_request_of_a_kept_connection) {
+    // In one piece: libfcgi takes the end of a body that comes after its answer for a broken next request.
+    const fastcgi_client::parameters get = {{"REQUEST_METHOD", "GET"}, {"REQUEST_URI", "/?action=get_status_code"}};
+    const std::string responder_and_keep = {0, 1, 1, 0, 0, 0, 0, 0};
+    const std::string request = fastcgi_client::encode(fastcgi_client::begin_request, responder_and_keep) +
+                                fastcgi_client::encode(fastcgi_client::params, fastcgi_client::encode(get)) +
+                                fastcgi_client::encode(fastcgi_client::params, "") +
+                                fastcgi_client::encode(fastcgi_client::in, "");
     fastcgi_client client(service->socket());
     for (int i = 0; i < 3; ++i) {
-        client.send_begin(true);
-        client.send_parameters({{"REQUEST_METHOD", "GET"}, {"REQUEST_URI", "/?action=get_status_code"}});
-        client.send_body("");
+        client.send_bytes(request);
         EXPECT_EQ(client.receive(), kStatusCode);
         EXPECT_TRUE(client.finished());
     }

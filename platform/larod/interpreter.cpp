@@ -6,6 +6,7 @@
 #include "platform/larod/xnnpack_kernels.h"
 
 #include <array>
+#include <chrono>
 #include <cstdio>
 
 namespace korvex::larod {
@@ -103,7 +104,12 @@ TensorView Interpreter::view(const tflite::Tensor* tensor) const {
 
 bool Interpreter::run(std::string& why) {
     m_complaint.clear();
-    if (m_library->invoke(m_interpreter) == Status::ok)
+    const ThreadAlone alone(m_pace.alone());
+    const auto begin = std::chrono::steady_clock::now();
+    const Status status = m_library->invoke(m_interpreter);
+    const std::chrono::duration<double, std::milli> time = std::chrono::steady_clock::now() - begin;
+    m_pace.took(time.count());
+    if (status == Status::ok)
         return true;
     why = "The model cannot be run: " + (m_complaint.empty() ? "the engine gives no reason." : m_complaint);
     return false;

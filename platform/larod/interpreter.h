@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/larod/pace.h"
 #include "platform/larod/tflite_library.h"
 
 #include <cstddef>
@@ -62,6 +63,7 @@ class Interpreter {
     tflite::Interpreter* m_interpreter = nullptr;
     /** The engine's last complaint. */
     std::string m_complaint;
+    Pace m_pace;
     std::mutex m_mutex;
 };
 

@@ -18,6 +18,8 @@ namespace {
 constexpr int most_threads = 64;
 constexpr unsigned most_threads_unasked = 4;
 
+thread_local bool this_thread_alone = false;
+
 } // namespace
 
 int thread_count() {
@@ -44,6 +46,18 @@ std::shared_ptr<pthreadpool> shared_thread_pool() {
     std::shared_ptr<pthreadpool> pool(made, pthreadpool_destroy);
     current = pool;
     return pool;
+}
+
+ThreadAlone::ThreadAlone(bool alone) {
+    this_thread_alone = alone;
+}
+
+ThreadAlone::~ThreadAlone() {
+    this_thread_alone = false;
+}
+
+pthreadpool* pool_to_use(const std::shared_ptr<pthreadpool>& pool) {
+    return this_thread_alone ? nullptr : pool.get();
 }
 
 } // namespace korvex::larod

@@ -19,4 +19,16 @@ int thread_count();
  */
 std::shared_ptr<pthreadpool> shared_thread_pool();
 
+/** While one lives that says so, kernels that its thread runs use that thread alone and not the pool. */
+class ThreadAlone {
+  public:
+    explicit ThreadAlone(bool alone);
+    ~ThreadAlone();
+    ThreadAlone(const ThreadAlone&) = delete;
+    ThreadAlone& operator=(const ThreadAlone&) = delete;
+};
+
+/** What a kernel that has `pool` is to run on in this thread: the pool, or null for the thread alone. */
+pthreadpool* pool_to_use(const std::shared_ptr<pthreadpool>& pool);
+
 } // namespace korvex::larod

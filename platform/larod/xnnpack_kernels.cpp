@@ -197,7 +197,7 @@ Status prepare_convolution(Context* context, Node* node, bool depthwise) {
 }
 
 Status run(KernelState& state) {
-    return xnn_run_operator(state.op.get(), state.pool.get()) == xnn_status_success ? Status::ok : Status::error;
+    return xnn_run_operator(state.op.get(), pool_to_use(state.pool)) == xnn_status_success ? Status::ok : Status::error;
 }
 
 Status invoke_convolution(Context* context, Node* node) {

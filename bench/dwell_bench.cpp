@@ -1,6 +1,8 @@
-// dwell_bench [MINUTES [OUTPUTS]]: replays the built-in scene against its truth and prints how true the application's
-// seconds are, for each stay of a vehicle in the area and in sum; status 1 when too few are true or an alert is false.
-// `bench/dwell` runs it. With OUTPUTS it also writes what the network gave in the first cycle, for soak_bench.
+// dwell_bench [MINUTES [PHASE [OUTPUTS]]]: replays the built-in scene against its truth and prints how true the
+// application's seconds are, for each stay of a vehicle in the area and in sum; status 1 when too few are true or an
+// alert is false. `bench/dwell` runs it. The clock of the dwell times is PHASE seconds ahead of the video, since it
+// counts in whole seconds, and where in a second a stay begins is chance. With OUTPUTS it also writes what the network
+// gave in the first cycle, for soak_bench.
 
 #include "app/app_main.h"
 #include "bench/inference_cache.h"
@@ -29,10 +31,11 @@ constexpr double needed_share = 0.95;
 constexpr double truth_step = 1.0 / host_scene::frames_a_second;
 
 double now = 0.0; // seconds of video
+double phase = 0.0;
 
 timeval video_time() {
-    const double whole = std::floor(now);
-    return {static_cast<time_t>(whole), static_cast<suseconds_t>((now - whole) * 1e6)};
+    const double whole = std::floor(now + phase);
+    return {static_cast<time_t>(whole), static_cast<suseconds_t>((now + phase - whole) * 1e6)};
 }
 
 void start() {
@@ -201,12 +204,13 @@ int run(double minutes, const char* outputs) {
 
 int main(int argc, char** argv) {
     const double minutes = argc > 1 ? std::atof(argv[1]) : 10.0;
-    if (argc > 3 || !(minutes > 0.0)) {
-        std::fputs("Usage: dwell_bench [MINUTES [OUTPUTS]]\n", stderr);
+    phase = argc > 2 ? std::atof(argv[2]) : 0.0;
+    if (argc > 4 || !(minutes > 0.0) || !(phase >= 0.0 && phase < 1.0)) {
+        std::fputs("Usage: dwell_bench [MINUTES [PHASE [OUTPUTS]]], PHASE from 0 to less than 1\n", stderr);
         return 2;
     }
     try {
-        return run(minutes, argc > 2 ? argv[2] : nullptr);
+        return run(minutes, argc > 3 ? argv[3] : nullptr);
     } catch (const std::exception& problem) {
         std::fprintf(stderr, "dwell_bench: %s\n", problem.what());
         return 2;

@@ -16,9 +16,17 @@ fi
 node_modules/.bin/tsc -p tsconfig.pages.json
 node_modules/.bin/tsc -p tsconfig.json
 [ $# -gt 0 ] || set -- unit/*.test.mjs server.test.mjs look.test.mjs story.test.mjs
+# Side by side: each suite mostly waits for a server, an application and a browser of its own.
+results=$(mktemp -d)
+trap 'rm -rf "$results"' EXIT
+for file in "$@"; do
+    { node "$file" >"$results/${file//\//_}" 2>&1 && touch "$results/${file//\//_}.passed"; } &
+done
+wait
 failed=()
 for file in "$@"; do
-    node "$file" || failed+=("$file")
+    cat "$results/${file//\//_}"
+    [ -e "$results/${file//\//_}.passed" ] || failed+=("$file")
 done
 [ "${#failed[@]}" -eq 0 ] || {
     echo "failed: ${failed[*]}"

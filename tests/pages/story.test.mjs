@@ -172,6 +172,14 @@ test("the chain of levels is told where it bites", async () => {
 
 test("an alert appears", async () => {
   for (const level of [1, 2, 3]) await visitor.type(`Alert${level}ThreshSeconds`, String(level));
+  // All of the picture is the area, so that any vehicle will do: the scene need not have come to one that stops.
+  await visitor.tab("live");
+  await page.selectOption("#corners", "4");
+  for (const [corner, [x, y]] of [[0, 0], [100, 0], [100, 100], [0, 100]].entries()) {
+    await page.fill(`[data-coordinate="area.${corner}.x"]`, String(x));
+    await page.fill(`[data-coordinate="area.${corner}.y"]`, String(y));
+  }
+  await page.press('[data-coordinate="area.3.y"]', "Tab");
   await visitor.save();
   await page.waitForSelector('#alerts li[data-level="1"][data-active=true]', { timeout: 120000 });
   assert.match(await page.locator('#alerts li[data-level="1"]').innerText(), /First active/);

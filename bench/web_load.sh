@@ -56,10 +56,10 @@ start_web_server
 bare_web_pid=$web_pid bare_address=$web_address
 web_pid=''
 
-# The application with its own lighttpd, as ./run starts it.
+# The application with its own lighttpd, as ./run starts it. The load has the other core, so that the network gets one.
 state=$work/app
 KORVEX_BUILD_DIR=$programs "$root/run" --state "$state" --accept-eula --source "${KORVEX_LOAD_SOURCE:-scene}" \
-    --set MainLoopTime="$period" >"$work/run.out" 2>"$work/run.err" &
+    --threads 1 --set MainLoopTime="$period" >"$work/run.out" 2>"$work/run.err" &
 run_pid=$!
 app_pid() {
     local process

@@ -9,7 +9,7 @@ namespace {
 constexpr double slow = 2.0; // times the fastest run
 constexpr int first_stay = 100;
 constexpr int longest_stay = 3200;
-constexpr int patience_after_trial = 50;
+constexpr int patience_after_trial = 3; // runs; the machine may become busy at any time
 
 } // namespace
 

@@ -30,7 +30,8 @@ int thread_count() {
         if (problem == std::errc() && rest == end && number >= 1 && number <= most_threads)
             return number;
     }
-    return static_cast<int>(std::clamp(std::thread::hardware_concurrency(), 1U, most_threads_unasked));
+    // Half of them: threads that wait for each other lose far more to other busy programs than they gain beside none.
+    return static_cast<int>(std::clamp(std::thread::hardware_concurrency() / 2, 1U, most_threads_unasked));
 }
 
 std::shared_ptr<pthreadpool> shared_thread_pool() {

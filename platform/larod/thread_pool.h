@@ -7,8 +7,8 @@ struct pthreadpool;
 namespace korvex::larod {
 
 /**
- * How many threads an inference uses: KORVEX_LAROD_THREADS when it is a number from 1 to 64, otherwise the number of
- * processors, at most 4.
+ * How many threads an inference uses: KORVEX_LAROD_THREADS when it is a number from 1 to 64, otherwise half the
+ * number of processors, at least 1 and at most 4.
  */
 int thread_count();
 

@@ -9,7 +9,7 @@ namespace {
 constexpr double slow = 2.0; // times the fastest run
 constexpr int first_stay = 100;
 constexpr int longest_stay = 3200;
-constexpr int patience_after_trial = 3; // runs; the machine may become busy at any time
+constexpr int longest_patience = 100;
 
 } // namespace
 
@@ -24,7 +24,8 @@ void Pace::took(double milliseconds) {
             m_alone = m_stay;
             m_stay = std::min(2 * m_stay, longest_stay);
         } else {
-            m_patience = patience_after_trial;
+            m_patience = m_next_patience;
+            m_next_patience = std::min(2 * m_next_patience, longest_patience);
         }
         return;
     }
@@ -35,6 +36,7 @@ void Pace::took(double milliseconds) {
     // The first judged run is always compared: on a machine that was busy from the start none has been fast.
     if (m_tried && milliseconds <= slow * m_fastest) {
         m_stay = first_stay;
+        m_next_patience = first_patience;
         return;
     }
     m_shared = milliseconds;

@@ -21,9 +21,13 @@ class Pace {
     void took(double milliseconds);
 
   private:
+    static constexpr int first_patience = 3;
+
     int m_alone = 0;    ///< runs still to be done alone
     int m_patience = 1; ///< shared runs that are not judged; the first one sets the kernels up
     int m_stay = 100;   ///< runs to be done alone when sharing is slow
+    int m_next_patience =
+        first_patience; ///< after a trial in vain; longer after each, short again once sharing is fast
     bool m_trying = false;
     bool m_tried = false;
     double m_fastest = std::numeric_limits<double>::infinity();

@@ -46,11 +46,11 @@ within() {
 endpoint=local/korvex_orvel/korvex_orvel_fcgi.cgi
 ask() { curl -s --max-time 10 "$app_address$endpoint?action=$1"; }
 
-# The bare responder, where its lighttpd looks for the application.
+# The bare responder, where its lighttpd looks for the application, and as nice as the application's web thread.
 state=$work/bare listen='' password_file='' certificate=''
 mkdir -p "$state/html"
 check_web_options
-"$responder" "$state/html/korvex_orvel_fcgi.socket" &
+nice -n 5 "$responder" "$state/html/korvex_orvel_fcgi.socket" &
 responder_pid=$!
 start_web_server
 bare_web_pid=$web_pid bare_address=$web_address

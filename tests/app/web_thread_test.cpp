@@ -6,9 +6,11 @@
 #include "tests/web/fastcgi_client.h"
 
 #include <gmock/gmock.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <chrono>
 #include <csignal>
 #include <fstream>
@@ -78,6 +80,20 @@ TEST_F(web_thread_test, serves_on_a_socket_that_everybody_may_write_to) {
         if (stat(kSocket, &socket) != 0 || (socket.st_mode & 0777U) != 0777U)
             return 2;
         return log_lines() == std::vector<std::string>{kOpens} && end_web_service() ? 0 : 1;
+    });
+}
+
+TEST_F(web_thread_test, gives_way_to_the_analysis) {
+    in_own_process([] {
+        static std::atomic<pid_t> id{0};
+        const int before = getpriority(PRIO_PROCESS, 0);
+        std::thread([] {
+            id = gettid();
+            webservices_thread_fcn(nullptr);
+        }).detach();
+        wait_for_service();
+        const int serving = getpriority(PRIO_PROCESS, static_cast<id_t>(id.load()));
+        return serving > before && getpriority(PRIO_PROCESS, 0) == before && end_web_service() ? 0 : 1;
     });
 }
 

@@ -36,7 +36,10 @@ class web_thread_test : public core_fixture {
     static void start_thread() {
         std::signal(SIGPIPE, SIG_IGN);
         g_StatusCode = 200;
-        std::thread(webservices_thread_fcn, nullptr).detach();
+        std::thread([] {
+            s_thread = gettid();
+            webservices_thread_fcn(nullptr);
+        }).detach();
     }
 
     static void wait_for_service() {
@@ -65,6 +68,8 @@ class web_thread_test : public core_fixture {
     static void in_own_process(Action what) {
         EXPECT_EXIT(_exit(what()), ExitedWithCode(0), "");
     }
+
+    static inline std::atomic<pid_t> s_thread{0};
 };
 
 TEST_F(web_thread_test, has_nothing_to_end_when_it_was_never_started) {
@@ -85,14 +90,10 @@ TEST_F(web_thread_test, serves_on_a_socket_that_everybody_may_write_to) {
 
 TEST_F(web_thread_test, gives_way_to_the_analysis) {
     in_own_process([] {
-        static std::atomic<pid_t> id{0};
         const int before = getpriority(PRIO_PROCESS, 0);
-        std::thread([] {
-            id = gettid();
-            webservices_thread_fcn(nullptr);
-        }).detach();
+        start_thread();
         wait_for_service();
-        const int serving = getpriority(PRIO_PROCESS, static_cast<id_t>(id.load()));
+        const int serving = getpriority(PRIO_PROCESS, static_cast<id_t>(s_thread.load()));
         return serving > before && getpriority(PRIO_PROCESS, 0) == before && end_web_service() ? 0 : 1;
     });
 }

@@ -21,6 +21,17 @@ bool fail(const char* function, const std::string& what) {
     return false;
 }
 
+/** Everything that is there, and the mutex and the condition. */
+void tear_down(ImgProvider& provider) {
+    releaseVdoBuffers(&provider);
+    g_clear_object(&provider.vdoStream);
+    g_clear_pointer(&provider.deliveredFrames, g_queue_free);
+    g_clear_pointer(&provider.processedFrames, g_queue_free);
+    pthread_mutex_destroy(&provider.frameMutex);
+    pthread_cond_destroy(&provider.frameDeliverCond);
+}
+
+/** All of it or, after a line in the log, nothing. */
 bool initialise(ImgProvider& provider, unsigned int width, unsigned int height) {
     constexpr auto kName = "createImgProvider";
     if (const int error = pthread_mutex_init(&provider.frameMutex, nullptr); error != 0)
@@ -31,27 +42,16 @@ bool initialise(ImgProvider& provider, unsigned int width, unsigned int height) 
     }
     provider.deliveredFrames = g_queue_new();
     provider.processedFrames = g_queue_new();
-    if (provider.deliveredFrames != nullptr && provider.processedFrames != nullptr &&
-        createStream(&provider, width, height))
-        return true;
-
     if (provider.deliveredFrames == nullptr)
         fail(kName, "Unable to create deliveredFrames queue");
     else if (provider.processedFrames == nullptr)
         fail(kName, "Unable to create processedFrames queue");
-    else
+    else if (!createStream(&provider, width, height))
         fail(kName, "Could not create VDO stream!");
+    else
+        return true;
+    tear_down(provider);
     return false;
-}
-
-/** Undoes what `initialise` did after the mutex and the condition were there. */
-void tear_down(ImgProvider& provider) {
-    releaseVdoBuffers(&provider);
-    g_clear_object(&provider.vdoStream);
-    g_clear_pointer(&provider.deliveredFrames, g_queue_free);
-    g_clear_pointer(&provider.processedFrames, g_queue_free);
-    pthread_mutex_destroy(&provider.frameMutex);
-    pthread_cond_destroy(&provider.frameDeliverCond);
 }
 
 /** Keeps `frame` and names the one buffer that may go back to the stream for it: at most one a frame. */
@@ -95,8 +95,6 @@ ImgProvider* createImgProvider(unsigned int width, unsigned int height, unsigned
     provider->numAppFrames = num_frames;
     if (initialise(*provider, width, height))
         return provider;
-    if (provider->deliveredFrames != nullptr)
-        tear_down(*provider);
     delete provider;
     return nullptr;
 }

@@ -8,10 +8,35 @@
 
 #include <cerrno>
 #include <chrono>
+#include <new>
 #include <thread>
+#include <utility>
 
 using testing::ElementsAre;
 using testing::IsEmpty;
+
+namespace {
+
+bool g_no_memory = false;    // for the next object that is made with nothrow
+int g_queue_that_fails = -1; // counted from 0; none when negative
+
+} // namespace
+
+extern "C" {
+void* __real__ZnwmRKSt9nothrow_t(size_t, const std::nothrow_t&);
+GQueue* __real_g_queue_new();
+
+void* __wrap__ZnwmRKSt9nothrow_t(size_t size, const std::nothrow_t& tag) {
+    if (!std::exchange(g_no_memory, false))
+        return __real__ZnwmRKSt9nothrow_t(size, tag);
+    errno = ENOMEM;
+    return nullptr;
+}
+
+GQueue* __wrap_g_queue_new() {
+    return g_queue_that_fails-- == 0 ? nullptr : __real_g_queue_new();
+}
+}
 
 namespace {
 
@@ -144,6 +169,21 @@ TEST_F(ImgProviderTest, aMutexOrConditionThatCannotBeHadIsLogged) {
         ElementsAre("error|createImgProvider: Unable to initialize condition variable: Cannot allocate memory"));
 }
 
+TEST_F(ImgProviderTest, withoutMemoryThereIsNone) {
+    g_no_memory = true;
+    EXPECT_THAT(log_of([] { EXPECT_EQ(createImgProvider(64, 64, 2, VDO_FORMAT_YUV), nullptr); }),
+                ElementsAre("error|createImgProvider: Unable to allocate ImgProvider: Cannot allocate memory"));
+}
+
+TEST_F(ImgProviderTest, aQueueThatCannotBeHadIsLoggedAndLeavesNothing) {
+    for (const auto& [which, name] : {std::pair{0, "deliveredFrames"}, std::pair{1, "processedFrames"}}) {
+        g_queue_that_fails = which; // the leak checker sees to the other one
+        EXPECT_THAT(log_of([] { EXPECT_EQ(createImgProvider(64, 64, 2, VDO_FORMAT_YUV), nullptr); }),
+                    ElementsAre(std::string("error|createImgProvider: Unable to create ") + name + " queue"));
+        EXPECT_THAT(calls("vdo_stream_new"), IsEmpty());
+    }
+}
+
 TEST_F(ImgProviderTest, handsOutTheNewestAndRecyclesTheOldest) {
     create(2);
     recording_vdo::feed(3);
@@ -246,6 +286,17 @@ TEST_F(ImgProviderTest, stoppingWhatDoesNotRunIsLogged) {
     EXPECT_TRUE(provider->shutDown);
     EXPECT_THAT(log_lines(),
                 ElementsAre("error|stopFrameFetch: Failed to join thread fetching frames from vdo: No such process"));
+}
+
+TEST_F(ImgProviderTest, aThreadThatCannotBeJoinedIsLogged) {
+    create();
+    ASSERT_TRUE(startFrameFetch(provider));
+    forget_log();
+    failing_libc::fail("pthread_join", EDEADLK);
+    EXPECT_FALSE(stopFrameFetch(provider));
+    EXPECT_THAT(log_lines(), ElementsAre("error|stopFrameFetch: Failed to join thread fetching frames from vdo: "
+                                         "Resource deadlock avoided"));
+    EXPECT_TRUE(stopFrameFetch(provider)) << "it may be tried again";
 }
 
 TEST_F(ImgProviderTest, maybeStartedAgain) {

@@ -72,12 +72,11 @@ std::vector<detection> location_controller_larod::get_detections() {
     std::vector<detection> detections;
     if (m_OutputScores == nullptr)
         return detections; // nothing has been set up
-    const float threshold = m_Threshold;
     const auto width = static_cast<float>(m_StreamWidth);
     const auto height = static_cast<float>(m_StreamHeight);
     for (int i = 0; i < m_MaxResults; ++i) {
         const int class_id = float_to_int(m_OutputClasses[i]);
-        if (!IsValidClass(class_id) || !(m_OutputScores[i] > threshold))
+        if (!IsValidClass(class_id) || !is_above_threshold(i))
             continue;
         const float* box = location(i);
         const auto top = static_cast<int>(float_to_unsigned(box[0] * height));

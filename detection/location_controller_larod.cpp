@@ -4,6 +4,7 @@
 #include "detection/location_controller_larod.h"
 
 #include "app/Logger.h"
+#include "app/arithmetic.h"
 #include "app/platform_handles.h"
 
 #include <fcntl.h>
@@ -220,8 +221,8 @@ bool location_controller_larod::start_stream(unsigned int width, unsigned int he
  * within them, and the inference service makes a file longer when it has more to write.
  */
 void location_controller_larod::create_tensor_files() {
-    m_LarodInputFile =
-        std::make_unique<MemoryMappedFile>(m_LarodInputFileName, m_ModelWidth * m_ModelHeight * kChannels);
+    const int input_bytes = wrap_multiply(wrap_multiply(m_ModelWidth, m_ModelHeight), kChannels);
+    m_LarodInputFile = std::make_unique<MemoryMappedFile>(m_LarodInputFileName, input_bytes);
     m_LarodOutputLocationsFile =
         std::make_unique<MemoryMappedFile>(m_LarodOutputLocationsFileName, m_NumberofResults * 4);
     m_LarodOutputClassesFile = std::make_unique<MemoryMappedFile>(m_LarodOutputClassesFileName, m_NumberofResults);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "config/shared_field.h"
 #include "detection/common_structs.h"
 #include "vision/mmfile.h"
 
@@ -8,7 +9,6 @@
 #include <vdo-buffer.h>
 #include <vdo-stream.h>
 
-#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -76,7 +76,7 @@ class location_controller_larod {
     static bool is_object_a_trigger(int class_id);
     static bool IsValidClass(int class_id);
 
-    void set_sensitivity(float value) { m_Threshold = value; }
+    void set_sensitivity(float value) { write_shared(m_Threshold, value); }
     void set_is_portrait_true() { m_IsPortrait = true; }
     unsigned int get_stream_width() const { return m_StreamWidth; }
     unsigned int get_stream_height() const { return m_StreamHeight; }
@@ -99,7 +99,7 @@ class location_controller_larod {
     const int m_MaxResults = 12;    // leading rows of the outputs that are looked at
     unsigned int m_StreamWidth = 0; // pixels of the analysed frames
     unsigned int m_StreamHeight = 0;
-    std::atomic<float> m_Threshold{0.35F}; // a result counts when its score is above; set by both threads
+    float m_Threshold = 0.35F; // a result counts when its score is above; shared by the rule of shared_field.h
     std::string m_app_name;
     std::string m_ModelPath;
     uint8_t* m_Input = nullptr;         // never assigned: each pass asks the input file
@@ -138,6 +138,8 @@ class location_controller_larod {
     void create_tensor_files();
     bool bind_tensors();
     std::string take_larod_message();
+    /** Whether a row counts now; never when its score is not a number. */
+    bool is_above_threshold(int row) const { return m_OutputScores[row] > read_shared(m_Threshold); }
     /** The four location floats of a row. */
     float* location(int row) const { return m_OutputLocations + ptrdiff_t{4} * row; }
 };

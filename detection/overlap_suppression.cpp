@@ -4,6 +4,8 @@
 #include "app/Logger.h"
 #include "detection/location_controller_larod.h"
 
+#include <algorithm>
+
 namespace {
 
 constexpr float kDemoted = 0.01F;
@@ -24,13 +26,6 @@ struct pixel_box {
     float area() const { return (x2 - x1) * (y2 - y1); }
 };
 
-float smaller_of(float a, float b) {
-    return b < a ? b : a;
-}
-float larger_of(float a, float b) {
-    return a < b ? b : a;
-}
-
 } // namespace
 
 int location_controller_larod::remove_anomalies() {
@@ -40,7 +35,7 @@ int location_controller_larod::remove_anomalies() {
     const auto width = static_cast<float>(m_StreamWidth);
     const float frame_area = height * width;
     for (int i = 0; i < m_MaxResults; ++i) {
-        if (!(m_OutputScores[i] > m_Threshold))
+        if (!is_above_threshold(i))
             continue;
         const float ratio = pixel_box(location(i), width, height).area() / frame_area;
         if (ratio < m_TinyAnomalyMaxAreaPercent || ratio > m_HugeAnomalyMaxAreaPercent)
@@ -56,7 +51,7 @@ int location_controller_larod::apply_non_maximum_suppression() {
     if (m_OutputScores == nullptr)
         return 0;
     for (int i = 0; i < m_MaxResults; ++i)
-        if (m_OutputScores[i] > m_Threshold)
+        if (is_above_threshold(i))
             lower_the_threshold_of_any_same_object_overlapping_this_one(i);
     return 0;
 }
@@ -64,7 +59,7 @@ int location_controller_larod::apply_non_maximum_suppression() {
 int location_controller_larod::lower_the_threshold_of_any_same_object_overlapping_this_one(int i) {
     const int class_id = float_to_int(m_OutputClasses[i]);
     for (int j = i + 1; j < m_MaxResults; ++j)
-        if (shouldCompareClasses(float_to_int(m_OutputClasses[j]), class_id) && m_OutputScores[j] > m_Threshold &&
+        if (shouldCompareClasses(float_to_int(m_OutputClasses[j]), class_id) && is_above_threshold(j) &&
             DoTheseOverlap(location(i), location(j), j))
             m_OutputScores[j] = kDemoted;
     return 0;
@@ -75,12 +70,14 @@ bool location_controller_larod::DoTheseOverlap(float* boxA, float* boxB, int) {
     const auto width = static_cast<float>(m_StreamWidth);
     const pixel_box a(boxA, width, height);
     const pixel_box b(boxB, width, height);
-    const float shared_width = larger_of(0, smaller_of(a.x2, b.x2) - larger_of(a.x1, b.x1));
-    const float shared_height = larger_of(0, smaller_of(a.y2, b.y2) - larger_of(a.y1, b.y1));
+    // Minimum and maximum give the first where either is not a number: a box A of such edges overlaps nothing, while a
+    // box B of such edges counts as equal to A, and so goes.
+    const float shared_width = std::max(0.0F, std::min(a.x2, b.x2) - std::max(a.x1, b.x1));
+    const float shared_height = std::max(0.0F, std::min(a.y2, b.y2) - std::max(a.y1, b.y1));
     const float intersection = shared_width * shared_height;
-    if (!(intersection > 0)) // boxes that are not a number do not overlap
+    if (!(intersection > 0)) // or not a number: infinity by nothing
         return false;
-    const float smaller = smaller_of(a.area(), b.area());
+    const float smaller = std::min(a.area(), b.area());
     if (smaller <= 0) {
         g_Logger.info("DoTheseOverlap: SmallerArea is 0");
         return false;

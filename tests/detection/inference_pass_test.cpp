@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 
 #include <array>
+#include <cerrno>
 #include <cmath>
 #include <limits>
 #include <random>
@@ -71,6 +72,30 @@ TEST_F(InferencePassTest, theOutputFilesAreRewoundBeforeEachInference) {
         EXPECT_EQ(detector->m_OutputClasses[0], 2.0F);
         EXPECT_EQ(detector->m_OutputLocations[3], 0.4F);
     }
+}
+
+TEST_F(InferencePassTest, everyOutputIsRewoundAndTheInputIsNot) {
+    set_up();
+    const std::array files = {detector->m_LarodOutputLocationsFile.get(), detector->m_LarodOutputClassesFile.get(),
+                              detector->m_LarodOutputScoresFile.get(), detector->m_LarodOutputNumDetectionsFile.get(),
+                              detector->m_LarodInputFile.get()};
+    for (const MemoryMappedFile* file : files)
+        ASSERT_EQ(lseek(file->getFileDescriptor(), 7, SEEK_SET), 7);
+    std::vector<off_t> positions;
+    recording_larod::on_inference([&] {
+        for (const MemoryMappedFile* file : files)
+            positions.push_back(lseek(file->getFileDescriptor(), 0, SEEK_CUR));
+    });
+    EXPECT_THAT(pass_log(0), IsEmpty());
+    EXPECT_THAT(positions, ElementsAre(0, 0, 0, 0, 7));
+}
+
+TEST_F(InferencePassTest, aFileThatCannotBeRewoundEndsNothing) {
+    set_up();
+    const std::string name = detector->m_LarodOutputClassesFile->m_filename;
+    failing_libc::fail("lseek", ESPIPE, 1);
+    EXPECT_THAT(pass_log(0), ElementsAre("error|rewind: Failed to rewind mapped file " + name + " : Illegal seek"));
+    EXPECT_EQ(recording_larod::recorder().calls("larodRunInference").size(), 1U);
 }
 
 TEST_F(InferencePassTest, outputsLongerThanTheirFilesMakeThemLonger) {

@@ -2,10 +2,12 @@
 #include "detection/location_controller_larod.h"
 #include "tests/detection/set_up_detector.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 
 #include <cerrno>
 #include <random>
+#include <type_traits>
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -37,6 +39,7 @@ TEST_F(DetectorSetUpTest, startsWithItsFixedValues) {
     EXPECT_EQ(detector->get_stream_width(), 0U);
     EXPECT_EQ(detector->get_stream_height(), 0U);
     EXPECT_EQ(detector->m_Threshold, 0.35F);
+    static_assert(std::is_same_v<decltype(detector->m_Threshold), float>, "a plain word though two threads use it");
     EXPECT_EQ(detector->m_app_name, "");
     EXPECT_EQ(detector->get_modelpath(), "");
     EXPECT_EQ(detector->m_LarodInputFileName, "/tmp/larod.in.test-XXXXXX");
@@ -81,8 +84,8 @@ TEST_F(DetectorSetUpTest, setsUpInItsOrder) {
                      "info|choose_resolution: Possible stream w/h=1280 x 720",
                      "info|choose_resolution: We select stream w/h=1280 x 720 based on VDO channel info.",
                      "info|init_larod: Starting stream: VDO_FORMAT_YUV, 1280x720, rotation 0, 25 fps",
-                     "info|set_paths: Model : detect_960_540.tflite Model Width: 960 Model Height: 540 Stream "
-                     "Width: 1280 Stream Height: 720",
+                     std::string("info|set_paths: Model : detect_960_540.tflite Model Width: 960 Model Height: 540 ") +
+                         "Stream Width: 1280 Stream Height: 720",
                      std::string("info|init_larod: Setting up larod connection with chip 12 and model ") + kModelPath,
                      "info|larod_setup: Model loaded successfully",
                      "info|init_larod: Finished with input tensor setup " + fd(detector->m_LarodInputFile),
@@ -140,12 +143,26 @@ TEST_F(DetectorSetUpTest, itsEndReleasesEverythingInOrder) {
     ASSERT_TRUE(init());
     recording_vdo::recorder().reset();
     recording_larod::recorder().reset();
+    size_t calls_before_the_stream_went = 1;
+    const auto note = [](gpointer count, GObject*) { *static_cast<size_t*>(count) = larod_journal().size(); };
+    g_object_weak_ref(G_OBJECT(detector->m_VDOStream), note, &calls_before_the_stream_went);
     EXPECT_THAT(log_of([this] { destroy(); }), IsEmpty());
+    EXPECT_EQ(calls_before_the_stream_went, 0U);
     EXPECT_EQ(larod_journal(),
               (texts{"larodDestroyJobRequest", "larodDestroyTensors input", "larodDestroyTensors output",
                      "larodDeleteModel", "larodDestroyModel", "larodDisconnect"}));
     EXPECT_EQ(recording_vdo::recorder().leaks(), "");
     EXPECT_EQ(recording_larod::recorder().leaks(), "");
+}
+
+TEST_F(DetectorSetUpTest, readsTheModelAndLeavesItsDescriptorOpen) {
+    ASSERT_TRUE(init());
+    const int model = detector->m_LarodModelFd;
+    detector.reset();
+    const int flags = fcntl(model, F_GETFL);
+    ASSERT_NE(flags, -1);
+    EXPECT_EQ(flags & O_ACCMODE, O_RDONLY);
+    close(model);
 }
 
 TEST_F(DetectorSetUpTest, failuresAtItsEndAreLogged) {
@@ -300,6 +317,18 @@ TEST_F(DetectorSetUpTest, aTensorFileThatCannotBeMadeThrowsItsText) {
     }
 }
 
+TEST_F(DetectorSetUpTest, aModelTooLargeToCountIsRefused) {
+    recording_vdo::offer({{{50000, 28125}}});
+    // 50000 * 50000 * 3, cut to 32 bits twice.
+    try {
+        detector->init_larod("korvex_orvel", "detect_960_540.tflite", 50000, 50000, LAROD_CHIP_TFLITE_CPU, 200, false);
+        ADD_FAILURE() << "nothing thrown";
+    } catch (const char* text) {
+        EXPECT_STREQ(text, "Failed to adjust file size");
+    }
+    EXPECT_THAT(log_lines().back(), testing::HasSubstr(" to size -1089934592 : Invalid argument"));
+}
+
 using sizes = std::vector<VdoResolution>;
 
 class ChooseResolutionTest : public set_up_detector {};
@@ -367,8 +396,8 @@ TEST_F(ChooseResolutionTest, aSizeOfZeroIsNoCandidate) {
     recording_vdo::offer({{{0, 0}, {1280, 0}, {0, 720}}});
     unsigned width = 0;
     unsigned height = 0;
-    EXPECT_TRUE(detector->choose_resolution(0, 0, &width, &height));
-    EXPECT_EQ(recording_vdo::recorder().calls("vdo_channel_get 1").size(), 1U);
+    EXPECT_THAT(log_of([&] { EXPECT_TRUE(detector->choose_resolution(0, 0, &width, &height)); }),
+                ElementsAre(testing::EndsWith("Fallback to client-requested stream resolution.")));
 }
 
 TEST_F(ChooseResolutionTest, aChannelThatCannotBeAskedIsLogged) {

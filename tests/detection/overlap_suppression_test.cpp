@@ -144,6 +144,7 @@ TEST_F(OverlapSuppressionTest, overlapIsMeasuredAgainstTheSmallerBox) {
         {{0, 0, 0.5F, 0.5F}, {0.2F, 0.2F, 0.2F, 0.4F}, false},  // no height
         {{0, 0, 0.5F, 0.5F}, {0.4F, 0.4F, 0.1F, 0.1F}, false},  // inverted
         {{kNaN, kNaN, kNaN, kNaN}, {0, 0, 0.5F, 0.5F}, false},
+        {{0, 0, 0.5F, 0.5F}, {kNaN, kNaN, kNaN, kNaN}, true}, // taken for the first
         {{kInfinity, 0, kInfinity, 1}, {kInfinity, 0, kInfinity, 1}, false},
         {{-kInfinity, 0, kInfinity, 1}, {-kInfinity, 0, kInfinity, 1}, false}, // infinity by infinity says nothing
         {{0, 0, 1e30F, 1e30F}, {0, 0, 0.5F, 0.5F}, true},

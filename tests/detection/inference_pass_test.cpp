@@ -123,6 +123,15 @@ TEST_F(InferencePassTest, rawResultsAreCleanedUpInPlace) {
     EXPECT_EQ(detector->get_detections().size(), 1U) << "the same again until the next pass";
 }
 
+TEST_F(InferencePassTest, anAnomalyIsDemotedBeforeItCanDemoteOthers) {
+    set_up();
+    // Two cars, the first of them tiny and wholly inside the second.
+    recording_larod::set_outputs({{{0.2F, 0.2F, 0.25F, 0.25F, 0.1F, 0.1F, 0.4F, 0.4F}, {2, 2}, {0.9F, 0.8F}, {2}}});
+    ASSERT_EQ(detector->larod_prepare_data_and_do_ai(), 0);
+    EXPECT_EQ(detector->m_OutputScores[0], 0.01F);
+    EXPECT_EQ(detector->m_OutputScores[1], 0.8F);
+}
+
 TEST_F(InferencePassTest, withoutAFrameTheNetworkStillRunsAndTheReleaseIsTried) {
     set_up();
     recording_vdo::recorder().reset();

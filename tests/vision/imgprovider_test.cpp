@@ -6,8 +6,10 @@
 
 #include <gmock/gmock.h>
 
+#include <atomic>
 #include <cerrno>
 #include <chrono>
+#include <csignal>
 #include <new>
 #include <thread>
 #include <utility>
@@ -299,7 +301,18 @@ TEST_F(ImgProviderTest, aThreadThatCannotBeJoinedIsLogged) {
     EXPECT_TRUE(stopFrameFetch(provider)) << "it may be tried again";
 }
 
-TEST_F(ImgProviderTest, maybeStartedAgain) {
+TEST_F(ImgProviderTest, theFetchThreadTakesNoSignals) {
+    static std::atomic<bool> taken{false};
+    const auto before = std::signal(SIGTERM, [](int) { taken = true; });
+    create();
+    ASSERT_TRUE(startFrameFetch(provider));
+    EXPECT_EQ(pthread_kill(provider->fetcherThread, SIGTERM), 0); // pending at most, and gone with the thread
+    stop();
+    std::signal(SIGTERM, before);
+    EXPECT_FALSE(taken);
+}
+
+TEST_F(ImgProviderTest, mayBeStartedAgain) {
     create(1);
     for (int i = 0; i < 2; ++i) {
         ASSERT_TRUE(startFrameFetch(provider));

@@ -6,7 +6,7 @@
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/time.h>
-#include <sys/un.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -40,18 +40,19 @@ void limit_waiting(int connection) {
     setsockopt(connection, SOL_SOCKET, SO_SNDTIMEO, &kPatience, sizeof kPatience);
 }
 
-/** libfcgi ends the whole process when it cannot listen, so that is tried out first. */
-bool can_listen() {
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    strncpy(address.sun_path, kSocketPath, sizeof address.sun_path - 1);
-    const int probe = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    unlink(kSocketPath); // of an earlier run
-    const bool can =
-        bind(probe, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 && listen(probe, kBacklog) == 0;
-    close(probe);
-    unlink(kSocketPath);
-    return can;
+/**
+ * Whether FCGX_OpenSocket comes back. libfcgi ends the whole process when it cannot listen, so a child goes first; what
+ * the application does at its end is not for the child to do.
+ */
+bool opening_returns() {
+    const pid_t child = fork();
+    if (child == 0) {
+        std::atexit([] { _exit(1); });
+        FCGX_OpenSocket(kSocketPath, kBacklog);
+        _exit(0);
+    }
+    int status = 0;
+    return child < 0 || (waitpid(child, &status, 0) == child && status == 0);
 }
 
 } // namespace
@@ -67,8 +68,8 @@ int fastcgi_service::init() {
         g_Logger.error("init: FCGX_Init failed");
         return 1;
     }
-    m_sock = can_listen() ? FCGX_OpenSocket(kSocketPath, kBacklog) : -1; // accepting on it will tell
-    chmod(kSocketPath, 0777);                                            // the web server is another user
+    m_sock = opening_returns() ? FCGX_OpenSocket(kSocketPath, kBacklog) : -1; // accepting on it will tell
+    chmod(kSocketPath, 0777);                                                 // the web server is another user
     if (FCGX_InitRequest(&m_request, m_sock, 0) != 0) {
         g_Logger.error("init: FCGX_InitRequest failed");
         FCGX_Free(&m_request, m_sock);

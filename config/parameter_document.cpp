@@ -90,11 +90,19 @@ class document_reader {
     std::map<std::string, std::string> m_values; // a name that is missing reads as an empty text
 };
 
+/** Ends the library's use with its scope: what it keeps for the thread that used it first would be lost otherwise. */
+struct parser_session {
+    parser_session() { xmlSetGenericErrorFunc(nullptr, ignore_message); } // the log says what there is to say
+    ~parser_session() { xmlCleanupParser(); }
+    parser_session(const parser_session&) = delete;
+    parser_session& operator=(const parser_session&) = delete;
+
+  private:
+    static void ignore_message(void*, const char*, ...) {}
+};
+
 struct doc_deleter {
-    void operator()(xmlDoc* doc) const {
-        xmlFreeDoc(doc);
-        xmlCleanupParser();
-    }
+    void operator()(xmlDoc* doc) const { xmlFreeDoc(doc); }
 };
 using doc_ptr = std::unique_ptr<xmlDoc, doc_deleter>;
 
@@ -102,11 +110,8 @@ struct xml_text_deleter {
     void operator()(xmlChar* text) const { xmlFree(text); }
 };
 
-void ignore_message(void*, const char*, ...) {}
-
 /** Null for what is no document, and for one that declares entities, which could expand without end. */
 doc_ptr parse(const std::string& xml) {
-    xmlSetGenericErrorFunc(nullptr, ignore_message); // the log says what there is to say
     doc_ptr doc(xmlReadMemory(xml.data(), static_cast<int>(xml.size()), nullptr, nullptr, 0));
     const bool declares_entities = doc && doc->intSubset != nullptr &&
                                    (doc->intSubset->entities != nullptr || doc->intSubset->pentities != nullptr);
@@ -191,6 +196,7 @@ int parameter_io::set_post_parameters(std::string body) {
 
 std::map<std::string, std::string> parameter_io::parseXMLData(std::string xml) {
     std::map<std::string, std::string> values;
+    const parser_session session;
     const doc_ptr doc = parse(xml);
     if (!doc) {
         g_Logger.error("parseXMLData: Failed to parse XML payload");

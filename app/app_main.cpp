@@ -108,8 +108,7 @@ bool start_web_thread() {
     return true;
 }
 
-/** For a web thread that hangs on its client: what it uses cannot be destroyed, what matters at the end is done here.
- */
+/** For a web thread that hangs on its client: what it uses cannot be destroyed, so only what matters is done. */
 [[noreturn]] void end_at_once() {
     g_event_manager_owner.reset();
     g_Logger.close();
@@ -139,7 +138,7 @@ int korvex_orvel_main() {
         g_StatusCode = 50;
         return -1;
     }
-    init_logic(g_ConfigParams.i_MaxDisappeared);
+    init_logic(read_shared(g_ConfigParams.i_MaxDisappeared)); // settings may be posted from here on
 
     let_sigterm_in_only_while_waiting();
     gp_Loop = g_main_loop_new(nullptr, FALSE);

@@ -23,14 +23,14 @@
 /*
  * The application's spine: the process-wide objects, start-up, the analysis pass and the end.
  *
- * The objects are made before main in the order in which they stand here and destroyed in reverse, but for the log,
- * which takes its last lines then and is never destroyed:
+ * The objects are made before main in this order and destroyed in reverse, but for the log, which takes its last lines
+ * then and is never destroyed:
  *
  *   g_app_name, g_ConfigParams, g_ParameterController, g_LocationController, g_AreaofInterest, g_Tracker, g_findings,
- *   g_detections, g_Id2Time, g_Logger
+ *   g_detections, g_Id2Time, g_overlayManager, g_Logger, g_FastcgiService
  *
- * Each is declared in its class's header. The words below are written on the main thread and read on the web thread;
- * each read sees some value recently written.
+ * What is not declared here is declared beside its type. The atomic words below are written on the main thread and read
+ * on the web thread, which writes one value itself, status 50; each read sees some value recently written.
  */
 
 /** Syslog identity, parameter group and package folder. */
@@ -40,8 +40,8 @@ extern std::string g_app_name;
 extern std::unique_ptr<OverlayManager> g_overlayManager;
 
 /**
- * Run status: 100 starting, 200 running, 400 no inference, 401 no detector, 408 agreement not accepted, 502 to 504
- * first to third alert active, 600 slow.
+ * Run status: 50 no web service, 100 starting, 200 running, 400 no inference, 401 no detector, 408 agreement not
+ * accepted, 502 to 504 first to third alert active, 600 slow.
  */
 extern std::atomic<int32_t> g_StatusCode;
 /** Duration of the last pass that ran to its end, milliseconds. */
@@ -55,7 +55,7 @@ extern std::atomic<bool> g_IsPortrait;
 /** Main thread only. The timeout source that drives the passes; 0 when there is none. */
 extern unsigned int g_ThreadID;
 extern GMainLoop* gp_Loop;
-/** Seconds. */
+/** Seconds; read by nothing, what counts are the thresholds in the live settings. */
 extern int32_t g_Alert1ThreshSecs;
 extern int32_t g_Alert2ThreshSecs;
 extern int32_t g_Alert3ThreshSecs;

@@ -280,6 +280,16 @@ TEST_F(LoggerTest, doesNotPurgeBeforeTheDueDate) {
     EXPECT_THAT(written(log), ElementsAre("|old", "|new", "warning|STARTING a"));
 }
 
+TEST_F(LoggerTest, doesNotPurgeInTheVerySecondThatIsDue) {
+    Logger log("a", kFile);
+    time_t due = 0;
+    do { // until the clock stands still meanwhile
+        due = log._nextPurgeCheckDate = time(nullptr);
+        log.flush();
+    } while (time(nullptr) != due);
+    EXPECT_EQ(log._nextPurgeCheckDate, due);
+}
+
 TEST_F(LoggerTest, aFreshLoggerDoesNotPurge) {
     write_file(std::string(0x200000 + 10, 'x') + "\nlast\n");
     Logger log("a", kFile);

@@ -1,33 +1,21 @@
 #include "app/app_main.h"
-#include "output/event_manager.h"
-#include "tests/doubles/core_fixture.h"
-#include "tests/doubles/failing_libc.h"
-#include "tests/doubles/fake_axparameter.h"
-#include "tests/doubles/recording_axoverlay.h"
+#include "output/overlay_info.h"
+#include "tests/app/core_in_child.h"
 #include "tests/doubles/recording_larod.h"
 #include "tests/doubles/recording_vdo.h"
 
 #include <gmock/gmock.h>
 #include <sys/sysinfo.h>
-#include <sys/wait.h>
-#include <unistd.h>
+#include <syslog.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
-#include <cstdio>
-#include <cstdlib>
-#include <fstream>
 
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::MatchesRegex;
-
-namespace {
-
-using texts = std::vector<std::string>;
-
-} // namespace
+using testing::Pair;
 
 extern "C" {
 int __real_FCGX_OpenSocket(const char*, int);
@@ -40,42 +28,10 @@ int __wrap_FCGX_OpenSocket(const char*, int backlog) {
 
 namespace {
 
-/** The objects are the process's own: what sets them up runs in a child, with the model files in the package. */
-class AppMainTest : public core_fixture {
+using texts = std::vector<std::string>;
+
+class AppMainTest : public core_in_child {
   protected:
-    AppMainTest() {
-        failing_libc::reset();
-        std::filesystem::create_directories(folder / "korvex_orvel");
-        for (const char* name : {"detect_960_540.tflite", "detect_540_960.tflite"})
-            std::ofstream(folder / "korvex_orvel" / name) << "model";
-        failing_libc::redirect_packages(folder);
-        fake_axparameter::put("MainLoopTime", "20");
-        fake_axparameter::put("EulaAccepted", "true");
-        fake_axparameter::put("Sensitivity", "0.350000");
-    }
-    ~AppMainTest() override { failing_libc::reset(); }
-
-    /** The exit status of a child that runs `body`, ends like main with its result and fails when a check does. */
-    static int status_of_child(const std::function<int()>& body) {
-        std::fflush(nullptr);
-        const pid_t child = fork();
-        if (child == 0) {
-            const int result = body();
-            std::exit(testing::Test::HasFailure() ? 77 : result);
-        }
-        int status = 0;
-        EXPECT_EQ(waitpid(child, &status, 0), child);
-        EXPECT_TRUE(WIFEXITED(status)) << "ended by signal " << WTERMSIG(status);
-        return WEXITSTATUS(status);
-    }
-
-    /** A set-up without main loop, as start-up does it. */
-    static void start() {
-        init_parameter_controller();
-        EXPECT_EQ(init_ai(), 0);
-        forget_log();
-    }
-
     static void wait_for_sigterm_after_passes(int passes) {
         recording_larod::on_inference([passes, count = 0]() mutable {
             if (++count == passes)
@@ -163,24 +119,6 @@ TEST_F(AppMainTest, sigtermWithALoopRemovesTheTimeoutAndQuits) {
     gp_Loop = nullptr;
 }
 
-TEST_F(AppMainTest, withoutTheAgreementAPassDoesNothing) {
-    EXPECT_EQ(status_of_child([] {
-                  fake_axparameter::put("EulaAccepted", "false");
-                  start();
-                  recording_vdo::recorder().reset();
-                  recording_larod::recorder().reset();
-                  recording_axoverlay::recorder().reset();
-                  EXPECT_EQ(do_one_analysis(), 1);
-                  EXPECT_EQ(g_StatusCode, 408);
-                  EXPECT_THAT(log_lines(), IsEmpty());
-                  EXPECT_THAT(recording_vdo::recorder().journal(), IsEmpty());
-                  EXPECT_THAT(recording_larod::recorder().journal(), IsEmpty());
-                  EXPECT_THAT(recording_axoverlay::recorder().journal(), IsEmpty());
-                  return 0;
-              }),
-              0);
-}
-
 TEST_F(AppMainTest, theSettingsReachTheDetector) {
     EXPECT_EQ(status_of_child([] {
                   fake_axparameter::put("Sensitivity", "0.625000");
@@ -215,134 +153,6 @@ TEST_F(AppMainTest, only90And270ArePortraitWithItsModel) {
                   0)
             << row.rotation;
     }
-}
-
-TEST_F(AppMainTest, aPassInTimeIs200AndASlowOne600) {
-    EXPECT_EQ(status_of_child([] {
-                  start();
-                  const struct {
-                      int period;
-                      int status;
-                  } table[] = {{1000000, 200}, {0, 600}, {-1, 600}, {1 << 30, 600}}; // twice 2^30 wraps below 0
-                  for (const auto& [period, status] : table) {
-                      g_LocationController.m_IterationTime = period;
-                      EXPECT_EQ(do_one_analysis(), 0);
-                      EXPECT_EQ(g_StatusCode, status) << period;
-                      EXPECT_GE(g_ExecutionTime, 0);
-                  }
-                  EXPECT_EQ(thread_function(nullptr), TRUE);
-                  return 0;
-              }),
-              0);
-}
-
-TEST_F(AppMainTest, aPassThatTakesTwoPeriodsIsSlow) {
-    EXPECT_EQ(status_of_child([] {
-                  start();
-                  g_LocationController.m_IterationTime = 20;
-                  recording_larod::on_inference([] { usleep(45000); });
-                  EXPECT_EQ(do_one_analysis(), 0);
-                  EXPECT_GE(g_ExecutionTime, 45);
-                  EXPECT_EQ(g_StatusCode, 600);
-                  return 0;
-              }),
-              0);
-}
-
-TEST_F(AppMainTest, theHighestActiveAlertIsTheStatusUnlessThePassIsSlow) {
-    const struct {
-        bool first, second, third;
-        int status;
-    } table[] = {{false, false, false, 200}, {true, false, false, 502}, {false, true, false, 503},
-                 {true, true, false, 503},   {false, false, true, 504}, {true, true, true, 504}};
-    EXPECT_EQ(status_of_child([&table] {
-                  start();
-                  init_overlay_manager();
-                  init_event_manager();
-                  for (const auto& row : table) {
-                      // A redraw comes after the alerts have been decided.
-                      recording_axoverlay::on_redraw([&row] {
-                          g_EventManager->m_eventStarted["Korvex Orvel First Alert"] = row.first;
-                          g_EventManager->m_eventStarted["Korvex Orvel Second Alert"] = row.second;
-                          g_EventManager->m_eventStarted["Korvex Orvel Third Alert"] = row.third;
-                      });
-                      g_LocationController.m_IterationTime = 1000000;
-                      EXPECT_EQ(do_one_analysis(), 0);
-                      EXPECT_EQ(g_StatusCode, row.status);
-                      g_LocationController.m_IterationTime = 0;
-                      EXPECT_EQ(do_one_analysis(), 0);
-                      EXPECT_EQ(g_StatusCode, 600);
-                  }
-                  recording_axoverlay::on_redraw({});
-                  return 0;
-              }),
-              0);
-}
-
-TEST_F(AppMainTest, aSetUpThatFailsAnywhereShowsAs400OnEveryPass) {
-    const struct {
-        const char* name;
-        std::function<void()> prepare;
-    } table[] = {
-        {"no channel", [] { recording_vdo::recorder().fail("vdo_channel_get"); }},
-        {"no resolutions", [] { recording_vdo::recorder().fail("vdo_channel_get_resolutions"); }},
-        {"no stream", [] { recording_vdo::recorder().fail("vdo_stream_new"); }},
-        {"not attached", [] { recording_vdo::recorder().fail("vdo_stream_attach"); }},
-        {"no settings", [] { recording_vdo::recorder().fail("vdo_stream_get_settings"); }},
-        {"not started", [] { recording_vdo::recorder().fail("vdo_stream_start"); }},
-        {"no model file", [] { failing_libc::fail("open", ENOENT); }},
-        {"no service", [] { recording_larod::recorder().fail("larodConnect"); }},
-        {"no chip", [] { recording_larod::recorder().fail("larodSetChip"); }},
-        {"no model", [] { recording_larod::recorder().fail("larodLoadModel"); }},
-        {"no first file", [] { failing_libc::fail("mkstemp", ENOSPC); }},
-        {"no last file", [] { failing_libc::fail("mmap", ENOMEM, 4); }},
-        {"no inputs", [] { recording_larod::recorder().fail("larodCreateModelInputs"); }},
-        {"two inputs", [] { recording_larod::set_tensor_counts(2, 4); }},
-        {"no input descriptor", [] { recording_larod::recorder().fail("larodSetTensorFd input0"); }},
-        {"no outputs", [] { recording_larod::recorder().fail("larodCreateModelOutputs"); }},
-        {"three outputs", [] { recording_larod::set_tensor_counts(1, 3); }},
-        {"no output descriptor", [] { recording_larod::recorder().fail("larodSetTensorFd output3"); }},
-        {"no request", [] { recording_larod::recorder().fail("larodCreateInferenceRequest"); }},
-    };
-    for (const auto& row : table) {
-        EXPECT_EQ(status_of_child([&row] {
-                      row.prepare();
-                      start();
-                      for (int pass = 0; pass < 2; ++pass) {
-                          g_StatusCode = 0;
-                          EXPECT_EQ(do_one_analysis(), 1);
-                          EXPECT_EQ(g_StatusCode, 400);
-                          EXPECT_EQ(log_lines().back(), "error|do_one_analysis: Error in "
-                                                        "g_LocationController.larod_prepare_data_and_do_ai");
-                          if (g_LocationController.m_buf != nullptr)
-                              g_object_unref(g_LocationController.m_buf); // kept by a failed pass
-                      }
-                      return 0;
-                  }),
-                  0)
-            << row.name;
-    }
-}
-
-TEST_F(AppMainTest, aFailedPassEndsBeforeTheOverlaysAndTheNextTriesAgain) {
-    EXPECT_EQ(status_of_child([] {
-                  start();
-                  init_overlay_manager();
-                  recording_axoverlay::recorder().reset();
-                  g_LocationController.m_IterationTime = 1000000;
-                  g_ExecutionTime = 4321;
-                  recording_larod::recorder().fail("larodRunInference", {.times = 1});
-                  EXPECT_EQ(do_one_analysis(), 1);
-                  EXPECT_EQ(g_StatusCode, 400);
-                  EXPECT_EQ(g_ExecutionTime, 4321) << "of the last pass that ran to its end";
-                  EXPECT_THAT(recording_axoverlay::recorder().journal(), IsEmpty());
-                  g_object_unref(g_LocationController.m_buf);
-                  EXPECT_EQ(do_one_analysis(), 0);
-                  EXPECT_EQ(g_StatusCode, 200);
-                  EXPECT_EQ(recording_axoverlay::recorder().calls("axoverlay_redraw").size(), 1U);
-                  return 0;
-              }),
-              0);
 }
 
 TEST_F(AppMainTest, runsUntilSigtermAndWritesItsLastLines) {
@@ -381,6 +191,8 @@ TEST_F(AppMainTest, aWebThreadThatCannotBeHadEndsTheStart) {
                   EXPECT_EQ(result, -1);
                   EXPECT_EQ(g_StatusCode, 50);
                   EXPECT_EQ(gp_Loop, nullptr);
+                  EXPECT_EQ(recording_syslog::recorder().journal().back(),
+                            call_line("syslog", LOG_ERR, "Failed to create thread\n"));
                   return result;
               }),
               255);
@@ -400,6 +212,115 @@ TEST_F(AppMainTest, startsWithoutAStoreAndWaitsForTheAgreement) {
               }),
               0);
     EXPECT_EQ(lines_of_the_file().back(), "warning|");
+}
+
+TEST_F(AppMainTest, theSettingsReachTheArea) {
+    EXPECT_EQ(status_of_child([] {
+                  fake_axparameter::put("DetectionControlPoints", "6");
+                  fake_axparameter::put("Detection15x", "15");
+                  fake_axparameter::put("Detection15y", "16");
+                  fake_axparameter::put("Exclusion21x", "21");
+                  fake_axparameter::put("Exclusion21y", "22");
+                  fake_axparameter::put("Exclusion1Active", "true");
+                  start();
+                  const t_Polygon area = g_AreaofInterest.get_detection(1);
+                  EXPECT_EQ(area.size(), 6U);
+                  EXPECT_THAT(area.at(5), Pair(15, 16));
+                  const t_Polygon zone = g_AreaofInterest.get_exclusion(2);
+                  EXPECT_EQ(zone.size(), 4U);
+                  EXPECT_THAT(zone.at(1), Pair(21, 22));
+                  EXPECT_TRUE(g_AreaofInterest.get_exclusion_active(1));
+                  EXPECT_FALSE(g_AreaofInterest.get_exclusion_active(2));
+                  return 0;
+              }),
+              0);
+}
+
+TEST_F(AppMainTest, eachOverlayStreamIsSelectedWhenItIsSwitchedOn) {
+    const struct {
+        bool on;
+        std::string size;
+        std::pair<uint32_t, uint32_t> selected;
+    } table[] = {{true, "1280x720", {1280, 720}},
+                 {false, "1280x720", {0, 0}},
+                 {true, "0x0", {0, 0}},
+                 {false, "0", {0, 0}},
+                 {true, "0", {0, 0}},
+                 {true, "", {0, 0}}};
+    for (const auto& [on, size, selected] : table) {
+        SetOverlayStreamResolution(1, 2);
+        g_ConfigParams.b_DetectionOverlaysOn = on;
+        g_ConfigParams.str_DetectionOverlay = size;
+        g_ConfigParams.b_AnonOverlaysOn = false;
+        init_overlay_manager();
+        EXPECT_NE(g_overlayManager, nullptr);
+        EXPECT_THAT(selected, Pair(g_OverlayInfo.overlayStreamWidth, g_OverlayInfo.overlayStreamHeight)) << size;
+        EXPECT_EQ(g_OverlayInfo.anonymizedStreamWidth, 0U);
+
+        SetAnonymizedStreamResolution(3, 4);
+        g_ConfigParams.b_DetectionOverlaysOn = false;
+        g_ConfigParams.b_AnonOverlaysOn = on;
+        g_ConfigParams.str_AnonOverlay = size;
+        init_overlay_manager();
+        EXPECT_THAT(selected, Pair(g_OverlayInfo.anonymizedStreamWidth, g_OverlayInfo.anonymizedStreamHeight)) << size;
+        EXPECT_EQ(g_OverlayInfo.overlayStreamWidth, 0U);
+    }
+    g_overlayManager.reset();
+    g_OverlayInfo = {};
+    g_ConfigParams = {};
+}
+
+TEST_F(AppMainTest, theSceneBeginsAnew) {
+    g_Tracker.m_NextObjectId = 7;
+    g_Id2Time[3] = {};
+    init_logic(33);
+    EXPECT_EQ(g_Tracker.m_MaxDisappeared, 33);
+    EXPECT_EQ(g_Tracker.m_NextObjectId, 0);
+    EXPECT_THAT(g_Id2Time, IsEmpty());
+}
+
+TEST_F(AppMainTest, theFirstPassComesAPeriodAfterTheStart) {
+    EXPECT_EQ(status_of_child([] {
+                  fake_axparameter::put("MainLoopTime", "500");
+                  Timer since_start;
+                  recording_larod::on_inference([&since_start] {
+                      since_start.tock();
+                      kill(getpid(), SIGTERM);
+                  });
+                  const int result = korvex_orvel_main();
+                  EXPECT_GE(since_start.elapsed(), 500);
+                  return result;
+              }),
+              0);
+}
+
+TEST_F(AppMainTest, withAPeriodOfZeroEveryPassIsSlowAndSigtermStillEnds) {
+    EXPECT_EQ(status_of_child([] {
+                  fake_axparameter::put("MainLoopTime", "0");
+                  wait_for_sigterm_after_passes(3);
+                  const int result = korvex_orvel_main();
+                  EXPECT_EQ(g_StatusCode, 600);
+                  return result;
+              }),
+              0);
+}
+
+TEST_F(AppMainTest, theSystemsLogGetsTheBannerAndTheWebThreadsTrace) {
+    EXPECT_EQ(status_of_child([] {
+                  recording_larod::on_inference([] {
+                      if (!recording_syslog::recorder().calls(call_line("syslog", LOG_ERR)).empty())
+                          kill(getpid(), SIGTERM);
+                  });
+                  const int result = korvex_orvel_main();
+                  EXPECT_THAT(recording_syslog::recorder().journal(),
+                              ElementsAre(call_line("openlog", "korvex_orvel", LOG_PID | LOG_CONS, LOG_USER),
+                                          call_line("syslog", LOG_INFO,
+                                                    "*** To view Korvex Orvel log messages click on 'View Log' button "
+                                                    "on 'Advanced' tab of Orvel ACAP web page ***"),
+                                          call_line("syslog", LOG_ERR, "webservices_thread_fcn 1"), "closelog"));
+                  return result;
+              }),
+              0);
 }
 
 } // namespace

@@ -3,11 +3,13 @@
 #include "app/app_main.h"
 #include "app/web_thread.h"
 #include "tests/doubles/core_fixture.h"
+#include "tests/doubles/recording_syslog.h"
 #include "tests/web/fastcgi_client.h"
 
 #include <gmock/gmock.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <syslog.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -16,8 +18,21 @@
 #include <fstream>
 #include <thread>
 
-using testing::ElementsAre;
 using testing::ExitedWithCode;
+
+namespace {
+
+bool g_init_fails = false;
+
+} // namespace
+
+extern "C" {
+int __real_FCGX_Init();
+
+int __wrap_FCGX_Init() {
+    return g_init_fails ? 1 : __real_FCGX_Init();
+}
+}
 
 namespace {
 
@@ -148,6 +163,28 @@ TEST_F(web_thread_test, says_when_a_client_keeps_it) {
         stuck.send_begin(); // and no parameters
         std::this_thread::sleep_for(std::chrono::milliseconds(100));
         return end_web_service() ? 1 : 0;
+    });
+}
+
+TEST_F(web_thread_test, says_when_the_service_cannot_be_had) {
+    in_own_process([] {
+        g_init_fails = true;
+        recording_syslog::recorder().reset();
+        forget_log();
+        for (int entry = 1; entry <= 2; ++entry) {
+            g_StatusCode = 200;
+            if (webservices_thread_fcn(nullptr) != nullptr || g_StatusCode != 50)
+                return 2;
+        }
+        const std::vector<std::string> lines = {kOpens, "error|init: FCGX_Init failed",
+                                                "error|webservices_thread_fcn: Failed to init fastcgi service"};
+        std::vector<std::string> twice = lines;
+        twice.insert(twice.end(), lines.begin(), lines.end());
+        if (log_lines() != twice)
+            return 3;
+        const std::vector<std::string> traces = {call_line("syslog", LOG_ERR, "webservices_thread_fcn 1"),
+                                                 call_line("syslog", LOG_ERR, "webservices_thread_fcn 2")};
+        return recording_syslog::recorder().journal() == traces && end_web_service() ? 0 : 4;
     });
 }
 

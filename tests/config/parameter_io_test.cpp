@@ -1,11 +1,15 @@
+#include "app/app_main.h"
 #include "config/config_params.h"
 #include "config/parameter_io.h"
 #include "scene/area_of_interest.h"
+#include "tests/doubles/recording_vdo.h"
 
 #include <gtest/gtest.h>
 
 #include <climits>
 #include <cstddef>
+#include <map>
+#include <string>
 
 namespace {
 
@@ -67,6 +71,56 @@ TEST_F(ParameterIo, LeavesTheOtherPolygonsAlone) {
     g_AreaofInterest.set_detection(1, {{1, 2}});
     parameter_io().store_points_into_exclusions();
     EXPECT_EQ(g_AreaofInterest.get_detection(1), (t_Polygon{{1, 2}}));
+}
+
+TEST_F(ParameterIo, HasATextForEachStatus) {
+    const std::map<int, std::string> texts = {
+        {50, "Unknown status"},
+        {100, "Starting"},
+        {200, "Running"},
+        {300, "Stopped"},
+        {400, "Data error"},
+        {401, "AI error"},
+        {402, "Locations error"},
+        {403, "AOI error"},
+        {405, "Findings error"},
+        {406, "Events error"},
+        {408, "EULA has not been accepted (if EULA is not shown, press Ctrl+F5)"},
+        {500, "Area event active"},
+        {501, "Occupancy event active"},
+        {502, "First alert active"},
+        {503, "Second alert active"},
+        {504, "Third alert active"},
+        {600, "Slow"},
+        {700, "No connection error"},
+    };
+    for (int code = -1000; code <= 1000; ++code) {
+        const auto text = texts.find(code);
+        EXPECT_EQ(parameter_io().status_to_string(code), text == texts.end() ? "Unknown default status" : text->second)
+            << code;
+    }
+    for (const int code : {INT_MIN, INT_MAX})
+        EXPECT_EQ(parameter_io().status_to_string(code), "Unknown default status");
+}
+
+TEST_F(ParameterIo, TellsTheStateInWords) {
+    g_StatusCode = 503;
+    g_ExecutionTime = -12;
+    EXPECT_EQ(parameter_io().get_status_code(), "503");
+    EXPECT_EQ(parameter_io().get_status_string(), "Second alert active");
+    EXPECT_EQ(parameter_io().get_execution_time(), "-12");
+    for (const bool portrait : {true, false}) {
+        g_IsPortrait = portrait;
+        EXPECT_EQ(parameter_io().get_is_portrait(), portrait ? "1" : "0");
+    }
+    g_StatusCode = 0;
+    g_ExecutionTime = 0;
+}
+
+TEST_F(ParameterIo, ListsTheResolutionsOfTheCamera) {
+    recording_vdo::offer({{{1920, 1080}, {640, 360}}, {{640, 360}}});
+    EXPECT_EQ(parameter_io().CameraResolutionsAsCsv(), "640x360,1920x1080,");
+    recording_vdo::reset();
 }
 
 } // namespace

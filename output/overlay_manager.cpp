@@ -18,8 +18,7 @@ OverlayManager::OverlayManager() {
     settings.select_callback = selectStreamCallback;
     settings.backend = AXOVERLAY_CAIRO_IMAGE_BACKEND;
     GError* error = nullptr;
-    axoverlay_init(&settings, &error);
-    if (error != nullptr)
+    if (!axoverlay_init(&settings, &error) || error != nullptr)
         g_Logger.error("OverlayManager: Failed to initialize axoverlay: " + take_message(error));
 
     const gint width = axoverlay_get_max_resolution_width(1, &error);

@@ -80,6 +80,11 @@ TEST_F(overlay_manager_test, goes_on_when_the_service_cannot_be_initialised) {
     EXPECT_EQ(OverlayManager::m_OverlayID, 1);
 }
 
+TEST_F(overlay_manager_test, tells_a_failure_without_a_reason_too) {
+    service.fail("axoverlay_init", {.with_record = false});
+    EXPECT_THAT(log_of_construction(), ElementsAre("error|OverlayManager: Failed to initialize axoverlay: N/A"));
+}
+
 TEST_F(overlay_manager_test, says_nothing_when_the_largest_size_is_unknown) {
     service.fail("axoverlay_get_max_resolution_width");
     service.fail("axoverlay_get_max_resolution_height");

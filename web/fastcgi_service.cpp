@@ -2,6 +2,7 @@
 
 #include "app/Logger.h"
 #include "config/parameter_io.h"
+#include "config/shared_field.h"
 
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -9,11 +10,15 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <chrono>
+#include <condition_variable>
 #include <cstdlib>
 #include <cstring>
-#include <exception>
 #include <memory>
+#include <mutex>
 #include <string_view>
+#include <system_error>
+#include <thread>
 
 namespace {
 
@@ -22,6 +27,11 @@ constexpr int kBacklog = 5;
 constexpr size_t kMostFilling = 65536; // bytes; what the web server in front lets through at the most
 
 constexpr timeval kPatience = {5, 0}; // seconds, microseconds; a web server may stall that long on a busy camera
+
+// Seconds. A web server sends the head of a request at once, and after a minute nobody waits for an answer any more: a
+// save on slow storage is what takes longest.
+constexpr int kMostForHead = 10;
+constexpr int kMostForAnswer = 60;
 
 constexpr auto kPlainText = "Content-Type: text/plain\r\n";
 constexpr auto kXml = "Content-Type: text/xml\r\n";
@@ -39,6 +49,63 @@ void limit_waiting(int connection) {
     setsockopt(connection, SOL_SOCKET, SO_RCVTIMEO, &kPatience, sizeof kPatience);
     setsockopt(connection, SOL_SOCKET, SO_SNDTIMEO, &kPatience, sizeof kPatience);
 }
+
+/**
+ * Ends the connection of a client that holds the service too long, from a thread of its own: libfcgi reads the head of
+ * a request before it tells of the connection, and empties a connection before it closes it, both for as long as the
+ * client likes; and the patience above begins anew with every byte.
+ *
+ * libfcgi writes the connection's descriptor without a lock, and a word is read here. One that is closed in the very
+ * moment in which its time is up may be another's already; that is one broken connection, and no more.
+ */
+class client_watch {
+  public:
+    /** `connection`: the descriptor, -1 for none. */
+    explicit client_watch(const int& connection) : m_connection(connection) {
+        try {
+            m_thread = std::thread([this] { watch(); });
+        } catch (const std::system_error&) {
+            // Too many threads; without this one the service does what it can.
+        }
+    }
+    ~client_watch() {
+        {
+            const std::lock_guard lock(m_mutex);
+            m_ended = true;
+        }
+        m_end.notify_all();
+        if (m_thread.joinable())
+            m_thread.join();
+    }
+    client_watch(const client_watch&) = delete;
+    client_watch& operator=(const client_watch&) = delete;
+
+    /** From now on, a client may stay that long. */
+    void allow(int seconds) {
+        const std::lock_guard lock(m_mutex);
+        m_left = m_allowed = seconds;
+    }
+
+  private:
+    void watch() {
+        std::unique_lock lock(m_mutex);
+        while (!m_end.wait_for(lock, std::chrono::seconds(1), [this] { return m_ended; })) {
+            const int connection = read_shared(m_connection);
+            if (connection < 0)
+                m_left = m_allowed;
+            else if (--m_left < 0)
+                shutdown(connection, SHUT_RDWR);
+        }
+    }
+
+    const int& m_connection;
+    std::mutex m_mutex; // guards the next three
+    int m_allowed = kMostForHead;
+    int m_left = kMostForHead;
+    bool m_ended = false;
+    std::condition_variable m_end;
+    std::thread m_thread;
+};
 
 /**
  * Whether FCGX_OpenSocket comes back. libfcgi ends the whole process when it cannot listen, so a child goes first; what
@@ -79,9 +146,12 @@ int fastcgi_service::init() {
 }
 
 int fastcgi_service::run() {
+    client_watch watch(m_request.ipcFd);
     while (FCGX_Accept_r(&m_request) == 0) {
+        watch.allow(kMostForAnswer);
         limit_waiting(m_request.ipcFd);
         serve();
+        watch.allow(kMostForHead);
     }
     return 0;
 }

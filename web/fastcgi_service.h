@@ -9,8 +9,8 @@
  * The responder behind the application's web pages: accepts one request at a time on a Unix-domain socket, takes each
  * "action" out of its query and answers it.
  *
- * Web thread only. `init` once, then `run`, which returns when accepting fails: when the listening socket has been shut
- * down, or never was one.
+ * Web thread only; a client that holds it is given up after some seconds, and after a minute whatever it does. `init`
+ * once, then `run`, which returns when accepting fails: when the listening socket has been shut down, or never was one.
  *
  * What goes out is fixed to the byte and odd in places; the pages rely on it. An answer that says why a request cannot
  * be served is bare text without a header.

@@ -411,6 +411,13 @@ TEST_F(fastcgi_service_test, goes_on_when_a_client_goes_away_half_way) {
     EXPECT_EQ(g_ConfigParams.str_AnonOverlay, "none");
 }
 
+TEST_F(fastcgi_service_test, gives_up_a_client_that_keeps_its_connection_and_sends_half_its_parameters) {
+    fastcgi_client silent(service->socket());
+    silent.send_begin();
+    silent.send_record(fastcgi_client::params, fastcgi_client::encode({{"REQUEST_METHOD", "GET"}}).substr(0, 9));
+    expect_alive();
+}
+
 TEST_F(fastcgi_service_test, gives_up_a_client_that_keeps_its_connection_and_sends_no_body) {
     fastcgi_client silent(service->socket());
     silent.send_begin();

@@ -24,6 +24,9 @@
 #include <sstream>
 #include <thread>
 
+using testing::ElementsAre;
+using testing::IsEmpty;
+
 namespace {
 
 constexpr auto kEndpoint = "/local/korvex_orvel/korvex_orvel_fcgi.cgi";
@@ -204,26 +207,55 @@ TEST_F(lighttpd_test, passes_on_every_answer_to_a_get) {
 TEST_F(lighttpd_test, passes_on_the_log) {
     forget_log();
     g_Logger.error("it broke");
-    const http_answer answer = ask("GET", "?action=get_logfile_as_serialized_text");
-    EXPECT_THAT(answer.body, testing::MatchesRegex("[-0-9]+ [0-9:]+\\|korvex_orvel\\|error\\|it broke\n[-0-9]+ "
-                                                   "[0-9:]+\\|korvex_orvel\\|info\\|processGET: "
-                                                   "get_logfile_as_plain_text\n"));
+    const http_answer plain = ask("GET", "?action=get_logfile_as_plain_text");
+    EXPECT_EQ(plain, (http_answer{"HTTP/1.0 200 OK", {"text/plain"}, g_Logger.getPlainLogContents()}));
+    EXPECT_THAT(plain.body,
+                testing::MatchesRegex("[-0-9]+ [0-9:]+ korvex_orvel error it broke\n[-0-9]+ [0-9:]+ korvex_orvel info "
+                                      "processGET: get_logfile_as_plain_text\n"));
+    const http_answer serialised = ask("GET", "?action=get_logfile_as_serialized_text");
+    EXPECT_EQ(serialised, (http_answer{"HTTP/1.0 200 OK", {"text/plain"}, g_Logger.getSerializedLogContents()}));
+    EXPECT_THAT(log_lines(), ElementsAre("error|it broke", "info|processGET: get_logfile_as_plain_text",
+                                         "info|processGET: get_logfile_as_plain_text"));
+    ask("GET", "?action=clear_logfile");
+    EXPECT_THAT(log_lines(), IsEmpty());
 }
 
 TEST_F(lighttpd_test, passes_on_posts_and_their_refusals) {
-    EXPECT_EQ(post("?action=set_post_parameters", posted_document().text()), (http_answer{"HTTP/1.0 200 OK", {}, ""}));
+    const http_answer accepted = {"HTTP/1.0 200 OK", {}, ""};
+    const std::string document = posted_document().text();
+    EXPECT_EQ(post("?action=set_post_parameters", document), accepted);
     EXPECT_EQ(g_ConfigParams.str_AnonOverlay, "640x480");
-    EXPECT_EQ(post("?action=set_post_parameters", "nonsense").status, "HTTP/1.0 400 Bad Request");
-    EXPECT_EQ(post("?action=other", "x"), (http_answer{"HTTP/1.0 200 OK", {}, ""}));
+    for (const char* query : {"?action=other", "?action=", "?action", "?action=get_status_code"})
+        EXPECT_EQ(post(query, "x"), accepted) << query;
+    EXPECT_EQ(post("?action=set_post_parameters&action=set_post_parameters", document),
+              (http_answer{"HTTP/1.0 200 OK", {}, "Status: 400 Bad Request\r\n\r\n"}));
+    for (const char* body : {"nonsense", ""})
+        EXPECT_EQ(post("?action=set_post_parameters", body), (http_answer{"HTTP/1.0 400 Bad Request", {}, ""}));
 }
 
 TEST_F(lighttpd_test, makes_an_error_of_its_own_of_answers_without_a_header) {
-    EXPECT_EQ(ask("GET", "").status, "HTTP/1.0 500 Internal Server Error") << "Failed to parse query";
-    EXPECT_EQ(ask("GET", "?foo=1").status, "HTTP/1.0 500 Internal Server Error") << "no output";
-    EXPECT_EQ(ask("PUT", "?action=x", "Content-Length: 1\r\n", "x").status, "HTTP/1.0 500 Internal Server Error");
-    EXPECT_EQ(post("?action=set_post_parameters", "<app><Eula>1</Eula></app>").status,
-              "HTTP/1.0 500 Internal Server Error")
-        << "an exception while storing";
+    const struct {
+        const char* method;
+        const char* query;
+        const char* body;
+        const char* why;
+    } table[] = {
+        {"GET", "?action=%4", "", "Failed to parse URI"},
+        {"GET", "", "", "Failed to parse query"},
+        {"GET", "?foo=1", "", "no output"},
+        {"GET", "?", "", "no output"},
+        {"PUT", "?action=x", "x", "a method that is not supported"},
+        {"DELETE", "?action=x", "", "a method that is not supported"},
+        {"HEAD", "?action=get_status_code", "", "a method that is not supported"},
+        {"POST", "?action=set_post_parameters", "<app><Eula>1</Eula></app>", "an exception while storing"},
+        {"POST", "?foo=1", "x", "no output"},
+    };
+    for (const auto& [method, query, body, why] : table) {
+        const std::string length = std::to_string(std::string(body).size());
+        const std::string header = length == "0" ? "" : "Content-Length: " + length + "\r\n";
+        EXPECT_EQ(ask(method, query, header, body).status, "HTTP/1.0 500 Internal Server Error")
+            << method << " " << query << ": " << why;
+    }
 }
 
 TEST_F(lighttpd_test, goes_on_after_clients_that_go_away_half_way) {

@@ -1,5 +1,6 @@
 #include "app/Logger.h"
 #include "config/parameter_controller.h"
+#include "tests/config/all_parameters.h"
 #include "tests/doubles/core_fixture.h"
 #include "tests/doubles/fake_axparameter.h"
 
@@ -15,100 +16,6 @@ using testing::IsEmpty;
 namespace {
 
 constexpr auto kRotation = "root.Image.I0.Appearance.Rotation";
-
-using texts = std::vector<std::string>;
-
-/** Every parameter in the order of registration, spelled out. */
-const texts kAllParameters = {"HStream",
-                              "WStream",
-                              "MinNumberOfPeopleForTrigger",
-                              "Sensitivity",
-                              "MaxDisappeared",
-                              "MainLoopTime",
-                              "DetectionControlPoints",
-                              "Detection10x",
-                              "Detection10y",
-                              "Detection11x",
-                              "Detection11y",
-                              "Detection12x",
-                              "Detection12y",
-                              "Detection13x",
-                              "Detection13y",
-                              "Detection14x",
-                              "Detection14y",
-                              "Detection15x",
-                              "Detection15y",
-                              "Detection16x",
-                              "Detection16y",
-                              "Detection17x",
-                              "Detection17y",
-                              "Alert1Active",
-                              "Alert2Active",
-                              "Alert3Active",
-                              "Alert1ThreshSeconds",
-                              "Alert2ThreshSeconds",
-                              "Alert3ThreshSeconds",
-                              "Exclusion10x",
-                              "Exclusion10y",
-                              "Exclusion11x",
-                              "Exclusion11y",
-                              "Exclusion12x",
-                              "Exclusion12y",
-                              "Exclusion13x",
-                              "Exclusion13y",
-                              "Exclusion20x",
-                              "Exclusion20y",
-                              "Exclusion21x",
-                              "Exclusion21y",
-                              "Exclusion22x",
-                              "Exclusion22y",
-                              "Exclusion23x",
-                              "Exclusion23y",
-                              "Exclusion30x",
-                              "Exclusion30y",
-                              "Exclusion31x",
-                              "Exclusion31y",
-                              "Exclusion32x",
-                              "Exclusion32y",
-                              "Exclusion33x",
-                              "Exclusion33y",
-                              "Exclusion1Active",
-                              "Exclusion2Active",
-                              "Exclusion3Active",
-                              "DetectionOverlaysOn",
-                              "AnonOverlaysOn",
-                              "SelectedDetectionOverlay",
-                              "SelectedAnonOverlay",
-                              "DetectPersons",
-                              "DetectCars",
-                              "DetectMotorcycles",
-                              "DetectBicycles",
-                              "DetectAirplanes",
-                              "DetectBuses",
-                              "DetectTrains",
-                              "DetectTrucks",
-                              "DetectBoats",
-                              "EulaAccepted"};
-
-const texts kClasses = {"DetectPersons", "DetectCars",   "DetectMotorcycles", "DetectBicycles", "DetectAirplanes",
-                        "DetectBuses",   "DetectTrains", "DetectTrucks",      "DetectBoats"};
-
-texts part_of_all(const std::string& first, const std::string& last) {
-    const auto from = std::find(kAllParameters.begin(), kAllParameters.end(), first);
-    return {from, std::find(from, kAllParameters.end(), last) + 1};
-}
-
-texts operator+(texts a, const texts& b) {
-    a.insert(a.end(), b.begin(), b.end());
-    return a;
-}
-
-texts prefixed(const std::string& prefix, const texts& names) {
-    texts lines;
-    for (const std::string& name : names)
-        lines.push_back(prefix + name);
-    return lines;
-}
 
 class ParameterControllerTest : public core_fixture {
   protected:

@@ -79,20 +79,14 @@ void Broadcasts::stop() {
 }
 
 void Broadcasts::run(Broadcast& broadcast) {
+    std::string why;
     try {
         broadcast.video->start();
         show(broadcast);
     } catch (const std::exception& failure) {
-        tell_viewers(broadcast, [&](Viewer& viewer) {
-            viewer.fail(failure.what());
-            viewer.end();
-        });
+        why = failure.what();
     }
-    {
-        const std::lock_guard lock(m_lock);
-        m_open.erase(broadcast.geometry);
-        broadcast.viewers.clear();
-    }
+    close(broadcast, why);
     broadcast.video.reset();
     const std::lock_guard lock(m_lock);
     broadcast.finished = true;
@@ -127,6 +121,19 @@ bool Broadcasts::tell_viewers(Broadcast& broadcast, const std::function<void(Vie
         return false;
     }
     return true;
+}
+
+void Broadcasts::close(Broadcast& broadcast, const std::string& why) {
+    const std::lock_guard lock(m_lock);
+    for (const auto& viewer : broadcast.viewers) {
+        if (!why.empty()) {
+            viewer->fail(why);
+        }
+        viewer->end();
+    }
+    broadcast.viewers.clear();
+    // Not by its geometry: the next broadcast of the same one may be there already.
+    std::erase_if(m_open, [&](const auto& entry) { return entry.second == &broadcast; });
 }
 
 void Broadcasts::reap() {

@@ -9,6 +9,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -44,6 +45,8 @@ class Broadcasts {
     void run(Broadcast& broadcast);
     void show(Broadcast& broadcast);
     bool tell_viewers(Broadcast& broadcast, const std::function<void(Viewer&)>& tell);
+    /** Ends whoever still watches, with a reason unless it is empty; nobody can join any more. */
+    void close(Broadcast& broadcast, const std::string& why);
     void reap();
 
     const int m_quality;

@@ -3,7 +3,9 @@
 #include "tests/platform/axoverlay/http_client.h"
 #include "tests/platform/axoverlay/test_video.h"
 
+#include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <turbojpeg.h>
 
 #include <algorithm>
 #include <atomic>
@@ -16,6 +18,11 @@ using http_client::Motion;
 using test_video::becomes_true;
 
 class BroadcastTest : public test_video::OverlayApplication {};
+
+/** A stream's thread destroys its encoder when it has found itself without viewers; it is held there while this is set.
+ */
+std::atomic<bool> hold_ending_stream = false;
+std::atomic<bool> stream_is_held = false;
 
 constexpr int kMark = 16;
 
@@ -132,6 +139,30 @@ TEST_F(BroadcastTest, cleanup_ends_connected_stalled_and_waiting_viewers_at_once
     }
 }
 
+TEST_F(BroadcastTest, a_stream_that_is_ending_leaves_the_next_one_of_its_size_to_its_viewers) {
+    using host_overlay::Viewer;
+    // Without a connection: such a viewer is never asked to send.
+    const auto new_viewer = [] { return std::make_shared<Viewer>(nullptr, Viewer::Wish::all_pictures); };
+    const host_overlay::Geometry size{320, 240, 0, false};
+    fake_vdo::behave({.period = std::chrono::milliseconds(1)});
+    host_overlay::Broadcasts broadcasts(80);
+    hold_ending_stream = true;
+    const auto leaving = new_viewer();
+    broadcasts.join(size, leaving);
+    leaving->leave();
+    ASSERT_TRUE(becomes_true([] { return stream_is_held.load(); }));
+    const auto first = new_viewer();
+    broadcasts.join(size, first);
+    hold_ending_stream = false;
+    ASSERT_TRUE(becomes_true([] { return fake_vdo::streams_started() == 2 && fake_vdo::open_streams() == 1; }));
+    const auto second = new_viewer();
+    broadcasts.join(size, second);
+    const unsigned handed_out = fake_vdo::pictures_handed_out();
+    ASSERT_TRUE(becomes_true([&] { return fake_vdo::pictures_handed_out() >= handed_out + 20; }));
+    EXPECT_EQ(fake_vdo::streams_started(), 2);
+    broadcasts.stop();
+}
+
 TEST_F(BroadcastTest, viewers_that_come_and_go_while_it_draws_and_ends_leave_nothing_behind) {
     for (int round = 0; round < 5; ++round) {
         fake_vdo::behave({.period = std::chrono::milliseconds(2)});
@@ -158,3 +189,12 @@ TEST_F(BroadcastTest, viewers_that_come_and_go_while_it_draws_and_ends_leave_not
 }
 
 } // namespace
+
+/** Stands before the library's own. */
+extern "C" int tjDestroy(tjhandle handle) {
+    while (hold_ending_stream) {
+        stream_is_held = true;
+        std::this_thread::yield();
+    }
+    return reinterpret_cast<int (*)(tjhandle)>(dlsym(RTLD_NEXT, "tjDestroy"))(handle);
+}

@@ -11,3 +11,12 @@ fail() {
     echo "${0##*/}: $*" >&2
     exit 1
 }
+
+# can_write FILE: it can be written, or made. It is not made here: something else may still be wrong.
+can_write() {
+    if [ -e "$1" ]; then
+        [ ! -d "$1" ] && [ -w "$1" ]
+    else
+        [ -d "$(dirname "$1")" ] && [ -w "$(dirname "$1")" ]
+    fi
+}

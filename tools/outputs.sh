@@ -36,7 +36,7 @@ check_record_options() {
     [[ $record == *.mp4 ]] || fail "--record writes an MP4 file; \"$record\" must end in .mp4."
     folder=$(dirname "$record")
     [ -d "$folder" ] || fail "there is no folder \"$folder\" for the recording."
-    : >>"$record" || fail "\"$record\" cannot be written."
+    can_write "$record" || fail "\"$record\" cannot be written."
     record=$(realpath "$record")
 }
 

@@ -43,25 +43,32 @@ private_view() {
     view_args+=("${covers[@]}" "${binds[@]}")
 }
 
-# real_paths TARGET=SOURCE...: the same on the real root, as links; what was made is in `made_paths` for remove_real_paths.
-made_paths=()
+# real_paths TARGET=SOURCE...: the same on the real root, as links; what was made is kept for remove_real_paths: the links,
+# and the folders, each before its parent.
+made_paths=() made_folders=()
 real_paths() {
-    local pair target
+    local pair target folder
     for pair in "$@"; do
         target=${pair%%=*}
         [ ! -e "$target" ] || fail "$target exists already and no private view can be made here; move it away first."
-        mkdir -p "$(dirname "$target")"
-        ln -sfn "${pair#*=}" "$target"
+        folder=$(dirname "$target")
+        while [ ! -d "$folder" ]; do
+            made_folders+=("$folder")
+            folder=$(dirname "$folder")
+        done
         made_paths+=("$target")
+        mkdir -p "$(dirname "$target")" && ln -sfn "${pair#*=}" "$target" || fail "$target cannot be made."
     done
 }
 
+# Folders that were there before stay, empty ones too.
 remove_real_paths() {
-    local target
-    for target in "${made_paths[@]}"; do
-        rm -f "$target"
-        # Parents that others use are not empty, or not ours; the first such one ends this.
-        rmdir -p --ignore-fail-on-non-empty "$(dirname "$target")" 2>/dev/null
+    local made
+    for made in "${made_paths[@]}"; do
+        rm -f "$made"
     done
-    made_paths=()
+    for made in "${made_folders[@]}"; do
+        rmdir --ignore-fail-on-non-empty "$made" 2>/dev/null || true
+    done
+    made_paths=() made_folders=()
 }

@@ -57,6 +57,12 @@ std::string wanted_instead(Kind kind, const std::string& text) {
     return "";
 }
 
+/** The same for a parameter. The camera turns its picture by right angles only; any other number would count as 0. */
+std::string wanted_instead(const DeclaredParameter& declared, const std::string& text) {
+    const bool turns = text == "0" || text == "90" || text == "180" || text == "270";
+    return declared.name == rotation && !turns ? "0, 90, 180 or 270" : wanted_instead(declared.kind, text);
+}
+
 const DeclaredParameter* find(const Manifest& manifest, const std::string& name) {
     for (const DeclaredParameter& parameter : manifest.parameters) {
         if (parameter.name == name) {
@@ -115,7 +121,7 @@ int main(int argc, char** argv) {
         if (declared == nullptr) {
             return refuse("There is no parameter \"" + wish.name + "\". There are:" + list_of(manifest));
         }
-        const std::string wanted = wish.value ? wanted_instead(declared->kind, *wish.value) : "";
+        const std::string wanted = wish.value ? wanted_instead(*declared, *wish.value) : "";
         if (!wanted.empty()) {
             return refuse("\"" + *wish.value + "\" does not suit the parameter " + wish.name + ": it takes " + wanted +
                           ".");

@@ -1,6 +1,7 @@
 // korvex_replay [--seconds N] [--record FILE [--stream WxH]]: the application's passes over KORVEX_VDO_SOURCE in the
 // video's own time, as fast as the machine allows; one JSON line a pass on stdout (pass_json.h), progress on stderr. It
-// ends with the video, or after N seconds of it. With --record each pass adds a picture to the annotated video.
+// ends with the video, after N seconds of it, or after the pass that runs when it gets SIGTERM or SIGINT; what was
+// printed and recorded until then is whole. With --record each pass adds a picture to the annotated video.
 //
 // Nothing in the output depends on the machine's speed or its clock: pass k sees the frame at k periods, dwell times
 // are counted in the video's time, and no pass counts as slow.
@@ -26,6 +27,8 @@
 namespace {
 
 double video_seconds = 0.0; // of the running pass
+
+volatile std::sig_atomic_t asked_to_end = 0; // the signal's number
 
 int give_up(const std::string& sentence) {
     std::fprintf(stderr, "replay: %s\n", sentence.c_str());
@@ -111,7 +114,7 @@ int run(const console::Options& options) {
                                                        g_ParameterController.get_rotation(), false, true});
     }
     int passes = 0;
-    for (;; ++passes) {
+    for (; asked_to_end == 0; ++passes) {
         video_seconds = (passes + 1.0) * period_ms / 1000.0;
         if (video_seconds > options.seconds || !host_video::replay_advance(video_seconds)) {
             break;
@@ -130,7 +133,15 @@ int run(const console::Options& options) {
     if (std::fflush(stdout) != 0) {
         return give_up("the output cannot be written.");
     }
-    std::fprintf(stderr, "%s%d passes.\n", isatty(STDERR_FILENO) == 1 ? "\r\x1b[K" : "", passes);
+    if (passes == 0 && asked_to_end == 0) {
+        return give_up("there is no pass: the first one is at " + std::to_string(period_ms) +
+                       " ms, after the end of the video or of --seconds.");
+    }
+    std::fprintf(stderr, "%s%d passes%s.\n", isatty(STDERR_FILENO) == 1 ? "\r\x1b[K" : "", passes,
+                 asked_to_end != 0 ? ", then it was asked to end" : "");
+    if (asked_to_end != 0) {
+        return 128 + asked_to_end;
+    }
     if (g_StatusCode == 400) {
         show_log();
         return give_up("the passes failed; the log above says why.");
@@ -143,6 +154,9 @@ int run(const console::Options& options) {
 int main(int argc, char** argv) {
     setenv("KORVEX_VDO_REPLAY", "1", 1);
     std::signal(SIGPIPE, SIG_IGN);
+    for (const int signal : {SIGTERM, SIGINT}) {
+        std::signal(signal, [](int number) { asked_to_end = number; });
+    }
     try {
         return run(console::parse_options(argc, argv, true));
     } catch (const std::exception& problem) {

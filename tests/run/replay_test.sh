@@ -33,7 +33,31 @@ check "without --json the lines go to stdout" bash -c "'$run' --state '$state' -
 check "nothing is kept of it" test -z "$(ls -A "$state")"
 
 echo "no video" >"$work/none.mp4"
-check "a file that is no video is told" refused 'the video cannot be opened' --state "$state" --replay "$work/none.mp4"
+check "a file that is no video is told" refused 'none.mp4 cannot be opened \(.+\)\.$' --state "$state" --replay "$work/none.mp4"
+ffmpeg -v error -f lavfi -i testsrc=size=320x240:rate=10:duration=5 -movflags faststart "$work/whole.mp4"
+head -c 3000 "$work/whole.mp4" >"$work/cut.mp4"
+check "so is one that was cut short before its first picture" \
+    refused 'cut.mp4 holds no picture that can be decoded\.$' --state "$state" --replay "$work/cut.mp4" --json "$work/no.jsonl"
+check "and the lines' file is not begun" test ! -e "$work/no.jsonl"
+ffmpeg -v error -f lavfi -i testsrc=size=320x240:rate=10:duration=0.1 "$work/blink.mp4"
+check "so is one that ends before the first pass" refused 'there is no pass: the first one is at 200 ms' \
+    --state "$state" --replay "$work/blink.mp4"
+check "so is a file of lines that cannot be made, in one sentence" test "$("$run" --replay scene --json /no/such/x 2>&1)" = \
+    'run: "/no/such/x" cannot be written.'
+
+"$run" --state "$state" --replay scene --json "$work/long.jsonl" --record "$work/long.mp4" 2>"$work/said" &
+replaying=$!
+# The file has its beginning once the passes run.
+within 60 test -s "$work/long.mp4"
+sleep 2
+kill -TERM "$replaying"
+wait "$replaying" || true
+check "asked to end it says so" has 'passes, then it was asked to end\.$' "$work/said"
+check "the lines so far are whole" /usr/bin/python3 -c \
+    'import json, sys; assert [json.loads(line) for line in open(sys.argv[1])]' "$work/long.jsonl"
+check "and the recording can be played" has '^h264$' <(ffprobe -v error -of csv=p=0 -show_entries stream=codec_name "$work/long.mp4")
+check "nothing is kept of all these" test -z "$(ls -A "$state")"
+
 check "a period of 0 is told" refused 'MainLoopTime is 0' --state "$state" --replay scene --set MainLoopTime=0
 check "a stream that the camera has not is told" refused 'the camera offers' --state "$state" --replay scene \
     --record "$work/x.mp4" --stream 100x100

@@ -20,7 +20,7 @@ check "only what is missing is asked for" test "$(missing_packages fake)" = korv
 check "a reason is given for it" test "$(why korvex-no-such-package fake)" = "never installed"
 root=$real_root
 
-for list in build test bench; do
+for list in build test bench fuzz; do
     check "every package of $list has its reason" \
         test -z "$(grep -v '^#' "$root/tools/packages-$list.txt" | grep -v -E '^[a-z0-9.+-]+( +[a-z_-]+)? +# .+')"
 done
@@ -42,6 +42,10 @@ real_paths "$work/base/real/deep/place=$work/shown"
 check "without a view the place is real" test -f "$work/base/real/deep/place/file"
 remove_real_paths
 check "until the end" test ! -e "$work/base/real"
+mkdir "$work/empty"
+real_paths "$work/empty/deep/place=$work/shown"
+remove_real_paths
+check "a folder that was there stays, though it is empty" test -z "$(ls -A "$work/empty")" -a -d "$work/empty"
 check "what is there already is left alone" bash -c "source '$root/tools/common.sh'; source '$root/tools/view.sh'; \
     ! (real_paths '$work/base/present=$work/shown') 2>/dev/null && test -d '$work/base/present/inner'"
 finish

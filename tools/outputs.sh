@@ -51,3 +51,17 @@ export_outputs() {
     [ -z "$mqtt_ca" ] || export KORVEX_MQTT_CA_FILE=$mqtt_ca
     [ -z "$mqtt_prefix" ] || export KORVEX_MQTT_PREFIX=$mqtt_prefix
 }
+
+# The recording's file is there before the program starts: what the program made in a folder that its view covers would be
+# lost with the view.
+record_made=
+begin_recording() {
+    [ -n "$record" ] && [ ! -e "$record" ] || return 0
+    { : >"$record"; } 2>/dev/null || fail "\"$record\" cannot be written."
+    record_made=1
+}
+
+# A recording that never began leaves no file.
+end_recording() {
+    [ -z "$record_made" ] || [ -s "$record" ] || rm -f "$record"
+}

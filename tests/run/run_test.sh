@@ -89,5 +89,6 @@ check "so is a stream that nobody records" refused '--stream says what --record 
 check "so is a stream that is no size" refused '--stream is a size' --record "$work/x.mp4" --stream large
 check "so is a size that the camera does not offer" refused 'the camera offers 1920x1080' --state "$state" \
     --accept-eula --record "$work/x.mp4" --stream 123x456
+check "and leaves no recording" test ! -e "$work/x.mp4"
 check "the fixed paths are as they were" test "$(list_places)" = "$before"
 finish

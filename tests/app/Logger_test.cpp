@@ -48,8 +48,9 @@ TEST_F(LoggerTest, anEntryIsFourTextsJoinedByBarsOrBlanks) {
     EXPECT_EQ(entry.serialize(), "2024-05-06 07:08:09|app|error|it broke");
     EXPECT_EQ(entry.serializeAsPlainText(), "2024-05-06 07:08:09 app error it broke");
     EXPECT_EQ(LogEntry().serialize(), "|||");
-    const LogEntry copy = entry;
-    EXPECT_EQ(copy.serialize(), entry.serialize());
+    LogEntry copy = entry;
+    copy._message += '!';
+    EXPECT_EQ(copy.serialize(), entry.serialize() + "!");
 }
 
 TEST_F(LoggerTest, aMessageIsWrittenUnescaped) {
@@ -218,6 +219,12 @@ TEST_F(LoggerTest, makesItsFolder) {
     Logger log("a", "./localdata/here.txt");
     log.flush();
     EXPECT_THAT(written(log), ElementsAre("warning|STARTING a"));
+}
+
+TEST_F(LoggerTest, makesNoFolderForAnAbsolutePath) {
+    Logger log("a", folder / "localdata" / "here.txt");
+    log.flush();
+    EXPECT_FALSE(std::filesystem::exists(folder / "localdata"));
 }
 
 TEST_F(LoggerTest, timesAreLocalAndFixedInForm) {

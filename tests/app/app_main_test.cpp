@@ -1,28 +1,38 @@
 #include "app/app_main.h"
 #include "output/overlay_info.h"
 #include "tests/app/core_in_child.h"
+#include "tests/doubles/recording_axoverlay.h"
 #include "tests/doubles/recording_larod.h"
 #include "tests/doubles/recording_vdo.h"
 
 #include <gmock/gmock.h>
+#include <sys/socket.h>
 #include <sys/sysinfo.h>
+#include <sys/un.h>
 #include <syslog.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
+#include <cstring>
 
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::MatchesRegex;
 using testing::Pair;
 
+namespace {
+
+constexpr auto kSocket = "web.socket";
+
+} // namespace
+
 extern "C" {
 int __real_FCGX_OpenSocket(const char*, int);
 
 /** The web service's fixed path is the camera's; here its socket stands in the test's folder. */
 int __wrap_FCGX_OpenSocket(const char*, int backlog) {
-    return __real_FCGX_OpenSocket("web.socket", backlog);
+    return __real_FCGX_OpenSocket(kSocket, backlog);
 }
 }
 
@@ -37,6 +47,16 @@ class AppMainTest : public core_in_child {
             if (++count == passes)
                 kill(getpid(), SIGTERM);
         });
+    }
+
+    static bool listens(const char* path) {
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        std::strncpy(address.sun_path, path, sizeof address.sun_path - 1);
+        const int client = socket(AF_UNIX, SOCK_STREAM, 0);
+        const bool connected = connect(client, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+        close(client);
+        return connected;
     }
 
     texts lines_of_the_file() const {
@@ -157,11 +177,21 @@ TEST_F(AppMainTest, only90And270ArePortraitWithItsModel) {
 
 TEST_F(AppMainTest, runsUntilSigtermAndWritesItsLastLines) {
     EXPECT_EQ(status_of_child([] {
+                  fake_axparameter::put("MaxDisappeared", "17");
                   wait_for_sigterm_after_passes(3);
+                  int32_t status_in_start_up = 0;
+                  recording_axoverlay::on_redraw([&status_in_start_up] {
+                      if (gp_Loop == nullptr)
+                          status_in_start_up = g_StatusCode;
+                  });
                   const int result = korvex_orvel_main();
+                  recording_axoverlay::on_redraw({});
+                  EXPECT_EQ(status_in_start_up, 100);
                   EXPECT_EQ(recording_larod::recorder().calls("larodRunInference").size(), 3U)
                       << "no pass after the signal";
                   EXPECT_EQ(g_ThreadID, 0U);
+                  EXPECT_EQ(g_Tracker.m_MaxDisappeared, 17);
+                  EXPECT_FALSE(listens(kSocket)) << "the web service has ended";
                   return result;
               }),
               0);
@@ -308,7 +338,7 @@ TEST_F(AppMainTest, withAPeriodOfZeroEveryPassIsSlowAndSigtermStillEnds) {
 TEST_F(AppMainTest, theSystemsLogGetsTheBannerAndTheWebThreadsTrace) {
     EXPECT_EQ(status_of_child([] {
                   recording_larod::on_inference([] {
-                      if (!recording_syslog::recorder().calls(call_line("syslog", LOG_ERR)).empty())
+                      if (!recording_syslog::recorder().calls(call_line("syslog", LOG_ERR)).empty() && listens(kSocket))
                           kill(getpid(), SIGTERM);
                   });
                   const int result = korvex_orvel_main();

@@ -443,7 +443,7 @@ TEST_F(ParameterControllerTest, savesInItsOrderAndNeverTheMainLoopTime) {
                                        texts{"DetectionControlPoints"} + part_of_all("Detection10x", "Detection17y"))
         expected.push_back(name + (flags.contains(name) ? " false" : " 0"));
     for (std::string& line : expected)
-        line = "ax_parameter_set " + line + " 1";
+        line.insert(0, "ax_parameter_set ").append(" 1");
     EXPECT_EQ(journal(), expected);
 }
 

@@ -157,8 +157,9 @@ TEST_F(parameter_document_test, maps_each_child_of_the_root_to_its_text) {
         {"<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?><app><a>\xe4</a></app>", {{"a", "\xc3\xa4"}}},
         {"<app/>", {}},
     };
-    for (const auto& [document, expected] : table)
-        EXPECT_THAT(log_of([&] { EXPECT_EQ(parameter_io::parseXMLData(document), expected) << document; }), IsEmpty());
+    for (const auto& row : table)
+        EXPECT_THAT(log_of([&row] { EXPECT_EQ(parameter_io::parseXMLData(row.document), row.expected); }), IsEmpty())
+            << row.document;
 }
 
 TEST_F(parameter_document_test, throws_at_a_child_without_text) {

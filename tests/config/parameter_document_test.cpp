@@ -19,20 +19,20 @@ using texts = std::vector<std::string>;
 
 TEST_F(parameter_document_test, gives_and_takes_patience_in_seconds) {
     const struct {
-        int period;
         const char* posted;
-        int passes;
         const char* given;
-    } table[] = {{100, "3", 30, "3"},
-                 {100, "-3", -30, "-3"},
-                 {300, "2", 6, "2"},
-                 {1000, "7", 7, "7"},
-                 {1001, "7", 0, "0"},
-                 {0, "7", 0, "0"},
-                 {-100, "3", -30, "3"},
-                 {1, "2147483647", -1000, "-1"},
-                 {-1000, "-2147483648", INT_MIN, "-2147483648"}};
-    for (const auto& [period, posted, passes, text] : table) {
+        int period;
+        int passes;
+    } table[] = {{"3", "3", 100, 30},
+                 {"-3", "-3", 100, -30},
+                 {"2", "2", 300, 6},
+                 {"7", "7", 1000, 7},
+                 {"7", "0", 1001, 0},
+                 {"7", "0", 0, 0},
+                 {"3", "3", -100, -30},
+                 {"2147483647", "-1", 1, -1000},
+                 {"-2147483648", "-2147483648", -1000, INT_MIN}};
+    for (const auto& [posted, text, period, passes] : table) {
         reset_settings();
         g_ConfigParams.i_MainLoopTime = period;
         EXPECT_EQ(post(posted_document().set("MaxDisappear", posted)), 0);
@@ -166,30 +166,30 @@ struct step {
 
 /** All steps in their order. Texts and switches between two numbers are steps, too. */
 std::vector<step> steps() {
-    const auto& c = g_ConfigParams;
+    static const ConfigParams& c = g_ConfigParams;
     const std::pair<int, int> first_pixel = {5 * 1920 / 100, 6 * 1080 / 100};
     std::vector<step> all = {
-        {"MinNumberOfPeopleForTrigger", [&c] { return c.i_MinNumberOfPeopleForTrigger == 3; }},
-        {"Sensitivity", [&c] { return c.f_Sensitivity == 0.45F; }},
-        {nullptr, [&c] { return c.b_DetectionOverlaysOn; }},
-        {"MaxDisappear", [&c] { return c.i_MaxDisappeared == 4 || c.i_MaxDisappeared == 40; }},
-        {nullptr, [&c] { return c.str_DetectionOverlay == "1280x720"; }},
-        {nullptr, [&c] { return c.b_AnonOverlaysOn; }},
-        {nullptr, [&c] { return c.str_AnonOverlay == "640x480"; }},
-        {nullptr, [&c] { return c.b_EulaAccepted; }},
-        {nullptr, [&c] { return c.b_DetectPersons; }},
-        {nullptr, [&c] { return c.b_DetectBoats; }},
-        {nullptr, [&c] { return c.b_Alert1; }},
-        {nullptr, [&c] { return c.b_Alert3; }},
-        {"Alert1ThreshSeconds", [&c] { return c.i_Alert1ThreshSeconds == 11; }},
-        {"Alert2ThreshSeconds", [&c] { return c.i_Alert2ThreshSeconds == 22; }},
-        {"Alert3ThreshSeconds", [&c] { return c.i_Alert3ThreshSeconds == 33; }},
+        {"MinNumberOfPeopleForTrigger", [] { return c.i_MinNumberOfPeopleForTrigger == 3; }},
+        {"Sensitivity", [] { return c.f_Sensitivity == 0.45F; }},
+        {nullptr, [] { return c.b_DetectionOverlaysOn; }},
+        {"MaxDisappear", [] { return c.i_MaxDisappeared == 4 || c.i_MaxDisappeared == 40; }},
+        {nullptr, [] { return c.str_DetectionOverlay == "1280x720"; }},
+        {nullptr, [] { return c.b_AnonOverlaysOn; }},
+        {nullptr, [] { return c.str_AnonOverlay == "640x480"; }},
+        {nullptr, [] { return c.b_EulaAccepted; }},
+        {nullptr, [] { return c.b_DetectPersons; }},
+        {nullptr, [] { return c.b_DetectBoats; }},
+        {nullptr, [] { return c.b_Alert1; }},
+        {nullptr, [] { return c.b_Alert3; }},
+        {"Alert1ThreshSeconds", [] { return c.i_Alert1ThreshSeconds == 11; }},
+        {"Alert2ThreshSeconds", [] { return c.i_Alert2ThreshSeconds == 22; }},
+        {"Alert3ThreshSeconds", [] { return c.i_Alert3ThreshSeconds == 33; }},
         {nullptr, [] { return g_OverlayInfo.overlayStreamWidth == 1280; }},
         {nullptr, [] { return g_OverlayInfo.anonymizedStreamWidth == 640; }},
-        {nullptr, [&c] { return c.i_MaxDisappeared == 40; }},
+        {nullptr, [] { return c.i_MaxDisappeared == 40; }},
         {nullptr, [] { return g_LocationController.m_Threshold == 0.45F; }},
         {nullptr, [] { return g_Tracker.m_MaxDisappeared == 40; }},
-        {"DetectionControlPoints", [&c] { return c.i_DetectionControlPoints == 8; }},
+        {"DetectionControlPoints", [] { return c.i_DetectionControlPoints == 8; }},
     };
     static const std::vector<std::string> names = [] {
         std::vector<std::string> made;
@@ -200,7 +200,7 @@ std::vector<step> steps() {
         return made;
     }();
     for (size_t i = 0; i < 16; ++i)
-        all.push_back({names[i].c_str(), [&c, i] { return c.i_Detection1[i] != 0; }});
+        all.push_back({names[i].c_str(), [i] { return c.i_Detection1[i] != 0; }});
     all.push_back({nullptr, [=] {
                        const t_Polygon area = g_AreaofInterest.get_detection(1);
                        return area.size() == 8 && area[0] == first_pixel;
@@ -208,11 +208,11 @@ std::vector<step> steps() {
     for (size_t i = 0; i < 24; ++i) {
         const auto zone =
             i < 8 ? &ConfigParams::i_Exclusion1 : (i < 16 ? &ConfigParams::i_Exclusion2 : &ConfigParams::i_Exclusion3);
-        all.push_back({names[16 + i].c_str(), [&c, zone, i] { return (c.*zone)[i % 8] != 0; }});
+        all.push_back({names[16 + i].c_str(), [zone, i] { return (c.*zone)[i % 8] != 0; }});
         if (i == 7)
-            all.push_back({nullptr, [&c] { return c.b_Exclusion1Active; }});
+            all.push_back({nullptr, [] { return c.b_Exclusion1Active; }});
         if (i == 23)
-            all.push_back({nullptr, [&c] { return c.b_Exclusion3Active; }});
+            all.push_back({nullptr, [] { return c.b_Exclusion3Active; }});
     }
     all.push_back({nullptr, [] { return g_AreaofInterest.get_exclusion(1).size() == 4; }});
     all.push_back({nullptr, [] { return g_AreaofInterest.get_exclusion_active(3); }});
@@ -356,7 +356,7 @@ TEST_F(parameter_document_test, saves_seventy_values_in_their_order) {
         expected.emplace_back(line);
     add("Detection1", g_ConfigParams.i_Detection1, 16);
     for (std::string& line : expected)
-        line = "ax_parameter_set " + line + " 1";
+        line.insert(0, "ax_parameter_set ").append(" 1");
     EXPECT_EQ(saved(), expected);
     EXPECT_EQ(expected.size(), 70U);
 }

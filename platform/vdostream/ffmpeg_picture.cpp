@@ -9,6 +9,12 @@ int round_up_to_even(int size) {
     return size + size % 2;
 }
 
+/** Bytes of a converted row. FFmpeg's vector code writes whole blocks, in a narrow picture beyond the row's end. */
+int row_size(int width) {
+    constexpr int block = 32;
+    return (width + block - 1) / block * block;
+}
+
 bool is_limited_range(const AVFrame& frame) {
     return frame.color_range != AVCOL_RANGE_JPEG;
 }
@@ -25,7 +31,7 @@ AVRational pixel_shape(const AVFrame& frame) {
 } // namespace
 
 bool nv12_converter::convert(const AVFrame& frame, std::vector<std::uint8_t>& pixels) {
-    const int stride = round_up_to_even(frame.width);
+    const int stride = row_size(frame.width);
     const auto luma_size = static_cast<std::size_t>(stride) * static_cast<std::size_t>(round_up_to_even(frame.height));
     pixels.resize(luma_size * 3 / 2);
     std::uint8_t* chroma = pixels.data() + luma_size;
@@ -67,7 +73,7 @@ bool ffmpeg_picture::native(nv12_view& view) {
         m_Pixels.clear();
         return false;
     }
-    const int stride = round_up_to_even(m_Frame->width);
+    const int stride = row_size(m_Frame->width);
     view.luma = m_Pixels.data();
     view.luma_stride = stride;
     view.chroma = m_Pixels.data() + std::ptrdiff_t{stride} * round_up_to_even(m_Frame->height);

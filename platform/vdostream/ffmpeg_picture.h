@@ -13,7 +13,8 @@ namespace vdostream {
 /** The pixel format conversion of one source, kept from picture to picture. Locked. */
 class nv12_converter {
   public:
-    /** `frame` of any pixel format as tightly packed NV12 with even rows; false when FFmpeg cannot. */
+    /** `frame` of any pixel format as NV12: rows of the width rounded up to 32 bytes, as many as the height rounded up
+        to an even number, then half as many of chroma. False when FFmpeg cannot. */
     bool convert(const AVFrame& frame, std::vector<std::uint8_t>& pixels);
 
   private:

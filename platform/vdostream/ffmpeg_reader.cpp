@@ -5,6 +5,7 @@ extern "C" {
 }
 
 #include <cmath>
+#include <cstdint>
 #include <thread>
 #include <utility>
 
@@ -12,9 +13,13 @@ namespace vdostream {
 namespace {
 
 constexpr std::chrono::seconds answer_limit{5};
+/** FFmpeg looks at a camera's first pictures for so long; well below the limit, which would cut the camera off. */
+constexpr std::int64_t longest_look_us = 2'000'000;
 /** A step of the stream's own clock beyond this is a defect of the stream, not a pause. */
 constexpr double longest_pause_seconds = 10.0;
 constexpr double assumed_fps = 25.0;
+/** Four times what a stream can show. A few bytes of a broken file may ask for gigabytes. */
+constexpr std::int64_t most_pixels = std::int64_t{8192} * 8192;
 
 std::string error_text(int code) {
     char text[AV_ERROR_MAX_STRING_SIZE] = {};
@@ -68,6 +73,9 @@ bool ffmpeg_reader::open_input(std::string& why) {
         av_dict_set(&options, "protocol_whitelist", "file", 0);
     } else if (m_Access == access::rtsp) {
         av_dict_set(&options, "rtsp_transport", "tcp", 0);
+        // An audio track that is silent would be waited for.
+        av_dict_set(&options, "allowed_media_types", "video", 0);
+        format->max_analyze_duration = longest_look_us;
     } else {
         demuxer = av_find_input_format("video4linux2");
         format->flags |= AVFMT_FLAG_NONBLOCK;
@@ -80,6 +88,7 @@ bool ffmpeg_reader::open_input(std::string& why) {
         return false;
     }
     m_Format.reset(format);
+    m_Deadline = std::chrono::steady_clock::now() + answer_limit;
     code = avformat_find_stream_info(format, nullptr);
     m_StreamIndex = code < 0 ? code : av_find_best_stream(format, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
     if (m_StreamIndex < 0) {
@@ -105,6 +114,7 @@ bool ffmpeg_reader::open_decoder(std::string& why) {
     int code = avcodec_parameters_to_context(m_Codec.get(), stream->codecpar);
     if (code >= 0) {
         m_Codec->thread_count = 1;
+        m_Codec->max_pixels = most_pixels;
         m_Codec->pkt_timebase = stream->time_base;
         code = avcodec_open2(m_Codec.get(), decoder, nullptr);
     }

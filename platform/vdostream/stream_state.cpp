@@ -87,6 +87,11 @@ VdoBuffer* stream_state::get_explicit(GError** error) {
         return nullptr;
     }
     std::memcpy(taken->state->bytes.get(), bytes.get(), frame_size(m_Settings.shape));
+    const std::lock_guard<std::mutex> guard(m_Book->lock);
+    if (!m_Book->outstanding.contains(taken)) {
+        set_error(error, failure::bad_argument, "The buffer was given back while it was being filled");
+        return nullptr;
+    }
     return taken;
 }
 

@@ -1,11 +1,16 @@
 #include "platform/vdostream/ffmpeg_reader.h"
+#include "tests/platform/vdostream/rtsp_camera.h"
 #include "tests/platform/vdostream/test_video.h"
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <array>
+#include <cstdint>
+#include <filesystem>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -80,6 +85,29 @@ TEST(FfmpegReaderTest, TakesOddSizesAndFullRangePictures) {
     }
 }
 
+TEST(FfmpegReaderTest, WritesNothingBehindTheBytesOfANarrowPicture) {
+    constexpr std::size_t room = 4096;
+    constexpr std::uint8_t untouched = 238;
+    for (int width = 1; width <= 40; ++width) {
+        const vdostream::frame_handle frame(av_frame_alloc());
+        frame->format = AV_PIX_FMT_YUV422P;
+        frame->width = width;
+        frame->height = 16;
+        ASSERT_EQ(av_frame_get_buffer(frame.get(), 0), 0);
+        for (int plane = 0; plane < 3; ++plane) {
+            std::fill_n(frame->data[plane], frame->linesize[plane] * frame->height, std::uint8_t{100});
+        }
+        std::vector<std::uint8_t> pixels(room, untouched);
+        pixels.resize(0);
+        vdostream::nv12_converter converter;
+        ASSERT_TRUE(converter.convert(*frame, pixels));
+        ASSERT_EQ(pixels.capacity(), room);
+        // The memory behind the last element is the vector's own; what lies there was put there above.
+        const std::uint8_t* behind = pixels.data() + pixels.size();
+        EXPECT_TRUE(std::all_of(behind, behind + 64, [](std::uint8_t byte) { return byte == untouched; })) << width;
+    }
+}
+
 TEST(FfmpegReaderTest, FollowsAChangeOfResolutionInTheMiddle) {
     const temporary_folder folder;
     video_file small{folder / "small.mjpeg", 64, 48, 3, 25, "mjpeg"};
@@ -136,6 +164,22 @@ TEST(FfmpegReaderTest, ComesToTheEndOfDamagedFiles) {
     }
 }
 
+TEST(FfmpegReaderTest, PassesOverPicturesThatWouldTakeTheMachinesMemory) {
+    const temporary_folder folder;
+    for (const auto& [side, pictures] : {std::pair{8192, 1}, std::pair{8194, 0}}) {
+        // Black; the zeros are a hole in the file and take no room.
+        const std::string path = folder / (std::to_string(side) + ".pgm");
+        const std::string header = "P5 " + std::to_string(side) + " " + std::to_string(side) + " 255\n";
+        test_video::write_file(path, {header.begin(), header.end()});
+        std::filesystem::resize_file(path, header.size() + static_cast<std::uintmax_t>(side) * side);
+        ffmpeg_reader reader(path, access::file);
+        std::string why;
+        // The decoder knows the size in advance here; in the middle of a video it finds out picture by picture.
+        const std::size_t shown = reader.open(why) ? read_all(reader).size() : 0;
+        EXPECT_EQ(shown, static_cast<std::size_t>(pictures)) << side << " " << why;
+    }
+}
+
 TEST(FfmpegReaderTest, SaysWhyAFileIsNoVideo) {
     const temporary_folder folder;
     test_video::write_file(folder / "text.avi", {'n', 'o', ' ', 'v', 'i', 'd', 'e', 'o'});
@@ -155,6 +199,14 @@ TEST(FfmpegReaderTest, SaysWhyAFileIsNoVideo) {
         EXPECT_FALSE(reader.open(why)) << each.path;
         EXPECT_THAT(why, testing::MatchesRegex(each.why));
     }
+}
+
+TEST(FfmpegReaderTest, AsksACameraForItsVideoOnly) {
+    const test_video::rtsp_camera camera;
+    ffmpeg_reader reader(camera.url(), access::rtsp);
+    std::string why;
+    EXPECT_FALSE(reader.open(why));
+    EXPECT_EQ(camera.wanted_tracks(), std::vector<std::string>{"video"});
 }
 
 TEST(FfmpegReaderTest, ACameraThatIsNotThereIsAnErrorToo) {

@@ -309,6 +309,37 @@ TEST(StreamTest, AWaitingGetTakesABufferThatIsEnqueuedLater) {
     helper.join();
 }
 
+TEST(StreamTest, ABufferGivenBackWhileItWaitsForItsPictureIsNotHandedOut) {
+    auto reader = std::make_unique<scripted_reader>();
+    std::atomic<bool> give_picture = false;
+    reader->on_read = [spy = reader.get(), &give_picture](std::shared_ptr<picture>& next, std::string& why) {
+        while (!give_picture && !spy->is_cancelled()) {
+            std::this_thread::sleep_for(1ms);
+        }
+        why = "was given up";
+        next = std::make_shared<grey_picture>(std::uint8_t{9});
+        return give_picture.exchange(false) ? read_result::picture : read_result::lost;
+    };
+    auto source = std::make_shared<vdostream::video_source>("grey", std::move(reader), false);
+    std::string why;
+    ASSERT_TRUE(source->open(why)) << why;
+    const stream_handle stream(vdostream::make_stream(small_explicit, nullptr, source));
+    VdoBuffer* buffer = vdo_stream_buffer_alloc(stream.get(), nullptr, nullptr);
+    VdoBuffer* const taken = buffer;
+    ASSERT_TRUE(vdo_stream_buffer_enqueue(stream.get(), buffer, nullptr));
+    vdo_stream_start(stream.get(), nullptr);
+    std::string message;
+    std::thread getter([&] { message = get_error(stream.get()); });
+    // It is taken, and waits for a picture, once it may be enqueued again.
+    while (vdo_stream_buffer_enqueue(stream.get(), taken, nullptr) == FALSE) {
+        std::this_thread::sleep_for(1ms);
+    }
+    EXPECT_TRUE(vdo_stream_buffer_unref(stream.get(), &buffer, nullptr));
+    give_picture = true;
+    getter.join();
+    EXPECT_EQ(message, "The buffer was given back while it was being filled");
+}
+
 TEST(StreamTest, OnlyExplicitStreamsDealInBuffers) {
     const stream_handle stream(vdostream::make_stream(small, nullptr, brightening()));
     GError* error = nullptr;

@@ -1,5 +1,7 @@
 #include "platform/axevent/mqtt_connection.h"
 
+#include "platform/axevent/complain.h"
+
 #include <mosquitto.h>
 #include <poll.h>
 #include <sys/socket.h>
@@ -122,8 +124,11 @@ int MqttConnection::publish(const MqttMessage& message) {
     int number = 0;
     const int code = mosquitto_publish(m_client.get(), &number, message.topic.c_str(),
                                        static_cast<int>(message.payload.size()), message.payload.data(), qos, true);
+    if (code == MOSQ_ERR_INVAL || code == MOSQ_ERR_MALFORMED_UTF8 || code == MOSQ_ERR_PAYLOAD_SIZE) {
+        complain("a message for the broker is left out: " + text_of(code));
+        return 0;
+    }
     // A connection that is lost meanwhile confirms nothing: the message waits, and the next step says so.
-    static_cast<void>(code);
     m_waiting.insert(number);
     return number;
 }

@@ -30,7 +30,8 @@ class MqttConnection {
     /** The broker has accepted the client. */
     bool is_ready() const { return m_ready; }
 
-    /** Hands a message over; gives its number. REQUIRES: is_ready(). */
+    /** Hands a message over; gives its number. One that no broker could be sent, from a queue file that is not what was
+        written into it, is said on stderr and left out: nothing waits for its number. REQUIRES: is_ready(). */
     int publish(const MqttMessage& message);
     /** True until the broker has confirmed the message. */
     bool is_waiting(int number) const { return m_waiting.contains(number); }

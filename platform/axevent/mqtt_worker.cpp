@@ -87,7 +87,9 @@ class MqttWorker::Visit {
         }
         announce();
         if (m_on_its_way && !m_connection.is_waiting(m_on_its_way->number)) {
-            m_worker.m_delivered[m_on_its_way->entry.message.topic] = m_on_its_way->entry.message.payload;
+            if (m_on_its_way->number != 0) {
+                m_worker.m_delivered[m_on_its_way->entry.message.topic] = m_on_its_way->entry.message.payload;
+            }
             m_worker.m_queue.pop(m_on_its_way->entry.number);
             m_worker.m_queue.tidy();
             m_on_its_way.reset();

@@ -68,6 +68,22 @@ TEST(MqttWorker, GreetsThenAnnouncesThenBringsTheQueue) {
     EXPECT_EQ(MqttQueue(settings.queue_path, 10).size(), 0U);
 }
 
+TEST(MqttWorker, PassesOverWhatNoBrokerCanBeSent) {
+    const ScratchDirectory scratch;
+    Broker broker;
+    broker.start();
+    Watcher watcher(broker);
+    const MqttSettings settings = settings_for(broker.port(), scratch / "queue");
+    MqttQueue(settings.queue_path, 10).push({"a/#", "no topic to publish to"});
+    {
+        Running running(settings);
+        running.worker.enqueue({"state", "1"});
+        EXPECT_EQ(watcher.message(), "korvex_orvel/availability online");
+        EXPECT_EQ(watcher.message(), "state 1");
+    }
+    EXPECT_EQ(MqttQueue(settings.queue_path, 10).size(), 0U);
+}
+
 TEST(MqttWorker, BringsTheQueueBeforeItGoesOffline) {
     Broker broker;
     broker.start();

@@ -15,6 +15,8 @@ TOPK_V2, CAST, LESS, FLOOR_DIV, FLOOR_MOD, HARD_SWISH, NON_MAX_SUPPRESSION_V4 = 
 
 # Numbers of the options' tables in the schema's union.
 CONV_OPTIONS, DEPTHWISE_OPTIONS, POOL_OPTIONS, CONCATENATION_OPTIONS, RESIZE_OPTIONS = 1, 2, 5, 10, 15
+ADD_OPTIONS, MUL_OPTIONS, GATHER_OPTIONS, SUB_OPTIONS = 11, 21, 23, 28
+ARITHMETIC_OPTIONS = {ADD: ADD_OPTIONS, MUL: MUL_OPTIONS, SUB: SUB_OPTIONS}
 NO_ACTIVATION, RELU_ACTIVATION = 0, 1
 PADDINGS = {"SAME": 0, "VALID": 1}
 
@@ -27,7 +29,11 @@ class Tensor:
 
 
 class Ops:
-    """One method an operator. Names are given to outputs for whoever inspects the file; nothing depends on them."""
+    """One method an operator. Names are given to outputs for whoever inspects the file; nothing depends on them.
+
+    Every operator whose kernel reads parameters gets them, the usual ones too: without them the engine reads whatever
+    stands in its memory, and a product may be clipped to six.
+    """
 
     def __init__(self, writer):
         self._writer = writer
@@ -121,7 +127,8 @@ class Ops:
 
     def gather(self, name, source, indices):
         """Rows of `source` (its first axis) by number."""
-        return self._add(GATHER, name, [source, indices], indices.shape + source.shape[1:], source.dtype)
+        options = Options(GATHER_OPTIONS, (0, "int32", 0))
+        return self._add(GATHER, name, [source, indices], indices.shape + source.shape[1:], source.dtype, options)
 
     def top_k(self, name, source, count):
         """The largest `count` of a row of numbers: (values, positions), largest first, of equals the earlier first."""
@@ -154,7 +161,10 @@ class Ops:
         """With the broadcasting that the detector needs: to the shape of the operand that has more elements."""
         larger = left if np.prod(left.shape) >= np.prod(right.shape) else right
         dtype = np.bool_ if code == LESS else left.dtype
-        return self._add(code, name, [left, right], larger.shape, dtype)
+        options = None
+        if code in ARITHMETIC_OPTIONS:
+            options = Options(ARITHMETIC_OPTIONS[code], (0, "int8", NO_ACTIVATION))
+        return self._add(code, name, [left, right], larger.shape, dtype, options)
 
     def cast(self, name, source, dtype):
         return self._add(CAST, name, [source], source.shape, dtype)

@@ -2,6 +2,7 @@
 
 #include "platform/larod/flat_reader.h"
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <vector>
@@ -56,6 +57,19 @@ constexpr std::array<WindowOptions, 5> window_options{{
     {19, {0, 0, 0, 0}, {0, 0, 0, 0}}, // SpaceToDepth: block
     {94, {0, 0, 0, 0}, {0, 0, 0, 0}}, // DepthToSpace: block
 }};
+/** An operator whose kernel reads parameters, by built-in code, with the number of their table. */
+struct NeededOptions {
+    std::int32_t code;
+    std::uint8_t type;
+};
+/** Where a file leaves these out, the engine computes with what happens to stand in its memory. */
+constexpr std::array<NeededOptions, 45> needed_options{{
+    {0, 11},  {1, 5},   {2, 10},  {3, 1},   {4, 2},   {5, 94},  {9, 8},   {11, 12},  {12, 5},
+    {13, 13}, {16, 14}, {17, 5},  {18, 21}, {23, 15}, {24, 7},  {25, 9},  {26, 19},  {27, 6},
+    {35, 31}, {36, 23}, {40, 27}, {41, 28}, {42, 29}, {43, 30}, {44, 71}, {45, 32},  {46, 70},
+    {49, 35}, {52, 69}, {56, 40}, {67, 49}, {74, 27}, {77, 55}, {79, 57}, {81, 27},  {82, 27},
+    {83, 59}, {85, 61}, {88, 64}, {89, 27}, {91, 27}, {97, 74}, {98, 75}, {100, 77}, {102, 79},
+}};
 /** Inputs that an operator reads without asking how many there are, by built-in code; later codes count as 1. */
 constexpr std::array<std::uint8_t, 127> least_inputs{
     2, 1, 1, 2, 2, 1, 1, 2, 1, 2, 3, 1, 1, 1, 1, 2, 5, 1, 2, 1, 1, 1, 1, 2, 5, 1, 1, 5, 1, 1, 1, 1,
@@ -80,7 +94,9 @@ std::uint32_t least_outputs(std::int32_t code) {
 }
 
 constexpr std::int32_t most_window = 4096;
+constexpr std::int32_t reshape = 22;
 constexpr std::uint8_t reshape_options = 17;
+constexpr std::uint8_t gather_options = 23;
 constexpr std::uint8_t squeeze_options = 30;
 
 class Walk {
@@ -200,12 +216,14 @@ class Walk {
             m_reader.fail("an operator's code does not exist");
             return;
         }
+        const std::int32_t code = m_codes[code_index];
         walk_options(op);
         op.vector(operator_field::custom_options, 1);
         op.vector(operator_field::mutated_inputs, 1);
         const FlatVector inputs = op.vector(operator_field::inputs, 4);
         const FlatVector outputs = op.vector(operator_field::outputs, 4);
-        const std::int32_t code = m_codes[code_index];
+        if (lacks_options(code, op, inputs.length))
+            m_reader.fail("an operator lacks its parameters");
         const bool known = code >= 0 && static_cast<std::size_t>(code) < least_inputs.size();
         const std::uint32_t needed = known ? least_inputs[static_cast<std::size_t>(code)] : 1U;
         if (inputs.length < needed || outputs.length < least_outputs(code))
@@ -224,6 +242,15 @@ class Walk {
         mark_ready(outputs);
     }
 
+    static bool lacks_options(std::int32_t code, const FlatTable& op, std::uint32_t inputs) {
+        const std::uint8_t type = op.has(operator_field::options) ? op.u8(operator_field::options_type, 0) : 0;
+        if (code == reshape)
+            return inputs < 2 && type != reshape_options; // a second input is the shape
+        const auto* const needed = std::find_if(needed_options.begin(), needed_options.end(),
+                                                [code](const NeededOptions& options) { return options.code == code; });
+        return needed != needed_options.end() && type != needed->type;
+    }
+
     void walk_options(const FlatTable& op) {
         const std::uint8_t type = op.u8(operator_field::options_type, 0);
         if (!op.has(operator_field::options))
@@ -231,6 +258,9 @@ class Walk {
         const FlatTable options = op.table(operator_field::options);
         if (type == reshape_options || type == squeeze_options)
             options.vector(0, 4);
+        constexpr unsigned batch_dimensions = 1;
+        if (type == gather_options && options.i32(batch_dimensions, 0) != 0)
+            m_reader.fail("it gathers in batches, which is not supported");
         for (const WindowOptions& window : window_options) {
             for (std::size_t i = 0; window.type == type && i < window.positive_fields.size(); ++i) {
                 const std::int32_t value = options.i32(window.positive_fields[i], window.defaults[i]);

@@ -10,7 +10,7 @@ import numpy as np
 
 sys.path.insert(0, sys.argv[1])
 from tflite_ops import ADD, CONV_2D, CONV_OPTIONS, DEPTHWISE_CONV_2D, DEPTHWISE_OPTIONS  # noqa: E402
-from tflite_ops import HARD_SWISH, MUL, RESHAPE, Ops  # noqa: E402
+from tflite_ops import GATHER, GATHER_OPTIONS, HARD_SWISH, MUL, RESHAPE, Ops  # noqa: E402
 from tflite_writer import Options, TfliteWriter  # noqa: E402
 
 OUTPUT = sys.argv[2]
@@ -42,13 +42,30 @@ def multiples(count, inputs=1, shape=(1, 2, 2, 3)):
     return writer, pictures, outputs
 
 
+def without_parameters():
+    """A product that does not say whether it is clipped."""
+    writer = TfliteWriter()
+    ops = Ops(writer)
+    picture = ops.placeholder("picture", (1, 2, 2, 3), np.uint8)
+    image = ops.cast("image", picture, np.float32)
+    twice = ops.placeholder("twice", picture.shape, np.float32)
+    writer.operator(MUL, [image.index, ops.scalar("two", 2, np.float32).index], [twice.index])
+    save("without_parameters", writer, [picture], [twice])
+
+
 def gathered():
     """The pixel's value is the number of the row to give."""
     writer = TfliteWriter()
     ops = Ops(writer)
     picture = ops.placeholder("picture", (2,), np.uint8)
     rows = ops.constant("rows", np.arange(6, dtype=np.float32).reshape(3, 2))
-    save("gather", writer, [picture], [ops.gather("row", rows, ops.cast("number", picture, np.int32))])
+    number = ops.cast("number", picture, np.int32)
+    save("gather", writer, [picture], [ops.gather("row", rows, number)])
+
+    row = ops.placeholder("row", (2,), np.float32)
+    options = Options(GATHER_OPTIONS, (0, "int32", 1), (1, "int32", 1))
+    writer.operator(GATHER, [rows.index, number.index], [row.index], options)
+    save("gather_in_batches", writer, [picture], [row])
 
 
 def convolved(image, kernel, bias, stride, dilation, padding, depthwise):
@@ -187,6 +204,7 @@ def main():
     ops = Ops(writer)
     numbers = [ops.cast(f"number_{i}", inputs[0], np.int32) for i in range(4)]
     save("detector_size_integers", writer, inputs, numbers)
+    without_parameters()
     gathered()
     convolution_cases()
     computed_weights()

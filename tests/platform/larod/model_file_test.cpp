@@ -22,6 +22,15 @@ TEST(ModelFile, says_that_something_else_is_no_model) {
     EXPECT_EQ(what_is_wrong_with({}), "it is no TensorFlow Lite file");
 }
 
+TEST(ModelFile, refuses_an_operator_whose_parameters_would_be_chance) {
+    EXPECT_EQ(what_is_wrong_with(read_file(test_model("without_parameters"))), "an operator lacks its parameters");
+}
+
+TEST(ModelFile, refuses_to_gather_in_batches) {
+    EXPECT_EQ(what_is_wrong_with(read_file(test_model("gather_in_batches"))),
+              "it gathers in batches, which is not supported");
+}
+
 TEST(ModelFile, finds_every_truncation_of_a_small_model) {
     const auto whole = read_file(test_model("outputs_4"));
     int accepted = 0;

@@ -1,7 +1,7 @@
 // @ts-check
 /** Settings as a file, and what support asks for. */
 
-import { byId, copyText, download, make, stamp } from "./dom.js";
+import { byId, copyText, download, make, setText, stamp } from "./dom.js";
 import { fromFile, toFile } from "./settings.js";
 import { last } from "./status.js";
 import { store } from "./store.js";
@@ -18,7 +18,8 @@ async function importFile() {
   const input = byId("import");
   const file = input.files[0];
   input.value = "";
-  if (file === undefined || store.edited === null) return;
+  if (file === undefined) return;
+  if (store.edited === null) return tellImport("Nothing has been taken over:", ["The application has not told its settings yet."]);
   if (file.size > 65536) return tellImport("Nothing has been taken over:", ["The file is far too large for settings."]);
   const { settings, wrong } = fromFile(await file.text(), store.edited, store.sizes);
   if (settings === null) return tellImport("Nothing has been taken over:", wrong);
@@ -43,20 +44,29 @@ function facts() {
   ];
 }
 
-function showFacts() {
+export function showFacts() {
   if (byId("panel-advanced").hidden) return;
-  byId("diagnostics").replaceChildren(...facts().flatMap(([name, value]) => [make("dt", {}, name), make("dd", {}, value)]));
+  const list = byId("diagnostics"), shown = facts();
+  if (list.children.length === 0) list.append(...shown.flatMap(([name]) => [make("dt", {}, name), make("dd")]));
+  shown.forEach(([, value], i) => setText(list.children[2 * i + 1], value));
+}
+
+function exportFile() {
+  if (store.saved === null) return;
+  download(toFile(store.saved, version), `korvex_orvel-settings-${stamp()}.json`, "application/json");
+  tellImport(store.isChanged ? "The file holds what is saved; what is changed and not saved is not in it." : "");
 }
 
 export function startAdvanced() {
-  byId("export").addEventListener("click", () => {
-    if (store.edited !== null) download(toFile(store.edited, version), `korvex_orvel-settings-${stamp()}.json`, "application/json");
-  });
+  byId("export").addEventListener("click", exportFile);
   byId("import").addEventListener("change", importFile);
   byId("diagnostics-copy").addEventListener("click", async () => {
     const copied = await copyText(facts().map(([name, value]) => `${name}: ${value}`).join("\n"));
     byId("diagnostics-note").textContent = copied ? "The diagnostics are in the clipboard." : "The browser does not let this page copy.";
   });
-  store.addEventListener("change", showFacts);
+  store.addEventListener("change", () => {
+    showFacts();
+    if (!store.isChanged && byId("import-problems").children.length === 0) tellImport("");
+  });
   setInterval(showFacts, 1000);
 }

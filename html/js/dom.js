@@ -8,6 +8,11 @@ export function byId(id) {
   return element;
 }
 
+/** Nothing happens where nothing is new: readers would speak it again, and selections be lost. @param {any} element @param {string} text */
+export function setText(element, text) {
+  if (element.textContent !== text) element.textContent = text;
+}
+
 /**
  * @param {string} tag @param {Record<string, any>} [properties] @param {...(Node | string)} children
  * @returns {any}

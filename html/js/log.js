@@ -1,7 +1,7 @@
 // @ts-check
 /** The log: shown, filtered, followed, copied, downloaded, cleared. */
 
-import { byId, confirm, copyText, download, make, stamp } from "./dom.js";
+import { byId, confirm, copyText, download, make, setText, stamp } from "./dom.js";
 import { clearLog, readPlainLog, readSerialisedLog } from "./endpoint.js";
 
 const FOLLOW_MS = 2000;
@@ -27,16 +27,38 @@ function visible() {
   return lines.filter((line) => Math.max(0, LEVELS.indexOf(line.level)) >= least && `${line.time} ${line.message}`.toLowerCase().includes(wanted));
 }
 
+/** The rows' lines, so that rows that stay are left alone: a selection in them, and the place read at, stay as well. @type {Line[]} */
+let rows = [];
+
+/** @param {Line} a @param {Line} b */
+const isSame = (a, b) => a.time === b.time && a.level === b.level && a.message === b.message;
+
+/** @param {Line} line */
+function rowOf(line) {
+  const row = make("tr", {}, make("td", {}, line.time), make("td", {}, line.level), make("td", {}, line.message));
+  row.dataset.level = line.level;
+  return row;
+}
+
 function show() {
   const found = visible();
   const shown = found.slice(-MOST_SHOWN);
-  byId("log-lines").replaceChildren(...shown.map((line) => {
-    const row = make("tr", {}, make("td", {}, line.time), make("td", {}, line.level), make("td", {}, line.message));
-    row.dataset.level = line.level;
-    return row;
-  }));
-  byId("log-note").textContent = `${found.length} of ${lines.length} lines${found.length > shown.length ? `, the newest ${shown.length} shown` : ""}.`;
-  if (byId("log-follow").checked) byId("log-scroll").scrollTop = byId("log-scroll").scrollHeight;
+  const list = byId("log-lines"), scroll = byId("log-scroll");
+  const isAtEnd = scroll.scrollHeight - scroll.scrollTop - scroll.clientHeight < 40;
+  // The oldest rows go as the window moves on, and new ones come at the end.
+  const gone = rows.findIndex((line) => shown.length > 0 && isSame(line, shown[0]));
+  if (gone < 0 || rows.slice(gone).some((line, i) => i >= shown.length || !isSame(line, shown[i]))) {
+    rows = [];
+    list.replaceChildren();
+  } else {
+    rows = rows.slice(gone);
+    for (let i = 0; i < gone; i++) list.firstChild.remove();
+  }
+  list.append(...shown.slice(rows.length).map(rowOf));
+  rows = shown;
+  setText(byId("log-note"), `${found.length} of ${lines.length} lines${found.length > shown.length ? `, the newest ${shown.length} shown` : ""}.`);
+  // Who has scrolled back to read is not taken away from there.
+  if (byId("log-follow").checked && isAtEnd) scroll.scrollTop = scroll.scrollHeight;
 }
 
 async function load() {
@@ -81,12 +103,14 @@ export function startLog() {
   byId("log-level").addEventListener("change", show);
   byId("log-text").addEventListener("input", show);
   byId("log-follow").addEventListener("change", async () => {
+    byId("log-scroll").scrollTop = byId("log-scroll").scrollHeight;
     if (byId("log-follow").checked) await load();
     follow();
   });
   byId("log-copy").addEventListener("click", async () => {
     const text = visible().map((line) => `${line.time} ${line.level} ${line.message}`).join("\n");
-    byId("log-note").textContent = (await copyText(text)) ? "The lines shown are in the clipboard." : "The browser does not let this page copy; use Download.";
+    const copied = await copyText(text);
+    setText(byId("log-note"), copied ? `${visible().length} lines are in the clipboard.` : "The browser does not let this page copy; use Download.");
   });
   byId("log-plain").addEventListener("click", () => save(readPlainLog, "log"));
   byId("log-serialised").addEventListener("click", () => save(readSerialisedLog, "log-serialised"));
@@ -95,6 +119,7 @@ export function startLog() {
     try {
       await clearLog();
       await load();
+      setText(byId("log-note"), `The log has been cleared. ${byId("log-note").textContent}`);
     } catch (refusal) {
       byId("log-note").textContent = /** @type {Error} */ (refusal).message;
     }

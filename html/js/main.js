@@ -1,14 +1,15 @@
 // @ts-check
 /** Brings the page up: its tabs, and what each of them shows. */
 
-import { startAdvanced } from "./advanced.js";
+import { showFacts, startAdvanced } from "./advanced.js";
 import { byId } from "./dom.js";
 import { startEditor } from "./editor.js";
 import { startForms } from "./forms.js";
 import { startLog } from "./log.js";
 import { showPicture, startPicture } from "./picture.js";
-import { loadSettings, startSaving } from "./saving.js";
+import { isSaving, loadSettings, startSaving } from "./saving.js";
 import { startStatus } from "./status.js";
+import { store } from "./store.js";
 
 /** @type {HTMLElement[]} */
 const tabs = [...document.querySelectorAll("[role=tab]")].map((tab) => /** @type {HTMLElement} */ (tab));
@@ -22,6 +23,7 @@ function select(chosen) {
   }
   history.replaceState(null, "", `#${chosen.id.replace("tab-", "")}`);
   showPicture(false);
+  showFacts();
 }
 
 function startTabs() {
@@ -51,7 +53,12 @@ startSaving();
 startPicture();
 startLog();
 startAdvanced();
-startStatus(async () => {
-  await loadSettings(false);
-  showPicture(true);
+// Another page, or another person, may have accepted the agreement.
+startStatus((code) => store.saved !== null && (code === 408) === store.isAccepted, async () => {
+  await loadSettings();
+  showPicture(false);
+}, () => isSaving);
+document.addEventListener("visibilitychange", () => {
+  // A page that was left for a while may show what is no longer so. When nothing answers, the status tells of it.
+  if (!document.hidden && store.saved !== null) loadSettings().catch(() => {});
 });

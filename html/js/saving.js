@@ -1,16 +1,22 @@
 // @ts-check
 /** Loading the settings, saving them, and the agreement that comes before anything else. */
 
-import { byId } from "./dom.js";
+import { byId, setText } from "./dom.js";
+import { shapeProblems } from "./editor.js";
 import { postDocument, readDocument, readIsPortrait } from "./endpoint.js";
 import { copyOf, isSame, parseDocument, problems, serialise, settle } from "./settings.js";
 import { store } from "./store.js";
 
 /** @typedef {import("./settings.js").Settings} Settings */
 
-let isSaving = false;
+const CHANGED_ELSEWHERE = "Not saved: the settings have been changed elsewhere meanwhile. They are shown now, with your changes among them. " +
+  "Look through them and save again.";
+
+export let isSaving = false;
 /** What went wrong or right last; a later edit clears it. */
 let result = { text: "", kind: "" };
+/** Set while it is not known what became of a save: a connection that broke tells nothing. */
+let isUncertain = false;
 
 async function readSettings() {
   const isPortrait = await readIsPortrait();
@@ -19,36 +25,94 @@ async function readSettings() {
   return settings;
 }
 
-/** Reads what the application has; edits that are not saved are kept unless `discard`. @param {boolean} discard */
-export async function loadSettings(discard) {
-  const settings = await readSettings();
-  if (discard || !store.isChanged) store.load(settings);
-  else {
-    store.saved = settings;
-    store.dispatchEvent(new Event("change"));
+/** Reads what the application has; edits that are not saved stay. */
+export async function loadSettings() {
+  if (isSaving) return;
+  store.load(await readSettings());
+  if (isUncertain) {
+    isUncertain = false;
+    if (store.isChanged) tell("The last save did not get through. What is shown is not saved: look through it and save once more.", "bad");
+    else tell("Saved.", "good");
   }
+  if (store.isAccepted && byId("agreement").open && !byId("agreement-accept").hidden) byId("agreement").close();
   if (!store.isAccepted) showAgreement();
 }
 
-/** Posts the settings and looks at what the application made of them. @param {Settings} wanted */
-async function post(wanted) {
-  const settings = settle(wanted, store.analysed);
+/** @param {string} text @param {string} kind */
+function tell(text, kind) {
+  result = { text, kind };
+  show();
+}
+
+/** @typedef {(stored: Settings, wanted: Settings) => void} Take */
+
+/** Posts the settings and looks at what the application made of them. @param {Settings} wanted @param {Take} take */
+async function post(wanted, take) {
+  const sent = settle(wanted, store.analysed);
+  await postDocument(serialise(sent));
+  let stored = sent;
+  try {
+    stored = await readSettings();
+  } catch { /* They are saved all the same; the page reads them once there is an answer again. */ }
+  take(stored, wanted);
+  return isSame(stored, sent) ? "Saved." : "Saved. The application keeps some values a little differently; what is shown is what it keeps.";
+}
+
+/** Looks what became of a save that failed. @param {Settings} wanted @param {Take} take @param {unknown} failure */
+async function examine(wanted, take, failure) {
+  const { message } = /** @type {Error} */ (failure);
+  const mayBeDone = /** @type {any} */ (failure).isUncertain === true;
+  try {
+    const stored = await readSettings();
+    if (mayBeDone && isSame(stored, settle(wanted, store.analysed))) {
+      take(stored, wanted);
+      tell("Saved.", "good");
+      return true;
+    }
+    store.load(stored);
+    tell(`Not saved. ${message}`, "bad");
+  } catch {
+    isUncertain = mayBeDone;
+    tell(`Not saved${mayBeDone ? ", as far as is known" : ""}. ${message}`, "bad");
+  }
+  return false;
+}
+
+/**
+ * Saves what `choose` makes of the settings that the application has now.
+ * @param {(current: Settings) => Settings | null} choose null: nothing is to be saved yet
+ * @param {Take} take what to do with what is stored then @returns {Promise<boolean>}
+ */
+async function save(choose, take) {
+  if (isSaving || store.saved === null) return false;
   isSaving = true;
   show();
+  /** @type {Settings | null} */
+  let wanted = null;
   try {
-    await postDocument(serialise(settings));
-    const stored = await readSettings();
-    const asSent = isSame(stored, settings);
-    store.load(stored);
-    result = asSent ? { text: "Saved.", kind: "good" } : { text: "Saved. The application keeps some values a little differently; what is shown is what it keeps.", kind: "good" };
+    wanted = choose(await readSettings());
+    if (wanted === null) return false;
+    const text = await post(wanted, take);
+    tell(store.isChanged ? "" : text, "good");
     return true;
-  } catch (refusal) {
-    result = { text: `Not saved. ${/** @type {Error} */ (refusal).message}`, kind: "bad" };
+  } catch (failure) {
+    if (wanted !== null) return await examine(wanted, take, failure);
+    tell(`Not saved. ${/** @type {Error} */ (failure).message}`, "bad");
     return false;
   } finally {
     isSaving = false;
     show();
   }
+}
+
+/** What another page has saved since this one looked is not overwritten unseen. @param {Settings} current */
+function chooseEdited(current) {
+  if (store.saved === null || store.edited === null) return null;
+  if (isSame(current, store.saved)) return copyOf(store.edited);
+  store.load(current);
+  if (store.isChanged) tell(CHANGED_ELSEWHERE, "bad");
+  else tell("Saved already, by another page.", "good");
+  return null;
 }
 
 function note() {
@@ -58,57 +122,75 @@ function note() {
   const wrong = Object.values(problems(store.edited, store.sizes));
   if (store.isChanged && wrong.length > 0) return { text: wrong[0], kind: "bad" };
   if (result.text !== "") return result;
+  if (store.isChanged && shapeProblems(store.edited).length > 0)
+    return { text: "Changed, not saved yet; see the warning below the picture.", kind: "bad" };
   return store.isChanged ? { text: "Changed, not saved yet.", kind: "" } : { text: "Everything is saved.", kind: "" };
 }
 
 function show() {
   const { text, kind } = note();
-  byId("save-note").textContent = text;
+  setText(byId("save-note"), text);
   byId("save-note").dataset.kind = kind;
   byId("save-progress").hidden = !isSaving;
-  const isWrong = store.edited !== null && Object.keys(problems(store.edited, store.sizes)).length > 0;
-  byId("save").disabled = isSaving || !store.isChanged || !store.isAccepted || isWrong;
+  const wrong = store.edited === null ? [] : Object.keys(problems(store.edited, store.sizes));
+  byId("save").disabled = isSaving || !store.isChanged || !store.isAccepted || wrong.length > 0;
   byId("discard").disabled = isSaving || !store.isChanged;
+  byId("agreement-accept").disabled = isSaving || store.saved === null || !isReadable;
   byId("savebar").dataset.changed = String(store.isChanged);
   byId("agreement-notice").hidden = store.saved === null || store.isAccepted;
+  for (const panel of document.querySelectorAll("[role=tabpanel]:not(#panel-advanced)"))
+    panel.toggleAttribute("inert", store.edited === null);
+  for (const tab of document.querySelectorAll("[role=tab]")) {
+    const panel = byId(tab.getAttribute("aria-controls") ?? "");
+    tab.classList.toggle("wrong", wrong.some((name) => panel.contains(byId(name))));
+  }
   document.title = `${store.isChanged ? "• " : ""}Korvex Orvel`;
 }
 
 export function showAgreement() {
   const dialog = byId("agreement");
+  byId("agreement-note").textContent = "";
   byId("agreement-accept").hidden = store.isAccepted;
   byId("agreement-close").textContent = store.isAccepted ? "Close" : "Not now";
   if (!dialog.open) dialog.showModal();
 }
 
+/** The agreement alone is saved, beside what the application has: what is edited meanwhile waits for Save. */
 async function accept() {
-  if (store.saved === null) return;
-  const settings = copyOf(store.saved);
-  settings.flags.Eula = true;
-  if (await post(settings)) byId("agreement").close();
+  byId("agreement-note").textContent = "";
+  const isSaved = await save((current) => {
+    store.load(current);
+    return { ...current, flags: { ...current.flags, Eula: true } };
+  }, (stored) => store.load(stored));
+  if (isSaved) byId("agreement").close();
   else byId("agreement-note").textContent = result.text;
 }
+
+let isReadable = false;
 
 async function loadAgreement() {
   try {
     const response = await fetch("eula.txt");
     if (!response.ok) throw new Error();
     byId("agreement-text").textContent = await response.text();
+    isReadable = true;
   } catch {
     byId("agreement-text").textContent = "The agreement could not be loaded. Load this page again.";
-    byId("agreement-accept").disabled = true;
   }
+  show();
 }
 
 export function startSaving() {
-  byId("save").addEventListener("click", () => { if (store.edited !== null) post(store.edited); });
-  byId("discard").addEventListener("click", () => { if (store.saved !== null) store.load(store.saved); });
+  byId("save").addEventListener("click", () => save(chooseEdited, (stored, wanted) => store.keep(stored, wanted)));
+  byId("discard").addEventListener("click", () => store.edit((settings) => {
+    if (store.saved !== null) Object.assign(settings, copyOf(store.saved));
+  }));
   byId("agreement-accept").addEventListener("click", accept);
   byId("agreement-close").addEventListener("click", () => byId("agreement").close());
   for (const id of ["show-agreement", "agreement-open"]) byId(id).addEventListener("click", showAgreement);
   window.addEventListener("beforeunload", (event) => { if (store.isChanged) event.preventDefault(); });
   store.addEventListener("change", () => {
-    if (store.isChanged) result = { text: "", kind: "" };
+    if (store.isChanged && !isSaving) result = { text: "", kind: "" };
     show();
   });
   loadAgreement();

@@ -10,7 +10,6 @@
 
 export const CLASSES = ["Persons", "Cars", "Motorcycles", "Bicycles", "Airplanes", "Buses", "Trains", "Trucks", "Boats"];
 export const CORNER_COUNTS = [4, 6, 8];
-const INT_MAX = 2147483647;
 
 /** @typedef {{x: number, y: number}} Point per cent of the picture, whole, as sent */
 /** @typedef {{width: number, height: number}} Size */
@@ -29,13 +28,17 @@ export const FLAGS = [...CLASSES.map((name) => `Detect${name}`), "Alert1_Active"
 /** What is typed, and what it may be. */
 export const NUMBERS = {
   MinNumberOfPeopleForTrigger: { label: "Minimum number of objects", least: 1, most: 12, whole: true },
-  Sensitivity: { label: "Score threshold", least: 0.01, most: 0.99, whole: false },
+  Sensitivity: { label: "Score threshold", least: 0.01, most: 0.99, whole: false }, // told with two decimals
   MaxDisappear: { label: "Patience", least: 0, most: 3600, whole: true },
   Alert1ThreshSeconds: { label: "Seconds of the first alert", least: 1, most: 86400, whole: true },
   Alert2ThreshSeconds: { label: "Seconds of the second alert", least: 1, most: 86400, whole: true },
   Alert3ThreshSeconds: { label: "Seconds of the third alert", least: 1, most: 86400, whole: true },
 };
-const STREAMS = ["SelectedDetectionOverlay", "SelectedAnonOverlay"];
+/** What streams are chosen for, with the switch of each. */
+export const STREAMS = {
+  SelectedDetectionOverlay: { label: "Boxes", flag: "DetectionOverlaysOn" },
+  SelectedAnonOverlay: { label: "Hidden objects", flag: "AnonOverlaysOn" },
+};
 
 /** @param {string} csv @returns {Size[]} */
 export function parseSizes(csv) {
@@ -81,18 +84,28 @@ export function settle(settings, analysed) {
 }
 
 /**
+ * The elements' texts by name. The application writes texts as stored, with nothing escaped: what some other program
+ * stored can make the document one that no parser takes, and it has to be readable all the same to be put right.
+ * @param {string} text
+ */
+function valuesOf(text) {
+  const document = new DOMParser().parseFromString(text, "text/xml");
+  const root = document.documentElement;
+  /** @type {[string, string][]} */
+  let elements;
+  if (document.querySelector("parsererror") === null) elements = [...root.children].map(({ nodeName, textContent }) => [nodeName, textContent ?? ""]);
+  else elements = [...text.matchAll(/<(\w+)>([^<]*)<\/\1>/g)].map(([, name, value]) => [name, value]);
+  if (!/^<app>.*<\/app>$/s.test(text) || elements.length === 0)
+    throw new Error("The application sent settings that cannot be read. Load this page again; if it stays, look at the log.");
+  return Object.fromEntries(elements);
+}
+
+/**
  * @param {string} text the document @param {boolean} isPortrait
  * @returns {{settings: Settings, sizes: Size[], analysed: Size}}
  */
 export function parseDocument(text, isPortrait) {
-  const document = new DOMParser().parseFromString(text, "text/xml");
-  const root = document.documentElement;
-  if (root === null || root.nodeName !== "app" || document.querySelector("parsererror") !== null)
-    throw new Error("The application sent settings that cannot be read. Import a settings file and save it, or look at the log.");
-  /** @type {Record<string, string>} */
-  const values = {};
-  for (const element of root.children) values[element.nodeName] = element.textContent ?? "";
-
+  const values = valuesOf(text);
   const sizes = parseSizes(values.CamsResAsCsv ?? "");
   const analysed = analysedSize(sizes, isPortrait);
   /** @param {string} polygon @param {number} count @returns {Point[]} */
@@ -104,13 +117,23 @@ export function parseDocument(text, isPortrait) {
   return {
     settings: {
       flags: Object.fromEntries(FLAGS.map((name) => [name, values[name] === "1"])),
-      texts: Object.fromEntries([...Object.keys(NUMBERS), ...STREAMS].map((name) => [name, values[name] ?? ""])),
+      texts: Object.fromEntries([...Object.keys(NUMBERS), ...Object.keys(STREAMS)].map((name) => [name, values[name] ?? ""])),
       corners: stored === 8 ? 8 : stored > 4 ? 6 : 4,
       area: points("Detection1", 8),
       zones: [1, 2, 3].map((zone) => points(`Exclusion${zone}`, 4)),
     },
     sizes, analysed,
   };
+}
+
+/**
+ * A number as the application tells it: 5 for 05, and 0.50 for 0,5. What is no such number stays as typed.
+ * @param {keyof typeof NUMBERS} name @param {string} typed
+ */
+export function told(name, typed) {
+  const text = typed.trim().replace(",", ".");
+  if (NUMBERS[name].whole) return /^\d{1,15}$/.test(text) ? String(Number(text)) : text;
+  return /^\d{0,9}\.?\d{0,2}0*$/.test(text) && /\d/.test(text) ? Number(text).toFixed(2) : text;
 }
 
 /** @param {string} text */
@@ -120,9 +143,9 @@ const escapeText = (text) => text.replace(/&/g, "&amp;").replace(/</g, "&lt;").r
 export function serialise(settings) {
   /** @type {[string, string][]} */
   const elements = [];
-  for (const name of Object.keys(NUMBERS)) elements.push([name, settings.texts[name].trim().replace(",", ".")]);
+  for (const name of /** @type {(keyof typeof NUMBERS)[]} */ (Object.keys(NUMBERS))) elements.push([name, told(name, settings.texts[name])]);
   for (const name of FLAGS) elements.push([name, settings.flags[name] ? "1" : "0"]);
-  for (const name of STREAMS) elements.push([name, settings.texts[name] || "0x0"]);
+  for (const name of Object.keys(STREAMS)) elements.push([name, settings.texts[name] || "0x0"]);
   elements.push(["DetectionControlPoints", String(settings.corners)]);
   /** @param {string} polygon @param {Point[]} points */
   const add = (polygon, points) => points.forEach(({ x, y }, i) => elements.push([`${polygon}_${2 * i}`, String(x)], [`${polygon}_${2 * i + 1}`, String(y)]));
@@ -139,21 +162,21 @@ export function problems(settings, sizes) {
   /** @type {Record<string, string>} */
   const found = {};
   for (const [name, rule] of Object.entries(NUMBERS)) {
-    const text = settings.texts[name].trim().replace(",", ".");
-    const form = rule.whole ? /^\d+$/ : /^\d*\.?\d+$/;
+    const text = told(/** @type {keyof typeof NUMBERS} */ (name), settings.texts[name]);
+    const form = rule.whole ? /^\d+$/ : /^\d+\.\d\d$/;
     const value = Number(text);
-    if (!form.test(text) || value < rule.least || value > rule.most || value > INT_MAX)
-      found[name] = `${rule.label}: a ${rule.whole ? "whole " : ""}number from ${rule.least} to ${rule.most}, please.`;
+    if (!form.test(text) || value < rule.least || value > rule.most)
+      found[name] = `${rule.label}: a ${rule.whole ? "whole number" : "number with at most two decimals"} ` +
+        `from ${rule.least} to ${rule.most}, please.`;
   }
   for (const level of [2, 3]) {
     const [lower, upper] = [`Alert${level - 1}ThreshSeconds`, `Alert${level}ThreshSeconds`];
     if (!found[lower] && !found[upper] && Number(settings.texts[upper]) <= Number(settings.texts[lower]))
-      found[upper] = "This level needs more seconds than the one below it.";
+      found[upper] = `${level === 2 ? "Second" : "Third"} alert: it needs more seconds than the one below it.`;
   }
   const offered = sizes.map(({ width, height }) => `${width}x${height}`);
-  for (const [flag, name] of [["DetectionOverlaysOn", STREAMS[0]], ["AnonOverlaysOn", STREAMS[1]]])
-    if (settings.flags[flag] && !offered.includes(settings.texts[name]))
-      found[name] = "Choose one of the camera's stream sizes.";
+  for (const [name, { label, flag }] of Object.entries(STREAMS))
+    if (settings.flags[flag] && !offered.includes(settings.texts[name])) found[name] = `${label}: choose one of the camera's stream sizes.`;
   return found;
 }
 
@@ -162,6 +185,25 @@ export const copyOf = (settings) => structuredClone(settings);
 
 /** @param {Settings} a @param {Settings} b */
 export const isSame = (a, b) => serialise(a) === serialise(b);
+
+/**
+ * `settings` with all that is in it as in `base` taken from `current`. Shapes move as a whole: half a shape of one page
+ * and half of another would be neither's.
+ * @param {Settings} settings @param {Settings} base @param {Settings} current @returns {Settings}
+ */
+export function rebased(settings, base, current) {
+  /** @template T @param {T} mine @param {T} old @param {T} theirs @returns {T} */
+  const choose = (mine, old, theirs) => structuredClone(JSON.stringify(mine) === JSON.stringify(old) ? theirs : mine);
+  /** @template T @param {Record<string, T>} mine @param {Record<string, T>} old @param {Record<string, T>} theirs */
+  const each = (mine, old, theirs) => Object.fromEntries(Object.keys(mine).map((name) => [name, choose(mine[name], old[name], theirs[name])]));
+  const [corners, area] = choose([settings.corners, settings.area], [base.corners, base.area], [current.corners, current.area]);
+  return {
+    flags: each(settings.flags, base.flags, current.flags),
+    texts: each(settings.texts, base.texts, current.texts),
+    corners: /** @type {number} */ (corners), area: /** @type {Point[]} */ (area),
+    zones: settings.zones.map((zone, i) => choose(zone, base.zones[i], current.zones[i])),
+  };
+}
 
 const FILE_KIND = "korvex-orvel-settings";
 

@@ -1,7 +1,7 @@
 // @ts-check
 /** The bar at the top: asks for the status every second and notices when the application comes back. */
 
-import { byId } from "./dom.js";
+import { byId, setText } from "./dom.js";
 import { readStatus } from "./endpoint.js";
 
 const PERIOD_MS = 1000;
@@ -18,48 +18,56 @@ function showAlerts(highest) {
   for (const item of byId("alerts").children) {
     const active = highest !== null && Number(item.dataset.level) <= highest;
     item.dataset.active = String(active);
-    item.querySelector(".word").textContent = highest === null ? "not told" : active ? "active" : "off";
+    setText(item.querySelector(".word"), highest === null ? "unknown" : active ? "active" : "off");
   }
 }
 
-/** @param {{code: number, text: string, time: number}} status */
-function showStatus({ code, text, time }) {
-  byId("status").dataset.kind = kindOf(code);
-  byId("status-code").textContent = String(code);
-  byId("status-text").textContent = text;
-  byId("pass-time").textContent = `${time} ms`;
-  showAlerts(HIGHEST_ALERT[code] ?? null);
+/** @param {string} kind @param {string} code @param {string} text @param {string} time @param {number | null} highest */
+function show(kind, code, text, time, highest) {
+  byId("status").dataset.kind = kind;
+  setText(byId("status-code"), code);
+  setText(byId("status-text"), text);
+  setText(byId("pass-time"), time);
+  showAlerts(highest);
 }
 
-/** @param {string} message */
-function showNoConnection(message) {
-  byId("status").dataset.kind = "bad";
-  byId("status-code").textContent = "–";
-  byId("status-text").textContent = "No connection";
-  byId("pass-time").textContent = "–";
-  showAlerts(null);
-  byId("connection").textContent = message;
-  byId("connection").hidden = false;
+/** @param {string} message empty: all is well */
+function showTrouble(message) {
+  setText(byId("connection"), message);
+  byId("connection").hidden = message === "";
 }
 
-/** @param {() => void | Promise<void>} onConnected after the first answer, and after each outage */
-export function startStatus(onConnected) {
-  let connected = false;
-  const ask = async () => {
+/**
+ * @param {(code: number) => boolean} isStale whether what is shown cannot be what the application has
+ * @param {() => void | Promise<void>} load after the first answer, after each outage, and when it is stale
+ * @param {() => boolean} isBusy while the application has something of this page in hand it answers nothing else
+ */
+export function startStatus(isStale, load, isBusy) {
+  let loaded = false;
+  let seen = 0;
+  const askOnce = async () => {
+    let status;
     try {
-      const status = await readStatus();
-      Object.assign(last, status, { at: new Date() });
-      showStatus(status);
-      byId("connection").hidden = true;
-      if (!connected) {
-        await onConnected();
-        connected = true;
-      }
+      status = await readStatus();
     } catch (refusal) {
-      connected = false;
+      loaded = false;
       last.failures += 1;
-      showNoConnection(/** @type {Error} */ (refusal).message);
+      show("bad", "–", "No connection", "–", null);
+      return showTrouble(/** @type {Error} */ (refusal).message);
     }
+    Object.assign(last, status, { at: new Date() });
+    show(kindOf(status.code), String(status.code), status.text, `${status.time} ms`, HIGHEST_ALERT[status.code] ?? null);
+    try {
+      if (!loaded || (status.code !== seen && isStale(status.code))) await load();
+      loaded = true;
+      seen = status.code;
+      showTrouble("");
+    } catch (refusal) {
+      showTrouble(/** @type {Error} */ (refusal).message);
+    }
+  };
+  const ask = async () => {
+    if (!isBusy()) await askOnce();
     setTimeout(ask, PERIOD_MS);
   };
   ask();

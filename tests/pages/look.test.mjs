@@ -16,7 +16,7 @@ const TABS = ["live", "detection", "alerts", "overlays", "advanced"];
 /** @type {import("playwright-core").BrowserContextOptions} */
 const DESKTOP = { viewport: { width: 1280, height: 900 }, reducedMotion: "reduce" };
 /** @type {import("playwright-core").BrowserContextOptions} */
-const PHONE = { viewport: { width: 390, height: 844 }, isMobile: true, hasTouch: true, deviceScaleFactor: 2, reducedMotion: "reduce" };
+const PHONE = { viewport: { width: 360, height: 740 }, isMobile: true, hasTouch: true, deviceScaleFactor: 2, reducedMotion: "reduce" };
 /** @type {[string, import("playwright-core").BrowserContextOptions][]} */
 const SCREENS = [["light", { ...DESKTOP, colorScheme: "light" }], ["dark", { ...DESKTOP, colorScheme: "dark" }],
   ["phone-light", { ...PHONE, colorScheme: "light" }], ["phone-dark", { ...PHONE, colorScheme: "dark" }]];

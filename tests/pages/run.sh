@@ -15,7 +15,7 @@ fi
 
 node_modules/.bin/tsc -p tsconfig.pages.json
 node_modules/.bin/tsc -p tsconfig.json
-[ $# -gt 0 ] || set -- unit/*.test.mjs server.test.mjs look.test.mjs story.test.mjs
+[ $# -gt 0 ] || set -- unit/*.test.mjs server.test.mjs look.test.mjs story.test.mjs hand.test.mjs trouble.test.mjs
 # Side by side: each suite mostly waits for a server, an application and a browser of its own.
 results=$(mktemp -d)
 trap 'rm -rf "$results"' EXIT

@@ -1,0 +1,302 @@
+// What a person meets who is not alone, or whose camera is slow, breaks off or shows nothing.
+
+import assert from "node:assert/strict";
+import { readFileSync } from "node:fs";
+import { join } from "node:path";
+import { after, before, test } from "node:test";
+import { openBrowser } from "./support/browser.mjs";
+import { Camera, freePort, scratchFolder } from "./support/camera.mjs";
+import { ask, ENDPOINT, settingsOf, until } from "./support/http.mjs";
+import { Visitor } from "./support/visitor.mjs";
+
+const folder = scratchFolder("trouble");
+const camera = new Camera(["--state", join(folder, "state"), "--listen", `127.0.0.1:${await freePort()}`, "--set", "MainLoopTime=1000"]);
+const browser = await openBrowser();
+const SAVE = "**/*action=set_post_parameters";
+const DOCUMENT = "**/*action=get_all_parameters";
+/** @param {number} ms */
+const sleep = (ms) => new Promise((resolve) => setTimeout(resolve, ms));
+
+async function start() {
+  await camera.start();
+  await until(async () => (await ask(camera.address, `${ENDPOINT}?action=get_status_code`)).status === 200, "the endpoint");
+}
+
+/** A page of its own. @param {import("playwright-core").BrowserContextOptions} [options] */
+async function visit(options = { viewport: { width: 1280, height: 900 } }) {
+  const context = await browser.newContext(options);
+  const visitor = new Visitor(await context.newPage());
+  await visitor.page.goto(camera.address);
+  await visitor.waitForText("save-note", /saved|accepted/);
+  return visitor;
+}
+
+/** @param {Visitor} visitor */
+const leave = (visitor) => visitor.page.context().close();
+
+/** How often something posted. @param {Visitor} visitor */
+function countPosts({ page }) {
+  const count = { posts: 0 };
+  page.on("request", (request) => { if (request.method() === "POST") count.posts += 1; });
+  return count;
+}
+
+before(start);
+after(async () => {
+  await browser.close();
+  await camera.stop();
+});
+
+test("accepting the agreement keeps what is edited, and frees the other page at the gate", async () => {
+  const [anna, bert] = [await visit(), await visit()];
+  for (const { page } of [anna, bert]) await page.waitForSelector("#agreement[open]");
+  await anna.page.click("#agreement-close");
+  await anna.tab("detection");
+  await anna.type("MaxDisappear", "16");
+  await anna.page.click("#agreement-open");
+  await anna.page.click("#agreement-accept");
+  await anna.page.waitForSelector("#agreement", { state: "hidden" });
+  assert.equal(await anna.page.inputValue("#MaxDisappear"), "16");
+  assert.match(await anna.text("save-note"), /Changed, not saved yet/);
+  assert.equal((await settingsOf(camera.address)).MaxDisappear, "15", "the agreement alone is saved");
+  await anna.page.keyboard.press("Control+z");
+  await anna.page.click("#tab-detection");
+  await anna.page.keyboard.press("Control+z");
+  assert.equal(await anna.page.inputValue("#MaxDisappear"), "15");
+  assert.match(await anna.text("save-note"), /Everything is saved/, "undo does not take the agreement back");
+  await bert.page.waitForSelector("#agreement", { state: "hidden" });
+  assert.ok(await bert.page.isHidden("#agreement-notice"));
+  await Promise.all([leave(anna), leave(bert)]);
+});
+
+test("two pages that save one after the other: neither undoes the other unseen", async () => {
+  const [anna, bert] = [await visit(), await visit()];
+  await anna.tab("detection");
+  await anna.type("MinNumberOfPeopleForTrigger", "2");
+  await bert.tab("detection");
+  await bert.type("MaxDisappear", "17");
+  await bert.save();
+  await anna.page.click("#save");
+  await anna.waitForText("save-note", /^Not saved: the settings have been changed elsewhere meanwhile/);
+  assert.equal(await anna.page.inputValue("#MaxDisappear"), "17", "the other's change is shown");
+  assert.equal(await anna.page.inputValue("#MinNumberOfPeopleForTrigger"), "2", "with one's own on top");
+  assert.equal((await settingsOf(camera.address)).MinNumberOfPeopleForTrigger, "1");
+  await anna.save();
+  const stored = await settingsOf(camera.address);
+  assert.deepEqual([stored.MinNumberOfPeopleForTrigger, stored.MaxDisappear], ["2", "17"]);
+  await Promise.all([leave(anna), leave(bert)]);
+});
+
+test("a camera that needs long for a save is waited for, and what is edited meanwhile stays", async () => {
+  const visitor = await visit(), { page } = visitor;
+  const count = countPosts(visitor);
+  await page.route(SAVE, async (route) => {
+    await sleep(17000);
+    await route.continue();
+  });
+  await visitor.tab("detection");
+  await visitor.type("MaxDisappear", "18");
+  await page.click("#save");
+  assert.equal(await visitor.text("save-note"), "Saving…");
+  assert.ok(await page.isVisible("#save-progress"));
+  assert.ok(await page.isDisabled("#save"));
+  await page.evaluate(() => document.getElementById("save")?.dispatchEvent(new MouseEvent("click")));
+  await visitor.type("MinNumberOfPeopleForTrigger", "3");
+  await visitor.waitForText("save-note", /^(?!Saving)/, 90);
+  assert.match(await visitor.text("save-note"), /Changed, not saved yet/);
+  assert.equal(await page.inputValue("#MinNumberOfPeopleForTrigger"), "3");
+  const stored = await settingsOf(camera.address);
+  assert.deepEqual([stored.MaxDisappear, stored.MinNumberOfPeopleForTrigger, count.posts], ["18", "2", 1]);
+  assert.deepEqual(visitor.complaints, []);
+  await leave(visitor);
+});
+
+test("a save whose answer is lost is not called failed, and is told of once the application is back", async () => {
+  const visitor = await visit(), { page } = visitor;
+  visitor.expectsFailures = true;
+  await page.route(SAVE, async (route) => {
+    await route.fetch();
+    await camera.stop();
+    await route.abort();
+  });
+  await visitor.tab("detection");
+  await visitor.type("MaxDisappear", "19");
+  await page.click("#save");
+  await visitor.waitForText("save-note", /^Not saved, as far as is known\. No connection/);
+  await start();
+  await visitor.waitForText("save-note", /^Saved\.$/, 60);
+  assert.equal((await settingsOf(camera.address)).MaxDisappear, "19");
+  await leave(visitor);
+});
+
+test("a lost answer of an application that goes on is looked after at once", async () => {
+  const visitor = await visit(), { page } = visitor;
+  visitor.expectsFailures = true;
+  await page.route(SAVE, async (route) => {
+    await route.fetch();
+    await route.abort();
+  });
+  await visitor.tab("detection");
+  await visitor.type("MaxDisappear", "20");
+  await page.click("#save");
+  await visitor.waitForText("save-note", /^Saved\.$/);
+  await leave(visitor);
+});
+
+test("saved, though the settings could not be read back", async () => {
+  const visitor = await visit(), { page } = visitor;
+  visitor.expectsFailures = true;
+  await page.route(SAVE, async (route) => {
+    await page.route(DOCUMENT, (read) => read.abort());
+    await route.continue();
+  });
+  await visitor.tab("detection");
+  await visitor.type("MaxDisappear", "21");
+  await page.click("#save");
+  await visitor.waitForText("save-note", /^Saved\./);
+  assert.equal((await settingsOf(camera.address)).MaxDisappear, "21");
+  await leave(visitor);
+});
+
+test("settings that no parser takes are shown, and can be put right", async () => {
+  const visitor = await visit(), { page } = visitor;
+  await page.route(DOCUMENT, async (route) => {
+    const response = await route.fetch();
+    await route.fulfill({ response, body: (await response.text()).replace(/<SelectedDetectionOverlay>[^<]*/, "<SelectedDetectionOverlay>a&b") });
+  });
+  await page.reload();
+  await visitor.waitForText("save-note", /Everything is saved/);
+  await visitor.tab("overlays");
+  assert.equal(await page.inputValue("#SelectedDetectionOverlay"), "a&b");
+  assert.match(await visitor.text("SelectedDetectionOverlay-error"), /choose one of the camera's stream sizes/);
+  assert.ok(await page.locator("#tab-overlays.wrong").count() === 1, "the tab tells where to look");
+  await leave(visitor);
+});
+
+test("settings cut short are refused, and the status is told all the same", async () => {
+  const visitor = await visit(), { page } = visitor;
+  await page.route(DOCUMENT, async (route) => {
+    const response = await route.fetch();
+    await route.fulfill({ response, body: (await response.text()).slice(0, 900) });
+  });
+  await page.reload();
+  await visitor.waitForText("connection", /sent settings that cannot be read/);
+  assert.doesNotMatch(await visitor.text("status"), /No connection/);
+  assert.ok(await page.locator("#panel-live[inert]").count() === 1, "nothing to edit before there are settings");
+  await page.unroute(DOCUMENT);
+  await page.waitForSelector("#connection", { state: "hidden" });
+  await visitor.waitForText("save-note", /Everything is saved/);
+  assert.ok(await page.locator("#panel-live[inert]").count() === 0);
+  await leave(visitor);
+});
+
+test("a stream that ends or never comes is not shown as live, and comes back", async () => {
+  const visitor = await visit(), { page } = visitor;
+  visitor.expectsFailures = true;
+  const { body } = await ask(camera.address, "/stream/640x360.jpg");
+  const picture = Buffer.from(body, "latin1");
+  await page.route("**/stream/**", (route) => route.fulfill({
+    contentType: "multipart/x-mixed-replace; boundary=picture",
+    body: Buffer.concat([Buffer.from(`--picture\r\nContent-Type: image/jpeg\r\nContent-Length: ${picture.length}\r\n\r\n`), picture, Buffer.from("\r\n")]),
+  }));
+  await page.reload();
+  await page.waitForFunction(() => /** @type {HTMLImageElement} */ (document.getElementById("picture")).naturalWidth === 640);
+  await page.waitForSelector("#no-picture", { state: "visible" });
+  await page.route("**/stream/**", (route) => route.fulfill({ status: 404, body: "none" }));
+  await page.reload();
+  await page.waitForSelector("#no-picture", { state: "visible" });
+  assert.ok(await page.isHidden("#picture"));
+  await page.unroute("**/stream/**");
+  await page.waitForSelector("#no-picture", { state: "hidden" });
+  assert.ok(await page.isVisible("#picture"));
+  await leave(visitor);
+});
+
+test("the stream is open only while its page is looked at", async () => {
+  const visitor = await visit(), { page } = visitor;
+  /** @type {Set<import("playwright-core").Request>} */
+  const open = new Set();
+  page.on("request", (request) => { if (request.url().includes("/stream/")) open.add(request); });
+  page.on("requestfailed", (request) => open.delete(request));
+  page.on("requestfinished", (request) => open.delete(request));
+  await page.reload();
+  await until(() => open.size === 1, "the stream");
+  await visitor.tab("alerts");
+  await until(() => open.size === 0, "the end of the stream");
+  await page.waitForTimeout(200);
+  await page.evaluate(() => document.getElementById("tab-live")?.click());
+  assert.ok(await page.isHidden("#no-picture"), "it has not been given up meanwhile");
+  await until(() => open.size === 1, "the stream");
+  await leave(visitor);
+});
+
+test("while nothing is new nothing in the page is touched: nothing to speak again, nothing to lose a selection in", async () => {
+  const visitor = await visit(), { page } = visitor;
+  /** @type {[string, string][]} */
+  const constant = [["get_status_code", "502"], ["get_status_string", "First alert active"], ["get_execution_time", "77"]];
+  for (const [action, body] of constant) await page.route(`**/*action=${action}`, (route) => route.fulfill({ body }));
+  await visitor.waitForText("pass-time", /77 ms/);
+  await visitor.tab("advanced");
+  assert.ok(await page.locator("#diagnostics dd").count() > 5, "the diagnostics are there at once");
+  const touched = await page.evaluate(async () => {
+    /** @type {string[]} */
+    const found = [];
+    const observer = new MutationObserver((records) => found.push(...records.filter(({ type }) => type === "childList").map(({ target }) =>
+      /** @type {HTMLElement} */ (target).outerHTML)));
+    observer.observe(document.body, { subtree: true, childList: true });
+    await new Promise((resolve) => setTimeout(resolve, 3500));
+    return found;
+  });
+  const seconds = /^<dd>\d+\/\d+\/\d+, /; // when the last answer came
+  assert.deepEqual(touched.filter((text) => !seconds.test(text)), []);
+  await leave(visitor);
+});
+
+test("who has scrolled back in a followed log stays there, and its lines stay the same elements", async () => {
+  const visitor = await visit({ viewport: { width: 1280, height: 420 } }), { page } = visitor;
+  const log = "2026-01-31 09:30:00|korvex_orvel|info|line ";
+  let count = 200;
+  await page.route("**/*action=get_logfile_as_serialized_text", (route) => route.fulfill({ body: Array.from({ length: count++ }, (_, i) => `${log}${i}\n`).join("") }));
+  await visitor.tab("advanced");
+  await page.click("#view-log");
+  await visitor.waitForText("log-note", /^200 of 200/);
+  await page.check("#log-follow");
+  await visitor.waitForText("log-note", /^20[3-9] of/);
+  const isAtEnd = () => page.$eval("#log-scroll", (box) => box.scrollHeight - box.scrollTop - box.clientHeight < 2);
+  assert.ok(await isAtEnd(), "the newest line is shown");
+  await page.$eval("#log-scroll", (box) => { box.scrollTop = 100; /** @type {any} */ (box.querySelector("tbody tr:nth-child(9)")).dataset.mine = "1"; });
+  const seen = await page.locator("#log-lines tr").count();
+  await page.waitForFunction((before) => (document.getElementById("log-lines")?.children.length ?? 0) > before, seen);
+  assert.equal(await page.$eval("#log-scroll", (box) => box.scrollTop), 100);
+  assert.equal(await page.locator("#log-lines tr:nth-child(9)[data-mine]").count(), 1);
+  await leave(visitor);
+});
+
+test("the log is not cleared by a key pressed too many", async () => {
+  const visitor = await visit(), { page } = visitor;
+  await visitor.tab("advanced");
+  await page.click("#view-log");
+  await visitor.waitForText("log-note", /lines/);
+  await page.focus("#log-clear");
+  await page.keyboard.press("Enter");
+  await page.waitForSelector("#confirm[open]");
+  await page.keyboard.press("Enter");
+  await page.waitForSelector("#confirm", { state: "hidden" });
+  assert.match((await ask(camera.address, `${ENDPOINT}?action=get_logfile_as_plain_text`)).body, /STARTING/);
+  await page.click("#log-clear");
+  await page.click("#confirm-yes");
+  await visitor.waitForText("log-note", /The log has been cleared/);
+  await leave(visitor);
+});
+
+test("an export holds what the camera has, not what is only shown", async () => {
+  const visitor = await visit({ acceptDownloads: true }), { page } = visitor;
+  const { MaxDisappear } = await settingsOf(camera.address);
+  await visitor.tab("detection");
+  await visitor.type("MaxDisappear", "x");
+  await visitor.tab("advanced");
+  const [file] = await Promise.all([page.waitForEvent("download"), page.click("#export")]);
+  assert.equal(JSON.parse(readFileSync(await file.path(), "utf8")).texts.MaxDisappear, MaxDisappear);
+  assert.match(await visitor.text("import-note"), /what is changed and not saved is not in it/);
+  await leave(visitor);
+});

@@ -166,17 +166,17 @@ TEST(FfmpegReaderTest, ComesToTheEndOfDamagedFiles) {
 
 TEST(FfmpegReaderTest, PassesOverPicturesThatWouldTakeTheMachinesMemory) {
     const temporary_folder folder;
-    for (const auto& [side, pictures] : {std::pair{8192, 1}, std::pair{8194, 0}}) {
+    for (const auto& [side, pictures] : {std::pair{8192U, 1U}, std::pair{8194U, 0U}}) {
         // Black; the zeros are a hole in the file and take no room.
         const std::string path = folder / (std::to_string(side) + ".pgm");
         const std::string header = "P5 " + std::to_string(side) + " " + std::to_string(side) + " 255\n";
         test_video::write_file(path, {header.begin(), header.end()});
-        std::filesystem::resize_file(path, header.size() + static_cast<std::uintmax_t>(side) * side);
+        std::filesystem::resize_file(path, header.size() + std::uintmax_t{side} * side);
         ffmpeg_reader reader(path, access::file);
         std::string why;
         // The decoder knows the size in advance here; in the middle of a video it finds out picture by picture.
         const std::size_t shown = reader.open(why) ? read_all(reader).size() : 0;
-        EXPECT_EQ(shown, static_cast<std::size_t>(pictures)) << side << " " << why;
+        EXPECT_EQ(shown, pictures) << side << " " << why;
     }
 }
 

@@ -172,6 +172,15 @@ TEST_F(InferencePassTest, aFailedInferenceIsNotCleanedUp) {
     g_object_unref(detector->m_buf);
 }
 
+TEST_F(InferencePassTest, aPassBeginsWithoutEarlierErrors) {
+    set_up();
+    g_set_error_literal(&detector->m_error, g_quark_from_static_string("test"), 1, "of an earlier pass");
+    recording_larod::recorder().fail("larodRunInference");
+    EXPECT_EQ(detector->larod_prepare_data_and_do_ai(), 1);
+    EXPECT_EQ(detector->m_error, nullptr);
+    g_object_unref(detector->m_buf);
+}
+
 TEST_F(InferencePassTest, aFailedReleaseEndsThePassBeforeTheCleanUp) {
     set_up();
     recording_larod::set_outputs({{{0, 0, 1, 1}, {0}, {0.9F}, {1}}});

@@ -214,6 +214,23 @@ TEST_F(DetectionProcessingTest, LeavesOutABoxWhoseCornersAreAllExcluded) {
     }
 }
 
+TEST_F(DetectionProcessingTest, LooksAtEachOfTheFourCorners) {
+    const std::array<std::pair<int, int>, 4> corners = {{{100, 100}, {200, 100}, {100, 200}, {200, 200}}};
+    for (size_t left_out = 0; left_out < corners.size(); ++left_out) {
+        int zone = 0;
+        for (size_t i = 0; i < corners.size(); ++i) {
+            const auto [x, y] = corners.at(i);
+            if (i == left_out)
+                continue;
+            g_AreaofInterest.set_exclusion(++zone, {{x - 5, y - 5}, {x + 5, y - 5}, {x + 5, y + 5}, {x - 5, y + 5}});
+            g_AreaofInterest.set_exclusion_active(zone, true);
+        }
+        g_detections = {{100, 100, 100, 100, kCar, 0.9F}};
+        DetectionProcessing::monitor_AOI();
+        EXPECT_EQ(g_findings.at(0).footing, in_AOI1_briefly) << "corner " << left_out;
+    }
+}
+
 TEST_F(DetectionProcessingTest, LeavesOutClassesThatNobodyWants) {
     g_ConfigParams.b_DetectCars = false;
     g_detections = {box(10, 10, kCar), box(500, 500, kPerson), box(800, 800, 9)};

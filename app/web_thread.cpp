@@ -26,10 +26,9 @@ std::condition_variable g_changed;
 phase g_phase = phase::not_started;
 
 void enter(phase next) {
-    {
-        const std::scoped_lock lock(g_lock);
-        g_phase = next;
-    }
+    // Told while the lock is held: whoever learns of the end may destroy the variable at once.
+    const std::scoped_lock lock(g_lock);
+    g_phase = next;
     g_changed.notify_all();
 }
 

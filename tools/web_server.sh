@@ -1,6 +1,7 @@
 # The web server before the application; sourced after common.sh. Its rules are in web/lighttpd/.
 
 web_pid=
+own_users=
 web_first_port=8080
 web_realm="Korvex Orvel"
 
@@ -55,7 +56,8 @@ read_passwords() {
 # Copies the users into the state folder, in a form that does not show a password typed there.
 prepare_users() {
     local user password
-    rm -f "$state/web_users"
+    own_users=$state/web_users
+    rm -f "$own_users"
     (
         umask 077
         sed -e 's/\r$//' -e '/^[[:space:]]*\(#.*\)\?$/d' "$password_file" |
@@ -65,7 +67,7 @@ prepare_users() {
                 done
             else
                 cat
-            fi >"$state/web_users"
+            fi >"$own_users"
     )
 }
 
@@ -122,7 +124,7 @@ export_rules() {
         export KORVEX_WEB_TLS_RULES=$rules/tls.conf KORVEX_WEB_CERTIFICATE=$certificate
     fi
     if [ -n "$password_file" ]; then
-        export KORVEX_WEB_PASSWORD_RULES=$rules/password.conf KORVEX_WEB_REALM=$web_realm KORVEX_WEB_USERS=$state/web_users
+        export KORVEX_WEB_PASSWORD_RULES=$rules/password.conf KORVEX_WEB_REALM=$web_realm KORVEX_WEB_USERS=$own_users
         export KORVEX_WEB_USERS_FORM=${users_form/plain/htdigest} KORVEX_WEB_PASSWORD_METHOD=digest
         [ -z "$certificate" ] || export KORVEX_WEB_PASSWORD_METHOD=basic
     fi
@@ -167,9 +169,10 @@ start_web_server() {
 }
 
 stop_web_server() {
+    [ -z "$own_users" ] || rm -f "$own_users" # one that could not start leaves them too
     [ -n "$web_pid" ] || return 0
     kill -TERM "$web_pid" 2>/dev/null || true
     wait "$web_pid" 2>/dev/null || true
     web_pid=
-    rm -f "$state/web_server.pid" "$state/web_users"
+    rm -f "$state/web_server.pid"
 }

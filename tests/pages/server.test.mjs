@@ -3,7 +3,7 @@
 import assert from "node:assert/strict";
 import { execFileSync, spawnSync } from "node:child_process";
 import { createServer, connect } from "node:net";
-import { readFileSync, writeFileSync } from "node:fs";
+import { existsSync, readFileSync, writeFileSync } from "node:fs";
 import { join } from "node:path";
 import { after, before, test } from "node:test";
 import { openBrowser } from "./support/browser.mjs";
@@ -143,10 +143,11 @@ test("what cannot be is refused in a sentence", async () => {
   const taken = createServer();
   await new Promise((resolve) => { taken.listen(0, "127.0.0.1", () => resolve(undefined)); });
   const { port: takenPort } = /** @type {import("node:net").AddressInfo} */ (taken.address());
-  const said = spawnSync(join(root, "run"), ["--state", join(folder, "refused"), "--listen", `127.0.0.1:${takenPort}`], { encoding: "utf8" });
+  const said = spawnSync(join(root, "run"), ["--state", join(folder, "refused"), "--listen", `127.0.0.1:${takenPort}`, "--password-file", file("some", "anna:b\n")], { encoding: "utf8" });
   taken.close();
   assert.match(said.stderr, new RegExp(`port ${takenPort} of 127.0.0.1 is taken by another program`));
   assert.equal(said.status, 1);
+  assert.ok(!existsSync(join(folder, "refused", "web_users")), "nobody's password stays behind");
 
   for (const everybody of ["0.0.0.0:8080", "192.0.2.1:8080", "[::]:8080"]) assert.match(refused("--listen", everybody), /give a --password-file/);
   for (const address of ["8080", "127.0.0.1", "127.0.0.1:0", "127.0.0.1:65536", "example.org:80"]) assert.match(refused("--listen", address), /takes ADDR:PORT/);

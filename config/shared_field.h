@@ -3,9 +3,9 @@
 #include <atomic>
 
 /**
- * The web thread rewrites plain words while the analysis pass reads them: those of the live ConfigParams, the detector's
- * threshold, the tracker's patience, and its own connection's descriptor is looked at from aside. Both sides go through
- * these two, which make each access one indivisible load or store; a pass sees the old or the new value of a
+ * The web thread rewrites plain words while the analysis pass reads them: those of the live ConfigParams, the
+ * detector's threshold, the tracker's patience, and its own connection's descriptor is looked at from aside. Both sides
+ * go through these two, which make each access one indivisible load or store; a pass sees the old or the new value of a
  * field, never half of one. No order between fields is promised.
  */
 template <typename Word>

@@ -20,7 +20,11 @@ int hex_value(char c) {
     return found == std::string_view::npos ? -1 : static_cast<int>(found);
 }
 
-/** As far as the first zero byte, where a C text ends. */
+/** A C text ends at the first zero byte. */
+std::string up_to_zero(const std::string& text) {
+    return text.substr(0, text.find('\0'));
+}
+
 std::string decode(const std::string& text) {
     std::string plain;
     for (size_t i = 0; i < text.size(); ++i) {
@@ -31,7 +35,7 @@ std::string decode(const std::string& text) {
             plain += text[i] == '+' ? ' ' : text[i];
         }
     }
-    return plain.c_str();
+    return up_to_zero(plain);
 }
 
 std::string answer_to(const std::string& action) {
@@ -88,7 +92,7 @@ running_service& service() {
 } // namespace
 
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    const std::string uri = text_of(data, size).c_str();
+    const std::string uri = up_to_zero(text_of(data, size));
     const std::optional<std::string> expected = expected_answer(uri);
     if (!expected)
         return 0;

@@ -15,5 +15,5 @@ build_dir=${1:-build/asan}
 
 clang-format --dry-run -Werror "${sources[@]}"
 git ls-files '*.cpp' | grep -v '^bench/' |
-    xargs -P "$(nproc)" -n 4 clang-tidy --quiet -p "$build_dir" 2>&1 |
+    xargs -P "$(nproc)" -n 1 clang-tidy --quiet -p "$build_dir" 2>&1 |
     { grep -v -E '^[0-9]+ warnings? (generated|treated)|^Suppressed' || true; }

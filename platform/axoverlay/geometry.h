@@ -16,7 +16,7 @@ struct Geometry {
     int picture_width() const { return turned() ? height : width; }
     int picture_height() const { return turned() ? width : height; }
 
-    auto operator<=>(const Geometry&) const = default;
+    auto operator<=>(const Geometry&) const = default; // NOLINT(modernize-use-nullptr): its own 0 is meant
 };
 
 } // namespace host_overlay

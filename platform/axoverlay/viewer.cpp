@@ -13,7 +13,7 @@ namespace {
 /** What the connection's body is read through; lives as long as the response. */
 using Reading = std::shared_ptr<Viewer>;
 
-constexpr std::size_t kReadSize = 64 * 1024;
+constexpr std::size_t kReadSize = 65536;
 
 } // namespace
 

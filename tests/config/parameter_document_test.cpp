@@ -266,7 +266,7 @@ TEST_F(parameter_document_test, refuses_what_is_no_document_but_publishes_the_st
     for (const std::string& body :
          {std::string(), std::string("text"), std::string("<app>"), std::string("<app><a>1</b></app>"),
           std::string("<app><a>1</a></app>x"), std::string("<app><a>&unknown;</a></app>"),
-          std::string("<app><a>\0</a></app>", 20), std::string("<app><a>\xff</a></app>"),
+          std::string("<app><a>\0</a></app>", 19), std::string("<app><a>\xff</a></app>"),
           posted_document().text() + "\xff", std::string("<app/>")}) {
         reset_settings();
         const std::string before = parameter_io::get_parameters();

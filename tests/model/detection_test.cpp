@@ -151,7 +151,8 @@ TEST(Detection, finds_most_cars_and_the_bus_of_the_street_where_they_are) {
     Detector detector("960_540");
     std::array<int, 9> shown{};
     std::array<int, 9> found{};
-    for (double seconds = 0; seconds < host_scene::cycle_seconds; seconds += 4.5) {
+    for (int step = 0; 4.5 * step < host_scene::cycle_seconds; ++step) {
+        const double seconds = 4.5 * step;
         const auto objects = detector.find(street_at(seconds), 0.35F);
         for (const Object& truth : truth_at(seconds)) {
             ++shown[static_cast<std::size_t>(truth.class_index)];

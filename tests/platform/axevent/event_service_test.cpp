@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 
 using host_events::EventService;
-using host_events::Occurrence;
 using host_events::Outputs;
 using testing::ElementsAre;
 

@@ -6,7 +6,6 @@
 
 #include <thread>
 
-using host_events::MqttMessage;
 using host_events::MqttQueue;
 using host_events::MqttSettings;
 using host_events::MqttWorker;

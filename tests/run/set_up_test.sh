@@ -22,7 +22,7 @@ root=$real_root
 
 for list in build test bench fuzz; do
     check "every package of $list has its reason" \
-        test -z "$(grep -v '^#' "$root/tools/packages-$list.txt" | grep -v -E '^[a-z0-9.+-]+( +[a-z_-]+)? +# .+')"
+        test -z "$(grep -v '^#' "$root/tools/packages-$list.txt" | grep -v -E '^[a-z0-9.+-]+( +[a-z0-9_.+-]+)? +# .+')"
 done
 
 mkdir -p "$work/base/present/inner" "$work/shown"

@@ -181,8 +181,7 @@ test("an alert appears", async () => {
   }
   await page.press('[data-coordinate="area.3.y"]', "Tab");
   await visitor.save();
-  await page.waitForSelector('#alerts li[data-level="1"][data-active=true]', { timeout: 120000 });
-  assert.match(await page.locator('#alerts li[data-level="1"]').innerText(), /First active/);
+  await page.locator('#alerts li[data-level="1"][data-active=true]', { hasText: "First active" }).waitFor({ timeout: 120000 });
 });
 
 test("overlays take the camera's own sizes and warn where two roles meet", async () => {

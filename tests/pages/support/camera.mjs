@@ -1,6 +1,6 @@
 // The application as a visitor meets it: ./run with a state folder of its own, on a port of its own.
 
-import { spawn } from "node:child_process";
+import { execFileSync, spawn } from "node:child_process";
 import { mkdtempSync, rmSync } from "node:fs";
 import { createServer } from "node:net";
 import { tmpdir } from "node:os";
@@ -28,6 +28,16 @@ export function scratchFolder(name) {
   const folder = mkdtempSync(join(tmpdir(), `korvex_${name}_`));
   process.on("exit", () => rmSync(folder, { recursive: true, force: true }));
   return folder;
+}
+
+/**
+ * A video of two pictures a second: whoever asks nothing of the picture leaves the processors to the other suites.
+ * @param {string} folder
+ */
+export function slowVideo(folder) {
+  const path = join(folder, "slow.mp4");
+  execFileSync("ffmpeg", ["-v", "error", "-f", "lavfi", "-i", "testsrc2=size=1280x720:rate=2", "-t", "10", "-pix_fmt", "yuv420p", path]);
+  return path;
 }
 
 export class Camera {

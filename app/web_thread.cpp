@@ -16,7 +16,7 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto kLongestRequest = 300ms; // of a client that cooperates; the end as a whole has a second
-constexpr int kNiceness = 5;            // this thread's alone: however many ask, the analysis keeps its pace
+constexpr int kNiceness = 10;           // this thread's alone: however many ask, the analysis keeps its pace
 
 /** not_started -> opening -> serving -> ended, or opening -> ended when the socket cannot be opened. */
 enum class phase { not_started, opening, serving, ended };

@@ -50,7 +50,7 @@ ask() { curl -s --max-time 10 "$app_address$endpoint?action=$1"; }
 state=$work/bare listen='' password_file='' certificate=''
 mkdir -p "$state/html"
 check_web_options
-nice -n 5 "$responder" "$state/html/korvex_orvel_fcgi.socket" &
+nice -n 10 "$responder" "$state/html/korvex_orvel_fcgi.socket" &
 responder_pid=$!
 start_web_server
 bare_web_pid=$web_pid bare_address=$web_address
@@ -87,13 +87,16 @@ pid=$(app_pid) || fail "the application's process cannot be found."
 done) >"$work/watched" 2>/dev/null &
 watcher_pid=$!
 
+# visitors WRK-OPTION...: four that ask without a pause. Their own machines are elsewhere, so that here they give way.
+visitors() { nice -n 10 wrk -t 1 -c 4 "$@"; }
+
 # rate URL: requests a second, none of which may fail.
 rate() {
-    wrk -t 1 -c 4 -d 4s "$1" >"$work/wrk"
+    visitors -d 4s "$1" >"$work/wrk"
     ! grep -E 'Socket errors|Non-2xx' "$work/wrk" >&2 || fail "requests failed: $1"
     sed -n 's/^Requests\/sec: *//p' "$work/wrk"
 }
-wrk -t 1 -c 4 -d 2s "${app_address}$endpoint?action=get_all_parameters" >/dev/null
+visitors -d 2s "${app_address}$endpoint?action=get_all_parameters" >/dev/null
 printf '%-8s %14s %18s %20s   requests a second\n' round bare get_status_code get_all_parameters
 for ((round = 1; round <= rounds; round++)); do
     bare=$(rate "$bare_address$endpoint?action=get_status_code")
@@ -124,7 +127,7 @@ resident() { awk '/^VmRSS/ { print $2 }' "/proc/$pid/status"; }
 before_fd=$(descriptors) before_kb=$(resident) requests=0
 while [ "$requests" -lt 100000 ]; do
     for action in get_status_code get_all_parameters get_status_string nonsense; do
-        wrk -t 1 -c 4 -d 5s "$app_address$endpoint?action=$action" >"$work/wrk"
+        visitors -d 5s "$app_address$endpoint?action=$action" >"$work/wrk"
         requests=$((requests + $(sed -n 's/^ *\([0-9]*\) requests in.*/\1/p' "$work/wrk")))
     done
 done

@@ -137,7 +137,7 @@ export_rules() {
 try_web_server() {
     export_rules "$1"
     rm -f "$state/web_server.pid"
-    (cd "$state" && exec nice -n 5 setsid setpriv --pdeathsig TERM lighttpd -D -f "$KORVEX_WEB_RULES/korvex_orvel.conf") \
+    (cd "$state" && exec nice -n 10 setsid setpriv --pdeathsig TERM lighttpd -D -f "$KORVEX_WEB_RULES/korvex_orvel.conf") \
         >"$state/web_server.log" 2>&1 8>&- &
     web_pid=$!
     until [ -s "$state/web_server.pid" ]; do

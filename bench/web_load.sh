@@ -14,7 +14,7 @@ programs=$(realpath "${1:-$root/build/bench}")
 rounds=${2:-5}
 responder=$programs/bench/constant_responder
 application=$programs/platform/console/korvex_live
-period=${KORVEX_LOAD_PERIOD:-500}
+period=${KORVEX_LOAD_PERIOD:-200}
 for program in "$responder" "$application"; do
     [ -x "$program" ] || fail "$program is not built; run: cmake --preset bench && cmake --build build/bench"
 done

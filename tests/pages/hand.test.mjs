@@ -226,7 +226,7 @@ test("on a phone the picture lets the page scroll, and every tab is in sight", a
     await phone.page.waitForTimeout(20);
   }
   await client.send("Input.dispatchTouchEvent", { type: "touchEnd", touchPoints: [] });
-  await until(() => phone.page.evaluate(() => window.scrollY > 50), "the page to scroll", 20);
+  await until(() => phone.page.evaluate(() => window.scrollY > 50), "the page to scroll");
   assert.deepEqual(await phone.corners("area"), before, "and moved no shape");
   await context.close();
 });

@@ -70,7 +70,7 @@ for (const [screen, options] of SCREENS)
     if (await page.isVisible("#agreement")) await page.click("#agreement-accept");
     await page.waitForSelector("#agreement", { state: "hidden" });
     await page.waitForFunction(() => /** @type {HTMLImageElement} */ (document.getElementById("picture")).naturalWidth > 0);
-    await visitor.waitForText("status", /200|50[234]|600/, 60);
+    await visitor.waitForText("status", /200|50[234]|600/);
     for (const tab of TABS) {
       await visitor.tab(tab);
       if (tab === "advanced") {

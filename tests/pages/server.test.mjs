@@ -9,6 +9,7 @@ import { after, before, test } from "node:test";
 import { openBrowser } from "./support/browser.mjs";
 import { Camera, freePort, root, scratchFolder } from "./support/camera.mjs";
 import { ask, digestHeader, ENDPOINT, until } from "./support/http.mjs";
+import { LIMIT_S } from "./support/limit.mjs";
 
 const folder = scratchFolder("server");
 const state = join(folder, "state");
@@ -127,7 +128,7 @@ test("all of it ends with ./run, within a second beyond the running pass", async
 
 /** @param {...string} options @returns {string} what a refused ./run says */
 function refused(...options) {
-  const { status, stderr } = spawnSync(join(root, "run"), ["--state", join(folder, "refused"), ...options], { encoding: "utf8", timeout: 20000 });
+  const { status, stderr } = spawnSync(join(root, "run"), ["--state", join(folder, "refused"), ...options], { encoding: "utf8", timeout: LIMIT_S * 1000 });
   assert.notEqual(status, 0, "it is refused");
   assert.equal(stderr.trim().split("\n").length, 1, stderr);
   return stderr;

@@ -72,7 +72,7 @@ test("accepting it is stored, and the analysis begins", async () => {
   await page.waitForSelector("#agreement", { state: "hidden" });
   assert.ok(await page.isHidden("#agreement-notice"));
   assert.equal((await settingsOf(camera.address)).Eula, "1");
-  await visitor.waitForText("status", /200|50[234]|600/, 60);
+  await visitor.waitForText("status", /200|50[234]|600/);
 });
 
 test("the live picture moves", async () => {
@@ -80,7 +80,7 @@ test("the live picture moves", async () => {
   await page.waitForFunction(() => /** @type {HTMLImageElement} */ (document.getElementById("picture")).naturalWidth === 1280);
   assert.ok(await page.isHidden("#no-picture"));
   const first = await page.locator("#picture").screenshot();
-  await until(async () => !first.equals(await page.locator("#picture").screenshot()), "another picture", 30);
+  await until(async () => !first.equals(await page.locator("#picture").screenshot()), "another picture");
 });
 
 test("a corner is dragged, undone, redone, moved by keys and reset", async () => {
@@ -181,7 +181,7 @@ test("an alert appears", async () => {
   }
   await page.press('[data-coordinate="area.3.y"]', "Tab");
   await visitor.save();
-  await page.locator('#alerts li[data-level="1"][data-active=true]', { hasText: "First active" }).waitFor({ timeout: 120000 });
+  await page.locator('#alerts li[data-level="1"][data-active=true]', { hasText: "First active" }).waitFor();
 });
 
 test("overlays take the camera's own sizes and warn where two roles meet", async () => {
@@ -212,7 +212,7 @@ test("the log is viewed, filtered and followed", async () => {
   await page.fill("#log-text", "");
   await page.check("#log-follow");
   // Each reading of the log is a line of it.
-  await until(async () => await page.locator("#log-lines tr").count() >= all + 2, "the followed lines", 30);
+  await until(async () => await page.locator("#log-lines tr").count() >= all + 2, "the followed lines");
   await page.uncheck("#log-follow");
 });
 
@@ -296,8 +296,8 @@ test("a page left open over a restart finds the application again, and keeps wha
   camera = new Camera(options("--set", "Detection10x=547", "--set", "Detection10y=239", "--set", "Detection11x=743",
     "--set", "Exclusion12x=1279", "--set", "Exclusion12y=719", "--set", "Detection12y=713"));
   await camera.start();
-  await page.waitForSelector("#connection", { state: "hidden", timeout: 60000 });
-  await visitor.waitForText("status", /200|50[234]|600/, 60);
+  await page.waitForSelector("#connection", { state: "hidden" });
+  await visitor.waitForText("status", /200|50[234]|600/);
   visitor.expectsFailures = false;
   assert.equal(await page.inputValue("#MaxDisappear"), "21");
   assert.match(await visitor.text("save-note"), /Changed, not saved yet/);

@@ -6,9 +6,9 @@ import { createServer } from "node:net";
 import { tmpdir } from "node:os";
 import { join } from "node:path";
 import { fileURLToPath } from "node:url";
+import { LIMIT_S } from "./limit.mjs";
 
 export const root = fileURLToPath(new URL("../../..", import.meta.url));
-const START_MS = 60000;
 if (process.env.KORVEX_BUILD_DIR === undefined) throw new Error("KORVEX_BUILD_DIR is to name the build whose programs are tested.");
 
 /** A port that is free now. @returns {Promise<number>} */
@@ -57,7 +57,7 @@ export class Camera {
     const child = spawn(join(root, "run"), this.options, { stdio: ["ignore", "ignore", "pipe"] });
     this.#process = child;
     return new Promise((resolve, reject) => {
-      const limit = setTimeout(() => reject(new Error(`./run did not start: ${this.said}`)), START_MS);
+      const limit = setTimeout(() => reject(new Error(`./run did not start: ${this.said}`)), LIMIT_S * 1000);
       child.stderr?.on("data", (chunk) => {
         this.said += chunk;
         const told = /Its pages are at (\S+)\n/.exec(this.said);

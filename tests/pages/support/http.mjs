@@ -3,6 +3,7 @@
 import { createHash } from "node:crypto";
 import { request as httpRequest } from "node:http";
 import { request as httpsRequest } from "node:https";
+import { LIMIT_S } from "./limit.mjs";
 
 export const ENDPOINT = "/local/korvex_orvel/korvex_orvel_fcgi.cgi";
 
@@ -34,7 +35,7 @@ export function ask(address, path, { method = "GET", headers = {}, body, enough 
       answer.on("error", reject);
     });
     sent.on("error", reject);
-    sent.setTimeout(30000, () => sent.destroy(new Error(`no answer to ${path} within 30 s`)));
+    sent.setTimeout(LIMIT_S * 1000, () => sent.destroy(new Error(`no answer to ${path} within ${LIMIT_S} s`)));
     sent.end(body);
   });
 }
@@ -58,11 +59,11 @@ export async function settingsOf(address) {
   return Object.fromEntries([...body.matchAll(/<(\w+)>([^<]*)<\/\1>/g)].map(([, name, value]) => [name, value]));
 }
 
-/** @param {() => Promise<boolean> | boolean} condition @param {string} what @param {number} [seconds] */
-export async function until(condition, what, seconds = 60) {
-  const end = Date.now() + seconds * 1000;
+/** @param {() => Promise<boolean> | boolean} condition @param {string} what */
+export async function until(condition, what) {
+  const end = Date.now() + LIMIT_S * 1000;
   while (!(await condition())) {
-    if (Date.now() > end) throw new Error(`${what}: not within ${seconds} s`);
+    if (Date.now() > end) throw new Error(`${what}: not within ${LIMIT_S} s`);
     await new Promise((resolve) => setTimeout(resolve, 100));
   }
 }

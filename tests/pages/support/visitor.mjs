@@ -1,5 +1,7 @@
 // One person before the pages, and what the browser complained of meanwhile.
 
+import { LIMIT_S } from "./limit.mjs";
+
 /** @typedef {import("playwright-core").Page} Page */
 
 export class Visitor {
@@ -11,6 +13,7 @@ export class Visitor {
   /** @param {Page} page */
   constructor(page) {
     this.page = page;
+    page.setDefaultTimeout(LIMIT_S * 1000);
     page.on("console", (message) => {
       const isFailure = message.text().startsWith("Failed to load resource");
       if (["error", "warning"].includes(message.type()) && !(isFailure && this.expectsFailures)) this.complaints.push(message.text());
@@ -35,11 +38,11 @@ export class Visitor {
     await this.page.press(`#${id}`, "Tab");
   }
 
-  /** @param {string} id @param {RegExp} pattern @param {number} [seconds] */
-  waitForText(id, pattern, seconds = 30) {
+  /** @param {string} id @param {RegExp} pattern */
+  waitForText(id, pattern) {
     return this.page.waitForFunction(
       ({ wanted, source }) => new RegExp(source).test(document.getElementById(wanted)?.textContent ?? ""),
-      { wanted: id, source: pattern.source }, { timeout: seconds * 1000 });
+      { wanted: id, source: pattern.source });
   }
 
   /** Presses Save and waits for its result. */

@@ -23,8 +23,8 @@ inline constexpr const char* schema = "CREATE TABLE IF NOT EXISTS parameters (nu
                                       "owner BLOB NOT NULL, name BLOB NOT NULL, value BLOB NOT NULL, "
                                       "UNIQUE (owner, name))";
 
-/** Statements wait this long for another process that writes; then they fail with SQLITE_BUSY. */
-inline constexpr int busy_timeout_ms = 10000;
+/** Statements wait this long for another process that writes, on a disk that may need seconds; then SQLITE_BUSY. */
+inline constexpr int busy_timeout_ms = 60000;
 
 /** Opens the file, makes it when it is missing, with a write-ahead log and full synchronisation: what a commit returned
     from survives the end of the process and of the power. Gives a result code of SQLite; `connection` is set whenever

@@ -6,7 +6,7 @@
 #   BUILD: the folder of a release build with `constant_responder`, default build/bench; ROUNDS: default 5.
 # KORVEX_LOAD_SOURCE is the video (default: scene), KORVEX_LOAD_PERIOD the analysis period in milliseconds.
 set -euo pipefail
-for part in common web_server; do
+for part in common priority web_server; do
     # shellcheck source=/dev/null
     source "$(dirname "${BASH_SOURCE[0]}")/../tools/$part.sh"
 done
@@ -46,11 +46,12 @@ within() {
 endpoint=local/korvex_orvel/korvex_orvel_fcgi.cgi
 ask() { curl -s --max-time 10 "$app_address$endpoint?action=$1"; }
 
-# The bare responder, where its lighttpd looks for the application, and as nice as the application's web thread.
+# The bare responder, where its lighttpd looks for the application, and as nice as the application's web thread: that has
+# niceness 10 above what ./run gives the application.
 state=$work/bare listen='' password_file='' certificate=''
 mkdir -p "$state/html"
 check_web_options
-nice -n 10 "$responder" "$state/html/korvex_orvel_fcgi.socket" &
+(with_niceness -5 nice -n 10 "$responder" "$state/html/korvex_orvel_fcgi.socket") &
 responder_pid=$!
 start_web_server
 bare_web_pid=$web_pid bare_address=$web_address
@@ -63,12 +64,12 @@ KORVEX_BUILD_DIR=$programs "$root/run" --state "$state" --accept-eula --source "
 run_pid=$!
 app_pid() {
     local process
-    for process in /proc/[0-9]*; do
-        if [ "$(readlink "$process/exe")" = "$application" ] && [ "$(readlink "$process/cwd")" = "$state" ]; then
-            echo "${process#/proc/}"
+    for process in $(pgrep -f "^$application"); do
+        if [ "$(readlink "/proc/$process/cwd")" = "$state" ]; then
+            echo "$process"
             return 0
         fi
-    done 2>/dev/null
+    done
     return 1
 }
 find_address() {
@@ -80,15 +81,16 @@ analyses() { [[ "$(ask get_status_code)" =~ ^(200|50[234])$ ]]; }
 within 120 analyses || fail "the application analyses nothing; its status is $(ask get_status_code)."
 pid=$(app_pid) || fail "the application's process cannot be found."
 
-# Status and pass time, four times a second, for as long as there is load.
-(while :; do
-    echo "$(ask get_status_code) $(ask get_execution_time)"
-    sleep 0.25
-done) >"$work/watched" 2>/dev/null &
+# Status and pass time of every pass, for as long as there is load. Who watches gives way as the visitors do.
+# shellcheck disable=SC2016 # it is the inner shell that expands
+(gently bash -c 'while :; do
+    curl -s -w " " --max-time 10 "$1get_status_code" --next -s -w "\n" --max-time 10 "$1get_execution_time"
+    sleep 0.1
+done' watch "$app_address$endpoint?action=") >"$work/watched" 2>/dev/null &
 watcher_pid=$!
 
 # visitors WRK-OPTION...: four that ask without a pause. Their own machines are elsewhere, so that here they give way.
-visitors() { nice -n 10 wrk -t 1 -c 4 "$@"; }
+visitors() { (gently wrk -t 1 -c 4 "$@"); }
 
 # rate URL: requests a second, none of which may fail.
 rate() {

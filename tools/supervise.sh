@@ -1,6 +1,7 @@
-# Runs one program, asks it once to end when this command is asked to, and waits for it; sourced after view.sh.
+# Runs one program, asks it once to end when this command is asked to, and waits for it; sourced after view.sh and priority.sh.
 
 program_pid=
+program_niceness=0 # an analysis that is to keep its pace asks for less
 stopping=
 
 # Ctrl-C, a closed terminal and a TERM to this command all mean: end cleanly.
@@ -24,14 +25,14 @@ supervise() {
     trap stop_program INT TERM HUP
     if [ -n "$info" ]; then
         : >"$info"
-        setsid "$@" 7>"$info" 8>&- &
+        (with_niceness "$program_niceness" "$@") 7>"$info" 8>&- &
         main=$!
         while [ -z "$program_pid" ] && kill -0 "$main" 2>/dev/null; do
             program_pid=$(child_of_view "$info")
             [ -n "$program_pid" ] || sleep 0.02
         done
     else
-        setsid "$@" 8>&- &
+        (with_niceness "$program_niceness" "$@") 8>&- &
         main=$!
         program_pid=$main
     fi

@@ -132,12 +132,11 @@ export_rules() {
     web_address=${web_address/"[::]"/$(hostname 2>/dev/null || echo localhost)}
 }
 
-# try_web_server PORT: 0 once it listens; what it said is in web_server.log. It ends with this command, however that ends,
-# and gives way to the analysis, however many ask.
+# try_web_server PORT: 0 once it listens; what it said is in web_server.log. It ends with this command, however that ends.
 try_web_server() {
     export_rules "$1"
     rm -f "$state/web_server.pid"
-    (cd "$state" && exec nice -n 10 setsid setpriv --pdeathsig TERM lighttpd -D -f "$KORVEX_WEB_RULES/korvex_orvel.conf") \
+    (cd "$state" && gently setpriv --pdeathsig TERM lighttpd -D -f "$KORVEX_WEB_RULES/korvex_orvel.conf") \
         >"$state/web_server.log" 2>&1 8>&- &
     web_pid=$!
     until [ -s "$state/web_server.pid" ]; do

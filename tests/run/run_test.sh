@@ -28,9 +28,19 @@ check "and its passes have status 408" within 60 has '^status 408' "$work/out"
 check "a second ./run with the same state is refused" refused 'another ./run uses' --state "$state"
 check "TERM ends it with status 0" ended_after_term
 
-start --accept-eula
+# niceness_of PROGRAM...: of the one that runs in the state folder.
+niceness_of() {
+    local process
+    for process in $(pgrep -f "^$1"); do
+        [ "$(readlink "/proc/$process/cwd")" != "$state" ] || ps -o ni= -p "$process" | tr -d ' '
+    done
+}
+
+start --accept-eula --niceness 3
 check "with the agreement it reaches status 200" within 120 has '^status (200|50[234]) .* ms' "$work/out"
 check "and detects the scene's vehicles" within 60 has '(Car|Bus|Truck) 0\.' "$work/out"
+check "it is as nice as it was told to be" test "$(niceness_of "$1/platform/console/korvex_live")" = 3
+check "and its web server gives way to it" test "$(niceness_of lighttpd)" = 10
 check "TERM ends it with status 0 again" ended_after_term
 check "each run's log ends with its last line" count_is 2 '\|STOPPING korvex_orvel$' "$state/localdata/OrvelLog.txt"
 check "nothing of it runs on" not pgrep -f "chdir $state"
@@ -72,6 +82,8 @@ check "so is an option without its value" refused '--source needs a value' --sou
 check "so is an aspect that is none" refused '--aspect is fit, crop or stretch' --aspect wide
 check "so are threads that are no number" refused '--threads is a number' --threads many
 check "so are more than the inference takes" refused '--threads is a number from 1 to 64' --threads 65
+check "so is a niceness that is none" refused '--niceness is a number from -20 to 19' --niceness 20
+check "so is the niceness of a replay" refused 'a replay waits for nobody' --replay scene --niceness 5
 check "so is --json without --replay" refused 'belong to --replay' --json "$work/x"
 check "so is a broker without a port" refused '--mqtt is HOST:PORT' --mqtt nowhere
 check "so is a port that is none" refused '--mqtt is HOST:PORT' --mqtt 127.0.0.1:70000

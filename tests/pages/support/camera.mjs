@@ -54,7 +54,8 @@ export class Camera {
   /** Until ./run has told its address. */
   start() {
     this.said = "";
-    const child = spawn(join(root, "run"), this.options, { stdio: ["ignore", "ignore", "pipe"] });
+    // Nicer than usual: the browser is on this machine as well, and is not to wait for the analysis.
+    const child = spawn(join(root, "run"), ["--niceness", "0", ...this.options], { stdio: ["ignore", "ignore", "pipe"] });
     this.#process = child;
     return new Promise((resolve, reject) => {
       const limit = setTimeout(() => reject(new Error(`./run did not start: ${this.said}`)), LIMIT_S * 1000);

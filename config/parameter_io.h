@@ -39,8 +39,9 @@ class parameter_io {
 
     /**
      * The text of each of the root's children by its name, a later one of the same name replacing an earlier; empty,
-     * with a line in the log, for a text that is no document or one that declares entities. Every child counts, the
-     * blanks between two elements too, and one without text throws: the document has to be compact.
+     * with a line in the log, for a text that is no document or one that declares entities or defaults of attributes.
+     * Every child counts, the blanks between two elements too, and one without text throws: the document has to be
+     * compact.
      */
     static std::map<std::string, std::string> parseXMLData(std::string xml);
 

@@ -300,6 +300,7 @@ TEST_F(parameter_document_test, refuses_documents_that_declare_entities) {
         "<!DOCTYPE app [<!ENTITY a SYSTEM \"file:///etc/hostname\">]><app><Eula>&a;</Eula></app>",
         "<!DOCTYPE app [<!ENTITY % a SYSTEM \"file:///etc/hostname\"> %a;]>" + document,
         "<!DOCTYPE app [<!ENTITY % a \"<!ENTITY b '1'>\"> %a;]>" + document,
+        "<!DOCTYPE app [<!NOTATION n SYSTEM \"n\"><!ENTITY a SYSTEM \"a\" NDATA n>]>" + document,
         laughs + document,
         laughs + "<app><Eula>&e29;</Eula></app>",
         laughs + "<app><Eula a=\"&e29;\">1</Eula></app>",
@@ -312,6 +313,35 @@ TEST_F(parameter_document_test, refuses_documents_that_declare_entities) {
             << body;
         EXPECT_FALSE(g_ConfigParams.b_EulaAccepted);
         EXPECT_THAT(saved(), IsEmpty());
+    }
+}
+
+TEST_F(parameter_document_test, refuses_documents_that_declare_defaults_of_attributes) {
+    const std::string document = posted_document().text();
+    const std::string large(30000, 'n');
+    std::string elements = "<app>";
+    for (int i = 0; i < 4000; ++i) // each would carry the namespace
+        elements += "<a>1</a>";
+    const std::string bodies[] = {
+        "<!DOCTYPE app [<!ATTLIST a xmlns CDATA \"" + large + "\">]>" + elements + "</app>",
+        "<!DOCTYPE app [<!ATTLIST a xmlns:n CDATA #FIXED \"" + large + "\">]>" + elements + "</app>",
+        "<!DOCTYPE app [<!ATTLIST Eula x CDATA \"1\">]>" + document,
+        "<!DOCTYPE app [<!ATTLIST Eula x (a|b) \"a\">]>" + document,
+        "<?xml version=\"1.0\" encoding=\"UTF-7\"?>+ADwAIQ-DOCTYPE app [+ADwAIQ-ATTLIST a x CDATA \"1\">]>" + document,
+    };
+    for (const std::string& body : bodies) {
+        reset_settings();
+        EXPECT_THAT(log_of([&] { EXPECT_EQ(parameter_io::set_post_parameters(body), -1); }),
+                    ElementsAre("error|parseXMLData: Failed to parse XML payload",
+                                "error|set_post_parameters: Failed to parse XML payload"))
+            << body.substr(0, 100);
+        EXPECT_FALSE(g_ConfigParams.b_EulaAccepted);
+        EXPECT_THAT(saved(), IsEmpty());
+    }
+    for (const char* harmless : {"#IMPLIED", "#REQUIRED"}) {
+        reset_settings();
+        const std::string type = std::string("<!DOCTYPE app [<!ATTLIST Eula x (a|b) ") + harmless + ">]>";
+        EXPECT_EQ(parameter_io::set_post_parameters(type + document), 0) << harmless;
     }
 }
 

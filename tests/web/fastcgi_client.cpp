@@ -1,5 +1,7 @@
 #include "tests/web/fastcgi_client.h"
 
+#include <linux/sockios.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <sys/un.h>
@@ -96,6 +98,11 @@ void fastcgi_client::send_bytes(const std::string& bytes) {
 
 void fastcgi_client::end_sending() {
     shutdown(m_socket, SHUT_WR);
+}
+
+bool fastcgi_client::is_read() const {
+    int unread = 0;
+    return ioctl(m_socket, SIOCOUTQ, &unread) == 0 && unread == 0;
 }
 
 bool fastcgi_client::read_exactly(std::string& bytes, size_t count) const {

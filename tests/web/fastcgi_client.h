@@ -33,6 +33,8 @@ class fastcgi_client {
     void send_bytes(const std::string& bytes);
     /** Nothing more comes from this side; the answer can still be read. */
     void end_sending();
+    /** Whether the responder has read all that was sent. */
+    bool is_read() const;
 
     /** What the responder writes to its output until it ends the request or the connection. */
     std::string receive();

@@ -18,7 +18,7 @@ child_of_view() {
 
 # supervise INFO COMMAND...: INFO is the file that bwrap's --info-fd 7 writes, empty when COMMAND is the program itself.
 # Gives the program's exit status. It runs in a session of its own, so that a Ctrl-C reaches this command alone and the
-# program is asked once.
+# program is asked once; it ends with this command, however that ends.
 supervise() {
     local info=$1 main status=0
     shift
@@ -32,7 +32,7 @@ supervise() {
             [ -n "$program_pid" ] || sleep 0.02
         done
     else
-        (with_niceness "$program_niceness" "$@") 8>&- &
+        (with_niceness "$program_niceness" setpriv --pdeathsig TERM "$@") 8>&- &
         main=$!
         program_pid=$main
     fi

@@ -50,7 +50,9 @@ real_paths() {
     local pair target folder
     for pair in "$@"; do
         target=${pair%%=*}
-        [ ! -e "$target" ] || fail "$target exists already and no private view can be made here; move it away first."
+        # The link of a command that was killed is taken over.
+        [ ! -e "$target" ] || [ "$(readlink "$target")" = "${pair#*=}" ] ||
+            fail "$target exists already and no private view can be made here; move it away first."
         folder=$(dirname "$target")
         while [ ! -d "$folder" ]; do
             made_folders+=("$folder")

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # The parts of the set-up that can be tested without changing the system.
 source "$(dirname "$0")/lib.sh"
-for part in common packages view; do
+for part in common packages view priority supervise; do
     source "$root/tools/$part.sh"
 done
 trap 'rm -rf "$work"' EXIT
@@ -46,6 +46,23 @@ mkdir "$work/empty"
 real_paths "$work/empty/deep/place=$work/shown"
 remove_real_paths
 check "a folder that was there stays, though it is empty" test -z "$(ls -A "$work/empty")" -a -d "$work/empty"
+real_paths "$work/base/real/deep/place=$work/shown"
+made_paths=() made_folders=() # a command that is killed makes nothing good
+check "what a killed command left is taken over" bash -c "source '$root/tools/common.sh'; source '$root/tools/view.sh'; \
+    real_paths '$work/base/real/deep/place=$work/shown' && remove_real_paths && test ! -e '$work/base/real/deep/place'"
 check "what is there already is left alone" bash -c "source '$root/tools/common.sh'; source '$root/tools/view.sh'; \
     ! (real_paths '$work/base/present=$work/shown') 2>/dev/null && test -d '$work/base/present/inner'"
+
+not() { ! "$@"; }
+# Also where nobody collects what has ended.
+runs() { grep -q -s '^State:[[:space:]]*[^ZX]' "/proc/$1/status"; }
+(supervise "" sh -c 'echo $$ >"$1/pid"; exec sleep 1000' program "$work") &
+killed=$!
+within 60 test -s "$work/pid"
+program=$(cat "$work/pid")
+check "a program runs" runs "$program"
+kill -KILL "$killed"
+wait "$killed" 2>/dev/null || true
+check "and ends with the command that is killed, without a view too" within 60 not runs "$program"
+kill -TERM "$program" 2>/dev/null || true
 finish

@@ -32,6 +32,8 @@ clean_up() {
     rm -rf "$work"
 }
 trap clean_up EXIT
+# The visitors are in a session of their own, where a Ctrl-C does not reach them: without this it would be taken as theirs.
+trap 'exit 130' INT
 
 # within SECONDS COMMAND...: until it succeeds.
 within() {

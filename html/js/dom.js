@@ -41,10 +41,12 @@ export async function copyText(text) {
   } catch {
     // Without a secure context there is no clipboard: the old way through a selection still works.
     const area = make("textarea", { value: text, className: "offscreen" });
+    const focused = /** @type {HTMLElement | null} */ (document.activeElement);
     document.body.append(area);
     area.select();
     const done = document.execCommand("copy");
     area.remove();
+    focused?.focus();
     return done;
   }
 }

@@ -112,7 +112,7 @@ function makeHandle(shape, corner) {
   handle.addEventListener("pointerdown", (/** @type {PointerEvent} */ event) => startDrag(event, shape, corner));
   handle.addEventListener("keydown", (/** @type {KeyboardEvent} */ event) => {
     const direction = KEYS[/** @type {keyof typeof KEYS} */ (event.key)];
-    if (direction === undefined || isDragging) return;
+    if (direction === undefined || isDragging || event.altKey || event.ctrlKey || event.metaKey) return;
     event.preventDefault();
     const step = event.shiftKey ? 5 : 1;
     // A key that is held down makes one step of undo.

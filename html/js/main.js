@@ -7,7 +7,7 @@ import { startEditor } from "./editor.js";
 import { startForms } from "./forms.js";
 import { startLog } from "./log.js";
 import { showPicture, startPicture } from "./picture.js";
-import { isSaving, loadSettings, startSaving } from "./saving.js";
+import { isSaving, isUncertain, loadSettings, startSaving } from "./saving.js";
 import { startStatus } from "./status.js";
 import { store } from "./store.js";
 
@@ -30,6 +30,7 @@ function startTabs() {
   tabs.forEach((tab, i) => {
     tab.addEventListener("click", () => select(tab));
     tab.addEventListener("keydown", (event) => {
+      if (event.altKey || event.ctrlKey || event.metaKey) return; // the browser's
       const target = { ArrowRight: i + 1, ArrowLeft: i - 1, Home: 0, End: tabs.length - 1 }[event.key];
       if (target === undefined) return;
       event.preventDefault();
@@ -54,11 +55,11 @@ startPicture();
 startLog();
 startAdvanced();
 // Another page, or another person, may have accepted the agreement.
-startStatus((code) => store.saved !== null && (code === 408) === store.isAccepted, async () => {
+startStatus((code, isNew) => isUncertain() || (isNew && store.saved !== null && (code === 408) === store.isAccepted), async () => {
   await loadSettings();
   showPicture(false);
 }, () => isSaving);
 document.addEventListener("visibilitychange", () => {
   // A page that was left for a while may show what is no longer so. When nothing answers, the status tells of it.
-  if (!document.hidden && store.saved !== null) loadSettings().catch(() => {});
+  if (!document.hidden && store.saved !== null) loadSettings(true).catch(() => {});
 });

@@ -14,9 +14,14 @@ const RETRY_MS = 3000;
 const STILL_MS = 8000; // a stream that brings nothing for so long is opened anew
 const ALWAYS_WITH_BOXES = "800x450";
 
-/** A stream that has boxes: the user's choice, else the one that always has them, else the analysed one. */
+/**
+ * A stream that has boxes: the user's choice, else the one that always has them, else the analysed one. One of another
+ * shape shows another part of the picture, and corners set on it would lie elsewhere.
+ */
 function streamSize() {
-  const offered = store.sizes.map(({ width, height }) => `${width}x${height}`);
+  const ratio = Math.max(store.analysed.width / store.analysed.height, store.analysed.height / store.analysed.width);
+  const offered = store.sizes.filter(({ width, height }) => Math.abs(width / height / ratio - 1) < 0.02)
+    .map(({ width, height }) => `${width}x${height}`);
   const chosen = store.saved?.flags.DetectionOverlaysOn ? store.saved.texts.SelectedDetectionOverlay : "";
   const [long, short] = [Math.max(store.analysed.width, store.analysed.height), Math.min(store.analysed.width, store.analysed.height)];
   return [chosen, ALWAYS_WITH_BOXES].find((size) => offered.includes(size)) ?? `${long}x${short}`;

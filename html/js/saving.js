@@ -13,10 +13,12 @@ const CHANGED_ELSEWHERE = "Not saved: the settings have been changed elsewhere m
   "Look through them and save again.";
 
 export let isSaving = false;
+let saves = 0;
 /** What went wrong or right last; a later edit clears it. */
 let result = { text: "", kind: "" };
-/** Set while it is not known what became of a save: a connection that broke tells nothing. */
-let isUncertain = false;
+/** The save of which it is not known what became: a connection that broke tells nothing. @type {{wanted: Settings, take: Take} | null} */
+let uncertain = null;
+export const isUncertain = () => uncertain !== null;
 
 async function readSettings() {
   const isPortrait = await readIsPortrait();
@@ -25,14 +27,21 @@ async function readSettings() {
   return settings;
 }
 
-/** Reads what the application has; edits that are not saved stay. */
-export async function loadSettings() {
+/** Reads what the application has; edits that are not saved stay. @param {boolean} [keepsResult] whether what was told of the last save stays */
+export async function loadSettings(keepsResult = false) {
   if (isSaving) return;
-  store.load(await readSettings());
-  if (isUncertain) {
-    isUncertain = false;
-    if (store.isChanged) tell("The last save did not get through. What is shown is not saved: look through it and save once more.", "bad");
-    else tell("Saved.", "good");
+  const before = saves, stored = await readSettings();
+  if (saves !== before) return; // a save that has begun meanwhile knows better
+  const sent = uncertain, told = result;
+  uncertain = null;
+  if (sent !== null && isSame(stored, settle(sent.wanted, store.analysed))) {
+    sent.take(stored, sent.wanted);
+    tell(store.isChanged ? "" : "Saved.", "good");
+  } else {
+    store.load(stored);
+    if (!store.isChanged && sent !== null) tell("Saved.", "good");
+    else if (sent !== null) tell("The last save did not get through. What is shown is not saved: look through it and save once more.", "bad");
+    else if (store.isChanged && keepsResult) tell(told.text, told.kind);
   }
   if (store.isAccepted && byId("agreement").open && !byId("agreement-accept").hidden) byId("agreement").close();
   if (!store.isAccepted) showAgreement();
@@ -66,13 +75,13 @@ async function examine(wanted, take, failure) {
     const stored = await readSettings();
     if (mayBeDone && isSame(stored, settle(wanted, store.analysed))) {
       take(stored, wanted);
-      tell("Saved.", "good");
+      tell(store.isChanged ? "" : "Saved.", "good");
       return true;
     }
     store.load(stored);
     tell(`Not saved. ${message}`, "bad");
   } catch {
-    isUncertain = mayBeDone;
+    if (mayBeDone) uncertain = { wanted, take };
     tell(`Not saved${mayBeDone ? ", as far as is known" : ""}. ${message}`, "bad");
   }
   return false;
@@ -86,11 +95,13 @@ async function examine(wanted, take, failure) {
 async function save(choose, take) {
   if (isSaving || store.saved === null) return false;
   isSaving = true;
+  saves += 1;
   show();
   /** @type {Settings | null} */
   let wanted = null;
   try {
     wanted = choose(await readSettings());
+    uncertain = null;
     if (wanted === null) return false;
     const text = await post(wanted, take);
     tell(store.isChanged ? "" : text, "good");
@@ -105,10 +116,10 @@ async function save(choose, take) {
   }
 }
 
-/** What another page has saved since this one looked is not overwritten unseen. @param {Settings} current */
-function chooseEdited(current) {
-  if (store.saved === null || store.edited === null) return null;
-  if (isSame(current, store.saved)) return copyOf(store.edited);
+/** What another page has saved since this one looked is not overwritten unseen. @param {Settings} current @param {Settings} edited */
+function chooseEdited(current, edited) {
+  if (store.saved === null) return null;
+  if (isSame(current, store.saved)) return edited;
   store.load(current);
   if (store.isChanged) tell(CHANGED_ELSEWHERE, "bad");
   else tell("Saved already, by another page.", "good");
@@ -153,6 +164,7 @@ export function showAgreement() {
   byId("agreement-accept").hidden = store.isAccepted;
   byId("agreement-close").textContent = store.isAccepted ? "Close" : "Not now";
   if (!dialog.open) dialog.showModal();
+  loadAgreement();
 }
 
 /** The agreement alone is saved, beside what the application has: what is edited meanwhile waits for Save. */
@@ -169,19 +181,24 @@ async function accept() {
 let isReadable = false;
 
 async function loadAgreement() {
+  if (isReadable) return;
   try {
     const response = await fetch("eula.txt");
     if (!response.ok) throw new Error();
     byId("agreement-text").textContent = await response.text();
     isReadable = true;
   } catch {
-    byId("agreement-text").textContent = "The agreement could not be loaded. Load this page again.";
+    byId("agreement-text").textContent = "The agreement could not be loaded. Close this and open it again.";
   }
   show();
 }
 
 export function startSaving() {
-  byId("save").addEventListener("click", () => save(chooseEdited, (stored, wanted) => store.keep(stored, wanted)));
+  byId("save").addEventListener("click", () => {
+    if (store.edited === null) return;
+    const edited = copyOf(store.edited); // what was looked through; what is typed from now on may be half a value
+    save((current) => chooseEdited(current, edited), (stored, wanted) => store.keep(stored, wanted));
+  });
   byId("discard").addEventListener("click", () => store.edit((settings) => {
     if (store.saved !== null) Object.assign(settings, copyOf(store.saved));
   }));

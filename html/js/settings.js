@@ -136,6 +136,9 @@ export function told(name, typed) {
   return /^\d{0,9}\.?\d{0,2}0*$/.test(text) && /\d/.test(text) ? Number(text).toFixed(2) : text;
 }
 
+/** What no document can carry, however it is written. */
+const UNSENDABLE = /[^\t\n\r\u{20}-\u{D7FF}\u{E000}-\u{FFFD}\u{10000}-\u{10FFFF}]/u;
+
 /** @param {string} text */
 const escapeText = (text) => text.replace(/&/g, "&amp;").replace(/</g, "&lt;").replace(/>/g, "&gt;");
 
@@ -176,7 +179,7 @@ export function problems(settings, sizes) {
   }
   const offered = sizes.map(({ width, height }) => `${width}x${height}`);
   for (const [name, { label, flag }] of Object.entries(STREAMS))
-    if (settings.flags[flag] && !offered.includes(settings.texts[name])) found[name] = `${label}: choose one of the camera's stream sizes.`;
+    if (settings.flags[flag] ? !offered.includes(settings.texts[name]) : UNSENDABLE.test(settings.texts[name])) found[name] = `${label}: choose one of the camera's stream sizes.`;
   return found;
 }
 
@@ -233,18 +236,24 @@ export function fromFile(text, current, sizes) {
     if (typeof file.flags?.[name] === "boolean") settings.flags[name] = file.flags[name];
     else wrong.push(`${name} is missing or neither true nor false.`);
   for (const name of Object.keys(settings.texts))
-    if (typeof file.texts?.[name] === "string") settings.texts[name] = file.texts[name];
-    else wrong.push(`${name} is missing or no text.`);
+    if (typeof file.texts?.[name] !== "string") wrong.push(`${name} is missing or no text.`);
+    else if (name in STREAMS && !/^(0|\d{1,5}x\d{1,5})?$/.test(file.texts[name]) && file.texts[name] !== current.texts[name])
+      wrong.push(`${name} is no stream size.`);
+    else settings.texts[name] = file.texts[name];
   if (CORNER_COUNTS.includes(file.corners)) settings.corners = file.corners;
   else wrong.push("The number of corners is not 4, 6 or 8.");
-  /** @param {unknown} points @param {number} count */
-  const isPolygon = (points, count) => Array.isArray(points) && points.length === count &&
-    points.every((point) => [point?.x, point?.y].every((value) => Number.isInteger(value) && value >= 0 && value <= 100));
+  /**
+   * What is not in use may lie outside the picture: so it does on a camera that was turned, and nobody sees it.
+   * @param {unknown} points @param {number} count @param {number} used
+   */
+  const isPolygon = (points, count, used) => Array.isArray(points) && points.length === count &&
+    points.every((point, i) => [point?.x, point?.y].every((value) => Number.isInteger(value) &&
+      (i < used ? value >= 0 && value <= 100 : Math.abs(value) < 10000)));
   /** @param {Point[]} points nothing but the coordinates of what a file holds */
   const bare = (points) => points.map(({ x, y }) => ({ x, y }));
-  if (isPolygon(file.area, 8)) settings.area = bare(file.area);
+  if (isPolygon(file.area, 8, settings.corners)) settings.area = bare(file.area);
   else wrong.push("The area is not eight corners of whole per cents from 0 to 100.");
-  if (Array.isArray(file.zones) && file.zones.length === 3 && file.zones.every((/** @type {unknown} */ zone) => isPolygon(zone, 4)))
+  if (Array.isArray(file.zones) && file.zones.length === 3 && file.zones.every((/** @type {unknown} */ zone, /** @type {number} */ i) => isPolygon(zone, 4, settings.flags[`Exclusion${i + 1}_Active`] ? 4 : 0)))
     settings.zones = file.zones.map(bare);
   else wrong.push("The exclusion zones are not three times four corners of whole per cents from 0 to 100.");
   wrong.push(...Object.values(problems(settings, sizes)));

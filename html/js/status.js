@@ -38,7 +38,7 @@ function showTrouble(message) {
 }
 
 /**
- * @param {(code: number) => boolean} isStale whether what is shown cannot be what the application has
+ * @param {(code: number, isNew: boolean) => boolean} isStale whether what is shown may not be what the application has
  * @param {() => void | Promise<void>} load after the first answer, after each outage, and when it is stale
  * @param {() => boolean} isBusy while the application has something of this page in hand it answers nothing else
  */
@@ -58,7 +58,7 @@ export function startStatus(isStale, load, isBusy) {
     Object.assign(last, status, { at: new Date() });
     show(kindOf(status.code), String(status.code), status.text, `${status.time} ms`, HIGHEST_ALERT[status.code] ?? null);
     try {
-      if (!loaded || (status.code !== seen && isStale(status.code))) await load();
+      if (!loaded || isStale(status.code, status.code !== seen)) await load();
       loaded = true;
       seen = status.code;
       showTrouble("");

@@ -7,6 +7,7 @@ import { after, before, test } from "node:test";
 import { openBrowser } from "./support/browser.mjs";
 import { Camera, freePort, scratchFolder, slowVideo } from "./support/camera.mjs";
 import { ask, ENDPOINT, settingsOf, until } from "./support/http.mjs";
+import { LIMIT_S } from "./support/limit.mjs";
 import { Visitor } from "./support/visitor.mjs";
 
 const folder = scratchFolder("trouble");
@@ -14,6 +15,8 @@ const camera = new Camera(["--state", join(folder, "state"), "--source", slowVid
 const browser = await openBrowser();
 const SAVE = "**/*action=set_post_parameters";
 const DOCUMENT = "**/*action=get_all_parameters";
+/** @type {[string, string][]} */
+const RUNNING = [["get_status_code", "502"], ["get_status_string", "First alert active"], ["get_execution_time", "77"]];
 
 async function start() {
   await camera.start();
@@ -29,8 +32,23 @@ async function visit(options = { viewport: { width: 1280, height: 900 } }) {
   return visitor;
 }
 
-/** @param {Visitor} visitor */
-const leave = (visitor) => visitor.page.context().close();
+/** A request that is being answered by a test would fail it, when its page is gone. @param {Visitor} visitor */
+async function leave({ page }) {
+  await page.unrouteAll({ behavior: "ignoreErrors" });
+  await page.context().close();
+}
+
+/** What the application answers, however long its disk takes. @param {import("playwright-core").Route} route */
+const answerOf = (route) => route.fetch({ timeout: LIMIT_S * 1000 });
+
+/** Until the page has seen it. @param {import("playwright-core").Response} response */
+async function settled(response) {
+  await response.finished();
+  await response.frame().page().waitForTimeout(200);
+}
+
+/** As a browser tells it of a page that is looked at again. @param {Visitor} visitor */
+const lookAgain = ({ page }) => page.evaluate(() => { document.dispatchEvent(new Event("visibilitychange")); });
 
 /** How often something posted. @param {Visitor} visitor */
 function countPosts({ page }) {
@@ -69,6 +87,8 @@ test("accepting the agreement keeps what is edited, and frees the other page at 
 
 test("two pages that save one after the other: neither undoes the other unseen", async () => {
   const [anna, bert] = [await visit(), await visit()];
+  // Were the other's save so slow that her page lost the application over it, it would read the settings anew.
+  for (const [action, body] of RUNNING) await anna.page.route(`**/*action=${action}`, (route) => route.fulfill({ body }));
   await anna.tab("detection");
   await anna.type("MinNumberOfPeopleForTrigger", "2");
   await bert.tab("detection");
@@ -123,11 +143,35 @@ test("a camera that needs long for a save is waited for, and what is edited mean
   await leave(visitor);
 });
 
+test("what is typed after Save is not sent with it, however long the application takes to be asked", async () => {
+  const visitor = await visit(), { page } = visitor;
+  /** @type {() => void} */
+  let finish = () => {};
+  const isFinished = new Promise((resolve) => { finish = () => resolve(undefined); });
+  let isHeld = false;
+  await page.route(DOCUMENT, async (route) => {
+    isHeld = true;
+    await isFinished;
+    await route.continue();
+  }, { times: 1 });
+  await visitor.tab("detection");
+  await visitor.type("MaxDisappear", "25");
+  const saved = page.waitForResponse(SAVE);
+  await page.click("#save");
+  await until(() => isHeld, "the save");
+  await visitor.type("MaxDisappear", "x");
+  finish();
+  assert.equal((await saved).status(), 200);
+  await visitor.waitForText("save-note", /^Patience: a whole number/);
+  assert.equal((await settingsOf(camera.address)).MaxDisappear, "25");
+  await leave(visitor);
+});
+
 test("a save whose answer is lost is not called failed, and is told of once the application is back", async () => {
   const visitor = await visit(), { page } = visitor;
   visitor.expectsFailures = true;
   await page.route(SAVE, async (route) => {
-    await route.fetch();
+    await answerOf(route);
     await camera.stop();
     await route.abort();
   });
@@ -145,13 +189,106 @@ test("a lost answer of an application that goes on is looked after at once", asy
   const visitor = await visit(), { page } = visitor;
   visitor.expectsFailures = true;
   await page.route(SAVE, async (route) => {
-    await route.fetch();
+    await answerOf(route);
     await route.abort();
   });
   await visitor.tab("detection");
   await visitor.type("MaxDisappear", "20");
   await page.click("#save");
   await visitor.waitForText("save-note", /^Saved\.$/);
+  await leave(visitor);
+});
+
+test("a save of which nothing was heard is looked after as soon as the application can be asked, and what is edited meanwhile stays", async () => {
+  const visitor = await visit(), { page } = visitor;
+  visitor.expectsFailures = true;
+  await page.route(SAVE, async (route) => {
+    await answerOf(route);
+    await page.route(DOCUMENT, (read) => read.abort());
+    await route.abort();
+  });
+  await visitor.tab("detection");
+  await visitor.type("MaxDisappear", "22");
+  await page.click("#save");
+  await visitor.waitForText("save-note", /^Not saved, as far as is known\./);
+  await visitor.type("MinNumberOfPeopleForTrigger", "5");
+  await visitor.waitForText("connection", /No connection/);
+  await page.unroute(DOCUMENT);
+  await page.waitForSelector("#connection", { state: "hidden" });
+  assert.equal(await visitor.text("save-note"), "Changed, not saved yet.");
+  await page.click("#discard");
+  assert.equal(await page.inputValue("#MaxDisappear"), "22", "this was saved");
+  assert.equal(await visitor.text("save-note"), "Everything is saved.");
+  await leave(visitor);
+});
+
+test("a refusal is still told after the page was left and looked at again", async () => {
+  const visitor = await visit(), { page } = visitor;
+  visitor.expectsFailures = true;
+  await page.route(SAVE, (route) => route.fulfill({ status: 400, body: "" }));
+  await visitor.tab("detection");
+  await visitor.type("MaxDisappear", "23");
+  await page.click("#save");
+  await visitor.waitForText("save-note", /^Not saved\. .*\(400\)/);
+  const read = page.waitForResponse(DOCUMENT);
+  await lookAgain(visitor);
+  await settled(await read);
+  assert.match(await visitor.text("save-note"), /^Not saved\. .*\(400\)/);
+  await leave(visitor);
+});
+
+test("settings that were read before a save are not shown after it", async () => {
+  const visitor = await visit(), { page } = visitor;
+  /** @type {() => void} */
+  let finish = () => {};
+  const isFinished = new Promise((resolve) => { finish = () => resolve(undefined); });
+  let isHeld = false;
+  await page.route(DOCUMENT, async (route) => {
+    const response = await answerOf(route);
+    isHeld = true;
+    await isFinished;
+    await route.fulfill({ response });
+  }, { times: 1 });
+  await visitor.tab("detection");
+  await visitor.type("MaxDisappear", "24");
+  const read = page.waitForResponse(DOCUMENT);
+  await lookAgain(visitor);
+  await until(() => isHeld, "what is read before the save");
+  await visitor.save();
+  finish();
+  await settled(await read);
+  assert.equal(await page.inputValue("#MaxDisappear"), "24");
+  assert.equal(await visitor.text("save-note"), "Saved.");
+  await leave(visitor);
+});
+
+test("an agreement that could not be loaded is loaded when it is opened again", async () => {
+  const visitor = await visit(), { page } = visitor;
+  visitor.expectsFailures = true;
+  await page.route("**/eula.txt", (route) => route.abort());
+  await page.reload();
+  await visitor.waitForText("save-note", /Everything is saved/);
+  await visitor.waitForText("agreement-text", /could not be loaded/);
+  await page.unroute("**/eula.txt");
+  await visitor.tab("advanced");
+  await page.click("#show-agreement");
+  await visitor.waitForText("agreement-text", /Warranty/);
+  await leave(visitor);
+});
+
+test("the picture under the shapes has the analysed picture's shape, whatever stream has the boxes", async () => {
+  const visitor = await visit(), { page } = visitor;
+  for (const [size, shown] of [["1280x960", "800x450"], ["1920x1080", "1920x1080"]]) {
+    await page.route(DOCUMENT, async (route) => {
+      const response = await answerOf(route);
+      const body = (await response.text()).replace(/<SelectedDetectionOverlay>[^<]*/, `<SelectedDetectionOverlay>${size}`);
+      await route.fulfill({ response, body: body.replace("<DetectionOverlaysOn>0", "<DetectionOverlaysOn>1") });
+    });
+    const stream = page.waitForRequest("**/stream/**");
+    await page.reload();
+    assert.match((await stream).url(), new RegExp(`/stream/${shown}\\.mjpg`));
+    await page.unroute(DOCUMENT);
+  }
   await leave(visitor);
 });
 
@@ -173,7 +310,7 @@ test("saved, though the settings could not be read back", async () => {
 test("settings that no parser takes are shown, and can be put right", async () => {
   const visitor = await visit(), { page } = visitor;
   await page.route(DOCUMENT, async (route) => {
-    const response = await route.fetch();
+    const response = await answerOf(route);
     await route.fulfill({ response, body: (await response.text()).replace(/<SelectedDetectionOverlay>[^<]*/, "<SelectedDetectionOverlay>a&b") });
   });
   await page.reload();
@@ -188,7 +325,7 @@ test("settings that no parser takes are shown, and can be put right", async () =
 test("settings cut short are refused, and the status is told all the same", async () => {
   const visitor = await visit(), { page } = visitor;
   await page.route(DOCUMENT, async (route) => {
-    const response = await route.fetch();
+    const response = await answerOf(route);
     await route.fulfill({ response, body: (await response.text()).slice(0, 900) });
   });
   await page.reload();
@@ -244,9 +381,7 @@ test("the stream is open only while its page is looked at", async () => {
 
 test("while nothing is new nothing in the page is touched: nothing to speak again, nothing to lose a selection in", async () => {
   const visitor = await visit(), { page } = visitor;
-  /** @type {[string, string][]} */
-  const constant = [["get_status_code", "502"], ["get_status_string", "First alert active"], ["get_execution_time", "77"]];
-  for (const [action, body] of constant) await page.route(`**/*action=${action}`, (route) => route.fulfill({ body }));
+  for (const [action, body] of RUNNING) await page.route(`**/*action=${action}`, (route) => route.fulfill({ body }));
   await visitor.waitForText("pass-time", /77 ms/);
   await visitor.tab("advanced");
   assert.ok(await page.locator("#diagnostics dd").count() > 5, "the diagnostics are there at once");

@@ -120,6 +120,19 @@ for (const [name, text] of /** @type {[string, string][]} */ ([
     assert.deepEqual(Object.keys(problems(settings, sizes)), [name]);
   });
 
+test("a text that no document can carry is told at its field, in use or not", () => {
+  const settings = valid();
+  Object.assign(settings.flags, { DetectionOverlaysOn: false, AnonOverlaysOn: false });
+  for (const text of ["", "0x0", "a&b", "ü", " \n", "\u{1F697}"]) {
+    settings.texts.SelectedAnonOverlay = text;
+    assert.deepEqual(problems(settings, sizes), {}, JSON.stringify(text));
+  }
+  for (const text of ["a\u0001b", "\u0000", "\uFFFF", "\uD800"]) {
+    settings.texts.SelectedAnonOverlay = text;
+    assert.deepEqual(Object.keys(problems(settings, sizes)), ["SelectedAnonOverlay"], JSON.stringify(text));
+  }
+});
+
 test("every number at its limits is fine", () => {
   for (const [name, { least, most }] of Object.entries(NUMBERS).filter(([name]) => !name.startsWith("Alert")))
     for (const value of [least, most]) {
@@ -143,6 +156,19 @@ test("a file brings back all but the agreement", () => {
   assert.ok(isSame(read, settings));
 });
 
+test("a camera's own export is taken, whatever lies unused outside its picture", () => {
+  const settings = valid();
+  Object.assign(settings.flags, { Exclusion1_Active: false, Exclusion2_Active: true, AnonOverlaysOn: false });
+  settings.texts.SelectedAnonOverlay = "of another program";
+  settings.area[6].x = 163;
+  settings.zones[0][3] = { x: -4, y: 163 };
+  const { settings: read, wrong } = fromFile(toFile(settings, "1.0.0"), settings, sizes);
+  assert.deepEqual(wrong, []);
+  assert.ok(read !== null && isSame(read, settings));
+  settings.flags.Exclusion1_Active = true;
+  assert.match(fromFile(toFile(settings, "1.0.0"), settings, sizes).wrong.join(), /exclusion zones are not/);
+});
+
 /** @type {[string, (file: any) => unknown, RegExp][]} */
 const BAD_FILES = [
   ["another kind", (file) => ({ ...file, kind: "x" }), /no settings file of Korvex Orvel/],
@@ -150,6 +176,9 @@ const BAD_FILES = [
   ["a missing flag", (file) => { delete file.flags.DetectCars; return file; }, /DetectCars is missing/],
   ["a number that is none", (file) => { file.texts.MaxDisappear = "x"; return file; }, /Patience/],
   ["a text that is a list", (file) => { file.texts.Sensitivity = []; return file; }, /Sensitivity is missing or no text/],
+  ["a size that is none, though unused", (file) => { file.flags.AnonOverlaysOn = false; file.texts.SelectedAnonOverlay = "x".repeat(9); return file; },
+    /SelectedAnonOverlay is no stream size/],
+  ["an unused corner far away", (file) => { file.area[7].x = 1e9; return file; }, /area is not eight corners/],
   ["five corners", (file) => ({ ...file, corners: 5 }), /4, 6 or 8/],
   ["an area outside", (file) => { file.area[3].x = 101; return file; }, /area is not eight corners/],
   ["an area of seven", (file) => { file.area.pop(); return file; }, /area is not eight corners/],

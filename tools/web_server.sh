@@ -55,14 +55,15 @@ read_passwords() {
 
 # Copies the users into the state folder, in a form that does not show a password typed there.
 prepare_users() {
-    local user password
+    local line user password
     own_users=$state/web_users
     rm -f "$own_users"
     (
         umask 077
         sed -e 's/\r$//' -e '/^[[:space:]]*\(#.*\)\?$/d' "$password_file" |
             if [ "$users_form" = plain ]; then
-                while IFS=: read -r user password || [ -n "$user" ]; do
+                while IFS= read -r line || [ -n "$line" ]; do
+                    user=${line%%:*} password=${line#*:}
                     printf '%s:%s:%s\n' "$user" "$web_realm" "$(printf %s "$user:$web_realm:$password" | md5sum | cut -d' ' -f1)"
                 done
             else
@@ -119,6 +120,7 @@ export_rules() {
     export KORVEX_WEB_ADDRESS=$web_host KORVEX_WEB_PORT=$1 KORVEX_WEB_PID_FILE=$state/web_server.pid
     export KORVEX_WEB_PAGES=$root/html KORVEX_WEB_RULES=$rules KORVEX_WEB_STREAM_PORT=$stream_port
     export KORVEX_WEB_HOSTS="(?i)^($names)$port\$" KORVEX_WEB_ORIGINS="(?i)^($scheme://($names)$port)?\$"
+    export KORVEX_WEB_REFERERS="(?i)^($scheme://($names)$port/|\$)"
     export KORVEX_WEB_PASSWORD_RULES=$rules/none.conf KORVEX_WEB_TLS_RULES=$rules/none.conf
     if [ -n "$certificate" ]; then
         export KORVEX_WEB_TLS_RULES=$rules/tls.conf KORVEX_WEB_CERTIFICATE=$certificate

@@ -52,10 +52,10 @@ async function look(page, name) {
 for (const [screen, options] of SCREENS)
   test(`the agreement, ${screen}`, async () => {
     const context = await browser.newContext(options);
-    const page = await context.newPage();
+    const visitor = new Visitor(await context.newPage()), { page } = visitor;
     await page.goto(camera.address);
     await page.waitForSelector("#agreement[open]");
-    await new Visitor(page).waitForText("agreement-text", /Warranty/);
+    await visitor.waitForText("agreement-text", /Warranty/);
     await look(page, `agreement-${screen}`);
     await context.close();
   });
@@ -63,8 +63,7 @@ for (const [screen, options] of SCREENS)
 for (const [screen, options] of SCREENS)
   test(`every tab, ${screen}`, async () => {
     const context = await browser.newContext(options);
-    const page = await context.newPage();
-    const visitor = new Visitor(page);
+    const visitor = new Visitor(await context.newPage()), { page } = visitor;
     await page.goto(camera.address);
     await visitor.waitForText("save-note", /saved|accepted/);
     if (await page.isVisible("#agreement")) await page.click("#agreement-accept");
@@ -89,9 +88,9 @@ for (const [screen, options] of SCREENS)
   });
 
 test("the tabs are worked by keyboard", async () => {
-  const page = await browser.newPage();
+  const visitor = new Visitor(await browser.newPage()), { page } = visitor;
   await page.goto(camera.address);
-  await new Visitor(page).waitForText("save-note", /saved/);
+  await visitor.waitForText("save-note", /saved/);
   await page.focus("#tab-live");
   for (const [key, tab] of [["ArrowRight", "detection"], ["End", "advanced"], ["ArrowRight", "live"], ["ArrowLeft", "advanced"], ["Home", "live"]]) {
     await page.keyboard.press(key);

@@ -10,6 +10,7 @@ import { openBrowser } from "./support/browser.mjs";
 import { Camera, freePort, root, scratchFolder } from "./support/camera.mjs";
 import { ask, digestHeader, ENDPOINT, until } from "./support/http.mjs";
 import { LIMIT_S } from "./support/limit.mjs";
+import { Visitor } from "./support/visitor.mjs";
 
 const folder = scratchFolder("server");
 const state = join(folder, "state");
@@ -160,7 +161,7 @@ test("what cannot be is refused in a sentence", async () => {
 });
 
 test("a password is asked before everything, by digest", async () => {
-  const locked = new Camera(["--state", state, "--listen", `127.0.0.1:${await freePort()}`, "--password-file", file("users", "anna:opens: it\r\nbert:b\n")]);
+  const locked = new Camera(["--state", state, "--listen", `127.0.0.1:${await freePort()}`, "--password-file", file("users", "anna:opens: it\r\nbert:b:\n")]);
   await locked.start();
   try {
     for (const path of ["/", "/local/korvex_orvel/", "/local/korvex_orvel/eula.txt", STATUS, "/stream/1280x720.jpg", "/nothing"])
@@ -172,19 +173,47 @@ test("a password is asked before everything, by digest", async () => {
     const status = async (path, user, password) =>
       (await ask(locked.address, path, { headers: { Authorization: digestHeader(challenge, path, user, password) } })).status;
     await until(async () => await status(STATUS, "anna", "opens: it") === 200, "the endpoint");
-    assert.equal(await status("/stream/1280x720.jpg", "bert", "b"), 200);
+    assert.equal(await status("/stream/1280x720.jpg", "bert", "b:"), 200);
     assert.equal(await status(STATUS, "anna", "b"), 401);
     assert.equal(await status(STATUS, "nobody", ""), 401);
     assert.doesNotMatch(readFileSync(join(state, "web_users"), "utf8"), /opens/, "the password itself is not kept");
 
     const browser = await openBrowser();
     const context = await browser.newContext({ httpCredentials: { username: "anna", password: "opens: it" } });
-    const page = await context.newPage();
+    const { page } = new Visitor(await context.newPage());
     await page.goto(locked.address);
     await page.waitForFunction(() => /** @type {HTMLImageElement} */ (document.getElementById("picture"))?.naturalWidth > 0);
     await browser.close();
   } finally {
     await locked.stop();
+  }
+});
+
+test("over plain http a browser is let through with our page alone, where it does not say what caused a request", async () => {
+  const [mine, listen] = [await freePort(), "127.0.0.2"];
+  const far = new Camera(["--state", state, "--listen", `${listen}:${mine}`]);
+  await far.start();
+  try {
+    await answers(far);
+    const browserName = { "User-Agent": "Mozilla/5.0 (X11)" }, [ours, other] = [`http://${listen}:${mine}/local/korvex_orvel/`, "http://example.org/"];
+    /** @type {[Record<string, string>, string, number][]} */
+    const asked = [
+      [{}, STATUS, 200], [{ Referer: ours }, STATUS, 200], [{ ...browserName, Referer: ours }, STATUS, 200],
+      [browserName, STATUS, 403], [{ ...browserName, Referer: other }, STATUS, 403], [{ Referer: other }, STATUS, 403],
+      [{ ...browserName, Referer: `http://${listen}:${mine}.example.org/` }, STATUS, 403], [{ ...browserName, Referer: `${other}?${ours}` }, STATUS, 403],
+      [browserName, "/local/korvex_orvel/", 200], [browserName, "/stream/1280x720.jpg", 200],
+      [{ ...browserName, Referer: other }, "/local/korvex_orvel/", 403], [{ ...browserName, Referer: other }, "/stream/1280x720.jpg", 403],
+      [{ ...browserName, Referer: ours, "Sec-Fetch-Site": "cross-site" }, STATUS, 403],
+    ];
+    for (const [headers, path, expected] of asked) assert.equal((await ask(far.address, path, { headers })).status, expected, `${path} ${JSON.stringify(headers)}`);
+
+    const browser = await openBrowser();
+    const visitor = new Visitor(await browser.newPage());
+    await visitor.page.goto(far.address);
+    await visitor.waitForText("status-code", /^\d+$/);
+    await browser.close();
+  } finally {
+    await far.stop();
   }
 });
 

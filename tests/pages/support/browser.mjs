@@ -2,6 +2,7 @@
 
 import { existsSync } from "node:fs";
 import { chromium } from "playwright-core";
+import { LIMIT_S } from "./limit.mjs";
 
 const ARGUMENTS = ["--no-sandbox", "--disable-gpu", "--disable-quic", "--no-first-run", "--disable-background-networking",
   "--disable-component-update", "--disable-sync"];
@@ -9,5 +10,5 @@ const ARGUMENTS = ["--no-sandbox", "--disable-gpu", "--disable-quic", "--no-firs
 export function openBrowser() {
   const executablePath = process.env.KORVEX_CHROMIUM ?? "/usr/bin/chromium";
   if (!existsSync(executablePath)) throw new Error(`There is no Chromium at ${executablePath}; install Debian's chromium package.`);
-  return chromium.launch({ executablePath, args: ARGUMENTS });
+  return chromium.launch({ executablePath, args: ARGUMENTS, timeout: LIMIT_S * 1000 });
 }

@@ -60,6 +60,7 @@ class running_lighttpd {
                                                     "/lighttpd.pid",
                                                 "KORVEX_WEB_ORIGINS=^$",
                                                 "KORVEX_WEB_HOSTS=^test$",
+                                                "KORVEX_WEB_REFERERS=^$",
                                                 "KORVEX_WEB_PASSWORD_RULES=" + rules + "/none.conf",
                                                 "KORVEX_WEB_TLS_RULES=" + rules + "/none.conf",
                                                 "KORVEX_WEB_RULES=" + rules,

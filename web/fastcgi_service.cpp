@@ -4,12 +4,14 @@
 #include "config/parameter_io.h"
 #include "config/shared_field.h"
 
+#include <fcntl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
 #include <chrono>
 #include <condition_variable>
 #include <cstdlib>
@@ -109,17 +111,26 @@ class client_watch {
 
 /**
  * Whether FCGX_OpenSocket comes back. libfcgi ends the whole process when it cannot listen, so a child goes first; what
- * the application does at its end is not for the child to do.
+ * the application does at its end is not for the child to do. The child says so itself: where children are ignored, as
+ * whoever started the application may have left it, nobody learns of its status.
  */
 bool opening_returns() {
+    std::array<int, 2> ends{};
+    if (pipe2(ends.data(), O_CLOEXEC) != 0)
+        return true;
     const pid_t child = fork();
     if (child == 0) {
         std::atexit([] { _exit(1); });
         FCGX_OpenSocket(kSocketPath, kBacklog);
-        _exit(0);
+        _exit(::write(ends[1], "", 1) == 1 ? 0 : 1);
     }
-    int status = 0;
-    return child < 0 || (waitpid(child, &status, 0) == child && status == 0);
+    close(ends[1]);
+    char said = 0;
+    const bool returned = child < 0 || read(ends[0], &said, 1) == 1;
+    close(ends[0]);
+    if (child > 0)
+        waitpid(child, nullptr, 0);
+    return returned;
 }
 
 } // namespace

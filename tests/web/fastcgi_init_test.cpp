@@ -6,6 +6,7 @@
 
 #include <gmock/gmock.h>
 
+#include <csignal>
 #include <cstdlib>
 
 using testing::ElementsAre;
@@ -118,6 +119,18 @@ TEST_F(fastcgi_init_test, survives_a_library_that_ends_the_process_when_it_canno
     EXPECT_THAT(log_of([&] { EXPECT_EQ(service.init(), 0); }), ElementsAre(kOpens));
     EXPECT_THAT(g_calls, ElementsAre("FCGX_Init", opening_up, call_line("FCGX_InitRequest", -1, 0)));
     EXPECT_EQ(service.m_sock, -1);
+}
+
+TEST_F(fastcgi_init_test, opens_the_socket_where_children_are_ignored) {
+    const auto before = std::signal(SIGCHLD, SIG_IGN);
+    fastcgi_service service;
+    EXPECT_EQ(service.init(), 0);
+    EXPECT_EQ(service.m_sock, kSocket);
+    service.m_sock = 0;
+    g_cannot_listen = true;
+    EXPECT_EQ(service.init(), 0);
+    EXPECT_EQ(service.m_sock, -1);
+    std::signal(SIGCHLD, before);
 }
 
 TEST_F(fastcgi_init_test, frees_its_request_at_the_end_with_the_descriptor_for_a_flag) {

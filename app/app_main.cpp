@@ -12,6 +12,7 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <cstdlib>
 #include <exception>
 #include <map>
 #include <mutex>
@@ -108,11 +109,14 @@ bool start_web_thread() {
     return true;
 }
 
-/** For a web thread that hangs on its client: what it uses cannot be destroyed, so only what matters is done. */
+/**
+ * For a web thread that hangs on its client: what it uses cannot be destroyed, so only what matters is done. A program
+ * around the application has its say by at_quick_exit.
+ */
 [[noreturn]] void end_at_once() {
     g_event_manager_owner.reset();
     g_Logger.close();
-    _exit(0);
+    std::quick_exit(0);
 }
 
 } // namespace

@@ -15,6 +15,7 @@
 
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <optional>
 #include <string>
@@ -148,6 +149,9 @@ class Recording {
 int run(const console::Options& options) {
     LiveConsole live;
     Recording recording(options);
+    // The application ends at once when a client of the web holds it.
+    static Recording* unfinished = &recording;
+    std::at_quick_exit([] { unfinished->finish(); });
     const console::PassWatch watch([&] {
         live.after_pass();
         recording.after_pass();

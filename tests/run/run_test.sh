@@ -59,6 +59,18 @@ check "with the recording finished" has '^h264,1280,720$' <(ffprobe -v error -of
     -show_entries stream=codec_name,width,height "$work/live.mp4")
 check "and the broker knows that it is gone" within 20 has '^street/availability offline' "$work/broker/heard"
 
+start --accept-eula --record "$work/held.mp4"
+check "it records again" within 120 has '^status (200|50[234])' "$work/out"
+# The beginning of a request and no more.
+node -e 'require("net").connect(process.argv[1]).write(Buffer.from([1, 1, 0, 1, 0, 8, 0, 0, 0, 1, 0, 0, 0, 0, 0, 0]))' \
+    "$state/html/korvex_orvel_fcgi.socket" &
+holder=$!
+sleep 1
+check "TERM ends it while a client holds its web thread" ended_after_term
+check "and the recording is finished all the same" has '^h264,1280,720$' <(ffprobe -v error -of csv=p=0 \
+    -show_entries stream=codec_name,width,height "$work/held.mp4")
+kill "$holder" 2>/dev/null || true
+
 start
 check "a closed terminal" within 60 has '^status' "$work/out"
 kill -INT "$pid" 2>/dev/null || true

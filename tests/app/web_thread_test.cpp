@@ -202,7 +202,7 @@ TEST_F(web_thread_test, ends_at_once_without_a_socket_and_leaves_the_status_alon
     in_own_process([] {
         forget_log();
         start_thread();
-        for (int tries = 0; tries < 3000 && log_lines().empty(); ++tries)
+        for (int tries = 0; tries < 3000 && g_Logger.getPlainLogContents().empty(); ++tries)
             std::this_thread::sleep_for(std::chrono::milliseconds(10));
         if (!ends() || g_StatusCode != 200)
             return 1;

@@ -3,7 +3,7 @@
 # same run: requests a second, whether the analysis keeps its pace meanwhile, and what 100,000 requests leave behind.
 #
 # Usage: bench/web_load.sh [BUILD] [ROUNDS]
-#   BUILD: the folder of a release build with `constant_responder`, default build/bench; ROUNDS: default 5.
+#   BUILD: the folder of a release build with `constant_responder`, default build/bench; ROUNDS: default 20
 # KORVEX_LOAD_SOURCE is the video (default: scene), KORVEX_LOAD_PERIOD the analysis period in milliseconds.
 set -euo pipefail
 for part in common priority web_server; do
@@ -11,7 +11,7 @@ for part in common priority web_server; do
     source "$(dirname "${BASH_SOURCE[0]}")/../tools/$part.sh"
 done
 programs=$(realpath "${1:-$root/build/bench}")
-rounds=${2:-5}
+rounds=${2:-20}
 responder=$programs/bench/constant_responder
 application=$programs/platform/console/korvex_live
 period=${KORVEX_LOAD_PERIOD:-200}
@@ -53,7 +53,7 @@ ask() { curl -s --max-time 10 "$app_address$endpoint?action=$1"; }
 state=$work/bare listen='' password_file='' certificate=''
 mkdir -p "$state/html"
 check_web_options
-(with_niceness -5 nice -n 10 "$responder" "$state/html/korvex_orvel_fcgi.socket") &
+(with_niceness 5 "$responder" "$state/html/korvex_orvel_fcgi.socket") &
 responder_pid=$!
 start_web_server
 bare_web_pid=$web_pid bare_address=$web_address
@@ -96,7 +96,7 @@ visitors() { (gently wrk -t 1 -c 4 "$@"); }
 
 # rate URL: requests a second, none of which may fail.
 rate() {
-    visitors -d 4s "$1" >"$work/wrk"
+    visitors -d 1s "$1" >"$work/wrk"
     ! grep -E 'Socket errors|Non-2xx' "$work/wrk" >&2 || fail "requests failed: $1"
     sed -n 's/^Requests\/sec: *//p' "$work/wrk"
 }

@@ -29,6 +29,7 @@ constexpr int kBacklog = 5;
 constexpr size_t kMostFilling = 65536; // bytes; what the web server in front lets through at the most
 
 constexpr timeval kPatience = {5, 0}; // seconds, microseconds; a web server may stall that long on a busy camera
+constexpr size_t kSentAtOnce = 32768; // bytes that a socket takes before its client reads; the log alone has more
 
 // Seconds. A web server sends the head of a request at once, and after a minute nobody waits for an answer any more: a
 // save on slow storage is what takes longest.
@@ -46,10 +47,9 @@ struct query_deleter {
     void operator()(UriQueryListA* query) const { uriFreeQueryListA(query); }
 };
 
-/** A client that neither sends its body nor takes its answer must not hold up the others. */
-void limit_waiting(int connection) {
-    setsockopt(connection, SOL_SOCKET, SO_RCVTIMEO, &kPatience, sizeof kPatience);
-    setsockopt(connection, SOL_SOCKET, SO_SNDTIMEO, &kPatience, sizeof kPatience);
+/** A client that does not send its body (SO_RCVTIMEO) or take its answer (SO_SNDTIMEO) must not hold up the others. */
+void limit_waiting(int connection, int direction) {
+    setsockopt(connection, SOL_SOCKET, direction, &kPatience, sizeof kPatience);
 }
 
 /**
@@ -160,7 +160,6 @@ int fastcgi_service::run() {
     client_watch watch(m_request.ipcFd);
     while (FCGX_Accept_r(&m_request) == 0) {
         watch.allow(kMostForAnswer);
-        limit_waiting(m_request.ipcFd);
         serve();
         watch.allow(kMostForHead);
     }
@@ -245,6 +244,8 @@ int fastcgi_service::processGET(UriQueryListStructA* item) {
         write(kPlainText);
         body = "Log file cleared.";
     }
+    if (body.size() > kSentAtOnce)
+        limit_waiting(m_request.ipcFd, SO_SNDTIMEO);
     write("\r\n");
     write(body.c_str());
     return 0;
@@ -268,6 +269,8 @@ int fastcgi_service::processPOST(UriQueryListStructA* item, std::string body) {
 std::string fastcgi_service::get_post_body() {
     const char* stated = FCGX_GetParam("CONTENT_LENGTH", m_request.envp);
     const int length = stated != nullptr ? static_cast<int>(strtol(stated, nullptr, 10)) : 0;
+    if (length > 0)
+        limit_waiting(m_request.ipcFd, SO_RCVTIMEO);
     std::string body;
     size_t filling = 0;
     for (int i = 0; i < length && filling < kMostFilling; ++i) {

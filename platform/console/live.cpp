@@ -151,13 +151,18 @@ int run(const console::Options& options) {
     Recording recording(options);
     // The application ends at once when a client of the web holds it.
     static Recording* unfinished = &recording;
-    std::at_quick_exit([] { unfinished->finish(); });
+    std::at_quick_exit([] {
+        if (unfinished != nullptr) {
+            unfinished->finish();
+        }
+    });
     const console::PassWatch watch([&] {
         live.after_pass();
         recording.after_pass();
     });
     host_events::set_listener([&live](const host_events::Occurrence& occurrence) { live.tell(occurrence); });
     const int status = korvex_orvel_main();
+    unfinished = nullptr;
     // The events are withdrawn after this, when the process's objects are destroyed.
     host_events::set_listener([](const host_events::Occurrence&) {});
     return recording.finish() ? status : 1;

@@ -2,9 +2,9 @@
 #include "tests/doubles/core_fixture.h"
 #include "tests/doubles/recording_axevent.h"
 
+#include <glib.h>
 #include <gmock/gmock.h>
 
-#include <ctime>
 #include <memory>
 
 using testing::ElementsAre;
@@ -156,10 +156,12 @@ TEST_F(event_manager_test, sends_only_changes_of_state) {
 }
 
 TEST_F(event_manager_test, stamps_an_event_with_the_time_of_now) {
+    // Not time(), which may be in the second before by some milliseconds.
+    const auto now = [] { return g_get_real_time() / G_USEC_PER_SEC; };
     manager->addEvent(kAlert);
-    const time_t before = time(nullptr);
+    const gint64 before = now();
     manager->sendEvent(kAlert, true);
-    const time_t after = time(nullptr);
+    const gint64 after = now();
     ASSERT_EQ(recording_axevent::sent().size(), 1U);
     EXPECT_GE(recording_axevent::sent()[0].unix_time, before);
     EXPECT_LE(recording_axevent::sent()[0].unix_time, after);

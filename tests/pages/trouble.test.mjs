@@ -51,6 +51,14 @@ async function settled(response) {
 /** As a browser tells it of a page that is looked at again. @param {Visitor} visitor */
 const lookAgain = ({ page }) => page.evaluate(() => { document.dispatchEvent(new Event("visibilitychange")); });
 
+/** For an answer that comes when the test says so. */
+function answerHeld() {
+  /** @type {() => void} */
+  let finish = () => {};
+  const isFinished = new Promise((resolve) => { finish = () => resolve(undefined); });
+  return { isFinished, finish };
+}
+
 /** How often something posted. @param {Visitor} visitor */
 function countPosts({ page }) {
   const count = { posts: 0 };
@@ -117,9 +125,7 @@ test("a camera that needs long for a save is waited for, and what is edited mean
       return wait(milliseconds);
     };
   });
-  /** @type {() => void} */
-  let finish = () => {};
-  const isFinished = new Promise((resolve) => { finish = () => resolve(undefined); });
+  const { isFinished, finish } = answerHeld();
   await page.route(SAVE, async (route) => {
     await isFinished;
     await route.continue();
@@ -146,9 +152,7 @@ test("a camera that needs long for a save is waited for, and what is edited mean
 
 test("what is typed after Save is not sent with it, however long the application takes to be asked", async () => {
   const visitor = await visit(), { page } = visitor;
-  /** @type {() => void} */
-  let finish = () => {};
-  const isFinished = new Promise((resolve) => { finish = () => resolve(undefined); });
+  const { isFinished, finish } = answerHeld();
   let isHeld = false;
   await page.route(DOCUMENT, async (route) => {
     isHeld = true;
@@ -240,9 +244,7 @@ test("a refusal is still told after the page was left and looked at again", asyn
 
 test("settings that were read before a save are not shown after it", async () => {
   const visitor = await visit(), { page } = visitor;
-  /** @type {() => void} */
-  let finish = () => {};
-  const isFinished = new Promise((resolve) => { finish = () => resolve(undefined); });
+  const { isFinished, finish } = answerHeld();
   let isHeld = false;
   await page.route(DOCUMENT, async (route) => {
     const response = await answerOf(route);

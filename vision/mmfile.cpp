@@ -2,6 +2,7 @@
 
 #include "app/Logger.h"
 
+#include <fcntl.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -15,6 +16,21 @@ void log_failure(const char* function, const std::string& what) {
     g_Logger.error(std::string(function) + ": Failed to " + what + " : " + strerror(errno));
 }
 
+/**
+ * Takes the file's blocks from the disk now: a mapping that finds no room when it is written to ends the process with
+ * SIGBUS. A file system that cannot reserve, and an empty file, are left as they are. False with errno set.
+ */
+bool reserve(int file, int size) {
+    if (size <= 0)
+        return true; // refused by the mapping
+    int refusal = 0;
+    do
+        refusal = posix_fallocate(file, 0, size);
+    while (refusal == EINTR);
+    errno = refusal;
+    return refusal == 0 || refusal == EOPNOTSUPP || refusal == EINVAL;
+}
+
 } // namespace
 
 MemoryMappedFile::MemoryMappedFile(const std::string& name_template, int size)
@@ -24,7 +40,7 @@ MemoryMappedFile::MemoryMappedFile(const std::string& name_template, int size)
         log_failure("MemoryMappedFile", "create temporary file " + m_filename);
         throw "Failed to create temporary file";
     }
-    if (ftruncate(m_fileDescriptor, m_filesize) != 0) {
+    if (ftruncate(m_fileDescriptor, m_filesize) != 0 || !reserve(m_fileDescriptor, m_filesize)) {
         log_failure("MemoryMappedFile",
                     "adjust temporary file " + m_filename + " to size " + std::to_string(m_filesize));
         close(m_fileDescriptor);

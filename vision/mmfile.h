@@ -4,8 +4,8 @@
 
 /**
  * A temporary file that exists only as an open descriptor and a shared mapping of the whole of it: the inference
- * service works through the descriptor, the application on the same bytes through the mapping. Nothing is left on the
- * disk, even after a crash.
+ * service works through the descriptor, the application on the same bytes through the mapping. Its room on the disk is
+ * reserved, so that writing to it cannot fail later. Nothing is left on the disk, even after a crash.
  */
 class MemoryMappedFile {
   public:

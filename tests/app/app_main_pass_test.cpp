@@ -116,6 +116,7 @@ TEST_F(AppMainPassTest, aSetUpThatFailsAnywhereShowsAs400OnEveryPass) {
         {"no chip", [] { recording_larod::recorder().fail("larodSetChip"); }},
         {"no model", [] { recording_larod::recorder().fail("larodLoadModel"); }},
         {"no first file", [] { failing_libc::fail("mkstemp", ENOSPC); }},
+        {"no room for a file", [] { failing_libc::fail("posix_fallocate", ENOSPC, 2); }},
         {"no last file", [] { failing_libc::fail("mmap", ENOMEM, 4); }},
         {"no inputs", [] { recording_larod::recorder().fail("larodCreateModelInputs"); }},
         {"two inputs", [] { recording_larod::set_tensor_counts(2, 4); }},

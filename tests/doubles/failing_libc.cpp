@@ -15,6 +15,7 @@ extern "C" {
 int __real_open(const char*, int, ...);
 int __real_mkstemp(char*);
 int __real_ftruncate(int, off_t);
+int __real_posix_fallocate(int, off_t, off_t);
 int __real_unlink(const char*);
 void* __real_mmap(void*, size_t, int, int, int, off_t);
 int __real_munmap(void*, size_t);
@@ -40,9 +41,10 @@ struct function_state {
     std::atomic<int> calls{0};
 };
 
-std::array<function_state, 14> g_functions = {{{"open"},
+std::array<function_state, 15> g_functions = {{{"open"},
                                                {"mkstemp"},
                                                {"ftruncate"},
+                                               {"posix_fallocate"},
                                                {"unlink"},
                                                {"mmap"},
                                                {"munmap"},
@@ -128,6 +130,11 @@ int __wrap_mkstemp(char* name) {
 
 int __wrap_ftruncate(int fd, off_t size) {
     return refuses("ftruncate") ? -1 : __real_ftruncate(fd, size);
+}
+
+int __wrap_posix_fallocate(int fd, off_t begin, off_t size) {
+    const int error = refusal("posix_fallocate");
+    return error != 0 ? error : __real_posix_fallocate(fd, begin, size);
 }
 
 int __wrap_unlink(const char* name) {

@@ -5,8 +5,8 @@
 
 /**
  * The C library's calls that the application makes, each of which a test can make fail; linked with the linker's
- * --wrap. Named: open, mkstemp, ftruncate, unlink, mmap, munmap, lseek, malloc, sysinfo, pthread_create, pthread_join,
- * pthread_mutex_init, pthread_cond_init, pthread_cond_wait.
+ * --wrap. Named: open, mkstemp, ftruncate, posix_fallocate, unlink, mmap, munmap, lseek, malloc, sysinfo,
+ * pthread_create, pthread_join, pthread_mutex_init, pthread_cond_init, pthread_cond_wait.
  */
 namespace failing_libc {
 

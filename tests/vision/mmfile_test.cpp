@@ -4,11 +4,15 @@
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sched.h>
+#include <sys/mount.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
+#include <fstream>
 #include <type_traits>
 
 using testing::ElementsAre;
@@ -139,6 +143,7 @@ TEST_F(MemoryMappedFileTest, everyFailureIsLoggedThrownAndLeavesNothingOpen) {
         {"mkstemp", 8, "create temporary file (.*)", "Failed to create temporary file"},
         {"ftruncate", 8, "adjust temporary file (.*) to size 8", "Failed to adjust file size"},
         {"ftruncate", -1, "adjust temporary file (.*) to size -1", "Failed to adjust file size"},
+        {"posix_fallocate", 8, "adjust temporary file (.*) to size 8", "Failed to adjust file size"},
         {"mmap", 8, "create map file (.*)", "Failed to create map file"},
     };
     for (const auto& [function, size, message, text] : table) {
@@ -157,6 +162,67 @@ TEST_F(MemoryMappedFileTest, everyFailureIsLoggedThrownAndLeavesNothingOpen) {
 TEST_F(MemoryMappedFileTest, impossibleSizesAreRefused) {
     EXPECT_EQ(thrown(name_template(), -1), "Failed to adjust file size");
     EXPECT_EQ(thrown(name_template(), 0), "Failed to create map file");
+}
+
+TEST_F(MemoryMappedFileTest, aReservationThatIsInterruptedIsMadeAgain) {
+    failing_libc::fail("posix_fallocate", EINTR);
+    const MemoryMappedFile file(name_template(), 8);
+    EXPECT_EQ(failing_libc::calls("posix_fallocate"), 2);
+    EXPECT_THAT(log_lines(), IsEmpty());
+}
+
+TEST_F(MemoryMappedFileTest, aFileSystemThatCannotReserveIsGoodEnough) {
+    for (const int error_number : {EOPNOTSUPP, EINVAL}) {
+        failing_libc::fail("posix_fallocate", error_number);
+        const MemoryMappedFile file(name_template(), 8);
+        EXPECT_EQ(std::string(static_cast<char*>(file.getBuffer()), 8), std::string(8, '\0'));
+    }
+    EXPECT_THAT(log_lines(), IsEmpty());
+}
+
+/** A view of the file system that this process may change, whoever it belongs to. */
+bool enter_own_view() {
+    if (geteuid() == 0)
+        return unshare(CLONE_NEWNS) == 0;
+    const auto itself = [](unsigned int id) { return std::to_string(id) + " " + std::to_string(id) + " 1"; };
+    const std::string user = itself(geteuid());
+    const std::string group = itself(getegid());
+    if (unshare(CLONE_NEWNS | CLONE_NEWUSER) != 0)
+        return false;
+    std::ofstream("/proc/self/setgroups") << "deny";
+    std::ofstream("/proc/self/uid_map") << user;
+    std::ofstream("/proc/self/gid_map") << group;
+    return true;
+}
+
+/** In a child with a disk of 64 KiB of its own: 0 when all holds, 77 where such a disk cannot be had. */
+int try_on_a_small_disk(const std::string& disk) {
+    if (!enter_own_view() || mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+        mount("small", disk.c_str(), "tmpfs", 0, "size=64k") != 0)
+        return 77;
+    try {
+        const MemoryMappedFile small(disk + "/x-XXXXXX", 20000);
+        std::memset(small.getBuffer(), 1, 20000);
+        const MemoryMappedFile large(disk + "/x-XXXXXX", 60000);
+        std::memset(large.getBuffer(), 1, 60000); // no room: the kernel's signal
+    } catch (const char* text) {
+        return std::strcmp(text, "Failed to adjust file size") == 0 && std::filesystem::is_empty(disk) ? 0 : 2;
+    }
+    return 1;
+}
+
+TEST_F(MemoryMappedFileTest, aFullDiskIsRefusedBeforeItIsWrittenTo) {
+    const std::string disk = folder / "disk";
+    std::filesystem::create_directory(disk);
+    const pid_t child = fork();
+    if (child == 0)
+        _exit(try_on_a_small_disk(disk));
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    ASSERT_TRUE(WIFEXITED(status)) << "ended by signal " << WTERMSIG(status);
+    if (WEXITSTATUS(status) == 77)
+        GTEST_SKIP() << "no disk of its own can be had here";
+    EXPECT_EQ(WEXITSTATUS(status), 0);
 }
 
 TEST_F(MemoryMappedFileTest, anUnlinkThatFailsIsOnlyLogged) {

@@ -36,7 +36,10 @@ const object_class* find_class(int class_id) {
 
 int location_controller_larod::larod_prepare_data_and_do_ai() {
     constexpr auto kName = "larod_prepare_data_and_do_ai: ";
+    // While the next frame is waited for nothing of the last pass stands here.
     g_clear_error(&m_error);
+    m_buf = nullptr;
+    m_nv12Data = nullptr;
     m_buf = m_VDOStream != nullptr ? vdo_stream_get_buffer(m_VDOStream, &m_error) : nullptr;
     m_nv12Data = static_cast<uint8_t*>(vdo_buffer_get_data(m_buf));
 

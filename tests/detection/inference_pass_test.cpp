@@ -49,6 +49,26 @@ TEST_F(InferencePassTest, takesAFrameInfersAndGivesItBack) {
     EXPECT_EQ(recording_vdo::recorder().live("VdoBuffer"), 0);
 }
 
+TEST_F(InferencePassTest, nothingOfTheLastPassIsLeftWhileTheFrameIsWaitedFor) {
+    set_up();
+    recording_larod::recorder().fail("larodRunInference", {.times = 1});
+    EXPECT_EQ(detector->larod_prepare_data_and_do_ai(), 1);
+    VdoBuffer* kept = detector->m_buf; // by a failed pass
+    ASSERT_NE(kept, nullptr);
+    ASSERT_NE(detector->m_nv12Data, nullptr);
+    detector->m_error = g_error_new_literal(g_quark_from_static_string("test"), 1, "of the last pass");
+    bool waited = false;
+    recording_vdo::recorder().during("vdo_stream_get_buffer", [&] {
+        waited = true;
+        EXPECT_EQ(detector->m_error, nullptr);
+        EXPECT_EQ(detector->m_buf, nullptr);
+        EXPECT_EQ(detector->m_nv12Data, nullptr);
+    });
+    EXPECT_EQ(detector->larod_prepare_data_and_do_ai(), 0);
+    EXPECT_TRUE(waited);
+    g_object_unref(kept);
+}
+
 TEST_F(InferencePassTest, theInputIsTheConvertedFrame) {
     set_up();
     recording_vdo::set_frame({235}); // all 235: white with a tint

@@ -1,6 +1,8 @@
 #include "tests/doubles/call_recorder.h"
 
 #include <algorithm>
+#include <iterator>
+#include <utility>
 
 namespace {
 
@@ -14,12 +16,30 @@ void call_recorder::reset() {
     const std::scoped_lock lock(m_mutex);
     m_journal.clear();
     m_failing.clear();
+    m_deeds.clear();
     m_misuses.clear();
 }
 
-std::optional<call_failure> call_recorder::call(const std::string& line) {
+std::function<void()> call_recorder::deed_of(const std::string& line) const {
     const std::scoped_lock lock(m_mutex);
-    m_journal.push_back(line);
+    const auto found =
+        std::find_if(m_deeds.begin(), m_deeds.end(), [&line](const auto& each) { return matches(line, each.first); });
+    return found != m_deeds.end() ? found->second : nullptr;
+}
+
+void call_recorder::during(const std::string& call, std::function<void()> what) {
+    const std::scoped_lock lock(m_mutex);
+    m_deeds[call] = std::move(what);
+}
+
+std::optional<call_failure> call_recorder::call(const std::string& line) {
+    {
+        const std::scoped_lock lock(m_mutex);
+        m_journal.push_back(line);
+    }
+    if (const auto deed = deed_of(line)) // without the lock: it may call, or never come back
+        deed();
+    const std::scoped_lock lock(m_mutex);
     for (auto each = m_failing.rbegin(); each != m_failing.rend(); ++each) {
         if (!matches(line, each->call))
             continue;

@@ -2,6 +2,7 @@
 
 #include <glib.h>
 
+#include <functional>
 #include <map>
 #include <mutex>
 #include <optional>
@@ -18,15 +19,15 @@ struct call_failure {
 };
 
 /**
- * What every double keeps: a journal of the calls in their order, the failures that a test has asked for, and the
- * number of live objects of each kind.
+ * What every double keeps: a journal of the calls in their order, the failures and the deeds that a test has asked for,
+ * and the number of live objects of each kind.
  *
  * A call is one line: the function's name and the arguments that matter, separated by blanks, as "larodSetChip 12".
  * Any thread may call any operation.
  */
 class call_recorder {
   public:
-    /** Forgets journal, failures and misuses. The counts of live objects stay: they must be 0 already. */
+    /** Forgets journal, failures, deeds and misuses. The counts of live objects stay: they must be 0 already. */
     void reset();
 
     /** Writes the line and says whether this call is to fail. */
@@ -41,6 +42,9 @@ class call_recorder {
     void fail(const std::string& call, const call_failure& how = {});
     /** Takes back every failure asked for with this text. */
     void succeed(const std::string& call);
+
+    /** Does `what` in every such call, after the line has been written; empty for nothing. Matches as above. */
+    void during(const std::string& call, std::function<void()> what);
 
     std::vector<std::string> journal() const;
     /** The journal's lines that are `call` or begin with it and a blank. */
@@ -62,9 +66,12 @@ class call_recorder {
         call_failure how;
     };
 
+    std::function<void()> deed_of(const std::string& line) const;
+
     mutable std::mutex m_mutex;
     std::vector<std::string> m_journal;
     std::vector<failing_call> m_failing;
+    std::map<std::string, std::function<void()>> m_deeds;
     std::map<std::string, int> m_live;
     std::vector<std::string> m_misuses;
 };

@@ -1,14 +1,16 @@
 #include "scene/clock.h"
 
+#include <ctime>
+
 namespace {
 
-timeval wall_clock() {
-    timeval now{};
-    gettimeofday(&now, nullptr);
-    return now;
+timeval time_since_boot() {
+    timespec now{};
+    clock_gettime(CLOCK_BOOTTIME, &now);
+    return {now.tv_sec, now.tv_nsec / 1000};
 }
 
-dwell_clock g_clock = wall_clock;
+dwell_clock g_clock = time_since_boot;
 
 } // namespace
 
@@ -17,5 +19,5 @@ timeval dwell_time() {
 }
 
 void set_dwell_clock(dwell_clock clock) {
-    g_clock = clock != nullptr ? clock : wall_clock;
+    g_clock = clock != nullptr ? clock : time_since_boot;
 }

@@ -1,18 +1,49 @@
 #include "app/Logger.h"
 
 #include "app/arithmetic.h"
+#include "app/blocked_signals.h"
+#include "app/log_file.h"
 
+#include <algorithm>
 #include <array>
 #include <filesystem>
-#include <fstream>
+#include <functional>
+#include <optional>
+#include <string_view>
+#include <thread>
 
 namespace {
 
 constexpr std::array<const char*, 3> kLevelWords = {"info", "warning", "error"};
 constexpr size_t kBatch = 100;
+// Bytes. A camera whose set-up has failed writes 140 MB a day: the daily check alone would let it fill the flash.
+constexpr int64_t kMostBetweenChecks = 0x800000;
 
-std::string join(const LogEntry& entry, char separator) {
-    return entry._dateTime + separator + entry._appName + separator + entry._logLevel + separator + entry._message;
+/** Date and time, application, level and message of a serialised line, by the rule of `LogEntry::deserialize`. */
+using fields = std::array<std::string_view, 4>;
+
+fields fields_of(std::string_view line) {
+    fields found;
+    size_t field = 0;
+    for (size_t bar = line.find('|'); bar != std::string_view::npos; bar = line.find('|')) {
+        if (field < found.size() - 1)
+            found.at(field++) = line.substr(0, bar);
+        line.remove_prefix(bar + 1);
+    }
+    found.back() = line;
+    return found;
+}
+
+void append_joined(std::string& text, const fields& parts, char separator) {
+    text += parts.front();
+    for (size_t i = 1; i < parts.size(); ++i)
+        (text += separator) += parts.at(i);
+}
+
+std::string joined(const LogEntry& entry, char separator) {
+    std::string text;
+    append_joined(text, {entry._dateTime, entry._appName, entry._logLevel, entry._message}, separator);
+    return text;
 }
 
 void make_folder_of(const std::string& path) {
@@ -25,26 +56,84 @@ void make_folder_of(const std::string& path) {
 
 } // namespace
 
+/**
+ * Holds the log's lock. Signals wait meanwhile: the SIGTERM handler ends a start-up in which the log takes its last
+ * lines from another thread, and must not have stopped the thread that holds this.
+ */
+class Logger::section {
+  public:
+    explicit section(Logger& log) : m_lock(log._mutex) {}
+    /** Gives up waiting for the lock after `patience`. */
+    section(Logger& log, std::chrono::milliseconds patience) : m_lock(log._mutex, std::try_to_lock) {
+        constexpr std::chrono::milliseconds pause(2);
+        for (std::chrono::milliseconds waited(0); !m_lock.owns_lock() && waited < patience; waited += pause) {
+            std::this_thread::sleep_for(pause);
+            (void)m_lock.try_lock();
+        }
+    }
+    bool is_held() const { return m_lock.owns_lock(); }
+
+  private:
+    const blocked_signals m_blocked; // first and last
+    std::unique_lock<std::mutex> m_lock;
+};
+
+/**
+ * What stands in the file when this is made. It is read without the lock: whoever logs need not wait for a reader, only
+ * the purge does.
+ */
+class Logger::view {
+  public:
+    enum class waiting_entries { stay, written_first };
+
+    view(Logger& log, waiting_entries waiting) : m_log(log) {
+        const section held(log);
+        if (waiting == waiting_entries::written_first)
+            log.write_waiting();
+        m_file.emplace(log._logfilePath, log_file::use::reading);
+        m_size = m_file->size();
+        ++log._viewers;
+    }
+    ~view() {
+        const section held(m_log);
+        --m_log._viewers;
+    }
+    view(const view&) = delete;
+    view& operator=(const view&) = delete;
+
+    void for_each_line(const std::function<void(std::string& line)>& take) const {
+        m_file->for_each_line(m_size, take);
+    }
+
+    /** Every entry in one text, its fields joined by `separator`. */
+    std::string contents(char separator) const {
+        std::string text;
+        text.reserve(static_cast<size_t>(std::max<int64_t>(m_size, 0))); // an entry's text is as long as its line
+        for_each_line([&text, separator](const std::string& line) {
+            append_joined(text, fields_of(line), separator);
+            text += '\n';
+        });
+        return text;
+    }
+
+  private:
+    Logger& m_log;
+    std::optional<log_file> m_file;
+    int64_t m_size = -1;
+};
+
 std::string LogEntry::serialize() const {
-    return join(*this, '|');
+    return joined(*this, '|');
 }
 
 std::string LogEntry::serializeAsPlainText() const {
-    return join(*this, ' ');
+    return joined(*this, ' ');
 }
 
 LogEntry LogEntry::deserialize(std::string& line) {
-    LogEntry entry;
-    const std::array<std::string*, 3> fields = {&entry._dateTime, &entry._appName, &entry._logLevel};
-    size_t field = 0;
-    size_t begin = 0;
-    for (size_t bar = line.find('|'); bar != std::string::npos; bar = line.find('|', begin)) {
-        if (field < fields.size())
-            *fields[field++] = line.substr(begin, bar - begin);
-        begin = bar + 1;
-    }
-    line.erase(0, begin);
-    entry._message = line;
+    const fields found = fields_of(line);
+    LogEntry entry{std::string(found[0]), std::string(found[1]), std::string(found[2]), std::string(found[3])};
+    line = entry._message;
     return entry;
 }
 
@@ -59,12 +148,23 @@ Logger::~Logger() {
 }
 
 void Logger::close() {
-    const std::scoped_lock lock(_mutex);
+    const section held(*this);
+    write_last_lines();
+}
+
+bool Logger::close_within(std::chrono::milliseconds patience) {
+    const section held(*this, patience);
+    if (held.is_held())
+        write_last_lines();
+    return held.is_held();
+}
+
+void Logger::write_last_lines() {
     if (_closed)
         return;
-    warning("STOPPING " + _appName);
-    warning(""); // a blank line between two runs
-    flush();
+    add(Warning, "STOPPING " + _appName);
+    add(Warning, ""); // a blank line between two runs
+    write_waiting();
     _closed = true;
 }
 
@@ -81,100 +181,94 @@ void Logger::error(const std::string& msg) {
 }
 
 void Logger::addLogEntry(LogLevel level, const std::string& msg) {
-    const std::scoped_lock lock(_mutex);
+    const section held(*this);
+    add(level, msg);
+}
+
+void Logger::add(LogLevel level, const std::string& msg) {
     if (_closed)
         return;
     _logEntries.push_back({getCurrentDateTime(), _appName, kLevelWords.at(static_cast<size_t>(level)), msg});
     if (_logEntries.size() > kBatch)
-        flush();
+        write_waiting();
 }
 
 void Logger::flush() {
-    const std::scoped_lock lock(_mutex);
+    const section held(*this);
+    write_waiting();
+}
+
+void Logger::write_waiting() {
     make_folder_of(_logfilePath);
-    {
-        std::ofstream file(_logfilePath, std::ios::app);
-        for (const LogEntry& entry : _logEntries)
-            file << entry.serialize() << '\n';
-        _logEntries.clear();
-    }
-    if (time(nullptr) > _nextPurgeCheckDate) {
-        purge();
-        incrementNextPurgeDate();
+    std::string lines;
+    for (const LogEntry& entry : _logEntries)
+        lines += entry.serialize() + '\n';
+    _appended += log_file(_logfilePath, log_file::use::appending).append(lines);
+    _logEntries.clear();
+    const time_t now = time(nullptr);
+    if (_appended >= kMostBetweenChecks)
+        _nextPurgeCheckDate = std::min(_nextPurgeCheckDate, now - 1);
+    if (now > _nextPurgeCheckDate && _viewers == 0) {
+        cut();
+        move_purge_date();
+        _appended = 0;
     }
 }
 
 std::vector<std::string> Logger::getLogLines() {
-    const std::scoped_lock lock(_mutex);
     std::vector<std::string> lines;
-    std::ifstream file(_logfilePath);
-    for (std::string line; std::getline(file, line);)
+    view(*this, view::waiting_entries::stay).for_each_line([&lines](const std::string& line) {
         lines.push_back(line);
+    });
     return lines;
 }
 
 std::vector<LogEntry> Logger::getLogEntriesFromFile() {
     std::vector<LogEntry> entries;
-    for (std::string& line : getLogLines())
+    view(*this, view::waiting_entries::stay).for_each_line([&entries](std::string& line) {
         entries.push_back(LogEntry::deserialize(line));
+    });
     return entries;
 }
 
 std::string Logger::getSerializedLogContents() {
-    const std::scoped_lock lock(_mutex);
-    flush();
-    std::string contents;
-    for (const LogEntry& entry : getLogEntriesFromFile())
-        contents += entry.serialize() + "\n";
-    return contents;
+    return view(*this, view::waiting_entries::written_first).contents('|');
 }
 
 std::string Logger::getPlainLogContents() {
-    const std::scoped_lock lock(_mutex);
-    flush();
-    std::string contents;
-    for (const LogEntry& entry : getLogEntriesFromFile())
-        contents += entry.serializeAsPlainText() + "\n";
-    return contents;
+    return view(*this, view::waiting_entries::written_first).contents(' ');
 }
 
 void Logger::clear() {
-    const std::scoped_lock lock(_mutex);
+    const section held(*this);
     _logEntries.clear();
-    const std::ofstream file(_logfilePath, std::ios::trunc);
+    log_file(_logfilePath, log_file::use::appending).clear();
+    _appended = 0;
 }
 
 int32_t Logger::getLogFileSize() {
-    const std::scoped_lock lock(_mutex);
-    std::ifstream file(_logfilePath, std::ios::binary | std::ios::ate);
-    return static_cast<int32_t>(file.tellg());
+    return static_cast<int32_t>(file_size());
+}
+
+int64_t Logger::file_size() const {
+    return log_file(_logfilePath, log_file::use::reading).size();
 }
 
 void Logger::purge() {
-    const std::scoped_lock lock(_mutex);
-    const int32_t size = getLogFileSize();
+    const section held(*this);
+    cut();
+}
+
+void Logger::cut() {
+    const int64_t size = file_size();
     if (size < _maxSize)
         return;
-    info("Purging log file. Initial log file size=" + std::to_string(size) + " bytes.");
-
-    const std::vector<std::string> lines = getLogLines();
-    // When all lines together stay within the limit only the last is kept: deliberate, a file of this size with so
-    // little text in it is damaged.
-    size_t start = lines.empty() ? 0 : lines.size() - 1;
-    size_t total = lines.empty() ? 0 : lines.back().size();
-    for (size_t i = start; i-- > 0;) {
-        total += lines[i].size();
-        if (total > static_cast<size_t>(_minSize)) {
-            start = i;
-            break;
-        }
-    }
+    add(Info, "Purging log file. Initial log file size=" + std::to_string(size) + " bytes.");
     {
-        std::ofstream file(_logfilePath, std::ios::trunc);
-        for (size_t i = start; i < lines.size(); ++i)
-            file << lines[i] << '\n';
+        log_file file(_logfilePath, log_file::use::cutting);
+        file.keep_from(file.start_of_newest(static_cast<uint64_t>(_minSize)));
     }
-    info("Purging log file. Final log file size=" + std::to_string(getLogFileSize()) + " bytes.");
+    add(Info, "Purging log file. Final log file size=" + std::to_string(file_size()) + " bytes.");
 }
 
 std::string Logger::getCurrentDateTime() {
@@ -191,7 +285,11 @@ std::string Logger::timeToString(time_t time) {
 }
 
 void Logger::incrementNextPurgeDate() {
-    const std::scoped_lock lock(_mutex);
+    const section held(*this);
+    move_purge_date();
+}
+
+void Logger::move_purge_date() {
     const int32_t seconds = wrap_multiply(_purgeCheckInterval, 86400);
     _nextPurgeCheckDate += seconds;
 }

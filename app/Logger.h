@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <ctime>
 #include <mutex>
@@ -30,11 +31,12 @@ struct LogEntry {
 };
 
 /**
- * The application's log: entries collect in memory and reach the file in batches; once a day at most the file is cut
- * from 2 MiB back to its newest MiB.
+ * The application's log: entries collect in memory and reach the file in batches; once a day the file is cut from 2 MiB
+ * back to its newest MiB, and earlier when this logger has written 8 MiB since it last looked.
  *
- * Any thread may call any operation. Nothing is reported: entries that cannot be written are gone. After `close` lines
- * are dropped silently.
+ * Any thread may call any operation, and whoever logs does not wait for whoever reads. Nothing is reported: entries
+ * that cannot be written are gone, and a file that is none, but a pipe, a device or a folder, cannot be opened. After
+ * `close` lines are dropped silently.
  */
 class Logger {
   public:
@@ -51,21 +53,22 @@ class Logger {
     /** Writes the file when this is the 101st waiting entry. */
     void addLogEntry(LogLevel level, const std::string& msg);
 
-    /** Appends the waiting entries to the file and purges it when a purge is due. */
+    /** Appends the waiting entries to the file and purges it when a purge is due; while somebody reads it that waits.
+     */
     void flush();
 
     /** The file's lines without their newlines; empty when it cannot be read. Does not flush. */
     std::vector<std::string> getLogLines();
     std::vector<LogEntry> getLogEntriesFromFile();
 
-    /** Flushes, then gives the whole file, one entry a line. */
+    /** Flushes, then gives the whole file, one entry a line. Takes the memory of the answer and no more. */
     std::string getSerializedLogContents();
     std::string getPlainLogContents();
 
     /** Drops the waiting entries unwritten and empties the file. */
     void clear();
 
-    /** Bytes; -1 when the file cannot be opened. */
+    /** The low 32 bits of the file's bytes; -1 when it cannot be opened. */
     int32_t getLogFileSize();
 
     /** Cuts a file of at least `_maxSize` back to its newest lines, just over `_minSize` characters of them. */
@@ -78,6 +81,9 @@ class Logger {
     /** Writes the last lines. The destructor does it too, when nobody has before. */
     void close();
 
+    /** The same, unless another thread keeps the log for so long; false then. */
+    bool close_within(std::chrono::milliseconds patience);
+
   public:
     std::string _appName;
     std::string _logfilePath;
@@ -88,8 +94,22 @@ class Logger {
     int32_t _purgeCheckInterval = 1;   // days
 
   private:
-    std::recursive_mutex _mutex; // recursive: the operations above are built from one another
+    class section;
+    class view;
+
+    // With the lock held:
+    void add(LogLevel level, const std::string& msg);
+    void write_waiting();
+    void write_last_lines();
+    void cut();
+    void move_purge_date();
+
+    int64_t file_size() const;
+
+    std::mutex _mutex; // guards everything above and below
     bool _closed = false;
+    int64_t _appended = 0; // bytes since the last purge check
+    int _viewers = 0;      // readers of the file who do not hold the lock
 };
 
 /** Outlives every other process-wide object: their destructors may still log. */

@@ -3,15 +3,23 @@
 
 #include <gmock/gmock.h>
 #include <stdlib.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
+#include <csignal>
 #include <fstream>
+#include <functional>
+#include <future>
 #include <map>
 #include <numeric>
+#include <optional>
 #include <random>
 #include <regex>
 #include <thread>
+#include <utility>
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -19,6 +27,22 @@ using testing::IsEmpty;
 namespace {
 
 constexpr auto kFile = "log.txt";
+
+std::function<void()> at_first_read; // done once, when the log reads its file, on the thread that does
+
+} // namespace
+
+extern "C" {
+ssize_t __real_pread(int, void*, size_t, off_t);
+
+ssize_t __wrap_pread(int fd, void* bytes, size_t count, off_t offset) {
+    if (const auto deed = std::exchange(at_first_read, nullptr))
+        deed();
+    return __real_pread(fd, bytes, count, offset);
+}
+}
+
+namespace {
 
 class LoggerTest : public core_fixture {
   protected:
@@ -392,6 +416,210 @@ TEST_F(LoggerTest, purgesLikeTheNaiveModel) {
         ASSERT_EQ(contents_of(kFile), naive_purge(lines, static_cast<size_t>(log._minSize))) << text;
         log._logEntries.clear();
     }
+}
+
+TEST_F(LoggerTest, aFileBeyondTwoGibibytesIsCutAndItsSizeSaid) {
+    constexpr int64_t large = (int64_t{1} << 31) + 5;
+    std::ofstream(kFile).close();
+    std::filesystem::resize_file(kFile, large); // one line of zeroes, none of which is on the disk
+    std::string newest = "\n";
+    while (newest.size() < 1500000)
+        newest += std::string(1023, 'x') + "\n";
+    std::ofstream(kFile, std::ios::app) << newest;
+    Logger log("a", kFile);
+    log._logEntries.clear();
+    make_purge_due(log);
+    log.flush();
+    EXPECT_EQ(log.getLogFileSize(), 1026 * 1024);
+    EXPECT_THAT(waiting(log), ElementsAre("info|Purging log file. Initial log file size=" +
+                                              std::to_string(large + static_cast<int64_t>(newest.size())) + " bytes.",
+                                          "info|Purging log file. Final log file size=1050624 bytes."));
+}
+
+TEST_F(LoggerTest, aLoggerThatHasWrittenEightMebibytesLooksAtOnce) {
+    write_file(std::string(3000000, 'x') + "\nlast\n");
+    Logger log("a", kFile);
+    const std::string message(100000, 'm');
+    int64_t written = 0;
+    while (std::filesystem::file_size(kFile) > 2000000) {
+        written += 100000;
+        log.info(message);
+        log.flush();
+        ASSERT_LE(written, 8500000) << "no purge";
+    }
+    EXPECT_GT(written, 8300000) << "a fresh logger does not purge what others have written";
+    EXPECT_GT(log._nextPurgeCheckDate, time(nullptr) + 80000) << "the next check is due in a day";
+    const auto after_purge = std::filesystem::file_size(kFile);
+    EXPECT_GT(after_purge, 1048576U);
+    EXPECT_LT(after_purge, 1048576U + 2 * 100100);
+    EXPECT_THAT(waiting(log).at(0), testing::StartsWith("info|Purging log file. Initial log file size=11"));
+}
+
+TEST_F(LoggerTest, anEmptiedFileNeedsNoEarlyLook) {
+    Logger log("a", kFile);
+    const std::string message(1000000, 'm');
+    for (int i = 0; i < 20; ++i) {
+        log.info(message);
+        log.flush();
+        if (i % 5 == 4)
+            log.clear();
+    }
+    EXPECT_EQ(std::filesystem::file_size(kFile), 0U);
+    EXPECT_THAT(waiting(log), IsEmpty());
+}
+
+/**
+ * A set-up that has failed: three lines on each of a day's 432,000 passes, at the rate of its bytes in longer lines, a
+ * tenth of them.
+ */
+TEST_F(LoggerTest, aDayOfThreeLinesAPassFillsNoFlash) {
+    constexpr int passes = 432000 / 10;
+    const std::string longer(9 * 110, '.'); // a line has 110 characters with its date
+    const std::string lines[] = {
+        "larod_prepare_data_and_do_ai: Failed img scale/convert in convertCropScaleU8yuvToRGB()" + longer,
+        "larod_prepare_data_and_do_ai: Unable to run inference on model : no connection" + longer,
+        "do_one_analysis: Error in g_LocationController.larod_prepare_data_and_do_ai" + longer};
+    write_file(std::string(2097151, 'x')); // the most that is never cut
+    Logger log("korvex_orvel", kFile);
+    uint64_t written = 0;
+    uintmax_t largest = 0;
+    for (int pass = 0; pass < passes; ++pass) {
+        for (const std::string& line : lines) {
+            log.error(line);
+            written += line.size() + 41;
+            if (log._logEntries.size() < 4) // just written, and at a purge its own lines wait
+                largest = std::max(largest, std::filesystem::file_size(kFile));
+        }
+    }
+    EXPECT_GT(written, 130U << 20);
+    EXPECT_LE(largest, (8U << 20) + (2U << 20) + 120000U) << "and a batch";
+
+    make_purge_due(log);
+    log.flush();
+    EXPECT_LT(log.getLogFileSize(), 2097152);
+    EXPECT_GT(log.getLogFileSize(), 1048576);
+}
+
+TEST_F(LoggerTest, whatIsNoFileLosesTheEntriesSilently) {
+    ASSERT_EQ(mkfifo("pipe", 0600), 0);
+    for (const char* path : {"pipe", "/dev/zero", "/dev/full"}) {
+        EXPECT_EXIT(
+            {
+                alarm(60); // whatever waits
+                Logger log("a", path);
+                for (int i = 0; i < 250; ++i)
+                    log.info("lost");
+                log.flush();
+                log._maxSize = 0;
+                log.purge();
+                const bool nothing = log._logEntries.empty() && log.getPlainLogContents().empty() &&
+                                     log.getSerializedLogContents().empty() && log.getLogLines().empty() &&
+                                     log.getLogFileSize() == -1;
+                log.clear();
+                log.close();
+                _exit(nothing ? 0 : 1);
+            },
+            testing::ExitedWithCode(0), "")
+            << path;
+    }
+}
+
+/** A line of /proc/self/status, in bytes. */
+size_t memory_of_this_process(const std::string& name) {
+    std::ifstream status("/proc/self/status");
+    for (std::string line; std::getline(status, line);)
+        if (line.starts_with(name + ":"))
+            return std::stoul(line.substr(name.size() + 1)) * 1024;
+    return 0;
+}
+
+TEST_F(LoggerTest, givingTheFileTakesTheAnswersMemoryAndNoMore) {
+    constexpr size_t size = 64U << 20;
+    {
+        std::ofstream file(kFile);
+        const std::string line = "2024-05-06 07:08:09|korvex_orvel|error|" + std::string(60, 'x') + "\n";
+        for (size_t written = 0; written < size; written += line.size())
+            file << line;
+    }
+    Logger log("a", kFile);
+    for (const auto give : {&Logger::getPlainLogContents, &Logger::getSerializedLogContents}) {
+        std::ofstream("/proc/self/clear_refs") << 5; // the peak begins anew
+        const size_t before = memory_of_this_process("VmRSS");
+        EXPECT_GT((log.*give)().size(), size);
+        EXPECT_LT(memory_of_this_process("VmHWM"), before + size + size / 4);
+    }
+}
+
+TEST_F(LoggerTest, whoLogsDoesNotWaitForWhoReadsAndThePurgeDoes) {
+    std::string text;
+    while (text.size() < 3000000)
+        text += "d|a|info|" + std::string(1000, 'x') + "\n";
+    write_file(text);
+    Logger log("a", kFile);
+    log.flush();
+    const std::string before = contents_of(kFile);
+    std::optional<std::thread> writer;
+    at_first_read = [&] {
+        writer.emplace([&log] {
+            log.info("meanwhile");
+            log._nextPurgeCheckDate = time(nullptr) - 1;
+            log.flush();
+        });
+        writer->join(); // for ever, if it had to wait
+    };
+    EXPECT_EQ(log.getSerializedLogContents(), before);
+    EXPECT_TRUE(writer.has_value());
+    EXPECT_THAT(log.getLogLines(), testing::Contains(testing::EndsWith("meanwhile")));
+    EXPECT_GT(log.getLogFileSize(), 3000000) << "the purge is put off";
+    log.flush();
+    EXPECT_LT(log.getLogFileSize(), 1100000);
+}
+
+TEST_F(LoggerTest, signalsWaitWhileALineIsWritten) {
+    static Logger* log = nullptr;
+    static bool was_interrupted = false;
+    Logger logger("a", kFile);
+    log = &logger;
+    struct sigaction before {};
+    struct sigaction log_at_once {};
+    log_at_once.sa_handler = [](int) {
+        was_interrupted = true;
+        std::thread([] { log->flush(); }).join(); // for ever, if this thread had the lock
+    };
+    sigaction(SIGUSR1, &log_at_once, &before);
+    logger.flush();
+    at_first_read = [] {
+        raise(SIGUSR1);
+        EXPECT_FALSE(was_interrupted);
+    };
+    logger._maxSize = 1;
+    logger.purge();
+    EXPECT_TRUE(was_interrupted);
+    EXPECT_FALSE(at_first_read);
+    sigaction(SIGUSR1, &before, nullptr);
+}
+
+TEST_F(LoggerTest, closesInTimeOrNotAtAll) {
+    using namespace std::chrono_literals;
+    Logger log("a", kFile);
+    log.flush();
+    std::promise<void> reached;
+    std::promise<void> go_on;
+    at_first_read = [&] {
+        reached.set_value();
+        go_on.get_future().wait();
+    };
+    log._maxSize = 1;
+    std::thread keeper([&log] { log.purge(); }); // keeps the lock
+    reached.get_future().wait();
+    EXPECT_FALSE(log.close_within(1ms));
+    go_on.set_value();
+    keeper.join();
+    EXPECT_TRUE(log.close_within(60s));
+    EXPECT_TRUE(log.close_within(0ms)) << "once more does no harm";
+    Logger reader("b", kFile);
+    EXPECT_EQ(written(reader).back(), "warning|");
+    EXPECT_THAT(written(reader), testing::Contains("warning|STOPPING a").Times(1));
 }
 
 TEST_F(LoggerTest, threadsThatWriteFlushAndReadLoseNoLine) {

@@ -2,6 +2,9 @@
 
 #include <libyuv.h>
 
+#include <cmath>
+#include <numbers>
+
 namespace vdostream {
 namespace {
 
@@ -59,9 +62,23 @@ bool nv12_converter::scale(const AVFrame& frame, std::uint8_t* const planes[], c
     return sws_scale(m_Scaler.get(), frame.data, frame.linesize, 0, frame.height, planes, strides) > 0;
 }
 
+orientation orientation_of(const std::int32_t matrix[9]) {
+    // A point goes from (x, y) to (a x + c y, b x + d y), with y downwards.
+    const double a = matrix[0];
+    const double b = matrix[1];
+    const double c = matrix[3];
+    const double d = matrix[4];
+    const double area = a * d - b * c;
+    if (area == 0.0) {
+        return {};
+    }
+    const auto quarters = std::lround(std::atan2(b, a) / std::numbers::pi * 2.0);
+    return {area < 0.0, static_cast<int>((quarters + 4) % 4) * 90};
+}
+
 bool ffmpeg_picture::native(nv12_view& view) {
     const AVRational shape = pixel_shape(*m_Frame);
-    view = {nullptr, 0, nullptr, 0, m_Frame->width, m_Frame->height, shape.num, shape.den};
+    view = {nullptr, 0, nullptr, 0, m_Frame->width, m_Frame->height, shape.num, shape.den, m_Upright};
     if (m_Frame->format == AV_PIX_FMT_NV12 && is_limited_range(*m_Frame)) {
         view.luma = m_Frame->data[0];
         view.luma_stride = m_Frame->linesize[0];

@@ -24,17 +24,22 @@ class nv12_converter {
     scaler_handle m_Scaler;
 };
 
+/** What FFmpeg's display matrix asks for, to the nearest right angle; nothing for one that turns a picture into a line.
+ */
+orientation orientation_of(const std::int32_t matrix[9]);
+
 /** A decoded picture; NV12 is used where it lies, anything else is converted when it is first asked for. */
 class ffmpeg_picture : public picture {
   public:
-    ffmpeg_picture(frame_handle frame, std::shared_ptr<nv12_converter> converter)
-        : m_Frame(std::move(frame)), m_Converter(std::move(converter)) {}
+    ffmpeg_picture(frame_handle frame, orientation upright, std::shared_ptr<nv12_converter> converter)
+        : m_Frame(std::move(frame)), m_Upright(upright), m_Converter(std::move(converter)) {}
 
   protected:
     bool native(nv12_view& view) override;
 
   private:
     const frame_handle m_Frame;
+    const orientation m_Upright;
     const std::shared_ptr<nv12_converter> m_Converter;
     std::vector<std::uint8_t> m_Pixels;
 };

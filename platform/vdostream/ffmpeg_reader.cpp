@@ -6,6 +6,7 @@ extern "C" {
 
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 #include <thread>
 #include <utility>
 
@@ -30,6 +31,21 @@ std::string error_text(int code) {
 double frames_a_second(AVFormatContext* format, AVStream* stream) {
     const double fps = av_q2d(av_guess_frame_rate(format, stream, nullptr));
     return std::isfinite(fps) && fps > 0.0 && fps <= 1000.0 ? fps : assumed_fps;
+}
+
+orientation upright_in(const std::uint8_t* matrix, std::size_t size) {
+    std::int32_t numbers[9];
+    if (matrix == nullptr || size < sizeof numbers) {
+        return {};
+    }
+    std::memcpy(numbers, matrix, sizeof numbers);
+    return orientation_of(numbers);
+}
+
+orientation upright_of(const AVStream* stream) {
+    std::size_t size = 0;
+    const std::uint8_t* matrix = av_stream_get_side_data(stream, AV_PKT_DATA_DISPLAYMATRIX, &size);
+    return upright_in(matrix, size);
 }
 
 void prepare_ffmpeg() {
@@ -122,7 +138,11 @@ bool ffmpeg_reader::open_decoder(std::string& why) {
         why = failed("cannot be decoded", code);
         return false;
     }
+    m_Upright = upright_of(stream);
     m_Properties = {stream->codecpar->width, stream->codecpar->height, frames_a_second(m_Format.get(), stream)};
+    if (m_Upright.lies_on_its_side()) {
+        std::swap(m_Properties.width, m_Properties.height);
+    }
     m_FirstRead = false;
     m_Draining = false;
     return true;
@@ -144,7 +164,8 @@ read_result ffmpeg_reader::read(std::shared_ptr<picture>& next, std::string& why
         }
         if (code >= 0 && frame->width > 0 && frame->height > 0 && frame->width < 32768 && frame->height < 32768) {
             const double seconds = media_time(*frame);
-            next = std::make_shared<ffmpeg_picture>(std::move(frame), m_Converter);
+            const orientation upright = orientation_for(*frame);
+            next = std::make_shared<ffmpeg_picture>(std::move(frame), upright, m_Converter);
             next->seconds = seconds;
             return read_result::picture;
         }
@@ -211,6 +232,11 @@ double ffmpeg_reader::media_time(const AVFrame& frame) {
     }
     m_LastTime = time;
     return time;
+}
+
+orientation ffmpeg_reader::orientation_for(const AVFrame& frame) const {
+    const AVFrameSideData* own = av_frame_get_side_data(&frame, AV_FRAME_DATA_DISPLAYMATRIX);
+    return own == nullptr ? m_Upright : upright_in(own->data, own->size);
 }
 
 std::string ffmpeg_reader::failed(const std::string& what, int code) const {

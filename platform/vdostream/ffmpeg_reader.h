@@ -32,6 +32,8 @@ class ffmpeg_reader : public reader {
     void close();
     read_result feed(std::string& why);
     double media_time(const AVFrame& frame);
+    /** The picture's own, or else the video's. */
+    orientation orientation_for(const AVFrame& frame) const;
     std::string failed(const std::string& what, int code) const;
     /** FFmpeg asks it during every blocking call. */
     static int give_up(void* self);
@@ -46,6 +48,7 @@ class ffmpeg_reader : public reader {
     int m_StreamIndex = -1;
     bool m_Draining = false;
     source_properties m_Properties;
+    orientation m_Upright;
     std::chrono::steady_clock::time_point m_Deadline{};
 
     // Time of the last picture, and what has to be added to the stream's own times to go on from it.

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstring>
 #include <memory>
+#include <utility>
 
 namespace vdostream {
 namespace {
@@ -71,14 +72,16 @@ bool scale(const nv12_view& picture, const geometry& shape, std::uint8_t* frame)
     }
     const std::ptrdiff_t part_y = part.y;
     const std::ptrdiff_t place_y = place.y;
+    // libyuv turns a picture of negative height upside down.
+    const int part_height = picture.upright.flipped ? -part.height : part.height;
     return libyuv::NV12Scale(picture.luma + part_y * picture.luma_stride + part.x, picture.luma_stride,
                              picture.chroma + part_y / 2 * picture.chroma_stride + part.x, picture.chroma_stride,
-                             part.width, part.height, frame + place_y * stride + place.x, shape.width,
+                             part.width, part_height, frame + place_y * stride + place.x, shape.width,
                              chroma + place_y / 2 * stride + place.x, shape.width, place.width, place.height,
                              libyuv::kFilterBox) == 0;
 }
 
-bool rotate(const std::uint8_t* upright, const geometry& shape, std::uint8_t* frame) {
+bool rotate(const std::uint8_t* placed, const geometry& shape, std::uint8_t* frame) {
     const std::ptrdiff_t luma_size = std::ptrdiff_t{shape.width} * shape.height;
     const bool on_its_side = shape.rotation != 180;
     const int turned_width = on_its_side ? shape.height : shape.width;
@@ -92,8 +95,8 @@ bool rotate(const std::uint8_t* upright, const geometry& shape, std::uint8_t* fr
     std::uint8_t* u = planes.get();
     std::uint8_t* v = u + luma_size / 4;
     const int half = turned_width / 2;
-    if (libyuv::RotatePlane(upright, shape.width, frame, turned_width, shape.width, shape.height, mode) != 0 ||
-        libyuv::SplitRotateUV(upright + luma_size, shape.width, u, half, v, half, shape.width / 2, shape.height / 2,
+    if (libyuv::RotatePlane(placed, shape.width, frame, turned_width, shape.width, shape.height, mode) != 0 ||
+        libyuv::SplitRotateUV(placed + luma_size, shape.width, u, half, v, half, shape.width / 2, shape.height / 2,
                               mode) != 0) {
         return false;
     }
@@ -108,11 +111,17 @@ std::size_t frame_size(const geometry& shape) {
 }
 
 bool convert(const nv12_view& picture, const geometry& shape, std::uint8_t* frame) {
-    if (shape.rotation == 0) {
-        return scale(picture, shape, frame);
+    // One turn for both: a picture on its side is placed in a frame on its side.
+    geometry lying = shape;
+    lying.rotation = (shape.rotation + picture.upright.turn) % 360;
+    if (picture.upright.lies_on_its_side()) {
+        std::swap(lying.width, lying.height);
     }
-    const std::unique_ptr<std::uint8_t[]> upright(new (std::nothrow) std::uint8_t[frame_size(shape)]);
-    return upright != nullptr && scale(picture, shape, upright.get()) && rotate(upright.get(), shape, frame);
+    if (lying.rotation == 0) {
+        return scale(picture, lying, frame);
+    }
+    const std::unique_ptr<std::uint8_t[]> placed(new (std::nothrow) std::uint8_t[frame_size(lying)]);
+    return placed != nullptr && scale(picture, lying, placed.get()) && rotate(placed.get(), lying, frame);
 }
 
 } // namespace vdostream

@@ -66,6 +66,68 @@ TEST(FfmpegReaderTest, ReadsEveryFrameInItsTimeAndBeginsAgain) {
     }
 }
 
+/** One (16.16) in a display matrix. */
+constexpr std::int32_t one = 1 << 16;
+
+TEST(FfmpegReaderTest, MakesAVideoUprightThatWasTakenWithTheCameraOnItsSide) {
+    // Where a picture's top left corner comes to lie: luma grows to the right and downwards from it.
+    enum class corner { top_left, top_right, bottom_right, bottom_left };
+    struct {
+        const char* name;
+        std::array<std::int32_t, 9> matrix;
+        corner first;
+        bool on_its_side;
+    } const cases[] = {
+        {"upright", {one, 0, 0, 0, one, 0, 0, 0, 1 << 30}, corner::top_left, false},
+        {"turned by 90", {0, one, 0, -one, 0, 0, 0, 0, 1 << 30}, corner::top_right, true},
+        {"turned by 180", {-one, 0, 0, 0, -one, 0, 0, 0, 1 << 30}, corner::bottom_right, false},
+        {"turned by 270", {0, -one, 0, one, 0, 0, 0, 0, 1 << 30}, corner::bottom_left, true},
+        {"mirrored", {-one, 0, 0, 0, one, 0, 0, 0, 1 << 30}, corner::top_right, false},
+        {"upside down", {one, 0, 0, 0, -one, 0, 0, 0, 1 << 30}, corner::bottom_left, false},
+    };
+    const temporary_folder folder;
+    for (const auto& each : cases) {
+        SCOPED_TRACE(each.name);
+        video_file file{folder / "turned.mov", 64, 48, 1};
+        file.matrix = each.matrix;
+        test_video::write_video(file);
+        ffmpeg_reader reader(file.path, access::file);
+        std::string why;
+        ASSERT_TRUE(reader.open(why)) << why;
+        const std::size_t width = each.on_its_side ? 48 : 64;
+        const std::size_t height = each.on_its_side ? 64 : 48;
+        EXPECT_EQ(reader.properties().width, static_cast<int>(width));
+        EXPECT_EQ(reader.properties().height, static_cast<int>(height));
+        const auto all = read_all(reader);
+        ASSERT_EQ(all.size(), 1U);
+        const auto bytes =
+            all[0]->in_geometry({static_cast<int>(width), static_cast<int>(height), 0, vdostream::aspect_rule::fit});
+        const std::size_t corners[] = {0, width - 1, width * height - 1, width * (height - 1)};
+        EXPECT_EQ(bytes[corners[static_cast<std::size_t>(each.first)]], luma_at(0, 0, 0));
+        EXPECT_EQ(bytes[corners[(static_cast<std::size_t>(each.first) + 2) % 4]], luma_at(0, 63, 47));
+    }
+}
+
+TEST(FfmpegReaderTest, ReadsADisplayMatrixToTheNearestRightAngle) {
+    struct {
+        std::array<std::int32_t, 9> matrix;
+        vdostream::orientation expected;
+    } const cases[] = {
+        {{one, 0, 0, 0, one, 0, 0, 0, 1}, {false, 0}},
+        {{0, 5, 0, -5, 0, 0, 7, 7, 1}, {false, 90}},
+        {{9, 100, 0, -100, 9, 0, 0, 0, 1}, {false, 90}},
+        {{0, -one, 0, one, 0, 0, 0, 0, 1}, {false, 270}},
+        {{-one, 0, 0, 0, one, 0, 0, 0, 1}, {true, 180}},
+        {{0, one, 0, one, 0, 0, 0, 0, 1}, {true, 90}},
+        {{0, 0, 0, 0, 0, 0, 0, 0, 0}, {false, 0}},
+        {{one, one, 0, one, one, 0, 0, 0, 1}, {false, 0}},
+        {{INT32_MIN, 0, 0, 0, INT32_MIN, 0, 0, 0, 1}, {false, 180}},
+    };
+    for (const auto& each : cases) {
+        EXPECT_EQ(vdostream::orientation_of(each.matrix.data()), each.expected) << testing::PrintToString(each.matrix);
+    }
+}
+
 TEST(FfmpegReaderTest, TakesOddSizesAndFullRangePictures) {
     const temporary_folder folder;
     for (const char* codec : {"ffv1", "mjpeg"}) {

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <ostream>
 #include <random>
+#include <utility>
 #include <vector>
 
 namespace vdostream {
@@ -51,6 +52,16 @@ struct sample {
     double v;
 };
 
+/** From a point of the upright picture, in fractions, to the one that is stored. */
+void take_from_upright(const vdostream::orientation& upright, double& fx, double& fy) {
+    for (int turned = 0; turned < upright.turn; turned += 90) {
+        const double before = fx;
+        fx = fy;
+        fy = 1.0 - before;
+    }
+    fy = upright.flipped ? 1.0 - fy : fy;
+}
+
 /**
  * The naive model: where in the picture (fractions) the centre of frame pixel (x, y) comes from, in real numbers; false
  * on a bar. `margin` is set near an edge of the bars, where rounding to even pixels decides.
@@ -69,8 +80,11 @@ bool source_of(const nv12_view& picture, const geometry& shape, int x, int y, do
         px = shape.width - (y + 0.5);
         py = x + 0.5;
     }
-    const double shown_width = picture.width * static_cast<double>(picture.pixel_width);
-    const double shown_height = picture.height * static_cast<double>(picture.pixel_height);
+    double shown_width = picture.width * static_cast<double>(picture.pixel_width);
+    double shown_height = picture.height * static_cast<double>(picture.pixel_height);
+    if (picture.upright.lies_on_its_side()) {
+        std::swap(shown_width, shown_height);
+    }
     double factor_x = shape.width / shown_width;
     double factor_y = shape.height / shown_height;
     if (shape.aspect == aspect_rule::fit) {
@@ -84,7 +98,9 @@ bool source_of(const nv12_view& picture, const geometry& shape, int x, int y, do
     const double edge_y = 3.0 / (factor_y * shown_height);
     const auto near = [](double value, double edge) { return std::abs(value) < edge || std::abs(value - 1.0) < edge; };
     margin = near(fx, edge_x) || near(fy, edge_y);
-    return fx >= 0.0 && fx < 1.0 && fy >= 0.0 && fy < 1.0;
+    const bool shown = fx >= 0.0 && fx < 1.0 && fy >= 0.0 && fy < 1.0;
+    take_from_upright(picture.upright, fx, fy);
+    return shown;
 }
 
 sample expected_at(const nv12_view& picture, const geometry& shape, int x, int y, bool& margin) {
@@ -138,6 +154,25 @@ TEST(GeometryTest, EveryAspectAndRotationIsLikeTheNaiveModel) {
     }
 }
 
+TEST(GeometryTest, APictureThatWasTakenOnItsSideIsMadeUprightFirst) {
+    const smooth_picture wide(320, 180);
+    const smooth_picture odd(121, 201);
+    for (const smooth_picture* picture : {&wide, &odd}) {
+        for (const aspect_rule aspect : {aspect_rule::fit, aspect_rule::crop, aspect_rule::stretch}) {
+            for (const int turn : {0, 90, 180, 270}) {
+                for (const bool flipped : {false, true}) {
+                    SCOPED_TRACE(testing::Message() << "upright by " << turn << (flipped ? " and flipped" : ""));
+                    nv12_view view = picture->view();
+                    view.upright = {flipped, turn};
+                    expect_like_the_naive_model(*picture, view, {160, 120, 0, aspect});
+                    expect_like_the_naive_model(*picture, view, {160, 90, 90, aspect});
+                    expect_like_the_naive_model(*picture, view, {90, 160, 270, aspect});
+                }
+            }
+        }
+    }
+}
+
 TEST(GeometryTest, ANonSquarePixelCountsInTheShape) {
     const smooth_picture picture(180, 144);
     nv12_view view = picture.view();
@@ -182,6 +217,7 @@ TEST(GeometryTest, OddTinyAndHugeShapesStayWithinTheirMemory) {
         nv12_view view = picture.view();
         view.pixel_width = pick(1, 1024);
         view.pixel_height = pick(1, 1024);
+        view.upright = {pick(0, 1) == 1, pick(0, 3) * 90};
         const geometry shape{pick(8, 150) * 2, pick(8, 150) * 2, pick(0, 3) * 90, static_cast<aspect_rule>(pick(0, 2))};
         // Exactly as long as the frame, for the sanitizer to watch its end.
         std::vector<std::uint8_t> frame(vdostream::frame_size(shape));

@@ -2,6 +2,7 @@
 
 #include "platform/vdostream/ffmpeg_handles.h"
 
+#include <cstring>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
@@ -93,6 +94,11 @@ void write_video(const video_file& wanted) {
     stream->time_base = codec->time_base;
     stream->avg_frame_rate = codec->framerate;
     require(avcodec_parameters_from_context(stream->codecpar, codec.get()) >= 0, "no parameters");
+    if (wanted.matrix) {
+        std::uint8_t* matrix = av_stream_new_side_data(stream, AV_PKT_DATA_DISPLAYMATRIX, sizeof *wanted.matrix);
+        require(matrix != nullptr, "no matrix");
+        std::memcpy(matrix, wanted.matrix->data(), sizeof *wanted.matrix);
+    }
     require(avio_open(&format->pb, wanted.path.c_str(), AVIO_FLAG_WRITE) >= 0, "no file");
     require(avformat_write_header(format, nullptr) >= 0, "no header");
     const vdostream::frame_handle frame(av_frame_alloc());

@@ -4,6 +4,7 @@
 #include "platform/vdostream/reader.h"
 #include "vdo-stream.h"
 
+#include <array>
 #include <atomic>
 #include <cstdint>
 #include <cstdlib>
@@ -53,6 +54,8 @@ struct video_file {
     int fps = 25;
     /** FFmpeg's name of the encoder; "ffv1" loses nothing. */
     std::string codec = "ffv1";
+    /** What the file says of how the camera was held, if anything: a display matrix. */
+    std::optional<std::array<std::int32_t, 9>> matrix = std::nullopt;
 };
 /** Luma of pixel (x, y) of frame `index` in every such file: tells frames apart and grows to the right and downwards.
  */
@@ -86,6 +89,8 @@ class scripted_reader : public vdostream::reader {
     std::function<vdostream::read_result(std::shared_ptr<vdostream::picture>&, std::string&)> on_read;
     bool live = false;
     double fps = 100.0;
+    /** For the functions above to look at. */
+    std::atomic<bool> is_to_be_lost = false;
 
     bool open(std::string& why) override { return on_open(why); }
     vdostream::read_result read(std::shared_ptr<vdostream::picture>& next, std::string& why) override {

@@ -1,7 +1,10 @@
-// korvex_check_video: tells whether KORVEX_VDO_SOURCE, a file or the scene, shows at least one picture: exit status 0,
-// or 1 with a sentence on stderr. The application itself would only show a failed set-up, pass after pass.
+// korvex_check_video: tells whether the video source that the environment names can be used: exit status 0, or 1 with a
+// sentence on stderr. A file or the scene has to show at least one picture; a camera may come later. The application
+// itself would only show a failed set-up, pass after pass.
 
 #include "platform/vdostream/host_video.h"
+#include "platform/vdostream/reader.h"
+#include "platform/vdostream/source_name.h"
 #include "vdo-stream.h"
 
 #include <cstdio>
@@ -18,6 +21,14 @@ int refuse(const std::string& sentence) {
 } // namespace
 
 int main() {
+    std::string name;
+    std::string why;
+    if (!vdostream::read_source_name(name, why)) {
+        return refuse(why);
+    }
+    if (vdostream::make_reader(name)->is_live()) {
+        return 0;
+    }
     // In the video's own time the first picture is there at once or never.
     setenv("KORVEX_VDO_REPLAY", "1", 1);
     g_autoptr(GObject) settings = G_OBJECT(vdo_map_new());

@@ -53,7 +53,7 @@ class reader {
     std::atomic<bool> m_Cancelled = false;
 };
 
-/** The reader of a source's name as KORVEX_VDO_SOURCE holds it: "scene", a file's path, an RTSP URL, a V4L2 device. */
+/** The reader of a source's name; see read_source_name. */
 std::unique_ptr<reader> make_reader(const std::string& name);
 
 } // namespace vdostream

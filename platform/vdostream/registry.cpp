@@ -2,6 +2,7 @@
 
 #include "platform/vdostream/ffmpeg_reader.h"
 #include "platform/vdostream/scene_reader.h"
+#include "platform/vdostream/source_name.h"
 
 #include <cmath>
 #include <cstdlib>
@@ -25,9 +26,9 @@ registry& the_registry() {
     return instance;
 }
 
-std::string variable(const char* name, const char* fallback) {
-    const char* value = std::getenv(name);
-    return value == nullptr || *value == '\0' ? fallback : value;
+bool is_replay() {
+    const char* value = std::getenv("KORVEX_VDO_REPLAY");
+    return value != nullptr && std::string_view(value) == "1";
 }
 
 } // namespace
@@ -44,8 +45,11 @@ std::unique_ptr<reader> make_reader(const std::string& name) {
 }
 
 std::shared_ptr<video_source> acquire_source(std::string& why) {
-    const std::string name = variable("KORVEX_VDO_SOURCE", "scene");
-    const bool replay = variable("KORVEX_VDO_REPLAY", "0") == "1";
+    std::string name;
+    if (!read_source_name(name, why)) {
+        return nullptr;
+    }
+    const bool replay = is_replay();
     registry& all = the_registry();
     const std::lock_guard<std::mutex> guard(all.lock);
     std::erase_if(all.sources, [](const auto& entry) { return entry.second.expired(); });
@@ -55,7 +59,7 @@ std::shared_ptr<video_source> acquire_source(std::string& why) {
     std::weak_ptr<video_source>& kept = all.sources[(replay ? "replay " : "") + name];
     std::shared_ptr<video_source> source = kept.lock();
     if (source == nullptr) {
-        source = std::make_shared<video_source>(name, make_reader(name), replay);
+        source = video_source::make(name, make_reader(name), replay);
         std::string reason;
         if (!source->open(reason)) {
             why = "The video source " + source->name() + " " + reason;

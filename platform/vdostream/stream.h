@@ -60,11 +60,13 @@ class stream_state {
     static std::uint64_t frames_handed();
 
   private:
-    frame_bytes next_frame(GError** error);
+    using clock = video_source::clock;
+
+    frame_bytes next_frame(clock::time_point deadline, GError** error);
     bool is_due(const picture& candidate) const;
     void mark_taken(const picture& taken);
     VdoBuffer* make_buffer(frame_bytes bytes, gpointer opaque);
-    VdoBuffer* get_explicit(GError** error);
+    VdoBuffer* get_explicit(clock::time_point deadline, GError** error);
     bool take_enqueued(VdoBuffer*& buffer);
 
     const stream_settings m_Settings;

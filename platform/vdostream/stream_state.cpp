@@ -62,23 +62,26 @@ void stream_state::stop() {
 
 VdoBuffer* stream_state::get_buffer(GError** error) {
     const std::lock_guard<std::mutex> guard(m_TakeLock);
+    // Who asked for few pictures may wait for one.
+    const double fps = m_Settings.framerate;
+    const clock::time_point deadline = m_Source->deadline(std::chrono::duration<double>(fps > 0.0 ? 1.0 / fps : 0.0));
     if (m_Settings.explicit_buffers) {
-        return get_explicit(error);
+        return get_explicit(deadline, error);
     }
-    frame_bytes bytes = next_frame(error);
+    frame_bytes bytes = next_frame(deadline, error);
     return bytes == nullptr ? nullptr : make_buffer(std::move(bytes), nullptr);
 }
 
-VdoBuffer* stream_state::get_explicit(GError** error) {
+VdoBuffer* stream_state::get_explicit(clock::time_point deadline, GError** error) {
     VdoBuffer* taken = nullptr;
-    if (!m_Source->wait_until([this, &taken] { return take_enqueued(taken); }, m_Running)) {
+    if (!m_Source->wait_until([this, &taken] { return take_enqueued(taken); }, m_Running, deadline)) {
         set_error(error, m_Running ? failure::silent : failure::not_running,
                   m_Running ? "No buffer was enqueued to be filled" : "The stream is not running");
         return nullptr;
     }
     // Held while it is filled, because another thread may give it back meanwhile.
     const buffer_reference hold(taken, &g_object_unref);
-    const frame_bytes bytes = next_frame(error);
+    const frame_bytes bytes = next_frame(deadline, error);
     if (bytes == nullptr) {
         const std::lock_guard<std::mutex> guard(m_Book->lock);
         if (m_Book->outstanding.contains(taken)) {
@@ -106,10 +109,10 @@ bool stream_state::take_enqueued(VdoBuffer*& buffer) {
     return true;
 }
 
-frame_bytes stream_state::next_frame(GError** error) {
+frame_bytes stream_state::next_frame(clock::time_point deadline, GError** error) {
     std::string why;
-    const std::shared_ptr<picture> next =
-        m_Source->wait_for_picture([this](const picture& candidate) { return is_due(candidate); }, m_Running, why);
+    const std::shared_ptr<picture> next = m_Source->wait_for_picture(
+        [this](const picture& candidate) { return is_due(candidate); }, m_Running, deadline, why);
     if (next == nullptr) {
         set_error(error, m_Running ? failure::silent : failure::not_running, why);
         return nullptr;

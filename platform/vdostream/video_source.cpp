@@ -2,6 +2,7 @@
 
 #include "app/blocked_signals.h"
 #include "platform/vdostream/error.h"
+#include "platform/vdostream/source_name.h"
 
 #include <algorithm>
 #include <cmath>
@@ -10,8 +11,6 @@
 namespace vdostream {
 namespace {
 
-/** How long a stream's making waits to hear whether a camera answers. */
-constexpr std::chrono::seconds first_answer_limit{3};
 /** Further behind than this the clock is set anew instead of rushing after it. */
 constexpr double largest_lag_seconds = 1.0;
 /** Times are sums and quotients in double; they are compared to a microsecond. */
@@ -21,32 +20,33 @@ double frame_interval(const source_properties& properties) {
     return properties.fps > 0.0 ? 1.0 / properties.fps : 0.04;
 }
 
-/** Without the password that an RTSP URL may carry. */
-std::string printable(const std::string& name) {
-    const auto scheme = name.find("://");
-    const auto at = name.rfind('@');
-    if (scheme == std::string::npos || at == std::string::npos || at < scheme) {
-        return name;
-    }
-    return name.substr(0, scheme + 3) + "..." + name.substr(at);
-}
-
 } // namespace
 
 video_source::video_source(const std::string& name, std::unique_ptr<reader> reader, bool replay, source_timing timing)
     : m_Name(printable(name)), m_Reader(std::move(reader)), m_Replay(replay), m_Timing(timing),
       m_Retry(timing.first_retry) {}
 
-video_source::~video_source() {
+std::shared_ptr<video_source> video_source::make(const std::string& name, std::unique_ptr<reader> reader, bool replay,
+                                                 source_timing timing) {
+    std::shared_ptr<video_source> own(new video_source(name, std::move(reader), replay, timing));
+    video_source* const address = own.get();
+    return {address, [own = std::move(own)](video_source*) { own->end(); }};
+}
+
+void video_source::end() {
     m_Reader->cancel();
-    {
-        const std::lock_guard<std::mutex> guard(m_Lock);
-        m_Quit = true;
-    }
+    std::unique_lock<std::mutex> lock(m_Lock);
+    m_Quit = true;
     m_Changed.notify_all();
-    if (m_Thread.joinable()) {
-        m_Thread.join();
+    if (!m_Thread.joinable()) {
+        return;
     }
+    if (!m_Changed.wait_for(lock, m_Timing.goodbye, [this] { return m_ThreadEnded; })) {
+        m_Thread.detach();
+        return;
+    }
+    lock.unlock();
+    m_Thread.join();
 }
 
 bool video_source::open(std::string& why) {
@@ -61,7 +61,7 @@ bool video_source::open(std::string& why) {
     }
     start();
     std::unique_lock<std::mutex> lock(m_Lock);
-    m_Changed.wait_until(lock, clock::now() + first_answer_limit, [this] { return m_FirstTryDone; });
+    m_Changed.wait_for(lock, m_Timing.first_answer, [this] { return m_FirstTryDone; });
     return true;
 }
 
@@ -70,14 +70,18 @@ void video_source::start() {
     if (!m_Started && !m_Replay) {
         m_Started = true;
         const blocked_signals blocked;
-        m_Thread = std::thread(&video_source::run, this);
+        m_Thread = std::thread([self = shared_from_this()] { self->run(); });
     }
 }
 
+video_source::clock::time_point video_source::deadline(std::chrono::duration<double> least) const {
+    return clock::now() + std::max(m_Timing.patience, std::chrono::ceil<std::chrono::milliseconds>(least));
+}
+
 std::shared_ptr<picture> video_source::wait_for_picture(const std::function<bool(const picture&)>& wanted,
-                                                        const std::atomic<bool>& running, std::string& why) {
+                                                        const std::atomic<bool>& running, clock::time_point deadline,
+                                                        std::string& why) {
     std::unique_lock<std::mutex> lock(m_Lock);
-    const auto called = clock::now();
     for (;;) {
         if (!running) {
             why = "The stream is not running";
@@ -86,19 +90,25 @@ std::shared_ptr<picture> video_source::wait_for_picture(const std::function<bool
         if (m_Newest != nullptr && (m_Replay || wanted(*m_Newest))) {
             return m_Newest;
         }
-        const auto deadline = std::max(called, m_LastPublished) + m_Timing.silence;
         if (m_Replay || clock::now() >= deadline) {
             why = "No picture came from " + m_Name;
-            return nullptr;
+            return is_recent() ? m_Newest : nullptr;
         }
         m_Changed.wait_until(lock, deadline);
     }
 }
 
-bool video_source::wait_until(const std::function<bool()>& ready, const std::atomic<bool>& running) {
+bool video_source::is_recent() const {
+    const std::chrono::duration<double> apart(std::max(m_LastGap, frame_interval(m_Properties)));
+    const std::chrono::duration<double> allowed = std::max<std::chrono::duration<double>>(m_Timing.silence, 2 * apart);
+    return !m_Lost && clock::now() - m_LastPublished < allowed;
+}
+
+bool video_source::wait_until(const std::function<bool()>& ready, const std::atomic<bool>& running,
+                              clock::time_point deadline) {
     std::unique_lock<std::mutex> lock(m_Lock);
     bool met = false;
-    m_Changed.wait_until(lock, clock::now() + m_Timing.silence, [&] { return !running || (met = ready()); });
+    m_Changed.wait_until(lock, deadline, [&] { return !running || (met = ready()); });
     return met;
 }
 
@@ -147,11 +157,13 @@ void video_source::run() {
         {
             const std::lock_guard<std::mutex> guard(m_Lock);
             m_FirstTryDone = true;
-            if (m_Quit) {
-                return;
-            }
+            m_Lost = !why.empty();
+            m_ThreadEnded = m_Quit;
         }
         m_Changed.notify_all();
+        if (m_ThreadEnded) {
+            return;
+        }
         if (!why.empty()) {
             report_outage(why);
             retry_later();
@@ -166,9 +178,7 @@ bool video_source::reopen(std::string& why) {
     {
         const std::lock_guard<std::mutex> guard(m_Lock);
         m_Properties = m_Reader->properties();
-        m_FirstTryDone = true;
     }
-    m_Changed.notify_all();
     m_LoopBase = m_LastSeconds < 0.0 ? 0.0 : m_LastSeconds + frame_interval(m_Reader->properties());
     m_ReadSinceOpen = 0;
     return true;
@@ -230,9 +240,13 @@ bool video_source::wait_for_turn(double seconds) {
 
 void video_source::publish(std::shared_ptr<picture> next) {
     next->sequence = ++m_Sequence;
+    const double gap = m_LastSeconds < 0.0 ? 0.0 : next->seconds - m_LastSeconds;
     m_LastSeconds = next->seconds;
     {
         const std::lock_guard<std::mutex> guard(m_Lock);
+        m_FirstTryDone = true;
+        m_Lost = false;
+        m_LastGap = gap;
         m_Newest.swap(next);
         m_LastPublished = clock::now();
         ++m_Decoded;

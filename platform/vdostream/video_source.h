@@ -16,8 +16,14 @@ namespace vdostream {
 
 /** How a source behaves in time; tests shorten it. */
 struct source_timing {
-    /** Without a new picture for so long, waiting streams are told that the source is silent. */
+    /** A caller waits so long for something new: well below a second, within which a program has to be able to end. */
+    std::chrono::milliseconds patience{500};
+    /** So old, or twice as old as the source's pictures are apart, the newest picture may be to be given again. */
     std::chrono::milliseconds silence{2000};
+    /** How long a stream's making waits for a camera's first picture. */
+    std::chrono::milliseconds first_answer{3000};
+    /** How long the end waits for the reading thread. */
+    std::chrono::milliseconds goodbye{300};
     /** Wait before a lost source is opened again; doubled after each failure. */
     std::chrono::milliseconds first_retry{1000};
     std::chrono::milliseconds last_retry{30000};
@@ -25,7 +31,7 @@ struct source_timing {
 
 /**
  * One source and the one thread that reads it, shared by every stream. It keeps the newest picture only: a slow
- * consumer misses pictures, it never delays them.
+ * consumer misses pictures, it never delays them. A fast one gets a slow source's picture again.
  *
  *   idle --start--> opening --ok--> reading --end--> opening          (a file loops)
  *                      |  ^            |
@@ -35,27 +41,37 @@ struct source_timing {
  * In replay there is no thread and no clock: `advance` reads up to a moment of the video's own time.
  * Any thread may call anything.
  */
-class video_source {
+class video_source : public std::enable_shared_from_this<video_source> {
   public:
-    video_source(const std::string& name, std::unique_ptr<reader> reader, bool replay, source_timing timing = {});
-    ~video_source();
+    using clock = std::chrono::steady_clock;
+
+    /**
+     * Its reading ends with the last of these pointers. A reader that hangs where nothing can be cancelled, in the name
+     * service, is then left to itself, with the object: nobody waits for it longer than `goodbye`.
+     */
+    static std::shared_ptr<video_source> make(const std::string& name, std::unique_ptr<reader> reader, bool replay,
+                                              source_timing timing = {});
     video_source(const video_source&) = delete;
     video_source& operator=(const video_source&) = delete;
 
-    /** Opens the source. False with `why` set when it cannot be; a camera that is not there yet is waited for instead.
-     */
+    /** Opens the source. False with `why` set when it cannot be. A camera has `first_answer` to show something, and
+        may come later. */
     bool open(std::string& why);
     /** Begins to read; nothing happens the second time. */
     void start();
 
+    /** When a call that begins now has to answer; `least` is how long it may wait at any rate. */
+    clock::time_point deadline(std::chrono::duration<double> least) const;
     /**
-     * Waits for a picture that `wanted` accepts, as long as `running` holds and the source is not silent. Null with
-     * `why` set otherwise. In replay it does not wait: the current picture is taken, asked or not.
+     * Waits until `deadline` for a picture that `wanted` accepts, as long as `running` holds. When none comes, the
+     * newest one is given again, unless it is too old or the source is lost: then null with `why` set. In replay it
+     * does not wait: the current picture is taken, asked or not.
      */
     std::shared_ptr<picture> wait_for_picture(const std::function<bool(const picture&)>& wanted,
-                                              const std::atomic<bool>& running, std::string& why);
-    /** Waits for at most the silence time until `ready` holds; false when it does not or `running` ended. */
-    bool wait_until(const std::function<bool()>& ready, const std::atomic<bool>& running);
+                                              const std::atomic<bool>& running, clock::time_point deadline,
+                                              std::string& why);
+    /** Waits until `deadline` for `ready` to hold; false when it does not or `running` ended. */
+    bool wait_until(const std::function<bool()>& ready, const std::atomic<bool>& running, clock::time_point deadline);
     /** Makes every waiting thread look again. */
     void wake();
 
@@ -69,12 +85,13 @@ class video_source {
     bool is_replay() const { return m_Replay; }
 
   private:
-    using clock = std::chrono::steady_clock;
-
+    video_source(const std::string& name, std::unique_ptr<reader> reader, bool replay, source_timing timing);
+    void end();
     void run();
     bool reopen(std::string& why);
     void read_until_it_ends(std::string& why);
     void report_outage(const std::string& why);
+    bool is_recent() const;
     void retry_later();
     /** Both are false when the source is to end. */
     bool pause_until(clock::time_point moment);
@@ -104,18 +121,20 @@ class video_source {
     std::condition_variable m_Changed;
     std::shared_ptr<picture> m_Newest;
     clock::time_point m_LastPublished{};
+    /** Seconds from the last picture but one to the last. */
+    double m_LastGap = 0.0;
     source_properties m_Properties;
     std::uint64_t m_Decoded = 0;
     bool m_Started = false;
     bool m_FirstTryDone = false;
+    bool m_Lost = false;
     bool m_Quit = false;
+    bool m_ThreadEnded = false;
     std::thread m_Thread;
 };
 
-/**
- * The source that KORVEX_VDO_SOURCE names (default "scene"), opened; the same one as long as some stream holds it. Null
- * with `why` set when it cannot be opened.
- */
+/** The source that the environment names, opened; the same one as long as some stream holds it. Null with `why` set
+    when it cannot be opened. */
 std::shared_ptr<video_source> acquire_source(std::string& why);
 /** The source that was acquired last, or null when no stream holds it any more. */
 std::shared_ptr<video_source> current_source();

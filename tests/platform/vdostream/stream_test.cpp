@@ -47,8 +47,9 @@ std::shared_ptr<vdostream::video_source> brightening(int last = 1000000, bool st
         return read_result::picture;
     };
     vdostream::source_timing timing;
-    timing.silence = 300ms;
-    auto source = std::make_shared<vdostream::video_source>("grey", std::move(reader), false, timing);
+    timing.patience = 300ms;
+    timing.silence = 300ms; // what a get has waited in vain for, the next one does not give again
+    auto source = vdostream::video_source::make("grey", std::move(reader), false, timing);
     std::string why;
     EXPECT_TRUE(source->open(why)) << why;
     if (started) {
@@ -177,8 +178,8 @@ TEST(StreamTest, AStopFromAnotherThreadWakesAGetThatWaits) {
                 return read_result::lost;
             };
             vdostream::source_timing timing;
-            timing.silence = 10min;
-            auto source = std::make_shared<vdostream::video_source>("never", std::move(reader), false, timing);
+            timing.patience = 10min;
+            auto source = vdostream::video_source::make("never", std::move(reader), false, timing);
             std::string why;
             ASSERT_TRUE(source->open(why));
             const stream_handle stream(vdostream::make_stream(settings, nullptr, source));
@@ -320,7 +321,9 @@ TEST(StreamTest, ABufferGivenBackWhileItWaitsForItsPictureIsNotHandedOut) {
         next = std::make_shared<grey_picture>(std::uint8_t{9});
         return give_picture.exchange(false) ? read_result::picture : read_result::lost;
     };
-    auto source = std::make_shared<vdostream::video_source>("grey", std::move(reader), false);
+    vdostream::source_timing timing;
+    timing.patience = 10min;
+    auto source = vdostream::video_source::make("grey", std::move(reader), false, timing);
     std::string why;
     ASSERT_TRUE(source->open(why)) << why;
     const stream_handle stream(vdostream::make_stream(small_explicit, nullptr, source));

@@ -1,18 +1,35 @@
 #include "tests/platform/vdostream/rtsp_camera.h"
 
+#include "platform/vdostream/ffmpeg_handles.h"
+
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <memory>
 #include <stdexcept>
+#include <utility>
 
 namespace test_video {
 namespace {
 
-const std::string description = "v=0\r\no=- 0 0 IN IP4 127.0.0.1\r\ns=camera\r\nc=IN IP4 127.0.0.1\r\nt=0 0\r\n"
-                                "m=video 0 RTP/AVP 96\r\na=rtpmap:96 H264/90000\r\na=control:video\r\n"
-                                "m=audio 0 RTP/AVP 97\r\na=rtpmap:97 MPEG4-GENERIC/16000/1\r\na=control:audio\r\n";
+constexpr int largest_packet = 1400;
+
+void require(bool met, const char* what) {
+    if (!met) {
+        throw std::runtime_error(std::string("RTSP camera: ") + what);
+    }
+}
+
+struct muxer_closer {
+    void operator()(AVFormatContext* format) const {
+        av_freep(&format->pb->buffer);
+        avio_context_free(&format->pb);
+        avformat_free_context(format);
+    }
+};
 
 /** The rest of the line after `start`; empty when no line begins so. */
 std::string line_after(const std::string& text, const std::string& start) {
@@ -26,15 +43,15 @@ std::string line_after(const std::string& text, const std::string& start) {
 
 } // namespace
 
-rtsp_camera::rtsp_camera() : m_Listener(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+rtsp_camera::rtsp_camera(int pictures) : m_Listener(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+    encode(pictures);
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     socklen_t size = sizeof address;
     auto* any = reinterpret_cast<sockaddr*>(&address);
-    if (bind(m_Listener, any, size) != 0 || listen(m_Listener, 4) != 0 || getsockname(m_Listener, any, &size) != 0) {
-        throw std::runtime_error("no port for the camera");
-    }
+    require(bind(m_Listener, any, size) == 0 && listen(m_Listener, 4) == 0 && getsockname(m_Listener, any, &size) == 0,
+            "no port");
     m_Port = ntohs(address.sin_port);
     m_Thread = std::thread([this] { serve(); });
 }
@@ -48,6 +65,60 @@ rtsp_camera::~rtsp_camera() {
 std::vector<std::string> rtsp_camera::wanted_tracks() const {
     const std::lock_guard<std::mutex> guard(m_Lock);
     return m_Wanted;
+}
+
+void rtsp_camera::encode(int pictures) {
+    const AVCodec* encoder = avcodec_find_encoder(AV_CODEC_ID_MPEG4);
+    const vdostream::codec_handle codec(avcodec_alloc_context3(encoder));
+    codec->width = 64;
+    codec->height = 48;
+    codec->pix_fmt = AV_PIX_FMT_YUV420P;
+    codec->time_base = {1, 25};
+    codec->gop_size = 1;
+    codec->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
+    require(avcodec_open2(codec.get(), encoder, nullptr) >= 0, "no encoder");
+
+    AVFormatContext* format = nullptr;
+    require(avformat_alloc_output_context2(&format, nullptr, "rtp", nullptr) >= 0, "no packets");
+    auto* buffer = static_cast<unsigned char*>(av_malloc(largest_packet));
+    const auto take = [](void* self, std::uint8_t* bytes, int size) {
+        constexpr std::uint8_t first_rtcp = 200;
+        const auto channel = static_cast<std::uint8_t>(bytes[1] >= first_rtcp ? 1 : 0);
+        packet wrapped = {'$', channel, static_cast<std::uint8_t>(size >> 8), static_cast<std::uint8_t>(size)};
+        wrapped.insert(wrapped.end(), bytes, bytes + size);
+        static_cast<rtsp_camera*>(self)->m_Packets.push_back(std::move(wrapped));
+        return size;
+    };
+    format->pb = avio_alloc_context(buffer, largest_packet, 1, this, nullptr, take, nullptr);
+    format->pb->max_packet_size = largest_packet;
+    const std::unique_ptr<AVFormatContext, muxer_closer> muxer(format);
+    AVStream* stream = avformat_new_stream(format, nullptr);
+    require(avcodec_parameters_from_context(stream->codecpar, codec.get()) >= 0, "no parameters");
+    require(avformat_write_header(format, nullptr) >= 0, "no header");
+    char description[2048] = {};
+    require(av_sdp_create(&format, 1, description, sizeof description) >= 0, "no description");
+    m_Description = std::string(description) + "a=control:video\r\n" +
+                    "m=audio 0 RTP/AVP 97\r\na=rtpmap:97 MPEG4-GENERIC/16000/1\r\na=control:audio\r\n";
+
+    const vdostream::frame_handle frame(av_frame_alloc());
+    frame->format = codec->pix_fmt;
+    frame->width = codec->width;
+    frame->height = codec->height;
+    require(av_frame_get_buffer(frame.get(), 0) >= 0, "no frame");
+    for (int plane = 0; plane < 3; ++plane) {
+        std::fill_n(frame->data[plane], frame->linesize[plane] * codec->height / (plane == 0 ? 1 : 2),
+                    std::uint8_t{128});
+    }
+    const vdostream::packet_handle encoded(av_packet_alloc());
+    for (int index = 0; index < pictures; ++index) {
+        frame->pts = index;
+        require(avcodec_send_frame(codec.get(), frame.get()) >= 0, "not encoded");
+        while (avcodec_receive_packet(codec.get(), encoded.get()) >= 0) {
+            av_packet_rescale_ts(encoded.get(), codec->time_base, stream->time_base);
+            require(av_write_frame(format, encoded.get()) >= 0, "not written");
+        }
+    }
+    require(av_write_trailer(format) >= 0, "no end");
 }
 
 void rtsp_camera::serve() {
@@ -74,18 +145,23 @@ bool rtsp_camera::answer(int client, const std::string& request) {
     std::string reply = "RTSP/1.0 200 OK\r\nSession: 1\r\nCSeq:" + line_after(request, "CSeq:") + "\r\n";
     std::string body;
     if (request.starts_with("DESCRIBE")) {
-        body = description;
+        body = m_Description;
         reply += "Content-Type: application/sdp\r\nContent-Base: " + url() + "/\r\n";
     } else if (request.starts_with("SETUP")) {
         const bool video = request.substr(0, request.find("\r\n")).find("/video ") != std::string::npos;
         reply += std::string("Transport: RTP/AVP/TCP;unicast;interleaved=") + (video ? "0-1" : "2-3") + "\r\n";
         const std::lock_guard<std::mutex> guard(m_Lock);
         m_Wanted.emplace_back(video ? "video" : "audio");
-    } else if (request.starts_with("PLAY")) {
+    }
+    const bool plays = request.starts_with("PLAY");
+    if (plays && m_Packets.empty()) {
         return false;
     }
     reply += "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
-    return send(client, reply.data(), reply.size(), MSG_NOSIGNAL) == static_cast<ssize_t>(reply.size());
+    for (std::size_t i = 0; plays && i < m_Packets.size(); ++i) {
+        reply.append(m_Packets[i].begin(), m_Packets[i].end());
+    }
+    return send(client, reply.data(), reply.size(), MSG_NOSIGNAL) == static_cast<ssize_t>(reply.size()) && !plays;
 }
 
 } // namespace test_video

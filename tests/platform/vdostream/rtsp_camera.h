@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -7,10 +8,11 @@
 
 namespace test_video {
 
-/** An RTSP camera on loopback that offers H.264 video and an audio track, and hangs up once it is to play. */
+/** An RTSP camera on loopback that offers a video and an audio track. It plays so many pictures of the video and hangs
+    up; without any it hangs up once it is to play. */
 class rtsp_camera {
   public:
-    rtsp_camera();
+    explicit rtsp_camera(int pictures = 0);
     ~rtsp_camera();
     rtsp_camera(const rtsp_camera&) = delete;
     rtsp_camera& operator=(const rtsp_camera&) = delete;
@@ -20,11 +22,17 @@ class rtsp_camera {
     std::vector<std::string> wanted_tracks() const;
 
   private:
+    using packet = std::vector<std::uint8_t>;
+
+    void encode(int pictures);
     void serve();
     void answer_client(int client);
     /** False when the client is to be hung up on. */
     bool answer(int client, const std::string& request);
 
+    std::string m_Description;
+    /** As they go over the connection, the RTSP channel's header in front. */
+    std::vector<packet> m_Packets;
     int m_Listener = -1;
     int m_Port = 0;
     mutable std::mutex m_Lock;

@@ -30,8 +30,12 @@ struct unreference {
 };
 using stream_handle = std::unique_ptr<VdoStream, unreference>;
 
-/** 100 pictures a second, each one step brighter than the last; none beyond `last`, then silence. */
-std::shared_ptr<vdostream::video_source> brightening(int last = 1000000, bool started = true) {
+constexpr int endless = 1000000;
+
+/** 100 pictures a second, each one step brighter than the last; none beyond `last`, then silence. Where that is
+   awaited, a get waits for `patience`; otherwise as long as a busy machine needs. */
+std::shared_ptr<vdostream::video_source> brightening(int last = endless, bool started = true,
+                                                     std::chrono::milliseconds patience = 10min) {
     auto reader = std::make_unique<scripted_reader>();
     scripted_reader* spy = reader.get();
     reader->on_read = [spy, last, index = 0](std::shared_ptr<picture>& next, std::string& why) mutable {
@@ -47,8 +51,8 @@ std::shared_ptr<vdostream::video_source> brightening(int last = 1000000, bool st
         return read_result::picture;
     };
     vdostream::source_timing timing;
-    timing.patience = 300ms;
-    timing.silence = 300ms; // what a get has waited in vain for, the next one does not give again
+    timing.patience = patience;
+    timing.silence = patience; // after a wait in vain nothing is young enough to be given again
     auto source = vdostream::video_source::make("grey", std::move(reader), false, timing);
     std::string why;
     EXPECT_TRUE(source->open(why)) << why;
@@ -119,7 +123,7 @@ TEST(StreamTest, HandsOutEachPictureOnceAndInOrder) {
 }
 
 TEST(StreamTest, HandsTheNewestToACallerThatComesLate) {
-    const auto source = brightening(10);
+    const auto source = brightening(10, true, 300ms);
     const stream_handle stream(vdostream::make_stream(small, nullptr, source));
     vdo_stream_start(stream.get(), nullptr);
     while (source->frames_decoded() < 10) {
@@ -151,7 +155,7 @@ TEST(StreamTest, ALowerRateSkipsPicturesEvenly) {
 
 TEST(StreamTest, NeedsToBeStartedAndNotStopped) {
     GError* error = nullptr;
-    const stream_handle stream(vdostream::make_stream(small, nullptr, brightening(1000000, false)));
+    const stream_handle stream(vdostream::make_stream(small, nullptr, brightening(endless, false)));
     EXPECT_EQ(get_error(stream.get()), "The stream is not running");
     ASSERT_TRUE(vdo_stream_start(stream.get(), &error));
     VdoBuffer* buffer = vdo_stream_get_buffer(stream.get(), &error);
@@ -264,7 +268,7 @@ TEST(StreamTest, StreamsOfOneGeometryShareOneConversion) {
 }
 
 TEST(StreamTest, ExplicitBuffersAreFilledInTheOrderOfTheirEnqueueing) {
-    const stream_handle stream(vdostream::make_stream(small_explicit, nullptr, brightening()));
+    const stream_handle stream(vdostream::make_stream(small_explicit, nullptr, brightening(endless, true, 300ms)));
     std::vector<VdoBuffer*> buffers;
     for (int i = 0; i < 3; ++i) {
         buffers.push_back(vdo_stream_buffer_alloc(stream.get(), nullptr, nullptr));
@@ -289,7 +293,7 @@ TEST(StreamTest, ExplicitBuffersAreFilledInTheOrderOfTheirEnqueueing) {
 }
 
 TEST(StreamTest, AnEnqueuedBufferStaysEnqueuedWhenNothingCame) {
-    const stream_handle stream(vdostream::make_stream(small_explicit, nullptr, brightening(1)));
+    const stream_handle stream(vdostream::make_stream(small_explicit, nullptr, brightening(1, true, 300ms)));
     VdoBuffer* buffer = vdo_stream_buffer_alloc(stream.get(), nullptr, nullptr);
     vdo_stream_buffer_enqueue(stream.get(), buffer, nullptr);
     vdo_stream_start(stream.get(), nullptr);

@@ -1,11 +1,15 @@
+#include "platform/vdostream/ffmpeg_reader.h"
 #include "platform/vdostream/video_source.h"
+#include "tests/platform/vdostream/rtsp_camera.h"
 #include "tests/platform/vdostream/test_video.h"
 
 #include <gmock/gmock.h>
 
 #include <atomic>
 #include <csignal>
+#include <filesystem>
 #include <future>
+#include <iterator>
 #include <memory>
 #include <string>
 #include <thread>
@@ -223,6 +227,44 @@ TEST(VideoSourceTest, ALostCameraIsReopenedAndSpokenOfOnce) {
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
               "korvex vdostream: rtsp://...@camera/live was lost (cable); trying again\n"
               "korvex vdostream: rtsp://...@camera/live is back\n");
+}
+
+std::ptrdiff_t entries_of(const char* folder) {
+    const std::filesystem::directory_iterator all(folder);
+    return std::distance(begin(all), end(all));
+}
+
+TEST(VideoSourceTest, ACameraThatDiesTwentyTimesComesBackEachTimeAndLeavesNothingBehind) {
+    constexpr int pictures = 5;
+    constexpr std::size_t deaths = 20;
+    const test_video::rtsp_camera camera(pictures);
+    const auto descriptors = entries_of("/proc/self/fd");
+    const auto threads = entries_of("/proc/self/task");
+    source_timing timing = patient();
+    timing.first_retry = 1ms;
+    timing.last_retry = 2ms;
+    testing::internal::CaptureStderr();
+    {
+        const auto source = video_source::make(
+            camera.url(), std::make_unique<vdostream::ffmpeg_reader>(camera.url(), vdostream::access::rtsp), false,
+            timing);
+        std::string why;
+        ASSERT_TRUE(source->open(why)) << why;
+        std::uint64_t last = 0;
+        while (camera.wanted_tracks().size() <= deaths) {
+            const auto next = picture_after(*source, last, why);
+            ASSERT_NE(next, nullptr) << why;
+            last = next->sequence;
+        }
+        EXPECT_GE(source->frames_decoded(), deaths * pictures);
+    }
+    const std::string said = testing::internal::GetCapturedStderr();
+    EXPECT_THAT(said, testing::HasSubstr(camera.url() + " was lost (End of file); trying again\n"));
+    EXPECT_THAT(said, testing::HasSubstr(camera.url() + " is back\n"));
+    while (entries_of("/proc/self/task") > threads) {
+        std::this_thread::sleep_for(1ms); // a joined thread may stand in the list a moment longer
+    }
+    EXPECT_EQ(entries_of("/proc/self/fd"), descriptors);
 }
 
 TEST(VideoSourceTest, AFileWithoutAPictureIsTriedAgainAfterAWait) {

@@ -2,11 +2,14 @@
 
 #include "platform/axparameter/failure.h"
 #include "platform/axparameter/manifest.h"
+#include "platform/axparameter/outage.h"
+#include "platform/axparameter/settler.h"
 #include "platform/axparameter/store.h"
 
 #include <axsdk/axparameter.h>
 
 #include <deque>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -24,9 +27,17 @@ using host_parameters::fail;
 
 struct Handle {
     Handle(std::string name, host_parameters::Store opened) : group(std::move(name)), store(std::move(opened)) {}
+
+    void settle() {
+        const std::lock_guard lock(mutex);
+        store.settle();
+    }
+
     const std::string group;
-    std::mutex mutex;
+    std::mutex mutex; // the two below
     host_parameters::Store store;
+    host_parameters::Outage outage;
+    host_parameters::Settler settler{[this] { settle(); }}; // the last member: its thread uses the others
 };
 
 /** The live handles. The address given out is never read, only looked up, and stays reserved for the life of the
@@ -84,9 +95,44 @@ std::shared_ptr<Handle> checked(AXParameter* parameter, const gchar* name, GErro
     return handle;
 }
 
+/** Runs an operation on the store, under the handle's lock, and says what outage it shows. */
+bool attempt(Handle& handle, bool writes, GError** error,
+             const std::function<bool(host_parameters::Store&, GError**)>& operation) {
+    const std::lock_guard lock(handle.mutex);
+    g_autoptr(GError) cause = nullptr;
+    const bool done = operation(handle.store, &cause);
+    if (cause != nullptr && cause->code == static_cast<gint>(ErrorCode::store)) {
+        handle.outage.failed(cause->message, handle.store.is_open());
+    } else {
+        handle.outage.works(done && writes);
+    }
+    if (done && writes) {
+        handle.settler.written();
+    }
+    if (cause != nullptr) {
+        g_propagate_error(error, g_steal_pointer(&cause));
+    }
+    return done;
+}
+
 gboolean missing_value(const gchar* name, GError** error) {
     return static_cast<gboolean>(
         fail(error, ErrorCode::argument, std::string("No value was given for the parameter \"") + name + "\"."));
+}
+
+/** Always false: the camera's own parameters are there, and none can be added. */
+bool refuse_camera_parameter(host_parameters::Store& store, const std::string& name, GError** error) {
+    std::string present;
+    g_autoptr(GError) cause = nullptr;
+    if (store.get("", name, present, &cause)) {
+        return host_parameters::exists_already(name, error);
+    }
+    if (cause->code == static_cast<gint>(ErrorCode::unknown_name)) {
+        return fail(error, ErrorCode::argument,
+                    "\"" + name + "\" would be a parameter of the camera's own; none can be added.");
+    }
+    g_propagate_error(error, g_steal_pointer(&cause));
+    return false;
 }
 
 } // namespace
@@ -96,19 +142,24 @@ AXParameter* ax_parameter_new(const gchar* app_name, GError** error) {
         fail(error, ErrorCode::argument, "An application's name must not be empty.");
         return nullptr;
     }
+    g_autoptr(GError) cause = nullptr;
     host_parameters::Manifest manifest;
-    if (!read_manifest(host_parameters::manifest_path(), manifest, error)) {
-        return nullptr;
-    }
+    const bool declared = read_manifest(host_parameters::manifest_path(), manifest, &cause);
     host_parameters::Store store(host_parameters::store_path(), std::move(manifest));
-    if (!store.open(error)) {
+    if (!declared || !store.open(&cause)) {
+        host_parameters::complain(std::string(cause->message) +
+                                  "; every setting reads 0 until the camera is started again");
+        g_propagate_error(error, g_steal_pointer(&cause));
         return nullptr;
     }
     return handles().insert(std::make_shared<Handle>(app_name, std::move(store)));
 }
 
 void ax_parameter_free(AXParameter* parameter) {
-    handles().take(parameter);
+    if (const auto handle = handles().take(parameter)) {
+        const std::lock_guard lock(handle->mutex);
+        handle->outage.given_up();
+    }
 }
 
 gboolean ax_parameter_add(AXParameter* parameter, const gchar* name, const gchar* initial_value, const gchar* /*type*/,
@@ -121,22 +172,10 @@ gboolean ax_parameter_add(AXParameter* parameter, const gchar* name, const gchar
         return missing_value(name, error);
     }
     const std::string owner = owner_of(*handle, name);
-    const std::lock_guard lock(handle->mutex);
-    if (owner.empty()) {
-        std::string present;
-        g_autoptr(GError) cause = nullptr;
-        if (handle->store.get(owner, name, present, &cause)) {
-            return static_cast<gboolean>(host_parameters::exists_already(name, error));
-        }
-        if (cause->code == static_cast<gint>(ErrorCode::unknown_name)) {
-            return static_cast<gboolean>(
-                fail(error, ErrorCode::argument,
-                     std::string("\"") + name + "\" would be a parameter of the camera's own; none can be added."));
-        }
-        g_propagate_error(error, g_steal_pointer(&cause));
-        return FALSE;
-    }
-    return static_cast<gboolean>(handle->store.add(owner, name, initial_value, error));
+    return static_cast<gboolean>(attempt(*handle, true, error, [&](host_parameters::Store& store, GError** cause) {
+        return owner.empty() ? refuse_camera_parameter(store, name, cause)
+                             : store.add(owner, name, initial_value, cause);
+    }));
 }
 
 gboolean ax_parameter_get(AXParameter* parameter, const gchar* name, gchar** value, GError** error) {
@@ -147,9 +186,10 @@ gboolean ax_parameter_get(AXParameter* parameter, const gchar* name, gchar** val
     if (value == nullptr) {
         return static_cast<gboolean>(fail(error, ErrorCode::argument, "There is no place for the value."));
     }
-    const std::lock_guard lock(handle->mutex);
     std::string text;
-    if (!handle->store.get(owner_of(*handle, name), name, text, error)) {
+    if (!attempt(*handle, false, error, [&](host_parameters::Store& store, GError** cause) {
+            return store.get(owner_of(*handle, name), name, text, cause);
+        })) {
         return FALSE;
     }
     *value = g_strdup(text.c_str());
@@ -166,8 +206,9 @@ gboolean ax_parameter_set(AXParameter* parameter, const gchar* name, const gchar
     if (value == nullptr) {
         return missing_value(name, error);
     }
-    const std::lock_guard lock(handle->mutex);
-    return static_cast<gboolean>(handle->store.set(owner_of(*handle, name), name, value, error));
+    return static_cast<gboolean>(attempt(*handle, true, error, [&](host_parameters::Store& store, GError** cause) {
+        return store.set(owner_of(*handle, name), name, value, cause);
+    }));
 }
 
 GList* ax_parameter_list(AXParameter* parameter, GError** error) {
@@ -176,11 +217,10 @@ GList* ax_parameter_list(AXParameter* parameter, GError** error) {
         return nullptr;
     }
     std::vector<std::string> names;
-    {
-        const std::lock_guard lock(handle->mutex);
-        if (!handle->store.list(handle->group, names, error)) {
-            return nullptr;
-        }
+    if (!attempt(*handle, false, error, [&](host_parameters::Store& store, GError** cause) {
+            return store.list(handle->group, names, cause);
+        })) {
+        return nullptr;
     }
     GList* list = nullptr;
     for (auto name = names.rbegin(); name != names.rend(); ++name) {

@@ -1,10 +1,10 @@
 // korvex_parameter NAME|NAME=VALUE ...: prints (NAME) and changes (NAME=VALUE) the parameters of the store that the
 // environment names (README.md). All arguments are checked before the first one counts; status 1 and a sentence when
-// one is wrong.
+// one is wrong. So it is, with any arguments, when the store cannot be written: an application that starts on such a
+// store reads 0 for every setting, or loses what it saves.
 
 #include "platform/axparameter/manifest.h"
-
-#include <axsdk/axparameter.h>
+#include "platform/axparameter/store.h"
 
 #include <cerrno>
 #include <climits>
@@ -21,10 +21,15 @@ using host_parameters::DeclaredParameter;
 using host_parameters::Kind;
 using host_parameters::Manifest;
 
+using host_parameters::Store;
+
 constexpr const char* rotation = "root.Image.I0.Appearance.Rotation";
+constexpr const char* period = "MainLoopTime";
+/** An hour in milliseconds. */
+constexpr long longest_period = 3600000;
 
 int refuse(const std::string& sentence) {
-    std::fprintf(stderr, "%s\n", sentence.c_str());
+    std::fprintf(stderr, sentence.ends_with('.') ? "%s\n" : "%s.\n", sentence.c_str());
     return 1;
 }
 
@@ -57,10 +62,18 @@ std::string wanted_instead(Kind kind, const std::string& text) {
     return "";
 }
 
-/** The same for a parameter. The camera turns its picture by right angles only; any other number would count as 0. */
+/** The same for a parameter. The camera turns its picture by right angles only; any other number would count as 0. With
+    a period of 0 the analysis would leave no time to anything else. */
 std::string wanted_instead(const DeclaredParameter& declared, const std::string& text) {
     const bool turns = text == "0" || text == "90" || text == "180" || text == "270";
-    return declared.name == rotation && !turns ? "0, 90, 180 or 270" : wanted_instead(declared.kind, text);
+    if (declared.name == rotation && !turns) {
+        return "0, 90, 180 or 270";
+    }
+    const bool passes = is_integer(text) && std::stol(text) >= 1 && std::stol(text) <= longest_period;
+    if (declared.name == period && !passes) {
+        return "a whole number from 1 to " + std::to_string(longest_period) + ", in milliseconds";
+    }
+    return wanted_instead(declared.kind, text);
 }
 
 const DeclaredParameter* find(const Manifest& manifest, const std::string& name) {
@@ -86,12 +99,16 @@ Wish wish_of(const std::string& argument) {
     return {argument.substr(0, equals), argument.substr(equals + 1)};
 }
 
-bool print(AXParameter* store, const std::string& name, GError** error) {
-    g_autofree gchar* value = nullptr;
-    if (ax_parameter_get(store, name.c_str(), &value, error) == FALSE) {
+bool carry_out(Store& store, const std::string& package, const Wish& wish, GError** error) {
+    const std::string owner = wish.name == rotation ? "" : package;
+    if (wish.value) {
+        return store.set(owner, wish.name, *wish.value, error);
+    }
+    std::string value;
+    if (!store.get(owner, wish.name, value, error)) {
         return false;
     }
-    std::puts(value);
+    std::puts(value.c_str());
     return true;
 }
 
@@ -111,7 +128,7 @@ int main(int argc, char** argv) {
     if (!read_manifest(host_parameters::manifest_path(), manifest, &error)) {
         return refuse(error->message);
     }
-    const std::string package = manifest.package;
+    Store store(host_parameters::store_path(), manifest);
     manifest.parameters.push_back({rotation, "0", Kind::integer});
 
     std::vector<Wish> wishes;
@@ -119,7 +136,9 @@ int main(int argc, char** argv) {
         const Wish wish = wish_of(argv[i]);
         const DeclaredParameter* declared = find(manifest, wish.name);
         if (declared == nullptr) {
-            return refuse("There is no parameter \"" + wish.name + "\". There are:" + list_of(manifest));
+            std::fprintf(stderr, "There is no parameter \"%s\". There are:%s\n", wish.name.c_str(),
+                         list_of(manifest).c_str());
+            return 1;
         }
         const std::string wanted = wish.value ? wanted_instead(*declared, *wish.value) : "";
         if (!wanted.empty()) {
@@ -129,13 +148,9 @@ int main(int argc, char** argv) {
         wishes.push_back(wish);
     }
 
-    AXParameter* const store = ax_parameter_new(package.c_str(), &error);
-    bool done = store != nullptr;
+    bool done = store.open(&error) && store.check_room(&error);
     for (const Wish& wish : wishes) {
-        done =
-            done && (wish.value ? ax_parameter_set(store, wish.name.c_str(), wish.value->c_str(), TRUE, &error) == TRUE
-                                : print(store, wish.name, &error));
+        done = done && carry_out(store, manifest.package, wish, &error);
     }
-    ax_parameter_free(store);
     return done ? 0 : refuse(error->message);
 }

@@ -2,9 +2,10 @@
 
 #include "platform/axparameter/damage.h"
 #include "platform/axparameter/failure.h"
-#include "platform/axparameter/store_file.h"
 
 #include <array>
+#include <cerrno>
+#include <cstdio>
 #include <initializer_list>
 #include <string_view>
 
@@ -53,9 +54,36 @@ std::string store_path() {
 }
 
 bool Store::open(GError** error) {
-    connection_.reset();
     OpeningLock lock;
-    return make_folders_above(path_, error) && lock.take(path_, error) && open_locked(error);
+    return make_folders_above(path_, error) && lock.take(path_, error) && leave(error) && open_locked(error);
+}
+
+bool Store::leave(GError** error) {
+    if (!connection_) {
+        return true;
+    }
+    if (!file_has_moved()) {
+        if (log_ != FileIdentity() && identity_of(path_ + "-wal") == FileIdentity() && !rescue_log(error)) {
+            return false;
+        }
+        // A log that is there now is not this connection's, or the file beside it is damaged: nothing is mixed.
+        sqlite3_db_config(connection_.get(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
+    }
+    connection_.reset();
+    return true;
+}
+
+bool Store::rescue_log(GError** error) {
+    const int code = sqlite3_wal_checkpoint_v2(connection_.get(), "main", SQLITE_CHECKPOINT_FULL, nullptr, nullptr);
+    if (code != SQLITE_OK && !is_damage(code)) {
+        return store_failure(code, sqlite3_errmsg(connection_.get()), error);
+    }
+    std::fprintf(
+        stderr,
+        "korvex axparameter: the log of the parameter store %s was removed while it was in use; its values are "
+        "in the store all the same.\n",
+        path_.c_str());
+    return true;
 }
 
 bool Store::open_locked(GError** error) {
@@ -69,9 +97,11 @@ bool Store::open_locked(GError** error) {
         code = try_open(reason);
     }
     if (code != SQLITE_OK) {
+        store_failure(code, reason, error);
         connection_.reset();
-        return store_failure(reason, error);
+        return false;
     }
+    log_ = identity_of(path_ + "-wal");
     return true;
 }
 
@@ -117,14 +147,37 @@ int Store::add_declared() {
 }
 
 bool Store::ensure_open(GError** error) {
-    if (connection_) {
-        int moved = 0;
-        sqlite3_file_control(connection_.get(), "main", SQLITE_FCNTL_HAS_MOVED, &moved);
-        if (moved == 0) {
-            return true;
-        }
+    return is_in_place() || open(error);
+}
+
+bool Store::is_in_place() const {
+    return connection_ && !file_has_moved() && identity_of(path_ + "-wal") == log_;
+}
+
+bool Store::file_has_moved() const {
+    int moved = 0;
+    sqlite3_file_control(connection_.get(), "main", SQLITE_FCNTL_HAS_MOVED, &moved);
+    return moved != 0;
+}
+
+void Store::settle() {
+    if (is_in_place()) {
+        sqlite3_wal_checkpoint_v2(connection_.get(), "main", SQLITE_CHECKPOINT_PASSIVE, nullptr, nullptr);
+    } else if (connection_ && !file_has_moved()) {
+        open(nullptr);
     }
-    return open(error);
+}
+
+bool Store::check_room(GError** error) {
+    if (!has_room_for_saves(path_)) {
+        return no_room(path_, error);
+    }
+    return run(
+        [](sqlite3* connection) {
+            Statement statement;
+            return start(connection, "UPDATE parameters SET value = value", {}, statement);
+        },
+        error);
 }
 
 bool Store::run(const std::function<int(sqlite3*)>& operation, GError** error) {
@@ -141,11 +194,19 @@ bool Store::run(const std::function<int(sqlite3*)>& operation, GError** error) {
     if (code == SQLITE_DONE || code == SQLITE_ROW) {
         return true;
     }
-    return store_failure(sqlite3_errmsg(connection_.get()), error);
+    return store_failure(code, sqlite3_errmsg(connection_.get()), error);
 }
 
-bool Store::store_failure(const std::string& reason, GError** error) const {
-    return fail(error, ErrorCode::store, "The parameter store " + path_ + " cannot be used: " + reason);
+bool Store::store_failure(int code, const std::string& reason, GError** error) const {
+    const int system_error = connection_ ? sqlite3_system_errno(connection_.get()) : 0;
+    // Where the log's index does not fit, SQLite has no error for it.
+    const bool may_be_full = (code & 0xff) == SQLITE_IOERR || (code & 0xff) == SQLITE_CANTOPEN;
+    if ((code & 0xff) == SQLITE_FULL || is_lack_of_room(system_error) || (may_be_full && !has_room_for_saves(path_))) {
+        return no_room(path_, error);
+    }
+    return fail(error, ErrorCode::store,
+                "The parameter store " + path_ + " cannot be used: " + reason +
+                    "; see to it that this user can read and write it");
 }
 
 bool Store::add(const std::string& owner, const std::string& name, const std::string& value, GError** error) {

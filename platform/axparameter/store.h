@@ -2,6 +2,7 @@
 
 #include "platform/axparameter/database.h"
 #include "platform/axparameter/manifest.h"
+#include "platform/axparameter/store_file.h"
 
 #include <functional>
 #include <string>
@@ -13,8 +14,9 @@ namespace host_parameters {
 /** One connection to the store file. A value whose `set` or `add` returned true is on the disk.
 
     Processes may share the file: writers wait for each other (busy_timeout_ms). A file that turns out damaged, when it
-   is opened or later, is replaced as damage.h says and the operation is tried again on the new one; so is one that
-   another process has replaced meanwhile.
+    is opened or later, is replaced as damage.h says and the operation is tried again on the new one; so is one that
+    another process has replaced meanwhile. When somebody removes the log beside the file, where the latest values are,
+    the next operation first brings what it held into the file. After a failure each operation tries to open it again.
 
     One thread at a time (the handle's mutex, axparameter.cpp). Failure: false with `error` set. */
 class Store {
@@ -33,19 +35,34 @@ class Store {
     /** The owner's names in the order of their registration. */
     bool list(const std::string& owner, std::vector<std::string>& names, GError** error);
 
+    /** Whether there is room for a save of all parameters, found out by writing. */
+    bool check_room(GError** error);
+    /** Brings the log's values into the file, so that they do not depend on it. Costs what two sets do. What goes wrong
+        shows in the next operation. */
+    void settle();
+    bool is_open() const { return connection_ != nullptr; }
+    const std::string& path() const { return path_; }
+
   private:
     /** Opens when nothing is open or the file has been replaced. */
     bool ensure_open(GError** error);
+    /** The file and its log are still the ones that were opened. */
+    bool is_in_place() const;
+    bool file_has_moved() const;
+    /** Closes; false when the values of a log that was removed cannot be brought into the file: then it stays open. */
+    bool leave(GError** error);
+    bool rescue_log(GError** error);
     bool open_locked(GError** error);
     int try_open(std::string& reason);
     int add_declared();
     /** Runs `operation`, which gives a result code, once more when the file turned out damaged. */
     bool run(const std::function<int(sqlite3*)>& operation, GError** error);
-    bool store_failure(const std::string& reason, GError** error) const;
+    bool store_failure(int code, const std::string& reason, GError** error) const;
 
     std::string path_;
     Manifest manifest_;
     Connection connection_;
+    FileIdentity log_; // of the connection's own
 };
 
 /** KORVEX_AXPARAMETER_STORE, or korvex_orvel/parameters.sqlite in the user's state folder. */

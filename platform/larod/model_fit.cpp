@@ -1,5 +1,6 @@
 #include "platform/larod/model_fit.h"
 
+#include "platform/larod/checksum.h"
 #include "platform/larod/descriptor_io.h"
 #include "platform/larod/engine_location.h"
 #include "platform/larod/interpreter.h"
@@ -59,6 +60,11 @@ std::string why_model_does_not_fit(const std::string& path, int width, int heigh
     std::vector<std::byte> bytes;
     if (!read_file(path, bytes, why))
         return why;
+    for (const std::string& file : {path, engine_location()}) {
+        why = why_file_is_damaged(file);
+        if (!why.empty())
+            return why;
+    }
     const auto library = tflite::TfliteLibrary::open(engine_location(), why);
     if (library == nullptr)
         return why;

@@ -1,9 +1,13 @@
 // The conversion of the default model: model/make.sh must have run.
 
+#include <arpa/inet.h>
 #include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <array>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -77,6 +81,62 @@ TEST_F(Conversion, is_left_out_when_the_files_are_up_to_date) {
     const Outcome outcome = run("npm_config_offline=true '" KORVEX_MODEL_SCRIPTS "/make.sh' '" + model_folder + "'");
     EXPECT_TRUE(outcome.succeeded) << outcome.text;
     EXPECT_EQ(std::filesystem::last_write_time(path), before);
+}
+
+TEST_F(Conversion, is_done_again_when_a_file_has_rotted) {
+    const std::filesystem::path copy = m_folder / "copy";
+    std::filesystem::copy(model_folder, copy);
+    const std::string make = "npm_config_offline=true '" KORVEX_MODEL_SCRIPTS "/make.sh' '" + copy.string() + "'";
+    const std::string path = copy / "detect_540_960.tflite";
+    std::fstream(path, std::ios::in | std::ios::out | std::ios::binary).seekp(4'000'000).write("rotten", 6);
+    EXPECT_EQ(run(make).text, "model/make.sh: the model in " + copy.string() + " is damaged; it is made anew.\n");
+    EXPECT_TRUE(content(path) == content(model_folder + "/detect_540_960.tflite"));
+    EXPECT_EQ(run(make).text, "");
+}
+
+/** A port that accepts no connection and refuses none, as a network that is not there. */
+class SilentPort {
+  public:
+    SilentPort() {
+        for (int& file : m_files)
+            file = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+        m_address.sin_family = AF_INET;
+        m_address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        socklen_t size = sizeof m_address;
+        auto* any = reinterpret_cast<sockaddr*>(&m_address);
+        EXPECT_EQ(bind(m_files[0], any, size), 0);
+        EXPECT_EQ(listen(m_files[0], 0), 0);
+        EXPECT_EQ(getsockname(m_files[0], any, &size), 0);
+        // They fill the queue of those that wait to be accepted.
+        for (std::size_t i = 1; i < m_files.size(); ++i)
+            connect(m_files[i], any, size);
+    }
+    ~SilentPort() {
+        for (const int file : m_files)
+            close(file);
+    }
+    SilentPort(const SilentPort&) = delete;
+    SilentPort& operator=(const SilentPort&) = delete;
+
+    std::string url() const { return "http://127.0.0.1:" + std::to_string(ntohs(m_address.sin_port)) + "/"; }
+
+  private:
+    std::array<int, 4> m_files{};
+    sockaddr_in m_address{};
+};
+
+TEST_F(Conversion, gives_up_soon_without_a_network) {
+    const SilentPort silent;
+    const std::string folder = m_folder.string();
+    const auto begin = std::chrono::steady_clock::now();
+    const Outcome outcome = run("npm_config_registry=" + silent.url() + " npm_config_cache='" + folder +
+                                "/cache' '" KORVEX_MODEL_SCRIPTS "/fetch.sh' '" + folder + "/fetched'");
+    const std::chrono::duration<double> time = std::chrono::steady_clock::now() - begin;
+    EXPECT_FALSE(outcome.succeeded);
+    EXPECT_EQ(outcome.text, "model/fetch.sh: could not fetch @vladmandic/human@3.3.6 with npm: 127.0.0.1 does not "
+                            "answer; is there a network?\n");
+    std::printf("gave up after %.1f s\n", time.count());
+    EXPECT_LT(time.count(), 40.0) << "10 s on a machine that is not busy; npm alone takes minutes";
 }
 
 TEST_F(Conversion, says_what_could_not_be_fetched) {

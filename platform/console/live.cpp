@@ -8,6 +8,7 @@
 #include "platform/console/console_line.h"
 #include "platform/console/options.h"
 #include "platform/console/pass_watch.h"
+#include "platform/console/starter.h"
 #include "platform/vdostream/host_video.h"
 
 #include <sys/ioctl.h>
@@ -172,6 +173,7 @@ int run(const console::Options& options) {
 
 int main(int argc, char** argv) {
     try {
+        console::end_with_starter();
         return run(console::parse_options(argc, argv, false));
     } catch (const std::exception& problem) {
         std::fprintf(stderr, "live: %s.\n", problem.what());

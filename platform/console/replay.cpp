@@ -11,6 +11,7 @@
 #include "platform/axoverlay/host_recorder.h"
 #include "platform/console/options.h"
 #include "platform/console/pass_json.h"
+#include "platform/console/starter.h"
 #include "platform/vdostream/host_video.h"
 #include "scene/clock.h"
 
@@ -158,6 +159,7 @@ int main(int argc, char** argv) {
         std::signal(signal, [](int number) { asked_to_end = number; });
     }
     try {
+        console::end_with_starter();
         return run(console::parse_options(argc, argv, true));
     } catch (const std::exception& problem) {
         return give_up(std::string(problem.what()) + ".");

@@ -20,3 +20,9 @@ can_write() {
         [ -d "$(dirname "$1")" ] && [ -w "$(dirname "$1")" ]
     fi
 }
+
+user_umask=$(umask)
+# make_output FILE: what is asked for by name is made as its user makes files, whatever the state folder's are made like.
+make_output() {
+    { (umask "$user_umask" && : >"$1"); } 2>/dev/null || fail "\"$1\" cannot be written."
+}

@@ -57,7 +57,7 @@ export_outputs() {
 record_made=
 begin_recording() {
     [ -n "$record" ] && [ ! -e "$record" ] || return 0
-    { : >"$record"; } 2>/dev/null || fail "\"$record\" cannot be written."
+    make_output "$record"
     record_made=1
 }
 

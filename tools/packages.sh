@@ -41,11 +41,26 @@ install_packages() {
             fail "some packages are missing; have them installed with: apt-get install --no-install-recommends ${missing[*]}"
         as_root=(sudo)
     fi
+    local -a apt=(env DEBIAN_FRONTEND=noninteractive apt-get -q -o DPkg::Lock::Timeout=300)
+    update_lists "${missing[@]}"
     say "Installing ${#missing[@]} Debian packages:"
     for package in "${missing[@]}"; do
         say "  $package: $(why "$package" "$@")"
     done
-    local -a apt=("${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -q -o DPkg::Lock::Timeout=300)
-    { "${apt[@]}" update && "${apt[@]}" install -y --no-install-recommends "${missing[@]}"; } >&2 ||
+    "${as_root[@]}" "${apt[@]}" install -y --no-install-recommends "${missing[@]}" >&2 ||
         fail "the packages could not be installed; try: apt-get install --no-install-recommends ${missing[*]}"
+}
+
+# update_lists PACKAGE...: what the servers have now, by install_packages' $apt. Where none answers that is told in
+# seconds; an install would try again and again.
+update_lists() {
+    local said
+    local -a hurry=(LC_ALL=C RES_OPTIONS="timeout:2 attempts:1")
+    local -a soon=(-o Acquire::Retries=0 -o Acquire::http::Timeout=3 -o Acquire::https::Timeout=3 -o Acquire::EnableSrvRecords=false)
+    said=$("${as_root[@]}" env "${hurry[@]}" "${apt[@]}" "${soon[@]}" update 2>&1) ||
+        fail "the lists of packages cannot be brought up to date: $(grep -m 1 '^E: ' <<<"$said" | cut -c 4-)"
+    if grep -q '^Err:' <<<"$said" && ! grep -q -E '^(Hit|Get):' <<<"$said"; then
+        fail "no package server answers ($(grep -m 1 -A 1 '^Err:' <<<"$said" | sed -n '2s/^ *//p'))," \
+            "and these packages are missing: $*; connect this machine, or give it them otherwise."
+    fi
 }

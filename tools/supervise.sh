@@ -1,4 +1,5 @@
-# Runs one program, asks it once to end when this command is asked to, and waits for it; sourced after view.sh and priority.sh.
+# Runs one program, asks it once to end when this command is asked to, and waits for it; sourced after signals.sh,
+# view.sh and priority.sh.
 
 program_pid=
 program_niceness=0 # an analysis that is to keep its pace asks for less
@@ -42,7 +43,7 @@ supervise() {
     while wait "$main" && status=0 || status=$?; kill -0 "$main" 2>/dev/null; do
         await_end "$main"
     done
-    trap - INT TERM HUP
+    listen_for_signals
     return "$status"
 }
 

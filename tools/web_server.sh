@@ -1,7 +1,8 @@
 # The web server before the application; sourced after common.sh. Its rules are in web/lighttpd/.
 
 web_pid=
-own_users=
+web_user=
+has_web_files=
 web_first_port=8080
 web_realm="Korvex Orvel"
 
@@ -53,23 +54,45 @@ read_passwords() {
         fail "the hashes of htpasswd need a --certificate, since browsers would send the password itself; without one give user:password or htdigest lines."
 }
 
-# Copies the users into the state folder, in a form that does not show a password typed there.
-prepare_users() {
+# Prints the users in a form that does not show a password typed there.
+hashed_users() {
     local line user password
-    own_users=$state/web_users
-    rm -f "$own_users"
-    (
-        umask 077
-        sed -e 's/\r$//' -e '/^[[:space:]]*\(#.*\)\?$/d' "$password_file" |
-            if [ "$users_form" = plain ]; then
-                while IFS= read -r line || [ -n "$line" ]; do
-                    user=${line%%:*} password=${line#*:}
-                    printf '%s:%s:%s\n' "$user" "$web_realm" "$(printf %s "$user:$web_realm:$password" | md5sum | cut -d' ' -f1)"
-                done
-            else
-                cat
-            fi >"$own_users"
-    )
+    sed -e 's/\r$//' -e '/^[[:space:]]*\(#.*\)\?$/d' "$password_file" |
+        if [ "$users_form" = plain ]; then
+            while IFS= read -r line || [ -n "$line" ]; do
+                user=${line%%:*} password=${line#*:}
+                printf '%s:%s:%s\n' "$user" "$web_realm" "$(printf %s "$user:$web_realm:$password" | md5sum | cut -d' ' -f1)"
+            done
+        else
+            cat
+        fi
+}
+
+# What the web server needs stands in one folder, with the application's socket and the streams'. Started by root it goes
+# on as www-data, with that folder as the root of all that it sees: then the pages are copied there.
+prepare_web_folder() {
+    local folder=$state/html show="ln -s"
+    remove_web_files
+    has_web_files=1
+    mkdir "$folder/uploads"
+    web_user=
+    if [ "$(id -u)" -eq 0 ] && setpriv --reuid www-data --regid www-data --init-groups true 2>/dev/null; then
+        web_user=www-data show="cp -r"
+    elif [ "$(id -u)" -eq 0 ]; then
+        say "This system does not let root become www-data, so the web server keeps root's rights."
+    fi
+    $show "$root/html" "$folder/pages"
+    $show "$root/web/lighttpd/errors" "$folder/errors"
+    [ -z "$password_file" ] || hashed_users >"$folder/web_users"
+    [ -n "$web_user" ] || return 0
+    chgrp -R "$web_user" "$folder"
+    chmod -R g+rX,g-w,o= "$folder"
+    chown "$web_user" "$folder/uploads"
+}
+
+remove_web_files() {
+    local folder=$state/html
+    rm -rf "$folder/pages" "$folder/errors" "$folder/uploads" "$folder/web_users"
 }
 
 # The names under which this machine is asked for its pages, one a line.
@@ -87,27 +110,6 @@ own_names() {
     esac
 }
 
-# is_taken PORT: on the loopback.
-is_taken() {
-    (: <>"/dev/tcp/127.0.0.1/$1") 2>/dev/null
-}
-
-# The overlay service takes a port of the loopback that nobody was told of; the one address is the web server's.
-choose_stream_port() {
-    local port
-    if [[ ${KORVEX_OVERLAY_LISTEN:-} =~ ^127\.0\.0\.1:([1-9][0-9]*)$ ]]; then
-        stream_port=${BASH_REMATCH[1]}
-        return
-    fi
-    # Below what the system gives to outgoing connections.
-    port=$((20000 + RANDOM % 10000))
-    while is_taken "$port"; do
-        port=$((port + 1))
-    done
-    stream_port=$port
-    export KORVEX_OVERLAY_LISTEN=127.0.0.1:$port
-}
-
 # export_rules PORT: what korvex_orvel.conf reads.
 export_rules() {
     local scheme=http rules=$root/web/lighttpd names port
@@ -118,15 +120,18 @@ export_rules() {
     http:80 | https:443) port="($port)?" ;;
     esac
     export KORVEX_WEB_ADDRESS=$web_host KORVEX_WEB_PORT=$1 KORVEX_WEB_PID_FILE=$state/web_server.pid
-    export KORVEX_WEB_PAGES=$root/html KORVEX_WEB_RULES=$rules KORVEX_WEB_STREAM_PORT=$stream_port
+    export KORVEX_WEB_FOLDER=$state/html KORVEX_WEB_RULES=$rules KORVEX_WEB_RIGHTS=$rules/none.conf
     export KORVEX_WEB_HOSTS="(?i)^($names)$port\$" KORVEX_WEB_ORIGINS="(?i)^($scheme://($names)$port)?\$"
     export KORVEX_WEB_REFERERS="(?i)^($scheme://($names)$port/|\$)"
     export KORVEX_WEB_PASSWORD_RULES=$rules/none.conf KORVEX_WEB_TLS_RULES=$rules/none.conf
+    if [ -n "$web_user" ]; then
+        export KORVEX_WEB_RIGHTS=$rules/rights.conf KORVEX_WEB_ROOT=$state/html KORVEX_WEB_FOLDER= KORVEX_WEB_USER=$web_user
+    fi
     if [ -n "$certificate" ]; then
         export KORVEX_WEB_TLS_RULES=$rules/tls.conf KORVEX_WEB_CERTIFICATE=$certificate
     fi
     if [ -n "$password_file" ]; then
-        export KORVEX_WEB_PASSWORD_RULES=$rules/password.conf KORVEX_WEB_REALM=$web_realm KORVEX_WEB_USERS=$own_users
+        export KORVEX_WEB_PASSWORD_RULES=$rules/password.conf KORVEX_WEB_REALM=$web_realm
         export KORVEX_WEB_USERS_FORM=${users_form/plain/htdigest} KORVEX_WEB_PASSWORD_METHOD=digest
         [ -z "$certificate" ] || export KORVEX_WEB_PASSWORD_METHOD=basic
     fi
@@ -134,11 +139,27 @@ export_rules() {
     web_address=${web_address/"[::]"/$(hostname 2>/dev/null || echo localhost)}
 }
 
+# Runs lighttpd with the rules named first, and ends it when asked to and when the process named second, its parent, ends.
+# That lighttpd cannot see to itself: who gives up root's rights loses the signal for a parent's death.
+# shellcheck disable=SC2016 # it is the inner shell that expands
+web_keeper='
+    server= ending=
+    trap "ending=1; [ -z \"\$server\" ] || kill -TERM \$server" TERM
+    [ "$PPID" = "$2" ] || exit 1
+    lighttpd -D -f "$1" &
+    server=$!
+    [ -z "$ending" ] || kill -TERM $server
+    wait $server && status=0 || status=$?
+    [ -z "$ending" ] || wait $server
+    exit $status'
+
 # try_web_server PORT: 0 once it listens; what it said is in web_server.log. It ends with this command, however that ends.
 try_web_server() {
     export_rules "$1"
     rm -f "$state/web_server.pid"
-    (cd "$state" && gently setpriv --pdeathsig TERM lighttpd -D -f "$KORVEX_WEB_RULES/korvex_orvel.conf") \
+    # It is not to know what only the application needs to: an address may hold a password.
+    (unset KORVEX_VDO_SOURCE && cd "$state/html" &&
+        gently setpriv --pdeathsig TERM sh -c "$web_keeper" web_keeper "$KORVEX_WEB_RULES/korvex_orvel.conf" $$) \
         >"$state/web_server.log" 2>&1 8>&- &
     web_pid=$!
     until [ -s "$state/web_server.pid" ]; do
@@ -157,8 +178,9 @@ start_web_server() {
     # Debian keeps servers out of an ordinary user's path.
     PATH=$PATH:/usr/sbin
     command -v lighttpd >/dev/null || fail "the web server is missing; install it with: apt-get install --no-install-recommends lighttpd"
-    choose_stream_port
-    [ -z "$password_file" ] || prepare_users
+    prepare_web_folder
+    # From the state folder, in which the application runs: a socket's path is limited to 107 bytes.
+    export KORVEX_OVERLAY_LISTEN=unix:html/streams.socket
     last=${web_port:-$((web_first_port + 19))}
     for ((port = ${web_port:-$web_first_port}; port <= last; port++)); do
         ! try_web_server "$port" || return 0
@@ -170,10 +192,11 @@ start_web_server() {
 }
 
 stop_web_server() {
-    [ -z "$own_users" ] || rm -f "$own_users" # one that could not start leaves them too
-    [ -n "$web_pid" ] || return 0
-    kill -TERM "$web_pid" 2>/dev/null || true
-    wait "$web_pid" 2>/dev/null || true
-    web_pid=
-    rm -f "$state/web_server.pid"
+    if [ -n "$web_pid" ]; then
+        kill -TERM "$web_pid" 2>/dev/null || true
+        wait "$web_pid" 2>/dev/null || true
+        web_pid=
+        rm -f "$state/web_server.pid"
+    fi
+    [ -z "$has_web_files" ] || remove_web_files # one that could not start leaves them too
 }

@@ -149,7 +149,7 @@ test("what cannot be is refused in a sentence", async () => {
   taken.close();
   assert.match(said.stderr, new RegExp(`port ${takenPort} of 127.0.0.1 is taken by another program`));
   assert.equal(said.status, 1);
-  assert.ok(!existsSync(join(folder, "refused", "web_users")), "nobody's password stays behind");
+  assert.ok(!existsSync(join(folder, "refused", "html", "web_users")), "nobody's password stays behind");
 
   for (const everybody of ["0.0.0.0:8080", "192.0.2.1:8080", "[::]:8080"]) assert.match(refused("--listen", everybody), /give a --password-file/);
   for (const address of ["8080", "127.0.0.1", "127.0.0.1:0", "127.0.0.1:65536", "example.org:80"]) assert.match(refused("--listen", address), /takes ADDR:PORT/);
@@ -176,7 +176,7 @@ test("a password is asked before everything, by digest", async () => {
     assert.equal(await status("/stream/1280x720.jpg", "bert", "b:"), 200);
     assert.equal(await status(STATUS, "anna", "b"), 401);
     assert.equal(await status(STATUS, "nobody", ""), 401);
-    assert.doesNotMatch(readFileSync(join(state, "web_users"), "utf8"), /opens/, "the password itself is not kept");
+    assert.doesNotMatch(readFileSync(join(state, "html", "web_users"), "utf8"), /opens/, "the password itself is not kept");
 
     const browser = await openBrowser();
     const context = await browser.newContext({ httpCredentials: { username: "anna", password: "opens: it" } });

@@ -32,7 +32,9 @@ check "TERM ends it with status 0" ended_after_term
 niceness_of() {
     local process
     for process in $(pgrep -f "^$1"); do
-        [ "$(readlink "/proc/$process/cwd")" != "$state" ] || ps -o ni= -p "$process" | tr -d ' '
+        case $(readlink "/proc/$process/cwd") in
+        "$state" | "$state/html") ps -o ni= -p "$process" | tr -d ' ' ;;
+        esac
     done
 }
 

@@ -12,10 +12,12 @@
 #include <gmock/gmock.h>
 #include <signal.h>
 #include <spawn.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <fstream>
 #include <map>
@@ -49,27 +51,34 @@ uint16_t free_port() {
     return ntohs(address.sin_port);
 }
 
-/** lighttpd in the current folder, until it is destroyed. */
+/** lighttpd in the current folder's "html", until it is destroyed. */
 class running_lighttpd {
   public:
     running_lighttpd() {
-        const std::string rules = std::string(KORVEX_SOURCE_DIR) + "/web/lighttpd";
-        std::vector<std::string> environment = {"KORVEX_WEB_ADDRESS=127.0.0.1",
-                                                "KORVEX_WEB_PORT=" + std::to_string(port),
-                                                "KORVEX_WEB_PID_FILE=" + std::filesystem::current_path().string() +
-                                                    "/lighttpd.pid",
-                                                "KORVEX_WEB_ORIGINS=^$",
-                                                "KORVEX_WEB_HOSTS=^test$",
-                                                "KORVEX_WEB_REFERERS=^$",
-                                                "KORVEX_WEB_PASSWORD_RULES=" + rules + "/none.conf",
-                                                "KORVEX_WEB_TLS_RULES=" + rules + "/none.conf",
-                                                "KORVEX_WEB_RULES=" + rules,
-                                                "KORVEX_WEB_PAGES=" + std::string(KORVEX_SOURCE_DIR) + "/html",
-                                                "KORVEX_WEB_STREAM_PORT=1"};
+        const std::string sources = KORVEX_SOURCE_DIR;
+        const std::string rules = sources + "/web/lighttpd";
+        std::filesystem::create_directory_symlink(sources + "/html", "html/pages");
+        std::filesystem::create_directory_symlink(rules + "/errors", "html/errors");
+        std::filesystem::create_directory("html/uploads");
+        std::vector<std::string> environment = {
+            "KORVEX_WEB_ADDRESS=127.0.0.1",
+            "KORVEX_WEB_PORT=" + std::to_string(port),
+            "KORVEX_WEB_PID_FILE=" + std::filesystem::current_path().string() + "/lighttpd.pid",
+            "KORVEX_WEB_ORIGINS=^$",
+            "KORVEX_WEB_HOSTS=^test$",
+            "KORVEX_WEB_REFERERS=^$",
+            "KORVEX_WEB_PASSWORD_RULES=" + rules + "/none.conf",
+            "KORVEX_WEB_TLS_RULES=" + rules + "/none.conf",
+            "KORVEX_WEB_RIGHTS=" + rules + "/none.conf",
+            "KORVEX_WEB_FOLDER=" + std::filesystem::current_path().string() + "/html"};
         std::vector<std::string> arguments = {"/usr/sbin/lighttpd", "-D", "-f", rules + "/korvex_orvel.conf"};
-        EXPECT_EQ(posix_spawn(&m_process, arguments[0].c_str(), nullptr, nullptr, pointers(arguments).data(),
+        posix_spawn_file_actions_t in_folder;
+        posix_spawn_file_actions_init(&in_folder);
+        posix_spawn_file_actions_addchdir_np(&in_folder, "html");
+        EXPECT_EQ(posix_spawn(&m_process, arguments[0].c_str(), &in_folder, nullptr, pointers(arguments).data(),
                               pointers(environment).data()),
                   0);
+        posix_spawn_file_actions_destroy(&in_folder);
         for (int tries = 0; tries < 300 && !try_connect(); ++tries)
             std::this_thread::sleep_for(std::chrono::milliseconds(100));
     }
@@ -90,6 +99,15 @@ class running_lighttpd {
         return std::nullopt;
     }
 
+    /** What its descriptors are open on. */
+    std::vector<std::string> open_files() const {
+        std::vector<std::string> files;
+        std::error_code gone; // a descriptor may be closed meanwhile
+        for (const auto& entry : std::filesystem::directory_iterator("/proc/" + std::to_string(m_process) + "/fd"))
+            files.push_back(std::filesystem::read_symlink(entry, gone).string());
+        return files;
+    }
+
     const uint16_t port = free_port();
 
   private:
@@ -103,6 +121,12 @@ class running_lighttpd {
 
     pid_t m_process = 0;
 };
+
+/** Whether the other side has ended the connection. */
+bool was_closed(int connection) {
+    char byte = 0;
+    return recv(connection, &byte, 1, MSG_DONTWAIT | MSG_PEEK) >= 0;
+}
 
 struct http_answer {
     std::string status; // the whole first line
@@ -286,6 +310,107 @@ TEST_F(lighttpd_test, keeps_bad_lengths_and_large_bodies_from_the_application) {
         EXPECT_EQ(ask("POST", "?action=set_post_parameters", headers).status, status) << headers;
         EXPECT_EQ(ask("GET", "?action=get_status_code").body, "200");
     }
+}
+
+/** As many actions as make a query of `length` characters; the last one's name is not known. */
+std::string query_of(size_t length) {
+    std::string query = "action=get_logfile_as_plain_text";
+    while (query.size() + 40 < length)
+        query += "&action=get_logfile_as_plain_text";
+    return "?" + query + "&action=" + std::string(length - query.size() - 8, 'x');
+}
+
+TEST_F(lighttpd_test, keeps_queries_of_more_than_256_characters_from_the_application) {
+    forget_log();
+    EXPECT_EQ(ask("GET", query_of(256)).status, "HTTP/1.0 200 OK");
+    const size_t logged = log_lines().size();
+    EXPECT_GT(logged, 0U);
+    for (const size_t length : {257, 300, 8000}) {
+        const http_answer refused = ask("GET", query_of(length));
+        EXPECT_EQ(refused.status, "HTTP/1.0 414 URI Too Long") << length;
+        EXPECT_THAT(refused.body, testing::HasSubstr("may have 256 characters")) << length;
+        EXPECT_EQ(post(query_of(length), "x").status, "HTTP/1.0 414 URI Too Long") << length;
+    }
+    EXPECT_EQ(log_lines().size(), logged);
+}
+
+TEST_F(lighttpd_test, says_on_every_answer_that_no_other_site_may_use_it) {
+    const std::string head = std::string(" ") + kEndpoint + "?action=get_status_code HTTP/1.0\r\n";
+    const struct {
+        std::string request;
+        const char* status;
+    } table[] = {
+        {"GET" + head + "Host: test\r\n\r\n", "200"},
+        {"GET / HTTP/1.0\r\nHost: test\r\n\r\n", "302"},
+        {"GET /nothing HTTP/1.0\r\nHost: test\r\n\r\n", "404"},
+        {"GET /stream/640x360.jpg HTTP/1.0\r\nHost: test\r\n\r\n", "503"},
+        {"GET" + head + "Host: elsewhere\r\n\r\n", "403"},
+        {"GET" + head + "Host: te st\r\n\r\n", "400"},
+        {"nonsense\r\n\r\n", "400"},
+        {"POST" + head + "Host: test\r\n\r\n", "411"},
+        {"POST" + head + "Host: test\r\nContent-Length: 65537\r\n\r\n", "413"},
+        {"POST" + head + "Content-Length: 65537\r\n\r\n", "413"},
+        {"GET " + std::string(kEndpoint) + query_of(300) + " HTTP/1.0\r\nHost: test\r\n\r\n", "414"},
+        {"GET" + head + "Host: test\r\nX: " + std::string(9000, 'x') + "\r\n\r\n", "431"},
+        {"PUT" + head + "Host: test\r\nContent-Length: 1\r\n\r\nx", "500"},
+        {"BREW / HTTP/1.0\r\nHost: test\r\n\r\n", "501"},
+        {"GET / HTTP/9.0\r\nHost: test\r\n\r\n", "505"},
+    };
+    for (const auto& [request, status] : table) {
+        const std::string answer = exchange(request);
+        const std::string what = request.substr(0, 60) + "\n" + answer.substr(0, 600);
+        EXPECT_EQ(answer.substr(0, answer.find(' ') + 4), "HTTP/1.0 " + std::string(status)) << what;
+        for (const char* header : {"Cross-Origin-Resource-Policy: same-origin", "X-Content-Type-Options: nosniff",
+                                   "X-Frame-Options: DENY", "Content-Security-Policy: default-src 'none'"})
+            EXPECT_THAT(answer, testing::HasSubstr(std::string("\r\n") + header)) << what;
+        EXPECT_THAT(answer, testing::Not(testing::HasSubstr("\r\nServer:"))) << what;
+    }
+}
+
+TEST_F(lighttpd_test, answers_others_while_600_requests_are_half_here) {
+    rlimit limit{};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    limit.rlim_cur = std::min<rlim_t>(limit.rlim_max, 4096);
+    setrlimit(RLIMIT_NOFILE, &limit);
+    const std::string begun = std::string("GET ") + kEndpoint + "?action=get_status_code HTTP/1.1\r\nHost: te";
+    // The server gives each of them up after a while. An answer only counts while all are there, and a slow machine
+    // tries again.
+    bool are_all_there = false;
+    for (int tries = 0; tries < 10 && !are_all_there; ++tries) {
+        std::vector<int> half_open;
+        while (half_open.size() < 600) {
+            const std::optional<int> connection = server->try_connect();
+            ASSERT_TRUE(connection);
+            EXPECT_EQ(send(*connection, begun.data(), begun.size(), MSG_NOSIGNAL), static_cast<ssize_t>(begun.size()));
+            half_open.push_back(*connection);
+        }
+        EXPECT_EQ(ask("GET", "?action=get_status_code").body, "200");
+        are_all_there = std::none_of(half_open.begin(), half_open.end(), was_closed);
+        std::for_each(half_open.begin(), half_open.end(), close);
+    }
+    EXPECT_TRUE(are_all_there) << "it answers only when others are given up";
+}
+
+TEST_F(lighttpd_test, keeps_answers_that_wait_for_their_reader_in_its_own_folder) {
+    // More than the sockets' buffers and the server's memory take.
+    for (int line = 0; line < 8000; ++line)
+        g_Logger.info(std::string(1000, 'x'));
+    const std::optional<int> connection = server->try_connect();
+    ASSERT_TRUE(connection);
+    const std::string request =
+        std::string("GET ") + kEndpoint + "?action=get_logfile_as_plain_text HTTP/1.0\r\nHost: test\r\n\r\n";
+    send(*connection, request.data(), request.size(), MSG_NOSIGNAL);
+    const auto has_waiting_answer = [&](const std::string& where) {
+        const std::vector<std::string> files = server->open_files();
+        return std::any_of(files.begin(), files.end(), [&](const std::string& file) {
+            return file.find(where) != std::string::npos && file.find("lighttpd-upload") != std::string::npos;
+        });
+    };
+    for (int tries = 0; tries < 600 && !has_waiting_answer("/"); ++tries)
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    EXPECT_TRUE(has_waiting_answer(std::filesystem::current_path().string() + "/html/uploads/"))
+        << testing::PrintToString(server->open_files());
+    close(*connection);
 }
 
 } // namespace

@@ -57,4 +57,8 @@ std::string fitted(const std::string& line, size_t columns) {
     return line.substr(0, columns - 3) + "...";
 }
 
+std::string below_cursor(const std::string& line) {
+    return clear_below + ("\n\n" + line) + "\r\x1b[2A";
+}
+
 } // namespace console

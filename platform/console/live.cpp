@@ -1,6 +1,6 @@
 // korvex_live: the application, with one line on stdout that shows what it publishes. On a terminal the line is
-// rewritten in place after each pass; elsewhere a line is printed at most once a second, and whenever the status
-// changes. With --record FILE [--stream WxH] it also writes the annotated video until it ends.
+// rewritten in place after each pass, below whatever else is said; elsewhere a line is printed at most once a second,
+// and whenever the status changes. With --record FILE [--stream WxH] it also writes the annotated video until it ends.
 
 #include "app/app_main.h"
 #include "platform/axevent/host_events.h"
@@ -30,7 +30,8 @@ class LiveConsole {
     void after_pass() {
         count_pass();
         if (is_terminal_) {
-            show(std::string("\r").append(console::fitted(line(), columns())).append("\x1b[K"));
+            shown_line_ = console::below_cursor(console::fitted(line(), columns()));
+            show(shown_line_);
             return;
         }
         const gint64 now = g_get_monotonic_time();
@@ -44,16 +45,17 @@ class LiveConsole {
     /** An event's line stands above the live one. */
     void tell(const host_events::Occurrence& occurrence) {
         if (occurrence.what == host_events::Occurrence::What::event) {
-            std::string text = is_terminal_ ? "\r\x1b[K" : "";
+            std::string text = is_terminal_ ? console::clear_below : "";
             text += occurrence.time + " " + occurrence.nice_name;
-            show(text.append(occurrence.active.value_or(true) ? ": started\n" : ": stopped\n"));
+            text += occurrence.active.value_or(true) ? ": started\n" : ": stopped\n";
+            show(text.append(shown_line_));
         }
     }
 
     /** Leaves the cursor below the line. */
     ~LiveConsole() {
-        if (is_terminal_) {
-            show("\n");
+        if (!shown_line_.empty()) {
+            show("\n\n\n");
         }
     }
 
@@ -98,6 +100,7 @@ class LiveConsole {
     }
 
     const bool is_terminal_ = isatty(STDOUT_FILENO) == 1;
+    std::string shown_line_; // on a terminal, with what puts it in its place
     gint64 shown_at_ = 0;
     int shown_status_ = 0;
     gint64 rate_since_ = 0;

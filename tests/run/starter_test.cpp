@@ -50,12 +50,12 @@ void bind_to(pid_t starter) {
     console::end_with_starter();
 }
 
-class starter_test : public testing::Test {
+class Starter : public testing::Test {
   protected:
-    ~starter_test() override { unsetenv("KORVEX_STARTER"); }
+    ~Starter() override { unsetenv("KORVEX_STARTER"); }
 };
 
-TEST_F(starter_test, who_was_started_ends_by_a_signal_once_the_starter_is_gone) {
+TEST_F(Starter, WhoWasStartedEndsByASignalOnceTheStarterIsGone) {
     const pid_t starter = process_that([] {});
     const pid_t bound = process_that([&] { bind_to(starter); });
     EXPECT_EQ(waitpid(bound, nullptr, WNOHANG), 0) << "while it is there nothing happens";
@@ -64,7 +64,7 @@ TEST_F(starter_test, who_was_started_ends_by_a_signal_once_the_starter_is_gone) 
     EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGTERM) << status;
 }
 
-TEST_F(starter_test, who_does_not_end_by_the_signal_ends_all_the_same) {
+TEST_F(Starter, WhoDoesNotEndByTheSignalEndsAllTheSame) {
     const pid_t starter = process_that([] {});
     const pid_t bound = process_that([&] {
         signal(SIGTERM, SIG_IGN);
@@ -75,7 +75,7 @@ TEST_F(starter_test, who_does_not_end_by_the_signal_ends_all_the_same) {
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 143) << status;
 }
 
-TEST_F(starter_test, a_starter_that_is_gone_already_counts) {
+TEST_F(Starter, AStarterThatIsGoneAlreadyCounts) {
     const pid_t starter = process_that([] {});
     end(starter);
     const pid_t bound = fork();
@@ -87,7 +87,7 @@ TEST_F(starter_test, a_starter_that_is_gone_already_counts) {
     EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGTERM) << status;
 }
 
-TEST_F(starter_test, the_end_of_a_parent_that_is_another_counts_too) {
+TEST_F(Starter, TheEndOfAParentThatIsAnotherCountsToo) {
     int told[2];
     ASSERT_EQ(pipe(told), 0);
     const pid_t test = getpid();
@@ -103,14 +103,14 @@ TEST_F(starter_test, the_end_of_a_parent_that_is_another_counts_too) {
     close(told[0]);
 }
 
-TEST_F(starter_test, without_a_starter_nothing_happens) {
+TEST_F(Starter, WithoutAStarterNothingHappens) {
     unsetenv("KORVEX_STARTER");
     console::end_with_starter();
     setenv("KORVEX_STARTER", "", 1);
     console::end_with_starter();
 }
 
-TEST_F(starter_test, what_is_no_process_id_is_refused) {
+TEST_F(Starter, WhatIsNoProcessIdIsRefused) {
     for (const char* text : {"x", "0", "-1", "12 ", "99999999999"}) {
         setenv("KORVEX_STARTER", text, 1);
         EXPECT_THROW(console::end_with_starter(), std::runtime_error) << text;

@@ -1,12 +1,14 @@
 #include "bench/viewer.h"
 
 #include <arpa/inet.h>
+#include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include <array>
 #include <chrono>
 #include <stdexcept>
+#include <string_view>
 
 namespace bench {
 namespace {
@@ -29,18 +31,33 @@ int connect_to(const std::string& address) {
     return socket;
 }
 
-} // namespace
-
-Viewer::Viewer(const std::string& address, const std::string& path) : socket_(connect_to(address)) {
+/** A connection on which the stream has been asked for. */
+int ask_for(const std::string& address, const std::string& path) {
+    const int socket = connect_to(address);
     const std::string request = "GET " + path + " HTTP/1.1\r\nHost: " + address + "\r\n\r\n";
-    if (send(socket_, request.data(), request.size(), MSG_NOSIGNAL) != static_cast<ssize_t>(request.size())) {
+    if (send(socket, request.data(), request.size(), MSG_NOSIGNAL) != static_cast<ssize_t>(request.size())) {
         throw std::runtime_error("cannot ask for " + path);
     }
+    return socket;
+}
+
+std::size_t count_of(std::string_view wanted, std::string_view text) {
+    std::size_t count = 0;
+    for (std::size_t at = 0; (at = text.find(wanted, at)) != std::string_view::npos; at += wanted.size()) {
+        ++count;
+    }
+    return count;
+}
+
+} // namespace
+
+Viewer::Viewer(const std::string& address, const std::string& path) : socket_(ask_for(address, path)) {
     reader_ = std::thread([this] {
         std::array<char, 65536> block{};
         ssize_t count = 0;
         while ((count = recv(socket_, block.data(), block.size(), 0)) > 0) {
             bytes_ += static_cast<std::size_t>(count);
+            pictures_ += count_of("\r\nContent-Type: image/jpeg\r\n", {block.data(), static_cast<std::size_t>(count)});
         }
     });
 }
@@ -58,6 +75,25 @@ void Viewer::wait_for_pictures() const {
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(100));
     }
+}
+
+StalledViewer::StalledViewer(const std::string& address, const std::string& path) {
+    waiter_ = std::thread([this, address, path, socket = ask_for(address, path)]() mutable {
+        constexpr int look_ms = 100;
+        while (!ending_) {
+            pollfd dropped{socket, POLLRDHUP, 0};
+            if (poll(&dropped, 1, look_ms) > 0) {
+                close(socket);
+                socket = ask_for(address, path);
+            }
+        }
+        close(socket);
+    });
+}
+
+StalledViewer::~StalledViewer() {
+    ending_ = true;
+    waiter_.join();
 }
 
 } // namespace bench

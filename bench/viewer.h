@@ -18,13 +18,30 @@ class Viewer {
 
     /** Received so far. */
     std::size_t bytes() const { return bytes_; }
+    /** Begun so far; those are not counted whose first bytes are divided between two reads. */
+    std::size_t pictures() const { return pictures_; }
     /** Waits until the stream delivers pictures. Throws std::runtime_error when it does not within 10 s. */
     void wait_for_pictures() const;
 
   private:
     int socket_;
     std::atomic<std::size_t> bytes_{0};
+    std::atomic<std::size_t> pictures_{0};
     std::thread reader_;
+};
+
+/** Somebody who asks for a stream and reads nothing of it. When he is dropped for that he asks again. */
+class StalledViewer {
+  public:
+    /** As for Viewer. */
+    StalledViewer(const std::string& address, const std::string& path);
+    ~StalledViewer();
+    StalledViewer(const StalledViewer&) = delete;
+    StalledViewer& operator=(const StalledViewer&) = delete;
+
+  private:
+    std::atomic<bool> ending_{false};
+    std::thread waiter_;
 };
 
 } // namespace bench

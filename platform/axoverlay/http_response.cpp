@@ -7,6 +7,8 @@ MHD_Response* typed_response(MHD_Response* response, const char* type) {
         MHD_add_response_header(response, MHD_HTTP_HEADER_CONTENT_TYPE, type);
         MHD_add_response_header(response, MHD_HTTP_HEADER_CACHE_CONTROL, "no-store");
         MHD_add_response_header(response, MHD_HTTP_HEADER_CONNECTION, "close");
+        // A page of another site cannot show the picture, even where the visitor's browser could.
+        MHD_add_response_header(response, "Cross-Origin-Resource-Policy", "same-origin");
         MHD_add_response_header(response, "X-Content-Type-Options", "nosniff");
     }
     return response;

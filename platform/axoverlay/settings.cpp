@@ -7,12 +7,14 @@
 #include <cstring>
 #include <memory>
 #include <stdexcept>
+#include <string_view>
 
 namespace host_overlay {
 
 namespace {
 
 constexpr int kDefaultQuality = 80;
+constexpr std::string_view kUnix = "unix:";
 
 std::string environment(const char* name) {
     const char* value = std::getenv(name);
@@ -21,7 +23,8 @@ std::string environment(const char* name) {
 
 [[noreturn]] void refuse_listen(const std::string& text) {
     throw std::runtime_error("KORVEX_OVERLAY_LISTEN is \"" + text +
-                             "\"; it must be a numeric address and a port, like 127.0.0.1:8080 or [::1]:8080");
+                             "\"; it must be a numeric address and a port, like 127.0.0.1:8080 or [::1]:8080, or "
+                             "unix: and the path of a socket");
 }
 
 } // namespace
@@ -41,12 +44,19 @@ std::optional<ListenAddress> listen_setting() {
     if (text.empty()) {
         return std::nullopt;
     }
+    ListenAddress listen;
+    listen.text = text;
+    if (text.starts_with(kUnix)) {
+        listen.path = text.substr(kUnix.size());
+        if (listen.path.empty()) {
+            refuse_listen(text);
+        }
+        return listen;
+    }
     const std::size_t colon = text.rfind(':');
     if (colon == std::string::npos || colon == 0) {
         refuse_listen(text);
     }
-    ListenAddress listen;
-    listen.text = text;
     listen.host = text.substr(0, colon);
     const std::string port = text.substr(colon + 1);
     if (const auto number = parse_number(port); !number || *number > 65535) {

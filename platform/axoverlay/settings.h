@@ -7,8 +7,9 @@
 
 namespace host_overlay {
 
-/** A numeric socket address: "127.0.0.1:8080", "[::1]:8080"; port 0 takes a free one. */
+/** A numeric socket address, "127.0.0.1:8080" or "[::1]:8080", port 0 taking a free one; or "unix:PATH". */
 struct ListenAddress {
+    std::string path; ///< of the Unix socket; empty: the two below count
     sockaddr_storage address{};
     std::string host; ///< as it stands in a URL, brackets included
     std::string text; ///< as it was given

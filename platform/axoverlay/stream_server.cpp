@@ -5,6 +5,7 @@
 #include "platform/axoverlay/resolutions.h"
 #include "platform/axoverlay/stream_request.h"
 
+#include <array>
 #include <cerrno>
 #include <cstring>
 #include <stdexcept>
@@ -60,19 +61,36 @@ MHD_Result answer_head(MHD_Connection* connection, bool motion) {
 } // namespace
 
 StreamServer::StreamServer(const ListenAddress& listen, int jpeg_quality) : m_broadcasts(jpeg_quality) {
-    const unsigned family = listen.address.ss_family == AF_INET6 ? MHD_USE_IPv6 : MHD_NO_FLAG;
+    try {
+        listen_on(listen);
+    } catch (const std::exception& failure) {
+        throw std::runtime_error("cannot listen on " + listen.text + ": " + failure.what());
+    }
+}
+
+void StreamServer::listen_on(const ListenAddress& listen) {
+    unsigned flags = MHD_USE_EPOLL_INTERNAL_THREAD | MHD_ALLOW_SUSPEND_RESUME;
+    std::array<MHD_OptionItem, 2> where{{{MHD_OPTION_END, 0, nullptr}, {MHD_OPTION_END, 0, nullptr}}};
+    if (listen.path.empty()) {
+        flags |= listen.address.ss_family == AF_INET6 ? MHD_USE_IPv6 : MHD_NO_FLAG;
+        where[0] = {MHD_OPTION_SOCK_ADDR, 0, const_cast<sockaddr_storage*>(&listen.address)}; // is only read
+    } else {
+        m_socket.emplace(listen.path);
+        where[0] = {MHD_OPTION_LISTEN_SOCKET, m_socket->take(), nullptr};
+    }
     const blocked_signals blocked;
     errno = 0;
-    m_daemon.reset(MHD_start_daemon(MHD_USE_EPOLL_INTERNAL_THREAD | MHD_ALLOW_SUSPEND_RESUME | family, 0, nullptr,
-                                    nullptr, answer, this, MHD_OPTION_SOCK_ADDR,
-                                    reinterpret_cast<const sockaddr*>(&listen.address), MHD_OPTION_NOTIFY_COMPLETED,
-                                    completed, this, MHD_OPTION_CONNECTION_LIMIT, kConnections,
-                                    MHD_OPTION_CONNECTION_TIMEOUT, kStalledSeconds, MHD_OPTION_END));
+    m_daemon.reset(MHD_start_daemon(flags, 0, nullptr, nullptr, answer, this, MHD_OPTION_ARRAY, where.data(),
+                                    MHD_OPTION_NOTIFY_COMPLETED, completed, this, MHD_OPTION_CONNECTION_LIMIT,
+                                    kConnections, MHD_OPTION_CONNECTION_TIMEOUT, kStalledSeconds, MHD_OPTION_END));
     if (m_daemon == nullptr) {
-        throw std::runtime_error("cannot listen on " + listen.text + ": " + std::strerror(errno));
+        throw std::runtime_error(std::strerror(errno));
     }
-    const MHD_DaemonInfo* info = MHD_get_daemon_info(m_daemon.get(), MHD_DAEMON_INFO_BIND_PORT);
-    m_address = listen.host + ":" + std::to_string(info->port);
+    m_address = listen.text;
+    if (listen.path.empty()) {
+        const MHD_DaemonInfo* info = MHD_get_daemon_info(m_daemon.get(), MHD_DAEMON_INFO_BIND_PORT);
+        m_address = listen.host + ":" + std::to_string(info->port);
+    }
 }
 
 StreamServer::~StreamServer() {

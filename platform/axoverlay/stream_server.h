@@ -2,10 +2,12 @@
 
 #include "platform/axoverlay/broadcast.h"
 #include "platform/axoverlay/settings.h"
+#include "platform/axoverlay/unix_socket.h"
 
 #include <microhttpd.h>
 
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace host_overlay {
@@ -22,7 +24,7 @@ class StreamServer {
     StreamServer(const StreamServer&) = delete;
     StreamServer& operator=(const StreamServer&) = delete;
 
-    /** "127.0.0.1:8080", with the port in use where a free one was asked for. */
+    /** "127.0.0.1:8080", with the port in use where a free one was asked for, or "unix:PATH". */
     const std::string& address() const { return m_address; }
 
   private:
@@ -33,9 +35,11 @@ class StreamServer {
     static MHD_Result answer(void* server, MHD_Connection* connection, const char* path, const char* method,
                              const char* version, const char* upload, std::size_t* upload_size, void** request);
     static void completed(void* server, MHD_Connection* connection, void** request, MHD_RequestTerminationCode code);
+    void listen_on(const ListenAddress& listen);
     MHD_Result begin(MHD_Connection* connection, const std::string& path, const std::string& method, void** request);
 
     Broadcasts m_broadcasts;
+    std::optional<UnixSocket> m_socket;
     std::unique_ptr<MHD_Daemon, DaemonStopper> m_daemon;
     std::string m_address;
 };

@@ -159,7 +159,7 @@ TEST_F(Axoverlay, without_a_listen_address_nothing_is_served_and_a_bad_one_fails
     axoverlay_cleanup();
     setenv("KORVEX_OVERLAY_LISTEN", "somewhere", 1);
     EXPECT_EQ(init(), "KORVEX_OVERLAY_LISTEN is \"somewhere\"; it must be a numeric address and a port, like "
-                      "127.0.0.1:8080 or [::1]:8080");
+                      "127.0.0.1:8080 or [::1]:8080, or unix: and the path of a socket");
     setenv("KORVEX_OVERLAY_LISTEN", "127.0.0.1:0", 1);
     setenv("KORVEX_OVERLAY_JPEG_QUALITY", "best", 1);
     EXPECT_EQ(init(), "KORVEX_OVERLAY_JPEG_QUALITY is \"best\"; it must be 1 to 100");

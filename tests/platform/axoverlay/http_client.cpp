@@ -3,6 +3,7 @@
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -13,18 +14,28 @@ namespace http_client {
 namespace {
 
 int connect_to(const std::string& address, int receive_buffer) {
-    const std::size_t colon = address.rfind(':');
-    sockaddr_in to{};
-    to.sin_family = AF_INET;
-    to.sin_port = htons(static_cast<std::uint16_t>(std::stoi(address.substr(colon + 1))));
-    EXPECT_EQ(inet_pton(AF_INET, address.substr(0, colon).c_str(), &to.sin_addr), 1);
-    const int socket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_storage to{};
+    socklen_t size = 0;
+    if (address.starts_with("unix:")) {
+        auto& path = reinterpret_cast<sockaddr_un&>(to);
+        path.sun_family = AF_UNIX;
+        address.copy(path.sun_path, sizeof path.sun_path - 1, 5);
+        size = sizeof path;
+    } else {
+        auto& host = reinterpret_cast<sockaddr_in&>(to);
+        const std::size_t colon = address.rfind(':');
+        host.sin_family = AF_INET;
+        host.sin_port = htons(static_cast<std::uint16_t>(std::stoi(address.substr(colon + 1))));
+        EXPECT_EQ(inet_pton(AF_INET, address.substr(0, colon).c_str(), &host.sin_addr), 1);
+        size = sizeof host;
+    }
+    const int socket = ::socket(to.ss_family, SOCK_STREAM | SOCK_CLOEXEC, 0);
     if (receive_buffer != 0) {
         setsockopt(socket, SOL_SOCKET, SO_RCVBUF, &receive_buffer, sizeof receive_buffer);
     }
     const timeval limit{10, 0};
     setsockopt(socket, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
-    EXPECT_EQ(connect(socket, reinterpret_cast<const sockaddr*>(&to), sizeof to), 0) << address;
+    EXPECT_EQ(connect(socket, reinterpret_cast<const sockaddr*>(&to), size), 0) << address;
     return socket;
 }
 

@@ -18,7 +18,8 @@ struct Reply {
     std::string body;
 };
 
-/** One request, read to the end of the connection. Fails the test after 10 s without a byte. */
+/** An address is like "127.0.0.1:8080" or "unix:PATH". One request, read to the end of the connection. Fails the test
+ * after 10 s without a byte. */
 Reply request(const std::string& address, const std::string& method, const std::string& target);
 
 /** An open multipart stream. */

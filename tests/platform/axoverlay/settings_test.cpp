@@ -32,9 +32,23 @@ TEST(Settings, numeric_addresses_of_both_families_are_taken) {
     unsetenv("KORVEX_OVERLAY_LISTEN");
 }
 
+TEST(Settings, unix_begins_the_path_of_a_socket) {
+    for (const std::string path : {"/run/streams.socket", "streams.socket", "a:1", "unix:"}) {
+        setenv("KORVEX_OVERLAY_LISTEN", ("unix:" + path).c_str(), 1);
+        const auto listen = listen_setting();
+        ASSERT_TRUE(listen) << path;
+        EXPECT_EQ(listen->path, path);
+        EXPECT_EQ(listen->text, "unix:" + path);
+    }
+    setenv("KORVEX_OVERLAY_LISTEN", "127.0.0.1:1", 1);
+    EXPECT_EQ(listen_setting()->path, "");
+    unsetenv("KORVEX_OVERLAY_LISTEN");
+}
+
 TEST(Settings, anything_else_is_refused_with_a_sentence) {
-    for (const std::string text : {"8080", ":8080", "127.0.0.1", "127.0.0.1:", "127.0.0.1:65536", "127.0.0.1:-1",
-                                   "127.0.0.1:80 ", "localhost:80", "::1:80", "[127.0.0.1]:80", "[]:80", "[:80"}) {
+    for (const std::string text :
+         {"8080", ":8080", "127.0.0.1", "127.0.0.1:", "127.0.0.1:65536", "127.0.0.1:-1", "127.0.0.1:80 ",
+          "localhost:80", "::1:80", "unix:", "unix", "UNIX:/x", "[127.0.0.1]:80", "[]:80", "[:80"}) {
         setenv("KORVEX_OVERLAY_LISTEN", text.c_str(), 1);
         EXPECT_THROW(listen_setting(), std::runtime_error) << text;
     }

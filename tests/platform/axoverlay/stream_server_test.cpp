@@ -49,9 +49,11 @@ TEST_F(StreamServerTest, answers_requests) {
              {"HEAD", "/stream/320x240.mjpg", 200, "multipart/x-mixed-replace; boundary=picture", ""},
              {"HEAD", "/stream/1x1.jpg", 404, text, ""},
          }) {
-        const auto reply = request(address(), c.method, c.target);
+        auto reply = request(address(), c.method, c.target);
         EXPECT_EQ(reply.head.status, c.status) << c.target;
         EXPECT_EQ(reply.head.headers.at("content-type"), c.type) << c.target;
+        EXPECT_EQ(reply.head.headers["cross-origin-resource-policy"], "same-origin") << c.target;
+        EXPECT_EQ(reply.head.headers["x-content-type-options"], "nosniff") << c.target;
         EXPECT_EQ(reply.body, c.sentence) << c.target;
         EXPECT_EQ(reply.head.headers.count("allow"), c.status == 405 ? 1U : 0U) << c.target;
     }
@@ -67,8 +69,9 @@ TEST_F(StreamServerTest, one_picture_comes_in_the_size_and_orientation_asked_for
              {"/stream/640x360.jpg?rotation=180&mirror=1", 640, 360},
              {"/stream/320x240.jpg?mirror=1&rotation=270", 240, 320},
          }) {
-        const auto reply = request(address(), "GET", target);
+        auto reply = request(address(), "GET", target);
         ASSERT_EQ(reply.head.status, 200) << target;
+        EXPECT_EQ(reply.head.headers["cross-origin-resource-policy"], "same-origin");
         EXPECT_EQ(reply.head.headers.at("content-type"), "image/jpeg");
         EXPECT_EQ(reply.head.headers.at("cache-control"), "no-store");
         EXPECT_EQ(reply.head.headers.at("content-length"), std::to_string(reply.body.size()));
@@ -114,8 +117,9 @@ TEST_F(StreamServerTest, the_multipart_stream_shows_the_last_overlay_until_the_n
     fake_vdo::behave({.paint = fake_vdo::solid(235, 128, 128)});
     start();
     Motion motion(address(), "/stream/320x240.mjpg?mirror=1");
-    const auto head = motion.head();
+    auto head = motion.head();
     EXPECT_EQ(head.status, 200);
+    EXPECT_EQ(head.headers["cross-origin-resource-policy"], "same-origin");
     EXPECT_EQ(head.headers.at("content-type"), "multipart/x-mixed-replace; boundary=picture");
     EXPECT_EQ(head.headers.count("transfer-encoding"), 0U);
 
@@ -164,6 +168,32 @@ TEST_F(StreamServerTest, a_taken_port_is_a_clear_error) {
     } catch (const std::runtime_error& failure) {
         EXPECT_EQ(failure.what(), "cannot listen on " + address() + ": Address already in use");
     }
+}
+
+TEST_F(StreamServerTest, serves_on_a_unix_socket_as_on_a_port) {
+    const std::string folder = test_video::new_folder("stream_server");
+    const std::string path = folder + "/streams.socket";
+    setenv("KORVEX_OVERLAY_LISTEN", ("unix:" + path).c_str(), 1);
+    start();
+    axoverlay_destroy_overlay(overlay_id, nullptr);
+    EXPECT_EQ(address(), "unix:" + path);
+    EXPECT_EQ(request(address(), "GET", "/stream/320x240.jpg").head.status, 200);
+    Motion motion(address(), "/stream/320x240.mjpg");
+    EXPECT_EQ(motion.head().status, 200);
+    for (int i = 0; i < 20; ++i) {
+        EXPECT_FALSE(motion.next_picture().empty());
+    }
+    setenv("KORVEX_OVERLAY_LISTEN", address().c_str(), 1);
+    try {
+        const host_overlay::StreamServer second(*host_overlay::listen_setting(), 80);
+        FAIL();
+    } catch (const std::runtime_error& failure) {
+        EXPECT_EQ(failure.what(), "cannot listen on unix:" + path + ": another program serves it");
+    }
+    axoverlay_cleanup();
+    motion.drain();
+    EXPECT_FALSE(std::filesystem::exists(path));
+    std::filesystem::remove_all(folder);
 }
 
 /** What the kernel says of a thread, "SigBlk" for example. */

@@ -50,6 +50,12 @@ testing::AssertionResult becomes_true(const std::function<bool()>& condition) {
     return testing::AssertionSuccess();
 }
 
+std::string new_folder(const std::string& name) {
+    std::string path = testing::TempDir() + name + "_XXXXXX";
+    EXPECT_NE(mkdtemp(path.data()), nullptr) << path;
+    return path;
+}
+
 OverlayApplication::OverlayApplication() {
     fake_vdo::behave({});
     axoverlay_init_axoverlay_settings(&settings);

@@ -36,6 +36,9 @@ testing::AssertionResult near(Rgb seen, Rgb expected, int tolerance = 8);
 /** Waits up to 10 s. */
 testing::AssertionResult becomes_true(const std::function<bool()>& condition);
 
+/** Makes an empty folder; the caller removes it. */
+std::string new_folder(const std::string& name);
+
 /** An application with one overlay: every test draws what it likes. */
 class OverlayApplication : public testing::Test {
   protected:

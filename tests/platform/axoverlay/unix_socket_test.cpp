@@ -1,0 +1,163 @@
+#include "platform/axoverlay/unix_socket.h"
+#include "tests/platform/axoverlay/test_video.h"
+
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+
+namespace {
+
+using host_overlay::UnixSocket;
+
+class UnixSocketTest : public testing::Test {
+  protected:
+    ~UnixSocketTest() override {
+        std::filesystem::current_path(before);
+        std::filesystem::remove_all(folder);
+    }
+
+    static std::string failure_at(const std::string& path) {
+        try {
+            const UnixSocket socket(path);
+            return "";
+        } catch (const std::runtime_error& failure) {
+            return failure.what();
+        }
+    }
+
+    /** From the socket's own folder, so that the path is short. */
+    bool can_connect(const std::string& in_folder, const std::string& name) const {
+        std::filesystem::current_path(in_folder);
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        name.copy(address.sun_path, sizeof address.sun_path - 1);
+        const int client = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        const bool connected = connect(client, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+        close(client);
+        std::filesystem::current_path(before);
+        return connected;
+    }
+
+    const std::filesystem::path before = std::filesystem::current_path();
+    const std::string folder = test_video::new_folder("unix_socket");
+    const std::string path = folder + "/streams.socket";
+};
+
+TEST_F(UnixSocketTest, listens_while_it_lives_and_lets_the_folder_decide_who_comes) {
+    {
+        const UnixSocket socket(path);
+        EXPECT_TRUE(can_connect(folder, "streams.socket"));
+        struct stat file {};
+        ASSERT_EQ(stat(path.c_str(), &file), 0);
+        EXPECT_EQ(file.st_mode, static_cast<mode_t>(S_IFSOCK | 0666));
+    }
+    EXPECT_FALSE(std::filesystem::exists(path));
+}
+
+TEST_F(UnixSocketTest, the_mode_does_not_depend_on_the_umask) {
+    const mode_t umask_before = umask(077);
+    const UnixSocket socket(path);
+    umask(umask_before);
+    EXPECT_EQ(std::filesystem::status(path).permissions(), static_cast<std::filesystem::perms>(0666));
+}
+
+TEST_F(UnixSocketTest, replaces_what_a_killed_process_has_left) {
+    const pid_t child = fork();
+    if (child == 0) {
+        const UnixSocket socket(path);
+        _exit(0); // without its destructor
+    }
+    waitpid(child, nullptr, 0);
+    ASSERT_TRUE(std::filesystem::is_socket(path));
+    const UnixSocket socket(path);
+    EXPECT_TRUE(can_connect(folder, "streams.socket"));
+}
+
+TEST_F(UnixSocketTest, leaves_one_alone_that_somebody_serves) {
+    const UnixSocket first(path);
+    EXPECT_EQ(failure_at(path), "another program serves it");
+    EXPECT_TRUE(can_connect(folder, "streams.socket"));
+}
+
+TEST_F(UnixSocketTest, leaves_one_alone_whose_queue_is_full) {
+    const UnixSocket first(path);
+    std::vector<int> waiting;
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    path.copy(address.sun_path, sizeof address.sun_path - 1);
+    int result = 0;
+    while (result == 0) {
+        waiting.push_back(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+        result = connect(waiting.back(), reinterpret_cast<const sockaddr*>(&address), sizeof address);
+    }
+    EXPECT_EQ(errno, EAGAIN);
+    EXPECT_EQ(failure_at(path), "another program serves it");
+    for (const int each : waiting) {
+        close(each);
+    }
+}
+
+TEST_F(UnixSocketTest, leaves_alone_what_is_no_socket) {
+    std::ofstream(path) << "precious";
+    std::filesystem::create_symlink(path, folder + "/link");
+    for (const std::string& taken : {path, folder + "/link"}) {
+        EXPECT_EQ(failure_at(taken), "there is something else in its place that is no socket");
+    }
+    std::ifstream file(path);
+    std::string content;
+    file >> content;
+    EXPECT_EQ(content, "precious");
+}
+
+TEST_F(UnixSocketTest, removes_no_file_but_its_own) {
+    {
+        const UnixSocket socket(path);
+        std::filesystem::remove(path);
+        std::ofstream(path) << "another";
+    }
+    EXPECT_TRUE(std::filesystem::is_regular_file(path));
+}
+
+TEST_F(UnixSocketTest, finds_its_file_again_when_the_folder_has_moved) {
+    std::filesystem::create_directory(folder + "/here");
+    {
+        const UnixSocket socket(folder + "/here/streams.socket");
+        std::filesystem::rename(folder + "/here", folder + "/there");
+    }
+    EXPECT_TRUE(std::filesystem::is_empty(folder + "/there"));
+}
+
+TEST_F(UnixSocketTest, takes_a_path_of_any_length) {
+    const std::string deep = folder + "/" + std::string(200, 'd') + "/" + std::string(200, 'e');
+    std::filesystem::create_directories(deep);
+    {
+        const UnixSocket socket(deep + "/streams.socket");
+        EXPECT_TRUE(can_connect(deep, "streams.socket"));
+        EXPECT_EQ(failure_at(deep + "/streams.socket"), "another program serves it");
+    }
+    EXPECT_TRUE(std::filesystem::is_empty(deep));
+    EXPECT_EQ(failure_at(deep + "/" + std::string(100, 's')), "the name of the socket is too long");
+}
+
+TEST_F(UnixSocketTest, takes_a_path_without_a_folder) {
+    std::filesystem::current_path(folder);
+    const UnixSocket socket("streams.socket");
+    EXPECT_TRUE(can_connect(folder, "streams.socket"));
+}
+
+TEST_F(UnixSocketTest, says_why_it_cannot) {
+    EXPECT_EQ(failure_at(folder + "/none/streams.socket"), "No such file or directory");
+    EXPECT_EQ(failure_at(folder + "/"), "it names no file");
+    EXPECT_EQ(failure_at(folder + "/.."), "it names no file");
+    std::ofstream(folder + "/file") << "";
+    EXPECT_EQ(failure_at(folder + "/file/streams.socket"), "Not a directory");
+}
+
+} // namespace

@@ -6,11 +6,20 @@ import { shapeProblems } from "./editor.js";
 import { postDocument, readDocument, readIsPortrait } from "./endpoint.js";
 import { copyOf, isSame, parseDocument, problems, serialise, settle } from "./settings.js";
 import { store } from "./store.js";
+import { readWhetherStartedAnew, readWhetherStored } from "./stored.js";
 
 /** @typedef {import("./settings.js").Settings} Settings */
 
 const CHANGED_ELSEWHERE = "Not saved: the settings have been changed elsewhere meanwhile. They are shown now, with your changes among them. " +
   "Look through them and save again.";
+
+const NOT_STORED = {
+  stored: "",
+  lost: "The camera works with these settings but could not store them: at the application's next start they are gone. " +
+    "Make room on the camera, restart the application, and save again.",
+  unknown: "The camera works with these settings, but may not have stored them: it cannot even write its log. " +
+    "Make room on the camera, restart the application, and save again.",
+};
 
 export let isSaving = false;
 let saves = 0;
@@ -19,6 +28,33 @@ let result = { text: "", kind: "" };
 /** The save of which it is not known what became: a connection that broke tells nothing. @type {{wanted: Settings, take: Take} | null} */
 let uncertain = null;
 export const isUncertain = () => uncertain !== null;
+
+/** What is wrong with the last save as far as the camera's storage goes; it stays until that is known to be over. @param {string} text */
+function warn(text) {
+  setText(byId("store-notice"), text);
+  byId("store-notice").hidden = text === "";
+}
+const isWarned = () => !byId("store-notice").hidden;
+
+/** Tells of a save that the application has taken, once it is known whether it is stored as well. @param {string} text */
+async function tellSaved(text) {
+  let isAsked = true;
+  try {
+    warn(NOT_STORED[await readWhetherStored()]);
+  } catch {
+    isAsked = false;
+  }
+  if (store.isChanged) tell("", "");
+  else if (isWarned()) tell("In use, but not stored: see the warning at the top.", "bad");
+  else tell(isAsked ? text : `${text} Whether it is stored as well could not be asked.`, "good");
+}
+
+/** Takes the warning back when the application has started anew since. */
+async function lookAfterWarning() {
+  if (!isWarned() || !(await readWhetherStartedAnew().catch(() => false))) return;
+  warn("");
+  if (!store.isChanged) tell("The application has started anew, without what it could not store. What is shown is what it has.", "bad");
+}
 
 async function readSettings() {
   const isPortrait = await readIsPortrait();
@@ -36,12 +72,13 @@ export async function loadSettings(keepsResult = false) {
   uncertain = null;
   if (sent !== null && isSame(stored, settle(sent.wanted, store.analysed))) {
     sent.take(stored, sent.wanted);
-    tell(store.isChanged ? "" : "Saved.", "good");
+    await tellSaved("Saved.");
   } else {
     store.load(stored);
-    if (!store.isChanged && sent !== null) tell("Saved.", "good");
+    if (!store.isChanged && sent !== null) await tellSaved("Saved.");
     else if (sent !== null) tell("The last save did not get through. What is shown is not saved: look through it and save once more.", "bad");
     else if (store.isChanged && keepsResult) tell(told.text, told.kind);
+    await lookAfterWarning();
   }
   if (store.isAccepted && byId("agreement").open && !byId("agreement-accept").hidden) byId("agreement").close();
   if (!store.isAccepted) showAgreement();
@@ -75,7 +112,7 @@ async function examine(wanted, take, failure) {
     const stored = await readSettings();
     if (mayBeDone && isSame(stored, settle(wanted, store.analysed))) {
       take(stored, wanted);
-      tell(store.isChanged ? "" : "Saved.", "good");
+      await tellSaved("Saved.");
       return true;
     }
     store.load(stored);
@@ -103,8 +140,7 @@ async function save(choose, take) {
     wanted = choose(await readSettings());
     uncertain = null;
     if (wanted === null) return false;
-    const text = await post(wanted, take);
-    tell(store.isChanged ? "" : text, "good");
+    await tellSaved(await post(wanted, take));
     return true;
   } catch (failure) {
     if (wanted !== null) return await examine(wanted, take, failure);

@@ -1,7 +1,7 @@
 // The application as a visitor meets it: ./run with a state folder of its own, on a port of its own.
 
 import { execFileSync, spawn } from "node:child_process";
-import { mkdtempSync, rmSync } from "node:fs";
+import { mkdtempSync, readFileSync, rmSync } from "node:fs";
 import { createServer } from "node:net";
 import { tmpdir } from "node:os";
 import { join } from "node:path";
@@ -46,16 +46,27 @@ export class Camera {
   /** @type {import("node:child_process").ChildProcess | undefined} */
   #process;
 
-  /** @param {string[]} options of ./run; the settings of a state folder outlive a restart */
-  constructor(options) {
+  /**
+   * @param {string[]} options of ./run; the settings of a state folder outlive a restart
+   * @param {string[]} around a program and its arguments that run ./run
+   */
+  constructor(options, around = []) {
     this.options = options;
+    this.around = around;
+  }
+
+  /** The process that the program around ./run has started. */
+  get inner() {
+    const pid = this.#process?.pid;
+    return Number(readFileSync(`/proc/${pid}/task/${pid}/children`, "utf8").trim().split(" ")[0]);
   }
 
   /** Until ./run has told its address. */
   start() {
     this.said = "";
     // Nicer than usual: the browser is on this machine as well, and is not to wait for the analysis.
-    const child = spawn(join(root, "run"), ["--niceness", "0", ...this.options], { stdio: ["ignore", "ignore", "pipe"] });
+    const [program, ...words] = [...this.around, join(root, "run"), "--niceness", "0", ...this.options];
+    const child = spawn(program, words, { stdio: ["ignore", "ignore", "pipe"] });
     this.#process = child;
     return new Promise((resolve, reject) => {
       const limit = setTimeout(() => reject(new Error(`./run did not start: ${this.said}`)), LIMIT_S * 1000);

@@ -13,5 +13,6 @@ process.on("exit", () => rmSync(folder, { recursive: true, force: true }));
 cpSync(join(html, "js"), folder, { recursive: true });
 writeFileSync(join(folder, "package.json"), '{ "type": "module" }');
 
-/** @param {string} name @returns {Promise<any>} */
-export const load = (name) => import(pathToFileURL(join(folder, name)).href);
+let loads = 0;
+/** As a page has it that was loaded now. @param {string} name @returns {Promise<any>} */
+export const load = (name) => import(`${pathToFileURL(join(folder, name)).href}?${++loads}`);

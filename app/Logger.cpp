@@ -139,6 +139,8 @@ LogEntry LogEntry::deserialize(std::string& line) {
 
 Logger::Logger(const std::string& appName, const std::string& logfilePath)
     : _appName(appName), _logfilePath(logfilePath), _nextPurgeCheckDate(time(nullptr)) {
+    _logEntries.reserve(kBatch +
+                        2); // at a forced end no memory of the thread that is stopped is touched before the write
     incrementNextPurgeDate();
     warning("STARTING " + _appName);
 }

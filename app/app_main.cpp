@@ -2,6 +2,7 @@
 
 #include "app/arithmetic.h"
 #include "app/blocked_signals.h"
+#include "app/end_watch.h"
 #include "app/web_thread.h"
 #include "config/parameter_io.h"
 #include "config/shared_field.h"
@@ -40,9 +41,29 @@ struct log_closer {
     ~log_closer() { g_Logger.close(); }
 } g_log_closer;
 
-std::unique_ptr<EventManager> g_event_manager_owner; // withdraws the events while the log still takes its lines
+// The events, too, are withdrawn there, while the log still takes its lines.
+std::mutex& g_events_in_use = *new std::mutex; // held by whoever works with the events
+std::unique_ptr<EventManager>& g_event_manager_owner = *new std::unique_ptr<EventManager>;
+struct events_closer {
+    events_closer() = default;
+    events_closer(const events_closer&) = delete;
+    events_closer& operator=(const events_closer&) = delete;
+    ~events_closer() {
+        const std::scoped_lock lock(g_events_in_use);
+        g_event_manager_owner.reset();
+    }
+} g_events_closer;
 } // namespace
 fastcgi_service g_FastcgiService;
+namespace {
+end_watch& g_end_watch = *new end_watch;
+struct end_counter { // the first that is destroyed
+    end_counter() = default;
+    end_counter(const end_counter&) = delete;
+    end_counter& operator=(const end_counter&) = delete;
+    ~end_counter() { g_end_watch.count_again(); }
+} g_end_counter;
+} // namespace
 
 std::atomic<int32_t> g_StatusCode{0};
 std::atomic<int32_t> g_ExecutionTime{0};
@@ -76,6 +97,7 @@ void let_sigterm_in_only_while_waiting() {
     sigemptyset(&sigterm);
     sigaddset(&sigterm, SIGTERM);
     pthread_sigmask(SIG_BLOCK, &sigterm, &g_mask_while_waiting);
+    sigdelset(&g_mask_while_waiting, SIGTERM); // whoever started the process may have left it blocked
     g_main_context_set_poll_func(nullptr, poll_with_sigterm);
 }
 
@@ -91,6 +113,7 @@ void select_stream(void (*select)(const std::string&), bool on, const std::strin
 
 /** The highest active alert; a lower one is not even asked. */
 int32_t alert_status() {
+    const std::scoped_lock lock(g_events_in_use);
     if (g_EventManager == nullptr)
         return 200;
     if (g_EventManager->isEventStarted(kThirdAlert))
@@ -109,13 +132,36 @@ bool start_web_thread() {
     return true;
 }
 
+void log_end() {
+    static std::atomic_flag logged;
+    if (!logged.test_and_set())
+        logMemoryUsage("Ending Korvex Orvel");
+}
+
+/**
+ * For a main thread that does not come to its end: what it would have done, as far as that can be done without it. The
+ * events stay when it is just about them; when it is not, it never comes to them again.
+ */
+void act_for_main_thread() {
+    log_end();
+    std::unique_lock idle(g_events_in_use, std::try_to_lock);
+    if (!idle.owns_lock())
+        return;
+    g_event_manager_owner.reset();
+    idle.release();
+}
+
 /**
  * For a web thread that hangs on its client: what it uses cannot be destroyed, so only what matters is done. A program
  * around the application has its say by at_quick_exit.
  */
 [[noreturn]] void end_at_once() {
-    g_event_manager_owner.reset();
+    {
+        const std::scoped_lock lock(g_events_in_use);
+        g_event_manager_owner.reset();
+    }
     g_Logger.close();
+    g_end_watch.stand_down();
     std::quick_exit(0);
 }
 
@@ -147,12 +193,14 @@ int korvex_orvel_main() {
     let_sigterm_in_only_while_waiting();
     gp_Loop = g_main_loop_new(nullptr, FALSE);
     g_ThreadID = g_timeout_add(static_cast<guint>(period), thread_function, nullptr);
+    g_end_watch.loop_runs();
     g_main_loop_run(gp_Loop);
 
-    logMemoryUsage("Ending Korvex Orvel");
+    log_end();
     closelog();
     if (!end_web_service())
         end_at_once();
+    g_end_watch.stand_down();
     return 0;
 }
 
@@ -163,6 +211,7 @@ void init_signals() {
     sigaddset(&ignore.sa_mask, SIGPIPE);
     sigaction(SIGPIPE, &ignore, nullptr);
 
+    g_end_watch.start(act_for_main_thread);
     struct sigaction end {};
     end.sa_handler = handle_sigterm;
     sigemptyset(&end.sa_mask);
@@ -237,7 +286,10 @@ int do_one_analysis() {
     DetectionProcessing::get_detections();
     DetectionProcessing::monitor_AOI();
     DetectionProcessing::examine_and_update_findings();
-    DetectionProcessing::manage_events();
+    {
+        const std::scoped_lock lock(g_events_in_use);
+        DetectionProcessing::manage_events();
+    }
     if (g_overlayManager != nullptr)
         g_overlayManager->renderFindings();
     timer.tock();
@@ -249,11 +301,12 @@ int do_one_analysis() {
 }
 
 void handle_sigterm(int) {
+    g_end_watch.asked();
     if (g_ThreadID != 0)
         g_source_remove(g_ThreadID);
     g_ThreadID = 0;
     if (gp_Loop == nullptr)
-        _exit(1); // nothing that exit would run is safe in a signal handler
+        g_end_watch.end_start(); // nothing that exit would run is safe in a signal handler
     g_main_loop_quit(gp_Loop);
 }
 

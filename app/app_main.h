@@ -83,8 +83,8 @@ gboolean thread_function(void*);
 int do_one_analysis();
 
 /**
- * Removes the timeout and quits the main loop; without a loop the process ends at once with status 1. Runs on the main
- * thread, while the loop waits.
+ * Removes the timeout and quits the main loop; without a loop the process ends with status 1, at once but for the last
+ * lines of the log. Runs on the main thread, while the loop waits.
  */
 void handle_sigterm(int);
 

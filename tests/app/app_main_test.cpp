@@ -58,14 +58,6 @@ class AppMainTest : public core_in_child {
         close(client);
         return connected;
     }
-
-    texts lines_of_the_file() const {
-        std::ifstream file(folder / "localdata" / "OrvelLog.txt");
-        texts lines;
-        for (std::string line; std::getline(file, line);)
-            lines.push_back(line.substr(line.find('|', line.find('|') + 1) + 1));
-        return lines;
-    }
 };
 
 TEST_F(AppMainTest, theWordsStartAsTheyShould) {

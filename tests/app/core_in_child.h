@@ -14,6 +14,8 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <string>
+#include <vector>
 
 /** The objects are the process's own: what sets them up runs in a child, with the model files in the package. */
 class core_in_child : public core_fixture {
@@ -44,6 +46,15 @@ class core_in_child : public core_fixture {
         EXPECT_EQ(waitpid(child, &status, 0), child);
         EXPECT_TRUE(WIFEXITED(status)) << "ended by signal " << WTERMSIG(status);
         return WEXITSTATUS(status);
+    }
+
+    /** What the log's file holds, as "LEVEL|MESSAGE". */
+    std::vector<std::string> lines_of_the_file() const {
+        std::ifstream file(folder / "localdata" / "OrvelLog.txt");
+        std::vector<std::string> lines;
+        for (std::string line; std::getline(file, line);)
+            lines.push_back(line.substr(line.find('|', line.find('|') + 1) + 1));
+        return lines;
     }
 
     /** A set-up without main loop, as start-up does it. */

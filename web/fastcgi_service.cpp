@@ -14,13 +14,16 @@
 #include <array>
 #include <chrono>
 #include <condition_variable>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <mutex>
+#include <new>
 #include <string_view>
 #include <system_error>
 #include <thread>
+#include <utility>
 
 namespace {
 
@@ -109,6 +112,14 @@ class client_watch {
     std::thread m_thread;
 };
 
+/** For a child: what ends any process ends it, though this thread has all signals blocked and SIGTERM has a handler. */
+void take_signals_as_any_process() {
+    std::signal(SIGTERM, SIG_DFL);
+    sigset_t none;
+    sigemptyset(&none);
+    sigprocmask(SIG_SETMASK, &none, nullptr);
+}
+
 /**
  * Whether FCGX_OpenSocket comes back. libfcgi ends the whole process when it cannot listen, so a child goes first; what
  * the application does at its end is not for the child to do. The child says so itself: where children are ignored, as
@@ -120,6 +131,7 @@ bool opening_returns() {
         return true;
     const pid_t child = fork();
     if (child == 0) {
+        take_signals_as_any_process();
         std::atexit([] { _exit(1); });
         FCGX_OpenSocket(kSocketPath, kBacklog);
         _exit(::write(ends[1], "", 1) == 1 ? 0 : 1);
@@ -160,7 +172,11 @@ int fastcgi_service::run() {
     client_watch watch(m_request.ipcFd);
     while (FCGX_Accept_r(&m_request) == 0) {
         watch.allow(kMostForAnswer);
-        serve();
+        try {
+            serve();
+        } catch (const std::bad_alloc&) {
+            // Too long a body, or answer, for this machine: the next accept finishes the request as it stands.
+        }
         watch.allow(kMostForHead);
     }
     return 0;
@@ -255,7 +271,7 @@ int fastcgi_service::processPOST(UriQueryListStructA* item, std::string body) {
     const std::string_view action = item->value != nullptr ? item->value : "";
     if (action == "set_post_parameters") {
         try {
-            const bool stored = parameter_io().set_post_parameters(body) == 0;
+            const bool stored = parameter_io().set_post_parameters(std::move(body)) == 0;
             write(stored ? "Status: 200 OK\r\n" : "Status: 400 Bad Request\r\n");
         } catch (...) {
             g_Logger.error("processPOST:  Exception from processPOST trying to set post parameters.");

@@ -9,6 +9,9 @@
  * The responder behind the application's web pages: accepts one request at a time on a Unix-domain socket, takes each
  * "action" out of its query and answers it.
  *
+ * Takes memory for what has come, never for what is only stated, and a request that finds none is lost alone. What
+ * libfcgi does with a request before it comes here is another matter: README.md tells.
+ *
  * Web thread only; a client that holds it is given up after some seconds, and after a minute whatever it does. `init`
  * once, then `run`, which returns when accepting fails: when the listening socket has been shut down, or never was one.
  *

@@ -1,10 +1,12 @@
 // The service's calls of libfcgi outside its requests: each is recorded and does nothing else.
 
+#include "app/blocked_signals.h"
 #include "tests/doubles/call_recorder.h"
 #include "tests/doubles/core_fixture.h"
 #include "web/fastcgi_service.h"
 
 #include <gmock/gmock.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <cstdlib>
@@ -23,7 +25,18 @@ int g_fcgx_init = 0;
 int g_open_socket = kSocket;
 int g_init_request = 0;
 bool g_cannot_listen = false;
+bool g_must_end_at_sigterm = false; // where the socket is tried
+const pid_t g_application = getpid();
 FCGX_Request* g_request = nullptr; // of the last call that had one
+
+/** Always true of the application itself. */
+bool ends_at_sigterm() {
+    sigset_t blocked;
+    sigprocmask(SIG_SETMASK, nullptr, &blocked);
+    struct sigaction at_sigterm {};
+    sigaction(SIGTERM, nullptr, &at_sigterm);
+    return getpid() == g_application || (sigismember(&blocked, SIGTERM) == 0 && at_sigterm.sa_handler == SIG_DFL);
+}
 
 } // namespace
 
@@ -36,7 +49,7 @@ int __wrap_FCGX_Init() {
 }
 
 int __wrap_FCGX_OpenSocket(const char* path, int backlog) {
-    if (g_cannot_listen)
+    if (g_cannot_listen || (g_must_end_at_sigterm && !ends_at_sigterm()))
         exit(13); // as libfcgi does
     g_calls.push_back(call_line("FCGX_OpenSocket", path, backlog));
     return g_open_socket;
@@ -69,6 +82,7 @@ class fastcgi_init_test : public core_fixture {
         g_open_socket = kSocket;
         g_init_request = 0;
         g_cannot_listen = false;
+        g_must_end_at_sigterm = false;
         g_request = nullptr;
     }
 
@@ -131,6 +145,18 @@ TEST_F(fastcgi_init_test, opens_the_socket_where_children_are_ignored) {
     EXPECT_EQ(service.init(), 0);
     EXPECT_EQ(service.m_sock, -1);
     std::signal(SIGCHLD, before);
+}
+
+TEST_F(fastcgi_init_test, tries_the_socket_in_a_process_that_sigterm_ends) {
+    const auto before = std::signal(SIGTERM, [](int) {});
+    g_must_end_at_sigterm = true;
+    fastcgi_service service;
+    {
+        const blocked_signals as_in_the_web_thread;
+        EXPECT_EQ(service.init(), 0);
+    }
+    EXPECT_EQ(service.m_sock, kSocket);
+    std::signal(SIGTERM, before);
 }
 
 TEST_F(fastcgi_init_test, frees_its_request_at_the_end_with_the_descriptor_for_a_flag) {

@@ -7,6 +7,7 @@
 #include <chrono>
 #include <exception>
 #include <span>
+#include <stdexcept>
 #include <string>
 #include <utility>
 
@@ -47,6 +48,7 @@ void Broadcasts::join(const Geometry& geometry, const std::shared_ptr<Viewer>& v
         open->second->viewers.push_back(viewer);
         return;
     }
+    make_room();
     auto broadcast = std::make_unique<Broadcast>();
     broadcast->geometry = geometry;
     broadcast->video.emplace(geometry, AXOVERLAY_STREAM_JPEG);
@@ -57,6 +59,25 @@ void Broadcasts::join(const Geometry& geometry, const std::shared_ptr<Viewer>& v
     }
     m_open[geometry] = broadcast.get();
     m_all.push_back(std::move(broadcast));
+}
+
+/** The lock is held. */
+void Broadcasts::make_room() {
+    if (m_open.size() >= kMostGeometries) {
+        std::erase_if(m_open, [](const auto& entry) {
+            Broadcast& broadcast = *entry.second;
+            const bool left = std::ranges::all_of(broadcast.viewers, [](const auto& viewer) { return viewer->done(); });
+            if (left) {
+                broadcast.video->stop();
+            }
+            return left;
+        });
+    }
+    // Those that are ending hold their memory until they have; who comes and goes quickly must not pile them up.
+    if (m_open.size() >= kMostGeometries || m_all.size() >= 2 * kMostGeometries) {
+        throw std::runtime_error("The camera is shown in at most " + std::to_string(kMostGeometries) +
+                                 " sizes and orientations at once, and viewers watch as many others already.");
+    }
 }
 
 void Broadcasts::stop() {
@@ -117,10 +138,15 @@ bool Broadcasts::tell_viewers(Broadcast& broadcast, const std::function<void(Vie
     }
     std::erase_if(broadcast.viewers, [](const auto& viewer) { return viewer->done(); });
     if (m_stopping || broadcast.viewers.empty()) {
-        m_open.erase(broadcast.geometry);
+        forget(broadcast);
         return false;
     }
     return true;
+}
+
+/** The lock is held. Not by its geometry: the next broadcast of the same one may be there already. */
+void Broadcasts::forget(const Broadcast& broadcast) {
+    std::erase_if(m_open, [&](const auto& entry) { return entry.second == &broadcast; });
 }
 
 void Broadcasts::close(Broadcast& broadcast, const std::string& why) {
@@ -132,8 +158,7 @@ void Broadcasts::close(Broadcast& broadcast, const std::string& why) {
         viewer->end();
     }
     broadcast.viewers.clear();
-    // Not by its geometry: the next broadcast of the same one may be there already.
-    std::erase_if(m_open, [&](const auto& entry) { return entry.second == &broadcast; });
+    forget(broadcast);
 }
 
 void Broadcasts::reap() {

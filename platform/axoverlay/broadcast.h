@@ -4,6 +4,7 @@
 #include "platform/axoverlay/geometry.h"
 #include "platform/axoverlay/viewer.h"
 
+#include <cstddef>
 #include <functional>
 #include <map>
 #include <memory>
@@ -18,7 +19,7 @@ namespace host_overlay {
 /**
  * The streams that somebody watches, one for each geometry. Each has a thread that takes the camera's pictures, encodes
  * each of them once and leaves it with every viewer. It begins with its first viewer and ends itself at the first
- * picture after the last one has gone.
+ * picture after the last one has gone, or when its place is wanted.
  */
 class Broadcasts {
   public:
@@ -28,7 +29,13 @@ class Broadcasts {
     Broadcasts(const Broadcasts&) = delete;
     Broadcasts& operator=(const Broadcasts&) = delete;
 
-    /** Any thread. The viewer gets pictures, or a failure, from now on; after stop() it is ended at once. */
+    /** So many are watched at once: each costs as much as a pass has left of a small machine. */
+    static constexpr std::size_t kMostGeometries = 6;
+
+    /**
+     * Any thread. The viewer gets pictures, or a failure, from now on; after stop() it is ended at once. Throws
+     * std::runtime_error with a sentence when as many other geometries are watched as can be.
+     */
     void join(const Geometry& geometry, const std::shared_ptr<Viewer>& viewer);
     /** Ends every viewer and every stream, and waits for the threads. */
     void stop();
@@ -44,7 +51,9 @@ class Broadcasts {
 
     void run(Broadcast& broadcast);
     void show(Broadcast& broadcast);
+    void make_room();
     bool tell_viewers(Broadcast& broadcast, const std::function<void(Viewer&)>& tell);
+    void forget(const Broadcast& broadcast);
     /** Ends whoever still watches, with a reason unless it is empty; nobody can join any more. */
     void close(Broadcast& broadcast, const std::string& why);
     void reap();

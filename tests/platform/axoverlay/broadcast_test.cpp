@@ -24,6 +24,11 @@ class BroadcastTest : public test_video::OverlayApplication {};
 std::atomic<bool> hold_ending_stream = false;
 std::atomic<bool> stream_is_held = false;
 
+/** Without a connection: such a viewer is never asked to send. */
+std::shared_ptr<host_overlay::Viewer> new_viewer() {
+    return std::make_shared<host_overlay::Viewer>(nullptr, host_overlay::Viewer::Wish::all_pictures);
+}
+
 constexpr int kMark = 16;
 
 /** Noise, which makes large files, with the picture's number in two squares at the top left, 64 shades each. */
@@ -140,9 +145,6 @@ TEST_F(BroadcastTest, cleanup_ends_connected_stalled_and_waiting_viewers_at_once
 }
 
 TEST_F(BroadcastTest, a_stream_that_is_ending_leaves_the_next_one_of_its_size_to_its_viewers) {
-    using host_overlay::Viewer;
-    // Without a connection: such a viewer is never asked to send.
-    const auto new_viewer = [] { return std::make_shared<Viewer>(nullptr, Viewer::Wish::all_pictures); };
     const host_overlay::Geometry size{320, 240, 0, false};
     fake_vdo::behave({.period = std::chrono::milliseconds(1)});
     host_overlay::Broadcasts broadcasts(80);
@@ -160,6 +162,85 @@ TEST_F(BroadcastTest, a_stream_that_is_ending_leaves_the_next_one_of_its_size_to
     const unsigned handed_out = fake_vdo::pictures_handed_out();
     ASSERT_TRUE(becomes_true([&] { return fake_vdo::pictures_handed_out() >= handed_out + 20; }));
     EXPECT_EQ(fake_vdo::streams_started(), 2);
+    broadcasts.stop();
+}
+
+constexpr host_overlay::Geometry kSix[] = {{320, 240, 0, false},   {320, 240, 90, false}, {320, 240, 180, false},
+                                           {320, 240, 270, false}, {640, 360, 0, false},  {640, 360, 0, true}};
+constexpr host_overlay::Geometry kSeventh = {640, 360, 90, false};
+constexpr const char* kTooMany =
+    "The camera is shown in at most 6 sizes and orientations at once, and viewers watch as "
+    "many others already.";
+
+std::string refusal_of(host_overlay::Broadcasts& broadcasts, const host_overlay::Geometry& geometry) {
+    try {
+        broadcasts.join(geometry, new_viewer());
+        return "";
+    } catch (const std::runtime_error& failure) {
+        return failure.what();
+    }
+}
+
+TEST_F(BroadcastTest, six_geometries_are_watched_at_once_and_a_seventh_is_refused_with_a_sentence) {
+    start();
+    std::list<Motion> watching;
+    for (const std::string target : {"320x240.mjpg", "320x240.mjpg?mirror=1", "640x360.mjpg",
+                                     "640x360.mjpg?rotation=90", "640x360.mjpg?rotation=180", "1280x720.mjpg"}) {
+        EXPECT_EQ(watching.emplace_back(address(), "/stream/" + target).head().status, 200) << target;
+    }
+    for (const std::string target : {"/stream/640x360.mjpg?mirror=1", "/stream/320x240.jpg?rotation=90"}) {
+        const auto reply = http_client::request(address(), "GET", target);
+        EXPECT_EQ(reply.head.status, 503) << target;
+        EXPECT_EQ(reply.body, kTooMany + std::string("\n")) << target;
+    }
+    EXPECT_EQ(Motion(address(), "/stream/320x240.mjpg").head().status, 200);
+    EXPECT_EQ(fake_vdo::streams_started(), 6);
+
+    watching.pop_back();
+    EXPECT_TRUE(becomes_true([&] {
+        Motion seventh(address(), "/stream/640x360.mjpg?mirror=1");
+        return seventh.head().status == 200;
+    }));
+}
+
+TEST_F(BroadcastTest, a_geometry_that_nobody_watches_any_more_leaves_its_place_at_once) {
+    fake_vdo::behave({.silent = true}); // so that no stream notices it by itself
+    host_overlay::Broadcasts broadcasts(80);
+    std::vector<std::shared_ptr<host_overlay::Viewer>> watching;
+    for (const auto& geometry : kSix) {
+        broadcasts.join(geometry, watching.emplace_back(new_viewer()));
+    }
+    EXPECT_EQ(refusal_of(broadcasts, kSeventh), kTooMany);
+    watching[2]->leave();
+    EXPECT_EQ(refusal_of(broadcasts, kSeventh), "");
+    EXPECT_EQ(refusal_of(broadcasts, kSix[2]), kTooMany);
+    ASSERT_TRUE(becomes_true([] { return fake_vdo::open_streams() == 6; }));
+    // The one that left its place does not take another's with it.
+    watching[5]->leave();
+    EXPECT_EQ(refusal_of(broadcasts, kSix[2]), "");
+    ASSERT_TRUE(becomes_true([] { return fake_vdo::streams_started() == 8 && fake_vdo::open_streams() == 6; }));
+    EXPECT_EQ(refusal_of(broadcasts, kSix[5]), kTooMany);
+    broadcasts.stop();
+}
+
+TEST_F(BroadcastTest, streams_that_are_ending_do_not_pile_up) {
+    fake_vdo::behave({.period = std::chrono::milliseconds(1)});
+    host_overlay::Broadcasts broadcasts(80);
+    hold_ending_stream = true;
+    std::string refusal;
+    while (refusal.empty() && fake_vdo::streams_started() < 30) {
+        const auto viewer = new_viewer();
+        try {
+            broadcasts.join(kSeventh, viewer);
+        } catch (const std::runtime_error& failure) {
+            refusal = failure.what();
+        }
+        viewer->leave();
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    EXPECT_EQ(refusal, kTooMany);
+    EXPECT_TRUE(becomes_true([] { return fake_vdo::streams_started() == 12; }));
+    hold_ending_stream = false;
     broadcasts.stop();
 }
 

@@ -85,9 +85,9 @@ prepare_web_folder() {
     $show "$root/web/lighttpd/errors" "$folder/errors"
     [ -z "$password_file" ] || hashed_users >"$folder/web_users"
     [ -n "$web_user" ] || return 0
-    chgrp -R "$web_user" "$folder"
-    chmod -R g+rX,g-w,o= "$folder"
-    chown "$web_user" "$folder/uploads"
+    chown -R "$web_user:$web_user" "$folder"/{pages,errors,uploads}
+    [ -z "$password_file" ] || chown "$web_user:$web_user" "$folder/web_users"
+    chgrp "$web_user" "$folder" && chmod g=rx "$folder"
 }
 
 remove_web_files() {

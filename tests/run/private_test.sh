@@ -34,18 +34,17 @@ check "with a journal and a queue in it" test -s "$state/events.jsonl" -a -n "$(
 check "nothing that was made in it has a right for others but the socket for the web server" test -z "$(
     find "$state" -mindepth 1 ! -type l ! -path "$state/localdata*" ! -name '*.socket' -perm /7)"
 check "a folder that all may write to is refused" refused 'for more than one user|belongs to another' --state /tmp
-mkdir -m 777 "$work/open"
-check "so is one without a sticky bit" refused 'for more than one user' --state "$work/open"
-check "and stays as it is" mode_is 777 "$work/open"
+check "and stays as it is" test -k /tmp
 mkdir "$work/home" "$work/others"
 touch "$work/others/thing"
 check "so is a user's home" env HOME="$work/home" bash -c "source '$root/tests/run/lib.sh'; refused 'for more than a state' --state '$work/home'"
 check "and the root of all" refused 'for more than a state|belongs to another' --state /
 check "and a folder with other things in it" refused 'holds other things' --state "$work/others"
 check "which stays as it is" mode_is 755 "$work/others"
-chmod 700 "$work/others"
-touch "$work/others/.lock"
-check "a refusal is one sentence" test "$("$run" --state "$work/open" 2>&1 | wc -l)" -eq 1
+check "a refusal is one sentence" test "$("$run" --state "$work/others" 2>&1 | wc -l)" -eq 1
+mkdir -m 777 "$work/open"
+check "one into which others could write, but have not" "$run" --state "$work/open" --replay scene --seconds 0.2 --json "$work/lines.jsonl"
+check "is closed" mode_is 700 "$work/open"
 
 # --- The doors ---
 
@@ -79,6 +78,10 @@ if [ "$(id -u)" -eq 0 ]; then
         check "another user cannot call ${socket##*/}" not as_other node -e \
             'require("net").connect(process.argv[1]).on("connect", () => process.exit(0)).on("error", () => process.exit(1))' "$socket"
     done
+    chmod 777 "$work/open"
+    mkdir "$work/open/localdata"
+    as_other touch "$work/open/localdata/OrvelLog.txt" || chown 65534 "$work/open/localdata"
+    check "a folder into which others have written is refused" refused 'and have done so' --state "$work/open"
     chown 65534 "$work/others"
     check "a state folder of another user is refused" refused 'belongs to another user' --state "$work/others"
 
@@ -91,7 +94,7 @@ if [ "$(id -u)" -eq 0 ]; then
     check "nor a descriptor of them" test -z "$(find "/proc/$server/fd" -lname "$state/*" ! -lname "$state/web_server.*")"
     check "it shows the pages" curl -s -f -o "$work/page" "$(grep -o 'http://[^ ]*' "$work/err")local/korvex_orvel/"
 else
-    echo "skipped: 12 checks, since only root can become another user"
+    echo "skipped: 13 checks, since only root can become another user"
 fi
 check "TERM ends it" stop
 

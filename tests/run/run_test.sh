@@ -79,6 +79,20 @@ kill -INT "$pid" 2>/dev/null || true
 kill -HUP "$pid"
 check "ends it cleanly too" within 20 not running
 
+# The programs of this build, with another answer about the model.
+mkdir -p "$work/build/platform/larod"
+for part in axparameter console vdostream; do
+    ln -s "$1/platform/$part" "$work/build/platform/$part"
+done
+printf '#!/bin/sh\necho "$1 $2 has rotted." >&2\nexit 1\n' >"$work/build/platform/larod/korvex_check_model"
+chmod +x "$work/build/platform/larod/korvex_check_model"
+export KORVEX_BUILD_DIR=$work/build
+check "a default model that has rotted is told" refused 'detect_960_540.tflite  has rotted\.$' --state "$state"
+check "and the one for a turned picture" refused 'detect_540_960.tflite --portrait has rotted\.$' --state "$work/turned" \
+    --set root.Image.I0.Appearance.Rotation=90
+check "and nothing was started" test ! -e "$work/turned/web_server.log"
+export KORVEX_BUILD_DIR=$1
+
 check "unknown parameters are refused with the list" refused '^  MainLoopTime$' --state "$state" --set Nope=1
 check "so are values of another kind" refused 'MainLoopTime: it takes a whole number' --state "$state" --set MainLoopTime=x
 check "so is a model that is none" refused 'it is no TensorFlow Lite file' --state "$state" --model "$run"

@@ -5,6 +5,7 @@ A fault is a script whose main ends in `fault.prove(body)`. `body(work)` states 
 The programs are those of the build that KORVEX_BUILD_DIR names, by default build/release.
 """
 
+import glob
 import hashlib
 import http.client
 import os
@@ -81,11 +82,11 @@ def environment(work, **more):
     return {**os.environ, "PATH": search_path(), "KORVEX_BUILD_DIR": str(BUILD), MARK: str(work), **more}
 
 
-def start(work, arguments, name, more=None, **options):
-    """A process whose words are in the files NAME.out and NAME.err of the folder."""
+def start(work, arguments, name, more=None, terminal=None):
+    """A process whose words are in the files NAME.out, or on this terminal, and NAME.err of the folder."""
     with open(work / f"{name}.out", "w") as out, open(work / f"{name}.err", "w") as err:
-        return subprocess.Popen([str(argument) for argument in arguments], stdin=subprocess.DEVNULL, stdout=out, stderr=err,
-                                env=environment(work, **(more or {})), start_new_session=True, **options)
+        return subprocess.Popen([str(argument) for argument in arguments], stdin=subprocess.DEVNULL, stdout=terminal or out,
+                                stderr=err, env=environment(work, **(more or {})), start_new_session=True)
 
 
 def processes():
@@ -158,11 +159,11 @@ def run(*arguments, **options):
 class Camera:
     """./run with a state folder and a port of its own."""
 
-    def __init__(self, work, *options, name="state", before=(), more=None, state=None):
-        """`before` is a command that runs ./run, `more` its additional environment."""
+    def __init__(self, work, *options, name="state", before=(), more=None, state=None, terminal=None):
+        """`before` is a command that runs ./run, `more` its additional environment, `terminal` where it shows its passes."""
         self.work, self.name = work, name
         self.state = Path(state or work / name)
-        self.options, self.before, self.more = options, before, more or {}
+        self.options, self.before, self.more, self.terminal = options, before, more or {}, terminal
         self.password = None
         self.process = None
 
@@ -170,7 +171,7 @@ class Camera:
         """Starts ./run and waits for nothing."""
         self.port = free_port()
         self.process = start(self.work, [*self.before, ROOT / "run", "--state", self.state, "--listen", f"127.0.0.1:{self.port}",
-                                         "--niceness", "0", *self.options, *options], self.name, self.more)
+                                         *self.options, *options], self.name, self.more, self.terminal)
         return self
 
     def start(self, *options):
@@ -288,9 +289,27 @@ def wrapped_programs(work, script):
     return str(build)
 
 
-def films(work):
-    """A folder for videos that are watched: a path below /dev, where the other one is, counts as a device."""
-    folder = Path("/tmp", work.name)
+def clocked_programs(work):
+    """A build folder whose korvex_live has a clock of its own, and the function that sets that to so many seconds from now."""
+    libraries = glob.glob("/usr/lib/*/faketime/libfaketime.so.1")
+    if not libraries:
+        raise Skip("there is no libfaketime here")
+    if sanitized():
+        raise Skip("AddressSanitizer and libfaketime do not go together")
+
+    def set_clock(seconds):
+        # In one step: half a number would be a time, too.
+        (work / "next_clock").write_text(f"{seconds:+d}\n")
+        (work / "next_clock").rename(work / "clock")
+
+    set_clock(0)
+    return wrapped_programs(work, f"LD_PRELOAD={libraries[0]} FAKETIME_TIMESTAMP_FILE={work}/clock FAKETIME_NO_CACHE=1 "
+                                  'FAKETIME_DONT_FAKE_MONOTONIC=1 exec "$real" "$@"'), set_clock
+
+
+def on_disk(work):
+    """A folder of the fault on a real disk, for what is large, and for videos: a path below /dev counts as a device."""
+    folder = Path("/var/tmp", work.name)
     folder.mkdir(exist_ok=True)
     return folder
 
@@ -298,7 +317,7 @@ def films(work):
 def test_film(work, size, rate):
     """Twenty seconds of H.264 in this size, with so many pictures a second."""
     need("ffmpeg")
-    film = films(work) / "film.mp4"
+    film = on_disk(work) / "film.mp4"
     run("ffmpeg", "-v", "error", "-f", "lavfi", "-i", f"testsrc2=size={size}:rate={rate}", "-t", "20", "-pix_fmt", "yuv420p", "-g", "20", film)
     return film
 
@@ -306,7 +325,7 @@ def test_film(work, size, rate):
 def standing_car(work):
     """A video in which a car stands in the area for ever: a moment of the built-in scene."""
     need("ffmpeg")
-    moment, still, film = work / "moment.mp4", work / "moment.png", films(work) / "standing.mp4"
+    moment, still, film = work / "moment.mp4", work / "moment.png", on_disk(work) / "standing.mp4"
     run(ROOT / "run", "--state", work / "moment", "--replay", "scene", "--seconds", "7", "--json", work / "moment.jsonl",
         "--record", moment, "--stream", "1280x720", "--set", "DetectionOverlaysOn=false", env=environment(work))
     run("ffmpeg", "-v", "error", "-sseof", "-0.5", "-i", moment, "-update", "1", still)
@@ -395,7 +414,7 @@ def clean_up(work, status):
                 print(f"--- {path.name}, its end\n{said[-1000:]}", flush=True)
     within(20, lambda: not [kill(pid) for pid in started_in(work)])
     shutil.rmtree(work, ignore_errors=True)
-    shutil.rmtree(Path("/tmp", work.name), ignore_errors=True)
+    shutil.rmtree(Path("/var/tmp", work.name), ignore_errors=True)
 
 
 def more_descriptors(number):

@@ -19,8 +19,13 @@ struct buffer_book {
     std::mutex lock;
     /** Every buffer made and not yet given back; the stream owns one reference to each. */
     std::set<VdoBuffer*> outstanding;
+    /** Infinite strategy: those of them with a frame that was handed out, the oldest first. */
+    std::deque<VdoBuffer*> handed;
     /** Explicit strategy: waiting to be filled, the next one first. */
     std::deque<VdoBuffer*> enqueued;
+
+    /** False when it is not outstanding. REQUIRES: the lock is held. */
+    bool remove(VdoBuffer* buffer);
 };
 
 struct buffer_state {
@@ -66,6 +71,7 @@ class stream_state {
     bool is_due(const picture& candidate) const;
     void mark_taken(const picture& taken);
     VdoBuffer* make_buffer(frame_bytes bytes, gpointer opaque);
+    void take_back_the_oldest();
     VdoBuffer* get_explicit(clock::time_point deadline, GError** error);
     bool take_enqueued(VdoBuffer*& buffer);
 

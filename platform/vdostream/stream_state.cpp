@@ -12,6 +12,9 @@ namespace {
 
 std::atomic<std::uint64_t> handed_out = 0;
 
+/** Frames of one stream that may be out at once: more than any camera has. */
+constexpr std::size_t most_handed = 16;
+
 using buffer_reference = std::unique_ptr<VdoBuffer, decltype(&g_object_unref)>;
 
 } // namespace
@@ -20,12 +23,17 @@ buffer_state::~buffer_state() {
     {
         // Also for a buffer that was dropped with g_object_unref instead of being given back.
         const std::lock_guard<std::mutex> guard(book->lock);
-        book->outstanding.erase(self);
-        std::erase(book->enqueued, self);
+        book->remove(self);
     }
     if (finalizer != nullptr) {
         finalizer(opaque);
     }
+}
+
+bool buffer_book::remove(VdoBuffer* buffer) {
+    std::erase(handed, buffer);
+    std::erase(enqueued, buffer);
+    return outstanding.erase(buffer) != 0;
 }
 
 stream_state::stream_state(const stream_settings& settings, VdoBufferFinalizer finalizer,
@@ -37,6 +45,7 @@ stream_state::~stream_state() {
     {
         const std::lock_guard<std::mutex> guard(m_Book->lock);
         left.swap(m_Book->outstanding);
+        m_Book->handed.clear();
         m_Book->enqueued.clear();
     }
     std::for_each(left.begin(), left.end(), &g_object_unref);
@@ -153,20 +162,38 @@ VdoBuffer* stream_state::make_buffer(frame_bytes bytes, gpointer opaque) {
     state->finalizer = m_Settings.explicit_buffers ? m_Finalizer : nullptr;
     auto* buffer = make_object<VdoBuffer>("KorvexVdoBuffer", std::move(state));
     buffer->state->self = buffer;
-    const std::lock_guard<std::mutex> guard(m_Book->lock);
-    m_Book->outstanding.insert(buffer);
+    {
+        const std::lock_guard<std::mutex> guard(m_Book->lock);
+        m_Book->outstanding.insert(buffer);
+        if (!m_Settings.explicit_buffers) {
+            m_Book->handed.push_back(buffer);
+        }
+    }
+    take_back_the_oldest();
     return buffer;
+}
+
+void stream_state::take_back_the_oldest() {
+    VdoBuffer* oldest = nullptr;
+    {
+        const std::lock_guard<std::mutex> guard(m_Book->lock);
+        if (m_Book->handed.size() <= most_handed) {
+            return;
+        }
+        oldest = m_Book->handed.front();
+        m_Book->remove(oldest);
+    }
+    g_object_unref(oldest);
 }
 
 bool stream_state::unref(VdoBuffer* buffer, GError** error) {
     {
         const std::lock_guard<std::mutex> guard(m_Book->lock);
-        if (m_Book->outstanding.erase(buffer) == 0) {
+        if (!m_Book->remove(buffer)) {
             set_error(error, failure::bad_argument,
                       "The buffer is not one of this stream's, or was given back already");
             return false;
         }
-        std::erase(m_Book->enqueued, buffer);
     }
     g_object_unref(buffer);
     return true;

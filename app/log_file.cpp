@@ -39,7 +39,7 @@ int open_regular(const std::string& path, int flags) {
 
 /** What stands between `begin` and `end`, as much of it as a block holds; empty at a failure. */
 std::string_view read_block(int descriptor, block& into, int64_t begin, int64_t end) {
-    const auto wanted = static_cast<size_t>(std::clamp<int64_t>(end - begin, 0, into.size()));
+    const size_t wanted = std::min(static_cast<size_t>(std::max<int64_t>(end - begin, 0)), into.size());
     ssize_t got = 0;
     do
         got = pread(descriptor, into.data(), wanted, begin);

@@ -61,7 +61,10 @@ void Journal::write(const std::string& line) {
 }
 
 int Journal::open_for(std::uint64_t added) const {
-    const auto open_it = [this] { return open(m_path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0644); };
+    // A pipe in the journal's place must not keep the sender waiting for somebody who reads it.
+    const auto open_it = [this] {
+        return open(m_path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK, 0644);
+    };
     const int file = open_it();
     if (file < 0) {
         return file;

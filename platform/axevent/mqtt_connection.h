@@ -1,22 +1,25 @@
 #pragma once
 
+#include "platform/axevent/broker_socket.h"
 #include "platform/axevent/mqtt_messages.h"
 
 #include <chrono>
-#include <memory>
+#include <cstdint>
 #include <set>
 #include <string>
 
-struct mosquitto;
-
 namespace host_events {
 
+struct MqttPacket;
+
 /** One connection to the broker, from the first packet until it is lost; then make another. Its Will tells subscribers
-    that the camera is offline when the connection ends in any way other than `close`. One thread. */
+    that the camera is offline when the connection ends in any way other than `close`. One thread.
+
+    It subscribes to nothing, so that a broker has only confirmations to send. Packets of more than longest_from_broker,
+    or as many bytes of others within a keepalive time, end the connection, whatever memory they ask for. */
 class MqttConnection {
   public:
     explicit MqttConnection(const MqttSettings& settings);
-    ~MqttConnection();
     MqttConnection(const MqttConnection&) = delete;
     MqttConnection& operator=(const MqttConnection&) = delete;
 
@@ -39,21 +42,28 @@ class MqttConnection {
     /** Takes leave of the broker: no Will. */
     void close();
 
-    const std::string& problem() const { return m_problem; }
+    const std::string& problem() const { return m_problem.empty() ? m_socket.problem() : m_problem; }
+    /** The broker does not prove who it is, and `problem` says what is wrong with its certificate. */
+    bool is_distrusted() const { return m_socket.is_distrusted(); }
 
   private:
-    struct Destroy {
-        void operator()(mosquitto* client) const;
-    };
+    using Clock = std::chrono::steady_clock;
 
-    bool configure();
-    bool lost(int code);
+    bool exchange();
+    bool take(const MqttPacket& packet);
+    bool keep_alive();
+    bool lost(const std::string& problem);
 
     const MqttSettings m_settings;
-    std::unique_ptr<mosquitto, Destroy> m_client;
+    BrokerSocket m_socket;
+    std::string m_output;
+    std::string m_received; // never more than the longest packet and one read
     std::set<int> m_waiting;
+    std::uint16_t m_last_number = 0;
+    Clock::time_point m_next_ping;
+    bool m_ping_unanswered = false;
+    std::size_t m_unasked_bytes = 0; // since the last ping
     std::string m_problem;
-    bool m_tcp_connected = false;
     bool m_ready = false;
 };
 

@@ -1,8 +1,8 @@
 #include "platform/axevent/mqtt_settings.h"
 
 #include "platform/axevent/environment.h"
+#include "platform/axevent/mqtt_packet.h"
 
-#include <mosquitto.h>
 #include <unistd.h>
 
 namespace host_events {
@@ -29,15 +29,18 @@ bool split_address(const std::string& address, MqttSettings& settings) {
     return true;
 }
 
-bool is_topic(const std::string& topic) {
-    return g_utf8_validate(topic.c_str(), -1, nullptr) != FALSE && topic.front() != '/' && topic.back() != '/' &&
-           mosquitto_pub_topic_check(topic.c_str()) == MOSQ_ERR_SUCCESS;
+/** The beginning of a topic, with room for the rest of it. */
+bool begins_topic(const std::string& topic) {
+    constexpr size_t longest = 1000;
+    return is_topic(topic) && topic.size() <= longest && topic.front() != '/' && topic.back() != '/';
 }
 
 /** The file's text without the line's end that editors and `echo` leave. */
 bool read_password(const std::string& path, std::string& password) {
     g_autofree gchar* text = nullptr;
-    if (g_file_get_contents(path.c_str(), &text, nullptr, nullptr) == FALSE) {
+    // Anything but a file could keep the start waiting.
+    if (g_file_test(path.c_str(), G_FILE_TEST_IS_REGULAR) == FALSE ||
+        g_file_get_contents(path.c_str(), &text, nullptr, nullptr) == FALSE) {
         return false;
     }
     password = text;
@@ -74,6 +77,11 @@ std::optional<MqttSettings> mqtt_settings_from_environment(std::string& problem)
         problem = "KORVEX_MQTT_PASSWORD_FILE: cannot read " + password_file;
         return std::nullopt;
     }
+    if (settings.user.size() > longest_text || settings.password.size() > longest_text) {
+        problem =
+            "KORVEX_MQTT_USER and the password must not be longer than " + std::to_string(longest_text) + " bytes";
+        return std::nullopt;
+    }
     settings.ca_file = environment("KORVEX_MQTT_CA_FILE");
     if (!settings.ca_file.empty() && access(settings.ca_file.c_str(), R_OK) != 0) {
         problem = "KORVEX_MQTT_CA_FILE: cannot read " + settings.ca_file;
@@ -85,7 +93,7 @@ std::optional<MqttSettings> mqtt_settings_from_environment(std::string& problem)
     if (std::getenv("KORVEX_MQTT_DISCOVERY") != nullptr) {
         settings.discovery = environment("KORVEX_MQTT_DISCOVERY");
     }
-    if (!is_topic(settings.prefix) || (!settings.discovery.empty() && !is_topic(settings.discovery))) {
+    if (!begins_topic(settings.prefix) || (!settings.discovery.empty() && !begins_topic(settings.discovery))) {
         problem = "KORVEX_MQTT_PREFIX and KORVEX_MQTT_DISCOVERY must be topics without wildcards, with no '/' at "
                   "either end";
         return std::nullopt;
@@ -95,6 +103,12 @@ std::optional<MqttSettings> mqtt_settings_from_environment(std::string& problem)
         settings.queue_path = default_queue_path();
     }
     return settings;
+}
+
+bool shows_password(const MqttSettings& settings) {
+    const bool this_machine =
+        settings.host == "localhost" || settings.host == "::1" || settings.host.starts_with("127.");
+    return !settings.password.empty() && settings.ca_file.empty() && !this_machine;
 }
 
 } // namespace host_events

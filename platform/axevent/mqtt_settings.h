@@ -22,4 +22,7 @@ struct MqttSettings {
     in it when a variable is wrong. */
 std::optional<MqttSettings> mqtt_settings_from_environment(std::string& problem);
 
+/** A password that others may read on its way: it goes without TLS to another machine. */
+bool shows_password(const MqttSettings& settings);
+
 } // namespace host_events

@@ -1,7 +1,5 @@
 #include "platform/axevent/mqtt_worker.h"
 
-#include "platform/axevent/complain.h"
-
 #include <poll.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
@@ -17,7 +15,7 @@ using namespace std::chrono_literals;
 constexpr size_t queue_limit = 10000;
 constexpr auto first_rest = 200ms;
 constexpr std::chrono::milliseconds longest_rest = 5s;
-/** A broker that takes the connection and says nothing is away as well. */
+/** A broker that takes the connection and confirms nothing is away as well. */
 constexpr auto answer_time = 10s;
 /** The client library wants to be called about once a second, to keep the connection alive. */
 constexpr std::chrono::milliseconds step_time = 1s;
@@ -46,7 +44,8 @@ class MqttWorker::Visit {
             drain(m_worker.m_wake);
             if (m_connection.is_ready()) {
                 serve();
-            } else if (Clock::now() >= answer_by) {
+            }
+            if (!m_worked && Clock::now() >= answer_by) {
                 m_problem = "it does not answer";
                 return false;
             }
@@ -67,7 +66,9 @@ class MqttWorker::Visit {
         }
     }
 
-    bool was_ready() const { return m_connection.is_ready(); }
+    /** The broker has confirmed something: it is one that may be asked again soon. */
+    bool has_worked() const { return m_worked; }
+    bool is_distrusted() const { return m_connection.is_distrusted(); }
     const std::string& problem() const { return m_problem.empty() ? m_connection.problem() : m_problem; }
 
   private:
@@ -86,6 +87,10 @@ class MqttWorker::Visit {
             greet();
         }
         announce();
+        if (!m_worked && !m_connection.is_waiting(m_online)) {
+            m_worked = true;
+            m_worker.m_news.back(m_worker.m_queue.size());
+        }
         if (m_on_its_way && !m_connection.is_waiting(m_on_its_way->number)) {
             if (m_on_its_way->number != 0) {
                 m_worker.m_delivered[m_on_its_way->entry.message.topic] = m_on_its_way->entry.message.payload;
@@ -104,8 +109,7 @@ class MqttWorker::Visit {
 
     void greet() {
         m_greeted = true;
-        m_worker.report_back();
-        m_connection.publish(availability_message(m_worker.m_settings, true));
+        m_online = m_connection.publish(availability_message(m_worker.m_settings, true));
         for (const auto& [topic, payload] : m_worker.m_delivered) {
             m_connection.publish({topic, payload});
         }
@@ -137,6 +141,8 @@ class MqttWorker::Visit {
     MqttConnection m_connection;
     std::string m_problem;
     bool m_greeted = false;
+    int m_online = 0; // the number of the first message
+    bool m_worked = false;
     size_t m_announced = 0;
     std::optional<OnItsWay> m_on_its_way;
     std::optional<int> m_offline;
@@ -180,8 +186,8 @@ void MqttWorker::run() {
         if (visit.run()) {
             return;
         }
-        report_away(visit.problem());
-        pause = visit.was_ready() ? first_rest : pause;
+        m_news.away(visit.problem(), visit.is_distrusted());
+        pause = visit.has_worked() ? first_rest : pause;
         if (!rest(pause)) {
             return;
         }
@@ -212,21 +218,6 @@ bool MqttWorker::rest(std::chrono::milliseconds time) {
         poll(&file, 1, static_cast<int>(left.count()));
         drain(m_wake);
     }
-}
-
-void MqttWorker::report_away(const std::string& problem) {
-    if (!m_away_reported) {
-        complain("the broker " + m_settings.host + ":" + std::to_string(m_settings.port) + " is away (" + problem +
-                 "); changes wait for it");
-    }
-    m_away_reported = true;
-}
-
-void MqttWorker::report_back() {
-    if (m_away_reported) {
-        complain("the broker is there again; " + std::to_string(m_queue.size()) + " changes waited");
-    }
-    m_away_reported = false;
 }
 
 } // namespace host_events

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/axevent/broker_news.h"
 #include "platform/axevent/mqtt_connection.h"
 #include "platform/axevent/mqtt_queue.h"
 
@@ -47,8 +48,6 @@ class MqttWorker {
     void wake() const;
     /** False when it was woken to stop. */
     bool rest(std::chrono::milliseconds time);
-    void report_away(const std::string& problem);
-    void report_back();
 
     const MqttSettings m_settings;
     MqttQueue m_queue;
@@ -60,7 +59,7 @@ class MqttWorker {
 
     // the thread of `run` only
     std::map<std::string, std::string> m_delivered; // topic to payload, as last confirmed
-    bool m_away_reported = false;
+    BrokerNews m_news{m_settings};
 };
 
 } // namespace host_events

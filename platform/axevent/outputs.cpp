@@ -28,6 +28,10 @@ Outputs Outputs::from_environment() {
     std::string problem;
     const std::optional<MqttSettings> settings = mqtt_settings_from_environment(problem);
     if (settings) {
+        if (shows_password(*settings)) {
+            complain("the password for the broker " + settings->host +
+                     " goes through the network for everybody to read; KORVEX_MQTT_CA_FILE (--mqtt-ca) turns TLS on");
+        }
         outputs.m_mqtt = std::make_unique<MqttPublisher>(*settings);
     } else if (!problem.empty()) {
         complain(problem + "; events do not go to a broker");

@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 using host_events::Journal;
 using host_events::Occurrence;
@@ -86,6 +87,15 @@ TEST(Journal, SaysOnceForEachOutageThatItCannotWriteAndGoesOnAfterIt) {
     std::filesystem::remove_all(scratch / "folder");
     testing::internal::CaptureStderr();
     journal.write("lost again");
+    EXPECT_THAT(testing::internal::GetCapturedStderr(), testing::HasSubstr("cannot write the journal"));
+}
+
+TEST(Journal, DoesNotWaitForAReaderOfAPipe) {
+    const ScratchDirectory scratch;
+    ASSERT_EQ(mkfifo((scratch / "journal").c_str(), 0600), 0);
+    Journal journal(scratch / "journal", 1000, 1);
+    testing::internal::CaptureStderr();
+    journal.write("lost");
     EXPECT_THAT(testing::internal::GetCapturedStderr(), testing::HasSubstr("cannot write the journal"));
 }
 

@@ -85,10 +85,15 @@ TEST(MqttSettings, RefuseWhatIsWrongWithASentence) {
         {{{"KORVEX_MQTT_PASSWORD_FILE", "/nowhere"}}, "KORVEX_MQTT_PASSWORD_FILE is set, but KORVEX_MQTT_USER is not"},
         {{{"KORVEX_MQTT_USER", "me"}, {"KORVEX_MQTT_PASSWORD_FILE", "/nowhere"}},
          "KORVEX_MQTT_PASSWORD_FILE: cannot read /nowhere"},
+        {{{"KORVEX_MQTT_USER", "me"}, {"KORVEX_MQTT_PASSWORD_FILE", "/dev/zero"}},
+         "KORVEX_MQTT_PASSWORD_FILE: cannot read /dev/zero"},
+        {{{"KORVEX_MQTT_USER", std::string(65536, 'x')}},
+         "KORVEX_MQTT_USER and the password must not be longer than 65535 bytes"},
         {{{"KORVEX_MQTT_CA_FILE", "/nowhere"}}, "KORVEX_MQTT_CA_FILE: cannot read /nowhere"},
         {{{"KORVEX_MQTT_PREFIX", "a/#"}}, topics},
         {{{"KORVEX_MQTT_PREFIX", "a+b"}}, topics},
         {{{"KORVEX_MQTT_PREFIX", "/a"}}, topics},
+        {{{"KORVEX_MQTT_PREFIX", std::string(1001, 'a')}}, topics},
         {{{"KORVEX_MQTT_PREFIX", "a/"}}, topics},
         {{{"KORVEX_MQTT_PREFIX", "\xff"}}, topics},
         {{{"KORVEX_MQTT_DISCOVERY", "#"}}, topics},
@@ -99,6 +104,25 @@ TEST(MqttSettings, RefuseWhatIsWrongWithASentence) {
         EXPECT_FALSE(read(variables, problem));
         EXPECT_EQ(problem, sentence);
     }
+}
+
+TEST(MqttSettings, ShowAPasswordThatLeavesTheMachineWithoutTls) {
+    MqttSettings settings;
+    settings.password = "secret";
+    for (const char* host : {"broker.example", "192.168.1.2", "fe80::1", "localhost.example"}) {
+        settings.host = host;
+        EXPECT_TRUE(shows_password(settings)) << host;
+    }
+    settings.ca_file = "ca.pem";
+    EXPECT_FALSE(shows_password(settings));
+    settings.ca_file = "";
+    for (const char* host : {"localhost", "127.0.0.1", "127.1.2.3", "::1"}) {
+        settings.host = host;
+        EXPECT_FALSE(shows_password(settings)) << host;
+    }
+    settings.host = "broker.example";
+    settings.password = "";
+    EXPECT_FALSE(shows_password(settings));
 }
 
 } // namespace

@@ -1,9 +1,14 @@
 #include "platform/axevent/mqtt_worker.h"
+#include "tests/platform/axevent/fake_broker.h"
 #include "tests/platform/axevent/process.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <atomic>
+#include <filesystem>
+#include <iterator>
 #include <thread>
 
 using host_events::MqttQueue;
@@ -121,6 +126,79 @@ TEST(MqttWorker, TellsABrokerThatForgotTheLastStateAgain) {
     const std::string said = testing::internal::GetCapturedStderr();
     EXPECT_THAT(said, HasSubstr("axevent: the broker " + broker.address() + " is away ("));
     EXPECT_THAT(said, HasSubstr("axevent: the broker is there again; "));
+}
+
+std::ptrdiff_t entries_of(const char* folder) {
+    const std::filesystem::directory_iterator all(folder);
+    return std::distance(begin(all), end(all));
+}
+
+TEST(MqttWorker, LosesNothingToABrokerThatDiesTwentyTimesAndLeavesNothingBehind) {
+    constexpr int deaths = 20;
+    const auto threads = entries_of("/proc/self/task");
+    const auto descriptors = entries_of("/proc/self/fd");
+    std::vector<std::string> heard; // the broker's thread's until that has ended
+    std::atomic<size_t> news = 0;
+    std::atomic<int> connections = 0;
+    testing::internal::CaptureStderr();
+    {
+        const FakeBroker broker([&](const FakeBroker::Client& client) {
+            ++connections;
+            client.packet();
+            client.send(FakeBroker::accepted);
+            // The change that is under way when the broker dies has arrived, but is not confirmed.
+            for (bool dies = false; !dies;) {
+                const std::string packet = client.packet();
+                const size_t state = packet.find("state");
+                if (packet.empty()) {
+                    return;
+                }
+                const std::string payload = state == std::string::npos ? "" : packet.substr(state + 7);
+                const bool is_new = !payload.empty() && std::find(heard.begin(), heard.end(), payload) == heard.end();
+                if (is_new) {
+                    heard.push_back(payload);
+                    ++news;
+                }
+                dies = is_new && connections <= deaths;
+                const size_t number = 4 + static_cast<unsigned char>(packet[3]);
+                if (!dies && packet[0] == '\x33') {
+                    client.send(std::string("\x40\x02", 2) + packet.substr(number, 2));
+                }
+            }
+        });
+        Running running(settings_for(broker.port(), ""));
+        for (int number = 0; number < deaths + 5; ++number) {
+            running.worker.enqueue({"state", std::to_string(number)});
+        }
+        EXPECT_TRUE(eventually([&] { return news == deaths + 5; }));
+    }
+    testing::internal::GetCapturedStderr();
+    EXPECT_GT(connections, deaths);
+    ASSERT_EQ(heard.size(), size_t{deaths + 5});
+    for (int number = 0; number < deaths + 5; ++number) {
+        EXPECT_EQ(heard[static_cast<size_t>(number)], std::to_string(number));
+    }
+    EXPECT_TRUE(eventually([&] { return entries_of("/proc/self/task") == threads; }));
+    EXPECT_EQ(entries_of("/proc/self/fd"), descriptors);
+}
+
+TEST(MqttWorker, TakesABrokerThatConfirmsNothingForOneThatIsAway) {
+    std::atomic<int> connections = 0;
+    testing::internal::CaptureStderr();
+    int port = 0;
+    {
+        const FakeBroker broker([&](const FakeBroker::Client& client) {
+            ++connections;
+            client.packet();
+            client.send(FakeBroker::accepted);
+            client.packet();
+        });
+        port = broker.port();
+        Running running(settings_for(port, ""));
+        EXPECT_TRUE(eventually([&] { return connections >= 4; }));
+    }
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "axevent: the broker 127.0.0.1:" + std::to_string(port) +
+                                                          " is away (The connection was lost.); changes wait for it\n");
 }
 
 TEST(MqttWorker, SaysOnceThatTheBrokerIsAwayAndEndsAtOnce) {

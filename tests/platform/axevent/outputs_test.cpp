@@ -80,4 +80,19 @@ TEST(Outputs, DoWithoutTheBrokerWhenItsVariablesAreWrong) {
     EXPECT_EQ(stdout_of(outputs), "12:00 Alert: started\n");
 }
 
+TEST(Outputs, WarnOfAPasswordThatEverybodyCanRead) {
+    const ScratchDirectory scratch;
+    std::ofstream(scratch / "password") << "secret\n";
+    // No name service has such a name, so that nobody is asked for it.
+    const Variable broker("KORVEX_MQTT", "no such host:1883");
+    const Variable user("KORVEX_MQTT_USER", "me");
+    const Variable password("KORVEX_MQTT_PASSWORD_FILE", scratch / "password");
+    testing::internal::CaptureStderr();
+    Outputs::from_environment();
+    const std::string said = testing::internal::GetCapturedStderr();
+    EXPECT_EQ(said.substr(0, said.find('\n')),
+              "axevent: the password for the broker no such host goes through the network for everybody to read; "
+              "KORVEX_MQTT_CA_FILE (--mqtt-ca) turns TLS on");
+}
+
 } // namespace

@@ -2,6 +2,7 @@
 
 #include "app/blocked_signals.h"
 #include "platform/axoverlay/jpeg_encoder.h"
+#include "platform/axoverlay/priority.h"
 
 #include <algorithm>
 #include <chrono>
@@ -100,6 +101,7 @@ void Broadcasts::stop() {
 }
 
 void Broadcasts::run(Broadcast& broadcast) {
+    give_way_to_all();
     std::string why;
     try {
         broadcast.video->start();

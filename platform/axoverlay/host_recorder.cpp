@@ -3,6 +3,7 @@
 #include "app/blocked_signals.h"
 #include "platform/axoverlay/annotated_video.h"
 #include "platform/axoverlay/mp4_file.h"
+#include "platform/axoverlay/priority.h"
 #include "platform/axoverlay/resolutions.h"
 
 #include <algorithm>
@@ -67,6 +68,7 @@ class Recorder::Session {
 
   private:
     void run() {
+        give_way_to_all();
         try {
             const auto begin = std::chrono::steady_clock::now();
             std::string why;

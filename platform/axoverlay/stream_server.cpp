@@ -2,6 +2,7 @@
 
 #include "app/blocked_signals.h"
 #include "platform/axoverlay/http_response.h"
+#include "platform/axoverlay/priority.h"
 #include "platform/axoverlay/resolutions.h"
 #include "platform/axoverlay/stream_request.h"
 
@@ -9,6 +10,7 @@
 #include <cerrno>
 #include <cstring>
 #include <stdexcept>
+#include <thread>
 #include <utility>
 
 namespace host_overlay {
@@ -78,13 +80,22 @@ void StreamServer::listen_on(const ListenAddress& listen) {
         m_socket.emplace(listen.path);
         where[0] = {MHD_OPTION_LISTEN_SOCKET, m_socket->take(), nullptr};
     }
-    const blocked_signals blocked;
-    errno = 0;
-    m_daemon.reset(MHD_start_daemon(flags, 0, nullptr, nullptr, answer, this, MHD_OPTION_ARRAY, where.data(),
-                                    MHD_OPTION_NOTIFY_COMPLETED, completed, this, MHD_OPTION_CONNECTION_LIMIT,
-                                    kConnections, MHD_OPTION_CONNECTION_TIMEOUT, kStalledSeconds, MHD_OPTION_END));
+    int failure = 0;
+    const auto start = [&] {
+        give_way_to_analysis();
+        errno = 0;
+        m_daemon.reset(MHD_start_daemon(flags, 0, nullptr, nullptr, answer, this, MHD_OPTION_ARRAY, where.data(),
+                                        MHD_OPTION_NOTIFY_COMPLETED, completed, this, MHD_OPTION_CONNECTION_LIMIT,
+                                        kConnections, MHD_OPTION_CONNECTION_TIMEOUT, kStalledSeconds, MHD_OPTION_END));
+        failure = errno;
+    };
+    {
+        // A thread takes over its maker's niceness and blocked signals: the server's has a maker of its own.
+        const blocked_signals blocked;
+        std::thread(start).join();
+    }
     if (m_daemon == nullptr) {
-        throw std::runtime_error(std::strerror(errno));
+        throw std::runtime_error(std::strerror(failure));
     }
     m_address = listen.text;
     if (listen.path.empty()) {

@@ -3,8 +3,13 @@
 #include "platform/axoverlay/host_streams.h"
 #include "tests/platform/axoverlay/fake_vdo.h"
 
+#include <sched.h>
+#include <sys/resource.h>
+#include <sys/syscall.h>
 #include <turbojpeg.h>
+#include <unistd.h>
 
+#include <atomic>
 #include <cstdlib>
 #include <thread>
 
@@ -54,6 +59,20 @@ std::string new_folder(const std::string& name) {
     std::string path = testing::TempDir() + name + "_XXXXXX";
     EXPECT_NE(mkdtemp(path.data()), nullptr) << path;
     return path;
+}
+
+namespace {
+
+std::atomic<bool> low_priorities = false;
+
+} // namespace
+
+LowPriorities::LowPriorities() {
+    low_priorities = true;
+}
+
+LowPriorities::~LowPriorities() {
+    low_priorities = false;
 }
 
 OverlayApplication::OverlayApplication() {
@@ -112,3 +131,14 @@ void OverlayApplication::adjust(gint, axoverlay_stream_data* stream, axoverlay_p
 }
 
 } // namespace test_video
+
+// These stand before the library's own.
+
+extern "C" int sched_setscheduler(pid_t thread, int policy, const sched_param* parameters) noexcept {
+    return test_video::low_priorities ? static_cast<int>(syscall(SYS_sched_setscheduler, thread, policy, parameters))
+                                      : 0;
+}
+
+extern "C" int setpriority(__priority_which_t which, id_t who, int niceness) noexcept {
+    return test_video::low_priorities ? static_cast<int>(syscall(SYS_setpriority, which, who, niceness)) : 0;
+}

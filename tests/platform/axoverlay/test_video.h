@@ -39,6 +39,18 @@ testing::AssertionResult becomes_true(const std::function<bool()>& condition);
 /** Makes an empty folder; the caller removes it. */
 std::string new_folder(const std::string& name);
 
+/**
+ * Lets threads have the low priority that they ask for, while it lives. Else they keep that of the tests, which may be
+ * many at once on a small machine: nothing would ever be left over for such a thread.
+ */
+class LowPriorities {
+  public:
+    LowPriorities();
+    ~LowPriorities();
+    LowPriorities(const LowPriorities&) = delete;
+    LowPriorities& operator=(const LowPriorities&) = delete;
+};
+
 /** An application with one overlay: every test draws what it likes. */
 class OverlayApplication : public testing::Test {
   protected:

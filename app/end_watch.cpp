@@ -49,7 +49,7 @@ void end_watch::loop_runs() {
 void end_watch::asked() {
     m_asked = true;
     if (m_watching)
-        pthread_kill(m_watch, SIGTERM);
+        pthread_kill(m_watch, SIGTERM); // NOLINT(bugprone-bad-signal-to-kill-thread): it waits for it
 }
 
 void end_watch::end_start() const {
@@ -86,7 +86,7 @@ void end_watch::watch() {
         _exit(1);
     }
     if (!m_asked)
-        pthread_kill(m_main, SIGTERM); // which takes it when it waits the next time
+        pthread_kill(m_main, SIGTERM); // NOLINT(bugprone-bad-signal-to-kill-thread): its handler, when it waits again
     wait_for_the_end();
     end_by_force();
 }

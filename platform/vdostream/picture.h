@@ -16,6 +16,9 @@ using frame_bytes = std::shared_ptr<std::uint8_t[]>;
 /**
  * One picture of a source, in the source's own size. Nothing is converted, or drawn, before a stream asks; then once
  * for each geometry, however many streams of it there are. Any thread.
+ *
+ * Nobody waits for another's conversion: the other may be a viewer's thread, which gets a processor only when nothing
+ * else wants one. So two that ask for the same geometry at the same time both convert, and the first to end is taken.
  */
 class picture {
   public:
@@ -24,18 +27,23 @@ class picture {
     /** The picture as a frame of that geometry; null when it cannot be converted or memory is short. */
     frame_bytes in_geometry(const geometry& shape);
 
+    /** Draws or decodes now what every geometry is converted from, so that no stream has to wait while another does. */
+    void prepare();
+
     /** Counts the source's pictures from 1, across loops and reopenings. Set before the picture is published. */
     std::uint64_t sequence = 0;
     /** Running time of the source, 0 at its first picture, always growing. Set before the picture is published. */
     double seconds = 0.0;
 
   protected:
-    /** The pixels, valid as long as the picture; false when there are none. Called with the lock held, until it works.
-     */
+    /** The pixels, valid and unchanged as long as the picture; false when there are none. Called with the lock held;
+     * when it has worked it only hands them out. */
     virtual bool native(nv12_view& view) = 0;
 
   private:
-    std::mutex m_Lock;
+    frame_bytes made_in(const geometry& shape) const;
+
+    std::mutex m_Lock; // guards the rest
     std::vector<std::pair<geometry, frame_bytes>> m_Converted;
 };
 

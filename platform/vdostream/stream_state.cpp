@@ -38,9 +38,12 @@ bool buffer_book::remove(VdoBuffer* buffer) {
 
 stream_state::stream_state(const stream_settings& settings, VdoBufferFinalizer finalizer,
                            std::shared_ptr<video_source> source)
-    : m_Settings(settings), m_Finalizer(finalizer), m_Source(std::move(source)) {}
+    : m_Settings(settings), m_Finalizer(finalizer), m_Source(std::move(source)) {
+    m_Source->count_stream(1);
+}
 
 stream_state::~stream_state() {
+    m_Source->count_stream(-1);
     std::set<VdoBuffer*> left;
     {
         const std::lock_guard<std::mutex> guard(m_Book->lock);

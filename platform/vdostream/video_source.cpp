@@ -199,6 +199,9 @@ void video_source::read_until_it_ends(std::string& why) {
         }
         next->seconds += m_LoopBase;
         ++m_ReadSinceOpen;
+        if (m_Streams > 1) {
+            next->prepare();
+        }
         if (!wait_for_turn(next->seconds)) {
             return;
         }

@@ -74,6 +74,8 @@ class video_source : public std::enable_shared_from_this<video_source> {
     bool wait_until(const std::function<bool()>& ready, const std::atomic<bool>& running, clock::time_point deadline);
     /** Makes every waiting thread look again. */
     void wake();
+    /** A stream comes (1) or goes (-1). With several of them each picture is prepared before they get it. */
+    void count_stream(int change) { m_Streams += change; }
 
     /** Replay only: makes the last picture at or before `seconds` the current one; false beyond the end of the video.
      */
@@ -102,6 +104,7 @@ class video_source : public std::enable_shared_from_this<video_source> {
     const std::unique_ptr<reader> m_Reader;
     const bool m_Replay;
     const source_timing m_Timing;
+    std::atomic<int> m_Streams = 0;
 
     // Reading thread, or whoever holds m_ReplayLock.
     double m_LoopBase = 0.0;

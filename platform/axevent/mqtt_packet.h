@@ -12,7 +12,7 @@
 namespace host_events {
 
 /** No packet of a broker may be longer: those that this client needs have four bytes. */
-inline constexpr std::size_t longest_from_broker = 64 * 1024;
+inline constexpr std::size_t longest_from_broker = 65536;
 /** A text that goes with its length in two bytes. */
 inline constexpr std::size_t longest_text = 65535;
 

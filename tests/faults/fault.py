@@ -148,6 +148,11 @@ def free_port():
         return listener.getsockname()[1]
 
 
+def listens(port):
+    with socket.socket() as client:
+        return client.connect_ex(("127.0.0.1", port)) == 0
+
+
 def run(*arguments, **options):
     """What a command that is to succeed prints."""
     return subprocess.run([str(argument) for argument in arguments], check=True, capture_output=True, text=True, **options).stdout
@@ -413,6 +418,11 @@ def clean_up(work, status):
             if said := path.read_text(errors="replace").strip():
                 print(f"--- {path.name}, its end\n{said[-1000:]}", flush=True)
     within(20, lambda: not [kill(pid) for pid in started_in(work)])
+    try:
+        while os.waitpid(-1, os.WNOHANG) != (0, 0):
+            pass
+    except ChildProcessError:
+        pass  # every child has been collected
     shutil.rmtree(work, ignore_errors=True)
     shutil.rmtree(Path("/var/tmp", work.name), ignore_errors=True)
 

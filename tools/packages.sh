@@ -41,6 +41,8 @@ install_packages() {
             fail "some packages are missing; have them installed with: apt-get install --no-install-recommends ${missing[*]}"
         as_root=(sudo)
     fi
+    # Whom sudo has made root only a Ctrl-C of its own can end.
+    [ "${#as_root[@]}" -eq 0 ] || as_root=(env --default-signal=INT "${as_root[@]}")
     local -a apt=(env DEBIAN_FRONTEND=noninteractive apt-get -q -o DPkg::Lock::Timeout=300)
     update_lists "${missing[@]}"
     say "Installing ${#missing[@]} Debian packages:"

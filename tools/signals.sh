@@ -1,17 +1,15 @@
-# A Ctrl-C, a closed terminal and a TERM to this command while its program does not run; sourced.
+# What a TERM to this command does; sourced. The trap is the caller's, and never changes.
 
-is_heard=
-listen_for_signals() {
-    trap 'end_early 2' INT
-    trap 'end_early 15' TERM
-    trap 'end_early 1' HUP
-}
-
-# end_early SIGNAL
-end_early() {
-    trap '' INT TERM HUP
+is_supervising= is_heard=
+# Once its program runs it is the program that ends first.
+asked_to_end() {
+    if [ -n "$is_supervising" ]; then
+        stop_program
+        return 0 # not the status of what was interrupted
+    fi
+    trap '' TERM HUP
     [ -z "$is_heard" ] || end_all "${!-}"
-    exit $((128 + $1))
+    exit 143
 }
 
 # heard COMMAND...: runs what takes long, so that a signal ends it at once; bash would hear one only after it.

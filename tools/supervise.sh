@@ -5,7 +5,6 @@ program_pid=
 program_niceness=0 # an analysis that is to keep its pace asks for less
 stopping=
 
-# Ctrl-C, a closed terminal and a TERM to this command all mean: end cleanly.
 stop_program() {
     [ -z "$stopping" ] || return 0
     stopping=1
@@ -23,7 +22,7 @@ child_of_view() {
 supervise() {
     local info=$1 main status=0
     shift
-    trap stop_program INT TERM HUP
+    is_supervising=1
     if [ -n "$info" ]; then
         : >"$info"
         (with_niceness "$program_niceness" "$@") 7>"$info" 8>&- &
@@ -43,7 +42,7 @@ supervise() {
     while wait "$main" && status=0 || status=$?; kill -0 "$main" 2>/dev/null; do
         await_end "$main"
     done
-    listen_for_signals
+    is_supervising=
     return "$status"
 }
 

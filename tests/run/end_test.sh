@@ -6,10 +6,10 @@ state=$work/state
 not() { ! "$@"; }
 runs() { grep -q -s '^State:[[:space:]]*[^ZX]' "/proc/$1/status"; }
 
-# start ARGUMENT...: a shell without a terminal lets what it starts in the background ignore SIGINT.
+# start ARGUMENT...: in a group of its own. A shell without a terminal lets what it starts in the background ignore SIGINT.
 start() {
     rm -f "$work/out" "$work/err"
-    env --default-signal=INT "$run" --state "$state" "$@" >"$work/out" 2>"$work/err" &
+    setsid env --default-signal=INT "$run" --state "$state" "$@" >"$work/out" 2>"$work/err" &
     pid=$!
 }
 
@@ -28,7 +28,9 @@ deaf=
 for ((after = 0; after < 500; after += 30)); do
     start
     sleep "$(printf '0.%03d' "$after")"
-    kill -INT "$pid" 2>/dev/null || true
+    # To ./run alone, or to all of its group as a terminal does.
+    [ $((after % 60)) -eq 0 ] && to=$pid || to=-$pid
+    kill -INT -- "$to" 2>/dev/null || true
     within 60 not runs "$pid" || {
         deaf+=" $after"
         kill -KILL "$pid"

@@ -128,7 +128,7 @@ TEST_F(PictureTest, IsMadeByWhoTakesItUntilThereAreSeveralStreamsThenByTheReadin
         next->seconds = index++ / 100.0;
         return vdostream::read_result::picture;
     };
-    const auto source = std::make_shared<vdostream::video_source>("drawn", std::move(reader), false);
+    const auto source = vdostream::video_source::make("drawn", std::move(reader), false);
     std::string why;
     ASSERT_TRUE(source->open(why)) << why;
     constexpr vdostream::stream_settings settings = {other_shape, 0, false};

@@ -38,7 +38,7 @@ class Recorder::Session {
   public:
     explicit Session(const RecorderOptions& options)
         : m_geometry(checked_geometry(options)), m_video(m_geometry, AXOVERLAY_STREAM_H264),
-          m_file(options.path, m_geometry.picture_width(), m_geometry.picture_height()) {
+          m_file(options.path, m_geometry.picture_width(), m_geometry.picture_height()), m_stopped(options.stopped) {
         m_video.start();
         if (!options.replay) {
             const blocked_signals blocked;
@@ -80,8 +80,11 @@ class Recorder::Session {
                     std::this_thread::sleep_for(kFailurePause); // a silent camera may come back
                 }
             }
-        } catch (...) {
+        } catch (const std::exception& failure) {
             m_failure = std::current_exception();
+            if (m_stopped) {
+                m_stopped(failure.what());
+            }
         }
     }
 
@@ -96,6 +99,7 @@ class Recorder::Session {
     const Geometry m_geometry;
     AnnotatedVideo m_video;
     Mp4File m_file;
+    const std::function<void(const std::string&)> m_stopped;
     std::atomic<bool> m_ending = false;
     std::exception_ptr m_failure; ///< the thread's, read after it has been joined
     std::thread m_thread;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -13,6 +14,8 @@ struct RecorderOptions {
     bool mirrored = false;
     /** Pictures come by take() instead of at the video's own pace. */
     bool replay = false;
+    /** Live only: called once, on the recording's thread, when it cannot go on; the reason is no whole sentence. */
+    std::function<void(const std::string& why)> stopped{};
 };
 
 /**
@@ -26,14 +29,14 @@ struct RecorderOptions {
 class Recorder {
   public:
     explicit Recorder(const RecorderOptions& options);
-    /** Gives up the file when finish() was not called. */
+    /** Leaves the file as it is when finish() was not called. */
     ~Recorder();
     Recorder(const Recorder&) = delete;
     Recorder& operator=(const Recorder&) = delete;
 
     /** Replay only: adds the current picture with the overlay of the last redraw, at that time of the video. */
     void take(double seconds);
-    /** Ends the recording and makes the file playable; throws also what a live recording had failed with meanwhile. */
+    /** Ends the recording; throws also what a live recording had failed with meanwhile. */
     void finish();
 
   private:

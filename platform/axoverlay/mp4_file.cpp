@@ -20,6 +20,8 @@ namespace {
 constexpr AVRational kTimeBase{1, 90000};
 /** Pictures between two that a player can jump to; a few seconds at any rate that a camera has. */
 constexpr int kKeyInterval = 50;
+/** Of a fragment. With what the encoder looks ahead, a process that is killed loses less than a second. */
+constexpr auto kFragmentMicroseconds = "500000";
 
 int check(int result, const std::string& what) {
     if (result < 0) {
@@ -103,7 +105,14 @@ void Mp4File::open_file(const std::string& path) {
     // No date and no version string in the file, so that equal videos are equal files.
     m_file->flags |= AVFMT_FLAG_BITEXACT;
     check(avio_open(&m_file->pb, path.c_str(), AVIO_FLAG_WRITE), "cannot write " + path);
-    check(avformat_write_header(m_file.get(), nullptr), "cannot write " + path);
+    // What is written goes to the file at once, and a full disk is noticed then.
+    m_file->flags |= AVFMT_FLAG_FLUSH_PACKETS;
+    AVDictionary* options = nullptr;
+    av_dict_set(&options, "movflags", "empty_moov+default_base_moof", 0);
+    av_dict_set(&options, "frag_duration", kFragmentMicroseconds, 0);
+    const int written = avformat_write_header(m_file.get(), &options);
+    av_dict_free(&options);
+    check(written, "cannot write " + path);
 }
 
 void Mp4File::add(const Nv12Picture& picture, double seconds) {
@@ -132,11 +141,16 @@ void Mp4File::encode(AVFrame* frame) {
         m_packet->stream_index = 0;
         m_packet->duration = m_gap; // counts for the last picture only, which would not be shown without
         av_packet_rescale_ts(m_packet.get(), kTimeBase, m_file->streams[0]->time_base);
-        check(av_interleaved_write_frame(m_file.get(), m_packet.get()), "cannot write the video");
+        write(m_packet.get());
     }
     if (result != AVERROR(EAGAIN) && result != AVERROR_EOF) {
         check(result, "cannot encode the picture");
     }
+}
+
+void Mp4File::write(AVPacket* packet) {
+    check(av_interleaved_write_frame(m_file.get(), packet), "cannot write the video");
+    check(m_file->pb->error, "cannot write the video");
 }
 
 void Mp4File::finish() {

@@ -13,20 +13,22 @@ struct AVPacket;
 namespace host_overlay {
 
 /**
- * An H.264 video in an MP4 file, written picture by picture. The file is playable once finish() has returned. Equal
- * pictures and times give equal bytes. Failures are std::runtime_error with FFmpeg's reason. One thread at a time.
+ * An H.264 video in an MP4 file, written picture by picture in fragments of half a second, so that what has been
+ * written is playable whatever becomes of the process or the disk. Equal pictures and times give equal bytes. Failures
+ * are std::runtime_error with the system's or FFmpeg's reason. One thread at a time.
  */
 class Mp4File {
   public:
     Mp4File(const std::string& path, int width, int height);
-    /** Gives the file up as it is when finish() was not called. */
+    /** Leaves the file as it is when finish() was not called. */
     ~Mp4File();
     Mp4File(const Mp4File&) = delete;
     Mp4File& operator=(const Mp4File&) = delete;
 
     /** Adds a picture shown from `seconds` on; one that is not later than the one before is left out. */
     void add(const Nv12Picture& picture, double seconds);
-    /** Writes what the encoder still holds and the file's index. Nothing can be added afterwards. */
+    /** Writes what the encoder still holds, and an index by which players jump faster. Nothing can be added afterwards.
+     */
     void finish();
 
   private:
@@ -40,6 +42,7 @@ class Mp4File {
     void open_encoder(int width, int height);
     void open_file(const std::string& path);
     void encode(AVFrame* frame);
+    void write(AVPacket* packet);
 
     std::unique_ptr<AVFormatContext, Releaser> m_file;
     std::unique_ptr<AVCodecContext, Releaser> m_encoder;

@@ -14,6 +14,7 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -120,14 +121,15 @@ class Recording {
         }
         try {
             recorder_.emplace(host_overlay::RecorderOptions{options_.record, options_.width, options_.height,
-                                                            g_ParameterController.get_rotation(), false, false});
+                                                            g_ParameterController.get_rotation(), false, false,
+                                                            [this](const std::string& why) { tell_of_stop(why); }});
         } catch (const std::exception& failure) {
             fail(failure);
             raise(SIGTERM);
         }
     }
 
-    /** Makes the file playable; false when there is none that is. */
+    /** Completes the file; false when there is none, or it ends before the run did. */
     bool finish() {
         try {
             if (recorder_) {
@@ -142,12 +144,22 @@ class Recording {
   private:
     void fail(const std::exception& failure) {
         failed_ = true;
-        std::fprintf(stderr, "live: no recording: %s.\n", failure.what());
+        if (!told_) {
+            std::fprintf(stderr, "live: no recording: %s.\n", failure.what());
+        }
+    }
+
+    /** On the recording's thread, when it happens: nobody looks after a recording before the end. */
+    void tell_of_stop(const std::string& why) {
+        told_ = true;
+        std::fprintf(stderr, "live: the recording %s has stopped: %s; what it holds can be played.\n",
+                     options_.record.c_str(), why.c_str());
     }
 
     const console::Options options_;
-    std::optional<host_overlay::Recorder> recorder_;
     bool failed_ = false;
+    std::atomic<bool> told_ = false;
+    std::optional<host_overlay::Recorder> recorder_; // whose thread uses the others
 };
 
 int run(const console::Options& options) {

@@ -6,8 +6,10 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <filesystem>
 #include <stdexcept>
+#include <string>
 #include <thread>
 
 namespace {
@@ -91,6 +93,25 @@ TEST_F(HostRecorder, live_a_silent_camera_only_pauses_it) {
     ASSERT_TRUE(test_video::becomes_true([] { return fake_vdo::pictures_handed_out() >= 5; }));
     recorder.finish();
     EXPECT_GE(read_mp4(options.path).seconds.size(), 4U);
+}
+
+TEST_F(HostRecorder, live_a_full_disk_is_told_when_it_happens) {
+    start();
+    options.path = "/dev/full";
+    std::string why;
+    std::atomic<bool> told = false;
+    options.stopped = [&](const std::string& reason) {
+        why = reason;
+        told = true;
+    };
+    try {
+        Recorder recorder(options);
+        EXPECT_TRUE(test_video::becomes_true([&] { return told.load(); }));
+        EXPECT_THROW(recorder.finish(), std::runtime_error);
+    } catch (const std::runtime_error& refused) {
+        why = refused.what(); // the file's head alone may be too much already
+    }
+    EXPECT_NE(why.find("No space left on device"), std::string::npos) << why;
 }
 
 TEST_F(HostRecorder, what_cannot_be_recorded_is_said_at_once) {

@@ -2,12 +2,18 @@
 #include "tests/platform/axoverlay/mp4_reader.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <random>
 #include <stdexcept>
+#include <string>
 
 namespace {
 
@@ -89,6 +95,45 @@ TEST_F(Mp4FileTest, a_place_that_cannot_be_written_is_a_clear_error) {
     } catch (const std::runtime_error& failure) {
         EXPECT_STREQ(failure.what(), "cannot write /nowhere/at/all.mp4: No such file or directory");
     }
+}
+
+TEST_F(Mp4FileTest, is_playable_to_its_last_second_when_nobody_finishes_it) {
+    Mp4File file(path, 320, 180);
+    for (int i = 0; i < 250; ++i) {
+        file.add(grey(320, 180, 20 + i % 200), 0.04 * i);
+    }
+    // As a process that is killed now would leave it.
+    const Mp4Content content = read_mp4(path);
+    ASSERT_FALSE(content.seconds.empty());
+    EXPECT_GE(content.seconds.back(), 249 * 0.04 - 1.0);
+}
+
+TEST_F(Mp4FileTest, is_playable_to_where_the_disk_was_full) {
+    const pid_t child = fork();
+    if (child == 0) {
+        // As many bytes as there is room for.
+        std::signal(SIGXFSZ, SIG_IGN);
+        const rlimit room{60000, 60000};
+        setrlimit(RLIMIT_FSIZE, &room);
+        int status = 1;
+        try {
+            Mp4File file(path, 320, 180);
+            std::mt19937 noise(1);
+            for (int i = 0; i < 500; ++i) {
+                Nv12Picture picture = grey(320, 180, 100);
+                std::generate_n(picture.luma(), picture.luma_size(),
+                                [&] { return static_cast<std::uint8_t>(noise()); });
+                file.add(picture, 0.04 * i);
+            }
+        } catch (const std::runtime_error& failure) {
+            status = std::string(failure.what()) == "cannot write the video: File too large" ? 0 : 2;
+        }
+        _exit(status);
+    }
+    int status = -1;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
+    EXPECT_GE(read_mp4(path).seconds.size(), 1U);
 }
 
 TEST_F(Mp4FileTest, a_full_disk_is_an_error) {

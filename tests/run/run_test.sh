@@ -8,6 +8,9 @@ list_places() { ls -laR --time-style=+ /usr/local/packages /mnt/flash 2>&1 || tr
 before=$(list_places)
 
 start() {
+    # What the last one said must not be taken for this one's.
+    : >"$work/out"
+    : >"$work/err"
     # Slow passes under a sanitizer must not hide the status that is waited for.
     "$run" --state "$state" --set MainLoopTime=2000 "$@" >"$work/out" 2>"$work/err" &
     pid=$!

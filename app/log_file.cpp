@@ -8,6 +8,8 @@
 #include <array>
 #include <cerrno>
 
+// The calls with 64 in their names: a file's size is whole on a camera of 32 bits, too.
+
 namespace {
 
 constexpr mode_t kMode = 0666; // less what the process's mask takes away
@@ -28,9 +30,9 @@ int flags_of(log_file::use what_for) {
 
 /** Neither waits for the other end of a pipe nor for a device. */
 int open_regular(const std::string& path, int flags) {
-    const int descriptor = open(path.c_str(), flags | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, kMode);
-    struct stat status {};
-    if (descriptor >= 0 && (fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode))) {
+    const int descriptor = open64(path.c_str(), flags | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, kMode);
+    struct stat64 status {};
+    if (descriptor >= 0 && (fstat64(descriptor, &status) != 0 || !S_ISREG(status.st_mode))) {
         close(descriptor);
         return -1;
     }
@@ -42,7 +44,7 @@ std::string_view read_block(int descriptor, block& into, int64_t begin, int64_t 
     const size_t wanted = std::min(static_cast<size_t>(std::max<int64_t>(end - begin, 0)), into.size());
     ssize_t got = 0;
     do
-        got = pread(descriptor, into.data(), wanted, begin);
+        got = pread64(descriptor, into.data(), wanted, begin);
     while (got < 0 && errno == EINTR);
     return {into.data(), got > 0 ? static_cast<size_t>(got) : 0};
 }
@@ -64,7 +66,7 @@ size_t write_all(std::string_view bytes, Write write_some) {
 
 bool write_at(int descriptor, std::string_view bytes, int64_t position) {
     return write_all(bytes, [descriptor, position](std::string_view rest, size_t done) {
-               return pwrite(descriptor, rest.data(), rest.size(), position + static_cast<int64_t>(done));
+               return pwrite64(descriptor, rest.data(), rest.size(), position + static_cast<int64_t>(done));
            }) == bytes.size();
 }
 
@@ -78,8 +80,8 @@ log_file::~log_file() {
 }
 
 int64_t log_file::size() const {
-    struct stat status {};
-    return fstat(m_descriptor, &status) == 0 ? status.st_size : -1;
+    struct stat64 status {};
+    return fstat64(m_descriptor, &status) == 0 ? status.st_size : -1;
 }
 
 void log_file::for_each_line(int64_t end, const std::function<void(std::string& line)>& take) const {
@@ -109,13 +111,13 @@ int64_t log_file::append(std::string_view lines) {
     });
     if (written < lines.size()) {
         written = written > 0 ? lines.rfind('\n', written - 1) + 1 : 0; // no newline: none of it
-        (void)!ftruncate(m_descriptor, before + static_cast<int64_t>(written));
+        (void)!ftruncate64(m_descriptor, before + static_cast<int64_t>(written));
     }
     return static_cast<int64_t>(written);
 }
 
 void log_file::clear() {
-    (void)!ftruncate(m_descriptor, 0);
+    (void)!ftruncate64(m_descriptor, 0);
 }
 
 int64_t log_file::start_of_newest(uint64_t minimum) const {
@@ -158,5 +160,5 @@ void log_file::keep_from(int64_t start) {
     }
     if (!ended && write_at(m_descriptor, "\n", kept))
         ++kept;
-    (void)!ftruncate(m_descriptor, kept);
+    (void)!ftruncate64(m_descriptor, kept);
 }

@@ -33,12 +33,12 @@ std::function<void()> at_first_read; // done once, when the log reads its file, 
 } // namespace
 
 extern "C" {
-ssize_t __real_pread(int, void*, size_t, off_t);
+ssize_t __real_pread64(int, void*, size_t, off64_t);
 
-ssize_t __wrap_pread(int fd, void* bytes, size_t count, off_t offset) {
+ssize_t __wrap_pread64(int fd, void* bytes, size_t count, off64_t offset) {
     if (const auto deed = std::exchange(at_first_read, nullptr))
         deed();
-    return __real_pread(fd, bytes, count, offset);
+    return __real_pread64(fd, bytes, count, offset);
 }
 }
 

@@ -8,6 +8,7 @@ The programs are those of the build that KORVEX_BUILD_DIR names, by default buil
 import glob
 import hashlib
 import http.client
+import json
 import os
 import re
 import resource
@@ -24,7 +25,6 @@ from pathlib import Path
 ROOT = Path(__file__).resolve().parents[2]
 BUILD = Path(os.environ.get("KORVEX_BUILD_DIR", ROOT / "build/release")).resolve()
 MODELS = ROOT / "build/model"
-RTSP_SERVER = ROOT / "tests/support/rtsp_server"
 ENDPOINT = "/local/korvex_orvel/korvex_orvel_fcgi.cgi"
 LIMIT = 120  # seconds for what takes one on an idle machine
 ANALYSES = (200, 502, 503, 504, 600)
@@ -85,8 +85,9 @@ def environment(work, **more):
 def start(work, arguments, name, more=None, terminal=None):
     """A process whose words are in the files NAME.out, or on this terminal, and NAME.err of the folder."""
     with open(work / f"{name}.out", "w") as out, open(work / f"{name}.err", "w") as err:
-        return subprocess.Popen([str(argument) for argument in arguments], stdin=subprocess.DEVNULL, stdout=terminal or out,
-                                stderr=err, env=environment(work, **(more or {})), start_new_session=True)
+        return subprocess.Popen(
+            [str(argument) for argument in arguments], stdin=subprocess.DEVNULL, stdout=terminal or out, stderr=err,
+            env=environment(work, **(more or {})), start_new_session=True)
 
 
 def processes():
@@ -155,7 +156,8 @@ def listens(port):
 
 def run(*arguments, **options):
     """What a command that is to succeed prints."""
-    return subprocess.run([str(argument) for argument in arguments], check=True, capture_output=True, text=True, **options).stdout
+    command = [str(argument) for argument in arguments]
+    return subprocess.run(command, check=True, capture_output=True, text=True, **options).stdout
 
 
 # --- The camera ---
@@ -165,7 +167,7 @@ class Camera:
     """./run with a state folder and a port of its own."""
 
     def __init__(self, work, *options, name="state", before=(), more=None, state=None, terminal=None):
-        """`before` is a command that runs ./run, `more` its additional environment, `terminal` where it shows its passes."""
+        """`before` is a command that runs ./run, `more` adds to its environment, `terminal` takes what it shows."""
         self.work, self.name = work, name
         self.state = Path(state or work / name)
         self.options, self.before, self.more, self.terminal = options, before, more or {}, terminal
@@ -175,8 +177,8 @@ class Camera:
     def launch(self, *options):
         """Starts ./run and waits for nothing."""
         self.port = free_port()
-        self.process = start(self.work, [*self.before, ROOT / "run", "--state", self.state, "--listen", f"127.0.0.1:{self.port}",
-                                         *self.options, *options], self.name, self.more, self.terminal)
+        command = [*self.before, ROOT / "run", "--state", self.state, "--listen", f"127.0.0.1:{self.port}"]
+        self.process = start(self.work, [*command, *self.options, *options], self.name, self.more, self.terminal)
         return self
 
     def start(self, *options):
@@ -214,11 +216,11 @@ class Camera:
     def events(self):
         """Every change of an alert so far: time, name, whether it is active."""
         try:
-            lines = (self.state / "events.jsonl").read_text().splitlines()
+            lines = (self.state / "events.jsonl").read_text().split("\n")[:-1]
         except OSError:
             return []
-        found = [re.fullmatch(r'\{"time":"([^"]+)","what":"event",.*"nice_name":"([^"]+)","active":(true|false)\}', line) for line in lines]
-        return [(event[1], event[2], event[3] == "true") for event in found if event]
+        told = [json.loads(line) for line in lines]
+        return [(event["time"], event["nice_name"], event["active"]) for event in told if event["what"] == "event"]
 
     # What a visitor does.
 
@@ -242,7 +244,8 @@ class Camera:
         user, password = self.password
         asked = dict(re.findall(r'(\w+)="?([^",]+)"?', challenge))
         md5 = lambda text: hashlib.md5(text.encode()).hexdigest()
-        proof = md5(":".join((md5(f"{user}:{asked['realm']}:{password}"), asked["nonce"], "00000001", "c", "auth", md5(f"{method}:{path}"))))
+        secret = md5(f"{user}:{asked['realm']}:{password}")
+        proof = md5(f"{secret}:{asked['nonce']}:00000001:c:auth:{md5(f'{method}:{path}')}")
         return (f'Digest username="{user}", realm="{asked["realm"]}", nonce="{asked["nonce"]}", uri="{path}", '
                 f'qop=auth, nc=00000001, cnonce="c", response="{proof}"')
 
@@ -281,8 +284,37 @@ class Camera:
         return self.process.poll()
 
 
+class Rtsp:
+    """The RTSP camera of tests/support, which keeps its address over its deaths."""
+
+    def __init__(self, work, film, *options, name="rtsp"):
+        need("ffmpeg", "ffprobe")
+        self.work, self.name, self.port = work, name, free_port()
+        self.command = [ROOT / "tests/support/rtsp_server", film, self.port, *options]
+        self.address = f"rtsp://127.0.0.1:{self.port}/camera"
+
+    def start(self):
+        self.process = start(self.work, self.command, self.name)
+        within(LIMIT, lambda: (self.work / f"{self.name}.out").read_text())
+        return self
+
+    def die(self, number=signal.SIGKILL):
+        self.process.send_signal(number)
+        self.process.wait()
+
+
+def to_set(settings):
+    """The options of ./run that set these."""
+    return [word for name, value in settings.items() for word in ("--set", f"{name}={value}")]
+
+
+def check_end(camera):
+    status = camera.stop()
+    check("it ends as it should when it is asked to", status == 0, status)
+
+
 def wrapped_programs(work, script):
-    """A build folder whose korvex_live is this shell script; it finds the real one in $real and the arguments in "$@"."""
+    """The environment in which korvex_live is this shell script; $real is the real one, "$@" the arguments."""
     build = work / "build"
     shutil.copytree(BUILD / "platform", build / "platform", copy_function=os.symlink,
                     ignore=lambda folder, names: [name for name in names if name == "CMakeFiles"])
@@ -291,11 +323,11 @@ def wrapped_programs(work, script):
     program.unlink()
     program.write_text(f"#!/bin/sh\nreal={BUILD}/platform/console/korvex_live\n{script}\n")
     program.chmod(0o755)
-    return str(build)
+    return {"KORVEX_BUILD_DIR": str(build)}
 
 
 def clocked_programs(work):
-    """A build folder whose korvex_live has a clock of its own, and the function that sets that to so many seconds from now."""
+    """The environment in which korvex_live has a clock of its own, and what sets that so many seconds on."""
     libraries = glob.glob("/usr/lib/*/faketime/libfaketime.so.1")
     if not libraries:
         raise Skip("there is no libfaketime here")
@@ -308,8 +340,9 @@ def clocked_programs(work):
         (work / "next_clock").rename(work / "clock")
 
     set_clock(0)
-    return wrapped_programs(work, f"LD_PRELOAD={libraries[0]} FAKETIME_TIMESTAMP_FILE={work}/clock FAKETIME_NO_CACHE=1 "
-                                  'FAKETIME_DONT_FAKE_MONOTONIC=1 exec "$real" "$@"'), set_clock
+    return wrapped_programs(
+        work, f"LD_PRELOAD={libraries[0]} FAKETIME_TIMESTAMP_FILE={work}/clock FAKETIME_NO_CACHE=1 "
+              'FAKETIME_DONT_FAKE_MONOTONIC=1 exec "$real" "$@"'), set_clock
 
 
 def on_disk(work):
@@ -323,7 +356,8 @@ def test_film(work, size, rate):
     """Twenty seconds of H.264 in this size, with so many pictures a second."""
     need("ffmpeg")
     film = on_disk(work) / "film.mp4"
-    run("ffmpeg", "-v", "error", "-f", "lavfi", "-i", f"testsrc2=size={size}:rate={rate}", "-t", "20", "-pix_fmt", "yuv420p", "-g", "20", film)
+    picture = ["-f", "lavfi", "-i", f"testsrc2=size={size}:rate={rate}", "-t", "20", "-pix_fmt", "yuv420p"]
+    run("ffmpeg", "-v", "error", *picture, "-g", "20", film)
     return film
 
 
@@ -331,10 +365,11 @@ def standing_car(work):
     """A video in which a car stands in the area for ever: a moment of the built-in scene."""
     need("ffmpeg")
     moment, still, film = work / "moment.mp4", work / "moment.png", on_disk(work) / "standing.mp4"
-    run(ROOT / "run", "--state", work / "moment", "--replay", "scene", "--seconds", "7", "--json", work / "moment.jsonl",
-        "--record", moment, "--stream", "1280x720", "--set", "DetectionOverlaysOn=false", env=environment(work))
+    seven_seconds = ["--replay", "scene", "--seconds", "7", "--json", work / "moment.jsonl"]
+    bare = ["--record", moment, "--stream", "1280x720", *to_set({"DetectionOverlaysOn": "false"})]
+    run(ROOT / "run", "--state", work / "moment", *seven_seconds, *bare, env=environment(work))
     run("ffmpeg", "-v", "error", "-sseof", "-0.5", "-i", moment, "-update", "1", still)
-    run("ffmpeg", "-v", "error", "-loop", "1", "-i", still, "-t", "10", "-r", "5", "-pix_fmt", "yuv420p", "-c:v", "libx264", film)
+    run("ffmpeg", "-v", "error", "-loop", "1", "-i", still, "-t", "10", "-r", "5", "-pix_fmt", "yuv420p", film)
     return film
 
 
@@ -364,7 +399,7 @@ def small(path, size):
 
 
 def prove(body, view=None):
-    """Runs body(work) and ends the process. With a view the body runs where bwrap has mounted what view(work) asks for."""
+    """Runs body(work) and ends the process. With a view it runs where bwrap has mounted what view(work) asks for."""
     inside = os.environ.get("KORVEX_FAULT_INSIDE")
     if inside:
         sys.exit(attempt(lambda: body(Path(inside))))

@@ -1,111 +1,110 @@
-// One inference of the default model through the larod interface, with 1 and 2 threads.
-//     inference_bench [--benchmark_...]; model/make.sh makes the model first.
+// One inference through the larod interface: the default models with 1 and 2 threads, and one that computes nothing,
+// whose time is what the service costs. cpu_ms is the processor time of application, service and worker together; the
+// memory of each is what it has touched (RSS), in MB.
+//     inference_bench [--benchmark_...]; model/make.sh makes the models first.
 
-#include "larod.h"
+#include "bench/network_session.h"
 
 #include <benchmark/benchmark.h>
-#include <fcntl.h>
-#include <sys/mman.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 namespace {
 
-constexpr std::size_t picture_bytes = 960 * 540 * 3;
+namespace fs = std::filesystem;
 
-void need(bool done, const char* what, larodError* error = nullptr) {
-    if (!done)
-        throw std::runtime_error(std::string(what) + ": " + (error != nullptr ? error->msg : "failed"));
+/** A process and those that it started, directly or not; the parent first. */
+std::vector<std::string> family_of(const std::string& process) {
+    std::vector<std::string> family{process};
+    for (const auto& thread : fs::directory_iterator("/proc/" + process + "/task")) {
+        std::ifstream list(thread.path() / "children");
+        for (std::string child; list >> child;) {
+            const auto others = family_of(child);
+            family.insert(family.end(), others.begin(), others.end());
+        }
+    }
+    return family;
 }
 
-/** An anonymous file; the picture is a coloured ramp, since an inference takes as long whatever it sees. */
-int file_of(std::size_t bytes) {
-    const int fd = memfd_create("tensor", MFD_CLOEXEC);
-    need(fd >= 0, "memfd_create");
-    std::vector<unsigned char> content(bytes);
-    for (std::size_t i = 0; i < bytes; ++i)
-        content[i] = static_cast<unsigned char>(i / 3 % 256);
-    need(pwrite(fd, content.data(), bytes, 0) == static_cast<ssize_t>(bytes), "pwrite");
-    return fd;
+double processor_seconds(const std::string& process) {
+    std::ifstream stat("/proc/" + process + "/stat");
+    std::string line;
+    std::getline(stat, line);
+    std::istringstream fields(line.substr(line.rfind(')') + 2));
+    std::string skipped;
+    for (int i = 0; i < 11; ++i)
+        fields >> skipped;
+    double user = 0;
+    double system = 0;
+    fields >> user >> system;
+    return (user + system) / static_cast<double>(sysconf(_SC_CLK_TCK));
 }
 
-/** The set-up that the application makes, and its release. */
-class Session {
-  public:
-    explicit Session(int threads) {
-        setenv("KORVEX_LAROD_THREADS", std::to_string(threads).c_str(), 1);
-        const int model_file = open(KORVEX_MODEL_DIR "/detect_960_540.tflite", O_RDONLY | O_CLOEXEC);
-        need(model_file >= 0, "open " KORVEX_MODEL_DIR "/detect_960_540.tflite (model/make.sh makes it)");
-        need(larodConnect(&m_connection, &m_error), "larodConnect", m_error);
-        need(larodSetChip(m_connection, LAROD_CHIP_TFLITE_CPU, &m_error), "larodSetChip", m_error);
-        m_model = larodLoadModel(m_connection, model_file, LAROD_ACCESS_PUBLIC, "bench", &m_error);
-        close(model_file);
-        need(m_model != nullptr, "larodLoadModel", m_error);
-        m_inputs = larodCreateModelInputs(m_model, &m_input_count, &m_error);
-        m_outputs = larodCreateModelOutputs(m_model, &m_output_count, &m_error);
-        need(m_inputs != nullptr && m_outputs != nullptr, "larodCreateModel...", m_error);
-        need(m_input_count == 1 && m_output_count == 4, "the model's tensors");
-        bind(m_inputs[0], picture_bytes);
-        for (std::size_t i = 0; i < m_output_count; ++i)
-            bind(m_outputs[i], 0);
-        m_request = larodCreateInferenceRequest(m_model, m_inputs, m_input_count, m_outputs, m_output_count, &m_error);
-        need(m_request != nullptr, "larodCreateInferenceRequest", m_error);
-    }
+double megabytes(const std::string& process) {
+    std::ifstream statm("/proc/" + process + "/statm");
+    double pages = 0;
+    statm >> pages >> pages;
+    return pages * static_cast<double>(sysconf(_SC_PAGESIZE)) / 1e6;
+}
 
-    ~Session() {
-        larodDestroyJobRequest(&m_request);
-        larodDestroyTensors(&m_inputs, m_input_count);
-        larodDestroyTensors(&m_outputs, m_output_count);
-        larodDeleteModel(m_connection, m_model, nullptr);
-        larodDestroyModel(&m_model);
-        larodDisconnect(&m_connection, nullptr);
-        for (const int fd : m_files)
-            close(fd);
-    }
-    Session(const Session&) = delete;
-    Session& operator=(const Session&) = delete;
+double family_seconds() {
+    double sum = 0;
+    for (const std::string& process : family_of(std::to_string(getpid())))
+        sum += processor_seconds(process);
+    return sum;
+}
 
-    void run() {
-        for (const int fd : m_files)
-            lseek(fd, 0, SEEK_SET);
-        need(larodRunInference(m_connection, m_request, &m_error), "larodRunInference", m_error);
-    }
-
-  private:
-    void bind(larodTensor* tensor, std::size_t bytes) {
-        m_files.push_back(file_of(bytes));
-        need(larodSetTensorFd(tensor, m_files.back(), &m_error), "larodSetTensorFd", m_error);
-    }
-
-    larodConnection* m_connection = nullptr;
-    larodModel* m_model = nullptr;
-    larodTensor** m_inputs = nullptr;
-    larodTensor** m_outputs = nullptr;
-    std::size_t m_input_count = 0;
-    std::size_t m_output_count = 0;
-    larodInferenceRequest* m_request = nullptr;
-    larodError* m_error = nullptr;
-    std::vector<int> m_files;
-};
-
-void inference(benchmark::State& state) {
-    Session session(static_cast<int>(state.range(0)));
+void measure(benchmark::State& state, const std::string& model, std::size_t picture_bytes) {
+    setenv("KORVEX_LAROD_THREADS", std::to_string(state.range(0)).c_str(), 1);
+    NetworkSession session(model, picture_bytes);
     session.run(); // The first run sets the kernels up.
+    const double before = family_seconds();
     for (auto _ : state)
         session.run();
+    state.counters["cpu_ms"] =
+        benchmark::Counter((family_seconds() - before) * 1000, benchmark::Counter::kAvgIterations);
+    const auto family = family_of(std::to_string(getpid()));
+    if (family.size() != 3)
+        throw std::runtime_error("there are more processes than application, service and worker");
+    state.counters["app_mb"] = megabytes(family[0]);
+    state.counters["service_mb"] = megabytes(family[1]);
+    state.counters["worker_mb"] = megabytes(family[2]);
+}
+
+constexpr std::size_t default_picture = 960 * 540 * 3;
+
+void accurate(benchmark::State& state) {
+    measure(state, KORVEX_MODEL_DIR "/detect_960_540.tflite", default_picture);
+}
+
+void fast(benchmark::State& state) {
+    measure(state, KORVEX_MODEL_DIR "/fast/detect_960_540.tflite", default_picture);
+}
+
+void nothing(benchmark::State& state) {
+    measure(state, KORVEX_TEST_MODELS "/outputs_4.tflite", 12);
 }
 
 void set_up(benchmark::State& state) {
     for (auto _ : state)
-        const Session session(2);
+        const NetworkSession session(KORVEX_MODEL_DIR "/detect_960_540.tflite", default_picture);
 }
 
-BENCHMARK(inference)->ArgName("threads")->Arg(1)->Arg(2)->Unit(benchmark::kMillisecond)->UseRealTime()->Repetitions(7);
+void threads(benchmark::internal::Benchmark* bench) {
+    bench->ArgName("threads")->Arg(1)->Arg(2)->Unit(benchmark::kMillisecond)->UseRealTime()->Repetitions(5);
+}
+
+BENCHMARK(accurate)->Apply(threads);
+BENCHMARK(fast)->Apply(threads);
+BENCHMARK(nothing)->ArgName("threads")->Arg(1)->Unit(benchmark::kMicrosecond)->UseRealTime()->Repetitions(5);
 BENCHMARK(set_up)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 } // namespace

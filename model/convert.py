@@ -1,10 +1,11 @@
 """Converts the CenterNet detector from its tfjs graph-model into a TensorFlow Lite file for one picture size.
 
-    convert.py CENTERNET.json WIDTH HEIGHT OUTPUT.tflite
+    convert.py CENTERNET.json WIDTH HEIGHT OUTPUT.tflite [INNER_WIDTH INNER_HEIGHT]
 
 Input: RGB, uint8 [1, HEIGHT, WIDTH, 3]. Outputs, 50 rows, best first: boxes [1, 50, 4] (top, left, bottom, right as
 fractions of the picture), classes [1, 50], scores [1, 50] (0 after the last found object), number of objects [1].
-The same input gives the same bytes.
+With an inner size the network looks at the picture reduced to that: less work, and small objects are lost. The same input
+gives the same bytes.
 """
 
 import os
@@ -32,19 +33,21 @@ SIMPLE = {"Add": ADD, "Mul": MUL, "Relu": RELU, "Relu6": RELU6, "Sigmoid": LOGIS
 CONVOLUTIONS = ("_FusedConv2D", "Conv2D", "FusedDepthwiseConv2dNative", "DepthwiseConv2dNative")
 
 
-def convert(json_path, width, height):
+def convert(json_path, width, height, inner_width, inner_height):
     """Gives the file's bytes."""
     nodes, weights = tfjs_graph.read(json_path)
     writer = TfliteWriter()
     ops = Ops(writer)
     picture = ops.placeholder("picture", (1, height, width, 3), np.uint8)
     # The network wants 0..255 as they are; padding is black.
-    padded_height, padded_width = (-(-size // NETWORK_STEP) * NETWORK_STEP for size in (height, width))
+    padded_height, padded_width = (-(-size // NETWORK_STEP) * NETWORK_STEP for size in (inner_height, inner_width))
     image = ops.cast("image", picture, np.float32)
+    if (inner_width, inner_height) != (width, height):
+        image = ops.resize("reduced", image, inner_height, inner_width)
     image = ops.pad_bottom_right("padded", image, padded_height, padded_width)
-    logits, offsets = add_network(ops, nodes, heads_for_us(weights, width, height), image)
-    outputs = add_decoder(ops, logits, offsets, width, height)
-    description = f"MobileNetV3-CenterNet, {width}x{height}, classes 0 to {CLASSES - 1}"
+    logits, offsets = add_network(ops, nodes, heads_for_us(weights, inner_width, inner_height), image)
+    outputs = add_decoder(ops, logits, offsets, inner_width, inner_height)
+    description = f"MobileNetV3-CenterNet, {inner_width}x{inner_height}, classes 0 to {CLASSES - 1}"
     return writer.finish([picture.index], [output.index for output in outputs], description)
 
 
@@ -158,10 +161,11 @@ def add_decoder(ops, logits, offsets, width, height):
 
 
 def main(arguments):
-    if len(arguments) != 5:
+    if len(arguments) not in (5, 7):
         sys.exit(__doc__)
-    _, json_path, width, height, output_path = arguments
-    data = convert(json_path, int(width), int(height))
+    _, json_path, width, height, output_path, *inner = arguments
+    size = [int(width), int(height)]
+    data = convert(json_path, *size, *([int(side) for side in inner] or size))
     # Never a half-written model under the final name.
     partial = f"{output_path}.{os.getpid()}.partial"
     with open(partial, "wb") as file:

@@ -1,10 +1,12 @@
 #!/usr/bin/env bash
 # Fetches what the default model and the host's inference engine are made of: two pinned npm packages, of which a few
-# files are kept. Does nothing when they are there already. Usage: model/fetch.sh [DEST], DEST default build/model.
+# files are kept. Does nothing when they are there already. Usage: model/fetch.sh [DEST [MACHINE]], DEST default
+# build/model, MACHINE (x86_64 or aarch64) default this one.
 set -euo pipefail
 
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 dest=${1:-$here/../build/model}
+machine=${2:-$(uname -m)}
 
 fail() {
     echo "model/fetch.sh: $*" >&2
@@ -82,14 +84,25 @@ unchanged bfb942eaacc5becf738d536663bc4580a0ae9e560722306e6d4dd7fe4a09de05 cente
         package/models/centernet.json=centernet.json package/models/centernet.bin=centernet.bin \
         package/LICENSE=LICENSE.centernet
 
-# The package has the engine for x86_64 only; elsewhere KORVEX_LAROD_LIBRARY names the distribution's TensorFlow Lite.
-if [ "$(uname -m)" = x86_64 ]; then
-    unchanged edb5236b8cbb497775fb36f4f134f89881b81c1cb7d32b897b66787e7040bd40 libtensorflowlite_c.so ||
-        fetch node-tflite@0.0.2 \
-            YdPBblO2Ey1WS4ubvSsNt2Xf3AjSs9hqPmYkCbZWv0+ZWDsx2mfsL5XjdQdwM9v2+zF7qo8E3gKhqwBY/1fCtQ== \
-            package/tflite/linux_x86_64/libtensorflowlite_c.so=libtensorflowlite_c.so \
-            package/LICENSE=LICENSE.node-tflite
-else
-    echo "model/fetch.sh: no inference engine is packaged for $(uname -m); set KORVEX_LAROD_LIBRARY to a TensorFlow" \
-        "Lite C library of this system." >&2
-fi
+case $machine in
+x86_64) folder=linux_amd64 sum=dc89b4cd86d956516570bd483668e6dd98907f49901d0567dedc69a29a56b7f7 ;;
+aarch64) folder=linux_arm64 sum=ec0dee4fb3418e680d010248ac1e304d9656cc5c8de54caaf91d666712e2f633 ;;
+*)
+    echo "model/fetch.sh: no inference engine is packaged for $machine; set KORVEX_LAROD_LIBRARY to a TensorFlow Lite C" \
+        "library of this system." >&2
+    folder=linux_amd64 sum= # for its headers
+    ;;
+esac
+headers=include/tensorflow/lite/c
+{ [ -z "$sum" ] || unchanged "$sum" libtensorflowlite_c.so; } &&
+    unchanged 7b4b0e05b9d82a9c9bdc75d83e5fb12c09686a3ee0f73e7686706ee5762faae5 $headers/c_api.h && unchanged 1ad66312ea5f89471436b77d9395f747ee789a6a7afecacf0214ce0bfa16c4cd $headers/c_api_types.h &&
+    unchanged b19c1f2ae6fd049ed159fc857e4d0e214d72fe6c0a12e69739078c01a5a7e5be $headers/common.h || {
+    mkdir -p "$dest/$headers"
+    fetch tfjs-tflite-node@0.0.2 \
+        Zed9biOz9lkWsekvPwdEmxXnsjXJnZO8iOV0s2Y20QU15cwiPedzFEBYiGbK7smYpkJpQNNY9SukoKmUi9bk9w== \
+        package/cc_deps/$folder/libtensorflowlite_c.so=libtensorflowlite_c.so \
+        package/cc_deps/$headers/c_api.h=$headers/c_api.h \
+        package/cc_deps/$headers/c_api_types.h=$headers/c_api_types.h \
+        package/cc_deps/$headers/common.h=$headers/common.h
+    [ -n "$sum" ] || rm -f "$dest/libtensorflowlite_c.so"
+}

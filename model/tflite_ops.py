@@ -102,10 +102,17 @@ class Ops:
         return self._add(code, name, [source], shape, np.float32, options)
 
     def upsample_twice(self, name, source):
-        _, height, width, channels = source.shape
-        size = self.constant(name + "/size", np.array([2 * height, 2 * width], dtype=np.int32))
-        options = Options(RESIZE_OPTIONS, (2, "bool", False), (3, "bool", False))
-        shape = (1, 2 * height, 2 * width, channels)
+        _, height, width, _ = source.shape
+        return self._resize(name, source, 2 * height, 2 * width, half_pixel_centers=False)
+
+    def resize(self, name, source, height, width):
+        """Each new pixel from the old ones around its centre."""
+        return self._resize(name, source, height, width, half_pixel_centers=True)
+
+    def _resize(self, name, source, height, width, half_pixel_centers):
+        size = self.constant(name + "/size", np.array([height, width], dtype=np.int32))
+        options = Options(RESIZE_OPTIONS, (2, "bool", False), (3, "bool", half_pixel_centers))
+        shape = (1, height, width, source.shape[3])
         return self._add(RESIZE_BILINEAR, name, [source, size], shape, np.float32, options)
 
     def concatenate(self, name, sources):

@@ -1,39 +1,34 @@
 #pragma once
 
-#include "platform/larod/pace.h"
-#include "platform/larod/tflite_library.h"
+#include "platform/larod/engine.h"
+#include "platform/larod/tensor.h"
 
+#include <cstdarg>
 #include <cstddef>
-#include <cstdint>
 #include <memory>
-#include <mutex>
+#include <span>
 #include <string>
-#include <vector>
-
-struct pthreadpool;
 
 namespace korvex::larod {
 
-/** One input or output of a model. The memory belongs to the interpreter and keeps its place. */
+/** One input or output of a loaded model with its memory, which belongs to the interpreter. */
 struct TensorView {
-    tflite::Type type;
-    std::vector<std::int32_t> shape;
-    std::size_t bytes;
-    void* data;
+    TensorInfo info;
+    std::span<std::byte> bytes;
 };
 
 /**
- * A loaded model, ready to run. One thread at a time may use it; `mutex()` is for callers on several. What it is made
- * of is destroyed in the only order that the engine allows.
+ * A loaded model, ready to run, for one thread. The engine trusts its models: one that is made with malice may end the
+ * process, so this is for a worker alone.
  */
 class Interpreter {
   public:
     /**
-     * Checks the model's bytes, then loads them: with the fast kernels where they serve the model, otherwise with the
-     * engine's own. Null with a sentence in `why` when the model is broken or not supported.
+     * Loads the model: with the fast convolutions where they serve it, otherwise with the engine's own. `model` must
+     * outlive the interpreter. Null with a sentence in `why` when the model is broken or not supported.
      */
-    static std::shared_ptr<Interpreter> load(std::shared_ptr<const tflite::TfliteLibrary> library,
-                                             std::vector<std::byte> model, std::string& why);
+    static std::unique_ptr<Interpreter> load(std::shared_ptr<const Engine> engine, std::span<const std::byte> model,
+                                             int threads, std::string& why);
     ~Interpreter();
     Interpreter(const Interpreter&) = delete;
     Interpreter& operator=(const Interpreter&) = delete;
@@ -46,25 +41,21 @@ class Interpreter {
     /** Runs the model once over its input tensors' memory; false with a sentence in `why`. */
     bool run(std::string& why);
 
-    std::mutex& mutex() { return m_mutex; }
-
   private:
-    Interpreter(std::shared_ptr<const tflite::TfliteLibrary> library, std::vector<std::byte> model);
-    bool build(bool fast);
+    explicit Interpreter(std::shared_ptr<const Engine> engine);
+    bool build(int threads, bool fast);
     void destroy();
-    TensorView view(const tflite::Tensor* tensor) const;
+    TensorView view(const TfLiteTensor* tensor) const;
+    std::string complaint() const;
     static void report(void* self, const char* format, std::va_list arguments);
 
-    std::shared_ptr<const tflite::TfliteLibrary> m_library;
-    std::shared_ptr<pthreadpool> m_pool;
-    std::vector<std::byte> m_bytes;
-    tflite::Model* m_model = nullptr;
-    tflite::InterpreterOptions* m_options = nullptr;
-    tflite::Interpreter* m_interpreter = nullptr;
-    /** The engine's last complaint. */
+    std::shared_ptr<const Engine> m_engine;
+    TfLiteModel* m_model = nullptr;
+    TfLiteInterpreterOptions* m_options = nullptr;
+    TfLiteDelegate* m_delegate = nullptr;
+    TfLiteInterpreter* m_interpreter = nullptr;
+    /** The engine's first complaint: it names the cause; those that follow only say what it led to. */
     std::string m_complaint;
-    Pace m_pace;
-    std::mutex m_mutex;
 };
 
 } // namespace korvex::larod

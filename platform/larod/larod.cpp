@@ -1,53 +1,46 @@
 #include "larod.h"
 
-#include "platform/larod/descriptor_io.h"
-#include "platform/larod/engine_location.h"
-#include "platform/larod/interpreter.h"
-#include "platform/larod/larod_error.h"
+#include "platform/larod/service_link.h"
 
 #include <algorithm>
-#include <atomic>
 #include <exception>
 #include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
+using korvex::larod::Binding;
 using korvex::larod::Code;
 using korvex::larod::fail;
-using korvex::larod::Interpreter;
+using korvex::larod::Failure;
+using korvex::larod::HeldModel;
+using korvex::larod::HeldRequest;
+using korvex::larod::ServiceLink;
 using korvex::larod::set_error;
-using korvex::larod::TensorView;
-using korvex::tflite::TfliteLibrary;
-
-namespace {
-
-/** What the handles of one tensor and of the requests that use it share. */
-struct Binding {
-    std::shared_ptr<Interpreter> owner;
-    std::size_t index;
-    bool is_input;
-    /** -1 before a descriptor is bound, and after the tensor has been destroyed. */
-    std::atomic<int> fd{-1};
-};
-
-using Bindings = std::vector<std::shared_ptr<Binding>>;
-
-} // namespace
+using korvex::larod::StoredModel;
 
 struct larodConnection {
-    std::shared_ptr<const TfliteLibrary> engine;
+    std::shared_ptr<ServiceLink> service;
     bool has_chip = false;
     /** The models that the service holds for this connection. */
-    std::vector<std::shared_ptr<Interpreter>> models;
+    std::vector<std::shared_ptr<HeldModel>> models;
 
-    bool holds(const std::shared_ptr<Interpreter>& model) const {
+    larodConnection() = default;
+    larodConnection(const larodConnection&) = delete;
+    larodConnection& operator=(const larodConnection&) = delete;
+    /** Other connections may go on with the service. */
+    ~larodConnection() {
+        for (const auto& model : models)
+            service->unload(*model);
+    }
+
+    bool holds(const std::shared_ptr<HeldModel>& model) const {
         return std::find(models.begin(), models.end(), model) != models.end();
     }
 };
 
 struct larodModel {
-    std::shared_ptr<Interpreter> interpreter;
+    std::shared_ptr<HeldModel> held;
 };
 
 struct larodTensor {
@@ -55,9 +48,15 @@ struct larodTensor {
 };
 
 struct larodInferenceRequest {
-    std::shared_ptr<Interpreter> model;
-    Bindings inputs;
-    Bindings outputs;
+    explicit larodInferenceRequest(std::shared_ptr<HeldModel> model) { held->model = std::move(model); }
+    ~larodInferenceRequest() {
+        if (const auto link = held->link.lock())
+            link->forget(*held);
+    }
+    larodInferenceRequest(const larodInferenceRequest&) = delete;
+    larodInferenceRequest& operator=(const larodInferenceRequest&) = delete;
+
+    const std::unique_ptr<HeldRequest> held = std::make_unique<HeldRequest>();
 };
 
 namespace {
@@ -79,13 +78,12 @@ larodTensor** make_tensors(const larodModel* model, bool inputs, size_t* count, 
         set_error(error, Code::argument, "Tensors need a model and a place for their number.");
         return nullptr;
     }
-    const auto& interpreter = model->interpreter;
-    const std::size_t number = inputs ? interpreter->input_count() : interpreter->output_count();
+    const std::size_t number = (inputs ? model->held->inputs : model->held->outputs).size();
     std::vector<std::unique_ptr<larodTensor>> made(number);
     for (std::size_t i = 0; i < number; ++i) {
         made[i] = std::make_unique<larodTensor>();
         made[i]->binding = std::make_shared<Binding>();
-        made[i]->binding->owner = interpreter;
+        made[i]->binding->owner = model->held;
         made[i]->binding->index = i;
         made[i]->binding->is_input = inputs;
     }
@@ -96,11 +94,10 @@ larodTensor** make_tensors(const larodModel* model, bool inputs, size_t* count, 
     return list.release();
 }
 
-/** The tensors of a request, in the model's order; false with the error set when they are not the model's. */
-bool collect(const std::shared_ptr<Interpreter>& model, larodTensor** tensors, size_t count, bool inputs,
-             Bindings& collected, larodError** error) {
+/** Adds a request's tensors, in the model's order; false with the error set when they are not the model's. */
+bool collect(larodTensor** tensors, size_t count, bool inputs, HeldRequest& request, larodError** error) {
     const std::string kind = inputs ? "input" : "output";
-    const std::size_t needed = inputs ? model->input_count() : model->output_count();
+    const std::size_t needed = (inputs ? request.model->inputs : request.model->outputs).size();
     if (tensors == nullptr || count != needed)
         return fail(error, Code::argument,
                     "The model needs " + std::to_string(needed) + " " + kind + " tensors; " +
@@ -109,42 +106,10 @@ bool collect(const std::shared_ptr<Interpreter>& model, larodTensor** tensors, s
         if (tensors[i] == nullptr)
             return fail(error, Code::argument, "The " + kind + " tensor " + std::to_string(i) + " is missing.");
         const auto& binding = tensors[i]->binding;
-        if (binding->owner != model || binding->is_input != inputs || binding->index != i)
+        if (binding->owner != request.model || binding->is_input != inputs || binding->index != i)
             return fail(error, Code::argument,
                         "The " + kind + " tensor " + std::to_string(i) + " does not belong to the model there.");
-        collected.push_back(binding);
-    }
-    return true;
-}
-
-bool run_request(const larodInferenceRequest& request, larodError** error) {
-    Interpreter& model = *request.model;
-    const std::lock_guard lock(model.mutex());
-    const auto named = [](const char* kind, std::size_t i, const std::string& why) {
-        return std::string(kind) + " tensor " + std::to_string(i) + ": " + why;
-    };
-    std::string why;
-    // Nothing is run, and no file touched, unless every tensor has its descriptor.
-    for (const Bindings* bindings : {&request.inputs, &request.outputs}) {
-        for (const auto& binding : *bindings) {
-            if (binding->fd < 0)
-                return fail(error, Code::descriptor,
-                            named(binding->is_input ? "Input" : "Output", binding->index, "No descriptor is bound."));
-        }
-    }
-    for (std::size_t i = 0; i < request.inputs.size(); ++i) {
-        const TensorView tensor = model.input(i);
-        if (!korvex::larod::read_in_place(request.inputs[i]->fd, {static_cast<std::byte*>(tensor.data), tensor.bytes},
-                                          why))
-            return fail(error, Code::descriptor, named("Input", i, why));
-    }
-    if (!model.run(why))
-        return fail(error, Code::inference, why);
-    for (std::size_t i = 0; i < request.outputs.size(); ++i) {
-        const TensorView tensor = model.output(i);
-        if (!korvex::larod::write_on(request.outputs[i]->fd, {static_cast<const std::byte*>(tensor.data), tensor.bytes},
-                                     why))
-            return fail(error, Code::descriptor, named("Output", i, why));
+        request.tensors.push_back(binding);
     }
     return true;
 }
@@ -157,12 +122,12 @@ bool larodConnect(larodConnection** conn, larodError** error) {
     return guarded(error, false, [&] {
         if (conn == nullptr)
             return fail(error, Code::argument, "There is no place for the connection.");
-        std::string why;
-        auto engine = TfliteLibrary::open(korvex::larod::engine_location(), why);
-        if (engine == nullptr)
-            return fail(error, Code::engine, why);
+        Failure failure;
+        auto service = ServiceLink::acquire(failure);
+        if (service == nullptr)
+            return fail(error, failure.code, failure.sentence);
         auto connection = std::make_unique<larodConnection>();
-        connection->engine = std::move(engine);
+        connection->service = std::move(service);
         *conn = connection.release();
         return true;
     });
@@ -202,15 +167,17 @@ larodModel* larodLoadModel(larodConnection* conn, const int fd, const larodAcces
             return refuse(Code::argument, "The model's access is neither private nor public.");
         if (name == nullptr)
             return refuse(Code::argument, "The model has no name.");
-        std::vector<std::byte> bytes;
         std::string why;
-        if (!korvex::larod::read_whole(fd, bytes, why))
+        auto model = std::make_shared<HeldModel>();
+        model->bytes = StoredModel::copy(fd, why);
+        if (model->bytes == nullptr)
             return refuse(Code::descriptor, why);
+        Failure failure;
+        if (!conn->service->load(*model, failure))
+            return refuse(failure.code, failure.sentence);
         auto handle = std::make_unique<larodModel>();
-        handle->interpreter = Interpreter::load(conn->engine, std::move(bytes), why);
-        if (handle->interpreter == nullptr)
-            return refuse(Code::model, why);
-        conn->models.push_back(handle->interpreter);
+        handle->held = model;
+        conn->models.push_back(std::move(model));
         return handle.release();
     });
 }
@@ -219,9 +186,10 @@ bool larodDeleteModel(larodConnection* conn, larodModel* model, larodError** err
     return guarded(error, false, [&] {
         if (conn == nullptr || model == nullptr)
             return fail(error, Code::argument, "There is no connection or no model.");
-        if (!conn->holds(model->interpreter))
+        if (!conn->holds(model->held))
             return fail(error, Code::argument, "The connection does not hold the model.");
-        std::erase(conn->models, model->interpreter);
+        conn->service->unload(*model->held);
+        std::erase(conn->models, model->held);
         return true;
     });
 }
@@ -247,7 +215,7 @@ bool larodSetTensorFd(larodTensor* tensor, const int fd, larodError** error) {
             return fail(error, Code::argument, "There is no tensor.");
         if (fd < 0)
             return fail(error, Code::argument, "The descriptor " + std::to_string(fd) + " is invalid.");
-        tensor->binding->fd = fd;
+        tensor->binding->bind_to(fd);
         return true;
     });
 }
@@ -260,7 +228,7 @@ void larodDestroyTensors(larodTensor*** tensors, size_t num_tensors) {
         const std::unique_ptr<larodTensor> tensor(list[i]);
         // A request that outlives its tensors must not use a descriptor that its owner takes for free.
         if (tensor != nullptr)
-            tensor->binding->fd = -1;
+            tensor->binding->bind_to(-1);
     }
 }
 
@@ -271,10 +239,9 @@ larodInferenceRequest* larodCreateInferenceRequest(const larodModel* model, laro
             set_error(error, Code::argument, "There is no model.");
             return nullptr;
         }
-        auto request = std::make_unique<larodInferenceRequest>();
-        request->model = model->interpreter;
-        if (!collect(request->model, inputs, num_inputs, true, request->inputs, error) ||
-            !collect(request->model, outputs, num_outputs, false, request->outputs, error))
+        auto request = std::make_unique<larodInferenceRequest>(model->held);
+        if (!collect(inputs, num_inputs, true, *request->held, error) ||
+            !collect(outputs, num_outputs, false, *request->held, error))
             return nullptr;
         return request.release();
     });
@@ -284,9 +251,10 @@ bool larodRunInference(larodConnection* conn, const larodInferenceRequest* reque
     return guarded(error, false, [&] {
         if (conn == nullptr || request == nullptr)
             return fail(error, Code::argument, "There is no connection or no request.");
-        if (!conn->holds(request->model))
+        if (!conn->holds(request->held->model))
             return fail(error, Code::argument, "The connection does not hold the request's model any more.");
-        return run_request(*request, error);
+        Failure failure;
+        return conn->service->run(*request->held, failure) || fail(error, failure.code, failure.sentence);
     });
 }
 

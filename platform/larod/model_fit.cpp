@@ -1,94 +1,90 @@
 #include "platform/larod/model_fit.h"
 
 #include "platform/larod/checksum.h"
-#include "platform/larod/descriptor_io.h"
 #include "platform/larod/engine_location.h"
-#include "platform/larod/interpreter.h"
+#include "platform/larod/service_link.h"
 
 #include <fcntl.h>
-#include <unistd.h>
+#include <sys/mman.h>
 
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
-#include <memory>
-#include <vector>
 
 namespace korvex::larod {
 
 namespace {
 
-std::string type_name(tflite::Type type) {
-    switch (type) {
-    case tflite::Type::float32:
-        return "float32";
-    case tflite::Type::int32:
-        return "int32";
-    case tflite::Type::uint8:
-        return "uint8";
-    case tflite::Type::int64:
-        return "int64";
-    case tflite::Type::int8:
-        return "int8";
-    default:
-        return "type " + std::to_string(static_cast<int>(type));
+TensorInfo picture(int width, int height) {
+    return {uint8_type, 4, {1, height, width, 3}};
+}
+
+/** What the application cannot use of the tensors, or an empty string. */
+std::string misfit(const HeldModel& model, int width, int height) {
+    const TensorInfo needed = picture(width, height);
+    if (model.inputs.size() != 1)
+        return "The model has " + std::to_string(model.inputs.size()) + " inputs; needed is one, " + described(needed) +
+               ".";
+    if (model.inputs[0] != needed)
+        return "The model's input is " + described(model.inputs[0]) + "; needed is " + described(needed) +
+               ", an RGB picture of " + std::to_string(width) + "x" + std::to_string(height) + ".";
+    const std::string wanted = "; needed are four of float32: boxes, classes, scores, number of objects.";
+    if (model.outputs.size() != 4)
+        return "The model has " + std::to_string(model.outputs.size()) + " outputs" + wanted;
+    for (std::size_t i = 0; i < model.outputs.size(); ++i) {
+        if (model.outputs[i].type != float32_type)
+            return "The model's output " + std::to_string(i) + " is " + described(model.outputs[i]) + wanted;
     }
+    return {};
 }
 
-std::string described(const TensorView& tensor) {
-    std::string text = type_name(tensor.type) + " [";
-    for (std::size_t axis = 0; axis < tensor.shape.size(); ++axis)
-        text += (axis == 0 ? "" : ", ") + std::to_string(tensor.shape[axis]);
-    return text + "]";
-}
-
-bool read_file(const std::string& path, std::vector<std::byte>& bytes, std::string& why) {
-    const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (fd < 0) {
-        why = std::string("Cannot open the file: ") + std::strerror(errno) + ".";
+/** Runs it once over a black picture. */
+bool run_once(ServiceLink& service, const std::shared_ptr<HeldModel>& model, off_t picture_bytes, Failure& failure) {
+    HeldRequest request;
+    request.model = model;
+    std::vector<Descriptor> files;
+    const auto add = [&](bool is_input, std::size_t index) {
+        const auto binding = std::make_shared<Binding>();
+        binding->owner = model;
+        binding->index = index;
+        binding->is_input = is_input;
+        files.emplace_back(memfd_create("tensor", MFD_CLOEXEC));
+        binding->bind_to(files.back().get());
+        request.tensors.push_back(binding);
+    };
+    add(true, 0);
+    for (std::size_t i = 0; i < model->outputs.size(); ++i)
+        add(false, i);
+    if (ftruncate(files[0].get(), picture_bytes) != 0) {
+        failure.sentence = std::string("There is no memory for a picture: ") + std::strerror(errno) + ".";
         return false;
     }
-    const bool read = read_whole(fd, bytes, why);
-    close(fd);
-    return read;
+    return service.run(request, failure);
 }
 
 } // namespace
 
 std::string why_model_does_not_fit(const std::string& path, int width, int height) {
+    const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    if (!file)
+        return std::string("Cannot open the file: ") + std::strerror(errno) + ".";
     std::string why;
-    std::vector<std::byte> bytes;
-    if (!read_file(path, bytes, why))
+    const auto model = std::make_shared<HeldModel>();
+    model->bytes = StoredModel::copy(file.get(), why);
+    if (model->bytes == nullptr)
         return why;
-    for (const std::string& file : {path, engine_location()}) {
-        why = why_file_is_damaged(file);
+    for (const std::string& checked : {path, engine_location()}) {
+        why = why_file_is_damaged(checked);
         if (!why.empty())
             return why;
     }
-    const auto library = tflite::TfliteLibrary::open(engine_location(), why);
-    if (library == nullptr)
-        return why;
-    const auto model = Interpreter::load(library, std::move(bytes), why);
-    if (model == nullptr)
-        return why;
-
-    const TensorView needed{tflite::Type::uint8, {1, height, width, 3}, 0, nullptr};
-    if (model->input_count() != 1)
-        return "The model has " + std::to_string(model->input_count()) + " inputs; needed is one, " +
-               described(needed) + ".";
-    const TensorView input = model->input(0);
-    if (input.type != needed.type || input.shape != needed.shape)
-        return "The model's input is " + described(input) + "; needed is " + described(needed) +
-               ", an RGB picture of " + std::to_string(width) + "x" + std::to_string(height) + ".";
-    const std::string wanted = "; needed are four of float32: boxes, classes, scores, number of objects.";
-    if (model->output_count() != 4)
-        return "The model has " + std::to_string(model->output_count()) + " outputs" + wanted;
-    for (std::size_t i = 0; i < model->output_count(); ++i) {
-        const TensorView output = model->output(i);
-        if (output.type != tflite::Type::float32)
-            return "The model's output " + std::to_string(i) + " is " + described(output) + wanted;
-    }
-    return {};
+    Failure failure;
+    const auto service = ServiceLink::acquire(failure);
+    if (service == nullptr || !service->load(*model, failure))
+        return failure.sentence;
+    why = misfit(*model, width, height);
+    if (why.empty() && !run_once(*service, model, off_t{3} * width * height, failure))
+        return failure.sentence;
+    return why;
 }
 
 } // namespace korvex::larod

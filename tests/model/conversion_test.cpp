@@ -15,6 +15,7 @@
 #include <iterator>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -55,7 +56,9 @@ TEST_F(Conversion, gives_the_pinned_bytes) {
     // A change of the converter that means to change the model changes these.
     const std::string sums =
         "511aaba54d788b6b32ac5faea30e2c0eac7188a24c9de8f2345b3921e490eebc  detect_960_540.tflite\n"
-        "a70f2cdd6efd65a5e57b51a0ac982d1a9eb40a68ef18f19a9aa49405fd07539c  detect_540_960.tflite\n";
+        "a70f2cdd6efd65a5e57b51a0ac982d1a9eb40a68ef18f19a9aa49405fd07539c  detect_540_960.tflite\n"
+        "8fef6b3fc2a74b5c2b960491e9e9716db9a80ec1a33cc20108a55454b14bf2fe  fast/detect_960_540.tflite\n"
+        "e70595d227a66363bfa75e30d9460ff4ab95eb44e608b617390ac7f723e0cc47  fast/detect_540_960.tflite\n";
     std::ofstream(m_folder / "sums") << sums;
     const Outcome outcome =
         run("cd '" + model_folder + "' && sha256sum --check '" + (m_folder / "sums").string() + "'");
@@ -63,14 +66,19 @@ TEST_F(Conversion, gives_the_pinned_bytes) {
 }
 
 TEST_F(Conversion, gives_the_same_bytes_again) {
-    for (const std::string size : {"960 540", "540 960"}) {
+    struct Made {
+        std::string name, size, inner;
+    };
+    const std::vector<Made> models{{"detect_960_540", "960 540", ""},
+                                   {"detect_540_960", "540 960", ""},
+                                   {"fast/detect_960_540", "960 540", "640 360"},
+                                   {"fast/detect_540_960", "540 960", "360 640"}};
+    for (const Made& model : models) {
         const std::string made = (m_folder / "again.tflite").string();
         const Outcome outcome = run("/usr/bin/python3 -B '" KORVEX_MODEL_SCRIPTS "/convert.py' '" + model_folder +
-                                    "/centernet.json' " + size + " '" + made + "'");
+                                    "/centernet.json' " + model.size + " '" + made + "' " + model.inner);
         ASSERT_TRUE(outcome.succeeded) << outcome.text;
-        std::string name = size;
-        name[3] = '_';
-        EXPECT_TRUE(content(made) == content(model_folder + "/detect_" + name + ".tflite")) << size;
+        EXPECT_TRUE(content(made) == content(model_folder + "/" + model.name + ".tflite")) << model.name;
     }
 }
 

@@ -44,8 +44,8 @@ struct Picture {
 /** The model of one picture size behind the interface that the application uses. */
 class Detector {
   public:
-    explicit Detector(const std::string& size) {
-        const std::string path = std::string(KORVEX_MODEL_DIR) + "/detect_" + size + ".tflite";
+    explicit Detector(const std::string& name) {
+        const std::string path = std::string(KORVEX_MODEL_DIR) + "/" + name + ".tflite";
         const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
         EXPECT_GE(file, 0) << path << " is missing; model/make.sh makes it.";
         m_ready = larodConnect(&m_connection, &m_error) &&
@@ -147,8 +147,10 @@ std::vector<Object> truth_at(double seconds) {
     return objects;
 }
 
-TEST(Detection, finds_most_cars_and_the_bus_of_the_street_where_they_are) {
-    Detector detector("960_540");
+class EachModel : public testing::TestWithParam<std::string> {};
+
+TEST_P(EachModel, finds_most_cars_and_the_bus_of_the_street_where_they_are) {
+    Detector detector(GetParam());
     std::array<int, 9> shown{};
     std::array<int, 9> found{};
     for (int step = 0; 4.5 * step < host_scene::cycle_seconds; ++step) {
@@ -172,11 +174,13 @@ TEST(Detection, finds_most_cars_and_the_bus_of_the_street_where_they_are) {
     EXPECT_GE(found[bus] * 10, shown[bus] * 8) << found[bus] << " of " << shown[bus];
 }
 
-TEST(Detection, finds_nothing_in_an_empty_picture) {
-    Detector detector("960_540");
+TEST_P(EachModel, finds_nothing_in_an_empty_picture) {
+    Detector detector(GetParam());
     const Picture grey{width, height, std::vector<std::uint8_t>(std::size_t{width} * height * 3, 128)};
     EXPECT_TRUE(detector.find(grey, 0.3F).empty());
 }
+
+INSTANTIATE_TEST_SUITE_P(Detection, EachModel, testing::Values("detect_960_540", "fast/detect_960_540"));
 
 /** A square of the street at the top left of a picture, the rest grey. */
 Picture square_in(const Picture& street, int left, int picture_width, int picture_height) {
@@ -189,8 +193,8 @@ Picture square_in(const Picture& street, int left, int picture_width, int pictur
 }
 
 TEST(Detection, agrees_between_the_landscape_and_the_portrait_model) {
-    Detector landscape("960_540");
-    Detector portrait("540_960");
+    Detector landscape("detect_960_540");
+    Detector portrait("detect_540_960");
     int compared = 0;
     for (const double seconds : {6.0, 18.0, 30.0, 42.0, 54.0, 66.0}) {
         const Picture street = street_at(seconds);

@@ -158,7 +158,7 @@ TEST_F(Larod, refuses_an_input_that_is_too_short_or_cannot_be_read_or_an_output_
     close(unwritable);
     ASSERT_TRUE(larodSetTensorFd(m_inputs[0], 12345, &m_error));
     EXPECT_FALSE(larodRunInference(m_connection, m_request, &m_error));
-    EXPECT_THAT(error(), StartsWith("Input tensor 0: Cannot read the input: "));
+    EXPECT_EQ(error(), "Input tensor 0: Its descriptor has been closed.");
 }
 
 TEST_F(Larod, refuses_to_run_while_a_tensor_has_no_descriptor) {
@@ -207,8 +207,8 @@ TEST_F(Larod, refuses_what_it_cannot_load) {
         EXPECT_EQ(load_model(path), nullptr);
         return error();
     };
-    EXPECT_EQ(refused("/proc/self/comm"), "The model cannot be used: it is no TensorFlow Lite file.");
-    EXPECT_EQ(refused("/dev/null"), "The model cannot be used: it is no TensorFlow Lite file.");
+    EXPECT_EQ(refused("/proc/self/comm"), "The model cannot be used: it is no TensorFlow Lite file, or it is damaged.");
+    EXPECT_EQ(refused("/dev/null"), "The model's file is empty.");
     EXPECT_EQ(refused("/nowhere"), "Cannot read the file: Bad file descriptor.");
     EXPECT_EQ(larodLoadModel(m_connection, 0, LAROD_ACCESS_INVALID, "test", &m_error), nullptr);
     EXPECT_EQ(error(), "The model's access is neither private nor public.");
@@ -223,6 +223,7 @@ TEST_F(Larod, refuses_what_it_cannot_load) {
 }
 
 TEST_F(Larod, says_on_connecting_that_the_engine_is_missing) {
+    ASSERT_TRUE(larodDisconnect(&m_connection, &m_error)); // whoever is connected has an engine already
     setenv("KORVEX_LAROD_LIBRARY", "/nowhere/libengine.so", 1);
     larodConnection* connection = nullptr;
     EXPECT_FALSE(larodConnect(&connection, &m_error));
@@ -289,7 +290,7 @@ TEST_F(Larod, can_be_taken_down_in_any_order) {
 }
 
 TEST_F(Larod, reports_a_model_that_cannot_be_run) {
-    larodModel* model = load_model(test_model("gather"));
+    larodModel* model = load_model(test_model("wrong_size_as_it_runs"));
     std::size_t inputs = 0;
     std::size_t outputs = 0;
     larodTensor** input = larodCreateModelInputs(model, &inputs, &m_error);
@@ -299,7 +300,7 @@ TEST_F(Larod, reports_a_model_that_cannot_be_run) {
     ASSERT_TRUE(larodSetTensorFd(output[0], m_files[1], &m_error));
     m_request = larodCreateInferenceRequest(model, input, inputs, output, outputs, &m_error);
     EXPECT_FALSE(larodRunInference(m_connection, m_request, &m_error));
-    EXPECT_THAT(error(), HasSubstr("A gather's index is out of range."));
+    EXPECT_THAT(error(), HasSubstr("The model cannot be run: "));
     larodDestroyTensors(&input, inputs);
     larodDestroyTensors(&output, outputs);
     larodDestroyModel(&model);

@@ -34,7 +34,7 @@ TEST(ModelFit, says_what_a_model_has_and_what_is_needed) {
         {test_model("detector_size_3_outputs"), "The model has 3 outputs; " + outputs},
         {test_model("detector_size_integers"), "The model's output 0 is int32 [1, 540, 960, 3]; " + outputs},
         {"/nowhere.tflite", "Cannot open the file: No such file or directory."},
-        {"/proc/self/comm", "The model cannot be used: it is no TensorFlow Lite file."},
+        {"/proc/self/comm", "The model cannot be used: it is no TensorFlow Lite file, or it is damaged."},
     };
     for (const Case& c : cases)
         EXPECT_EQ(why_model_does_not_fit(c.path, 960, 540), c.sentence);

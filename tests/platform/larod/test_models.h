@@ -1,13 +1,14 @@
 #pragma once
 
-#include "platform/larod/engine_location.h"
-#include "platform/larod/interpreter.h"
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/types.h>
+#include <unistd.h>
 
 #include <cstddef>
 #include <cstring>
 #include <fstream>
 #include <iterator>
-#include <memory>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -34,40 +35,18 @@ inline std::string default_model(const std::string& size = "960_540") {
     return std::string(KORVEX_MODEL_DIR) + "/detect_" + size + ".tflite";
 }
 
-inline std::shared_ptr<const tflite::TfliteLibrary> engine() {
-    std::string why;
-    auto library = tflite::TfliteLibrary::open(engine_location(), why);
-    if (library == nullptr)
-        throw std::runtime_error(why);
-    return library;
-}
-
-inline std::shared_ptr<Interpreter> load(const std::string& path) {
-    std::string why;
-    auto interpreter = Interpreter::load(engine(), read_file(path), why);
-    if (interpreter == nullptr)
-        throw std::runtime_error(path + ": " + why);
-    return interpreter;
-}
-
 inline std::vector<float> floats(const std::vector<std::byte>& bytes) {
     std::vector<float> numbers(bytes.size() / sizeof(float));
     std::memcpy(numbers.data(), bytes.data(), numbers.size() * sizeof(float));
     return numbers;
 }
 
-inline std::vector<float> floats(const TensorView& tensor) {
-    const auto* data = static_cast<const std::byte*>(tensor.data);
-    return floats(std::vector<std::byte>(data, data + tensor.bytes));
-}
-
-/** Fills the first input; gives false with the reason when the model does not run. */
-inline bool run_on(Interpreter& interpreter, const std::vector<std::byte>& picture, std::string& why) {
-    const TensorView input = interpreter.input(0);
-    if (input.bytes != picture.size())
-        throw std::runtime_error("the picture has another size than the model's input");
-    std::memcpy(input.data, picture.data(), picture.size());
-    return interpreter.run(why);
+/** A file in memory with these bytes; the caller closes it. */
+inline int memory_file(const std::vector<std::byte>& bytes) {
+    const int fd = memfd_create("test", MFD_CLOEXEC | MFD_ALLOW_SEALING);
+    if (pwrite(fd, bytes.data(), bytes.size(), 0) != static_cast<ssize_t>(bytes.size()))
+        throw std::runtime_error("a file in memory cannot be written");
+    return fd;
 }
 
 } // namespace korvex::larod::test

@@ -1,0 +1,111 @@
+#pragma once
+
+#include "platform/larod/message.h"
+#include "platform/larod/service_settings.h"
+#include "platform/larod/stored_model.h"
+#include "platform/larod/worker_process.h"
+
+#include <chrono>
+#include <deque>
+#include <list>
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace korvex::larod {
+
+/**
+ * Serves clients with inferences, from one thread: holds the models, each once for all who bring the same bytes, hands
+ * work to worker processes and answers. A client has one thing done at a time and the oldest waiting one is next, so
+ * everybody has a turn. Workers are started when there is something to do for them.
+ *
+ *   client --load, run--> queue --> idle worker (one that has the model, if there is) --loaded, done, failed--> client
+ *
+ * A client that does not keep to the messages or does not read its answers is dropped. A worker that ends or takes too
+ * long is replaced; the client it worked for hears so and waits before it may try again (0.1 s, doubled up to 5 s,
+ * until something of it succeeds), the others go on.
+ */
+class Service {
+  public:
+    Service(WorkerOptions workers, ServiceOptions options) : m_worker_options(std::move(workers)), m_options(options) {}
+
+    /** A connected socket of this service from now on. */
+    void add_client(Descriptor socket);
+    /** A listening socket; it stays the caller's. */
+    void listen_on(int socket) { m_listening = socket; }
+
+    /** Serves until `end` can be read from (-1: never), or the last client of a service that does not listen is gone.
+     */
+    void run(int end);
+
+  private:
+    using Clock = std::chrono::steady_clock;
+
+    struct Model {
+        std::unique_ptr<StoredModel> bytes;
+        std::optional<Message> loaded; // what a worker told of it
+    };
+
+    struct Bound {
+        std::uint32_t model = 0;
+        std::vector<Descriptor> files;
+    };
+
+    struct Client {
+        Descriptor socket;
+        std::multiset<std::uint32_t> models;
+        std::map<std::uint32_t, Bound> requests;
+        bool waits = false; // for an answer; whoever asks again meanwhile is dropped
+        bool gone = false;
+        Deadline not_before{};
+        std::chrono::milliseconds penalty{0};
+    };
+
+    struct Job {
+        Client* client = nullptr; // null when it has gone meanwhile
+        std::uint32_t model = 0;
+        std::vector<int> files; // the client's, of a run; empty of a load
+        bool is_run = false;
+        Deadline limit = never;
+    };
+
+    struct Worker {
+        std::unique_ptr<WorkerProcess> process;
+        std::optional<Job> job;
+    };
+
+    /** False when the end has come. */
+    bool wait_for_something(int end);
+    Deadline next_deadline() const;
+    void accept_client();
+    void hear(Client& client);
+    void obey(Client& client, const Message& message, std::vector<Descriptor> files);
+    void load(Client& client, std::vector<Descriptor> files);
+    void bind(Client& client, const Message& message, std::vector<Descriptor> files);
+    void enqueue(Client& client, std::uint32_t model, const Bound* bound);
+    void answer(Client& client, const Message& message);
+    void hear(Worker& worker);
+    void worked(Worker& worker, Message result);
+    /** The worker ended, or is ended now; `what` completes "The model's process ...". */
+    void replace(Worker& worker, const std::string& what);
+    void hand_out_work();
+    Worker* worker_for(std::uint32_t model);
+    bool give(Worker& worker, Job job);
+    void check_limits();
+    void forget_gone_clients();
+    void forget_unused_models();
+
+    const WorkerOptions m_worker_options;
+    const ServiceOptions m_options;
+    int m_listening = -1;
+    std::list<Client> m_clients;
+    std::map<std::uint32_t, Model> m_models;
+    std::uint32_t m_last_model = 0;
+    std::deque<Job> m_queue; // the oldest first
+    std::list<Worker> m_workers;
+};
+
+} // namespace korvex::larod

@@ -1,0 +1,110 @@
+// korvex_larod: the inference service.
+//     korvex_larod --client FD [OPTION...]        for the one client at the other end of a connected socket
+//     korvex_larod --listen SOCKET [OPTION...]    for every application of this user that connects to SOCKET
+// --workers N and --threads N say how many inferences run at once, on how many threads each (default: as many workers
+// as there are processors, on one thread each).
+
+#include "platform/larod/engine_location.h"
+#include "platform/larod/listening_socket.h"
+#include "platform/larod/sandbox.h"
+#include "platform/larod/service.h"
+#include "platform/larod/service_settings.h"
+
+#include <fcntl.h>
+#include <glib.h>
+#include <sys/signalfd.h>
+
+#include <csignal>
+#include <cstdio>
+#include <stdexcept>
+
+using namespace korvex::larod;
+
+namespace {
+
+struct Arguments {
+    int client = -1;
+    std::string socket;
+};
+
+Arguments parse(int count, char** values) {
+    gint client = -1;
+    g_autofree gchar* socket = nullptr;
+    const GOptionEntry entries[] = {
+        {"client", 0, 0, G_OPTION_ARG_INT, &client, "Serve the connected socket with this descriptor", "FD"},
+        {"listen", 0, 0, G_OPTION_ARG_FILENAME, &socket, "Serve whoever of this user connects to the socket", "SOCKET"},
+        {nullptr, 0, 0, G_OPTION_ARG_NONE, nullptr, nullptr, nullptr}};
+    g_autoptr(GOptionContext) context = g_option_context_new(nullptr);
+    g_option_context_add_main_entries(context, entries, nullptr);
+    g_autoptr(GError) error = nullptr;
+    if (g_option_context_parse(context, &count, &values, &error) == FALSE)
+        throw std::runtime_error(error->message);
+    if (count > 1 || (client < 0) == (socket == nullptr))
+        throw std::runtime_error("one of --client FD and --listen SOCKET is needed");
+    return {client, socket != nullptr ? socket : ""};
+}
+
+/** Readable once the process is asked to end. A service for one client ends with it, whatever its terminal says. */
+Descriptor end_asked(bool for_one_client) {
+    sigset_t asked;
+    sigemptyset(&asked);
+    sigaddset(&asked, SIGINT);
+    sigaddset(&asked, SIGHUP);
+    if (!for_one_client)
+        sigaddset(&asked, SIGTERM);
+    sigprocmask(SIG_BLOCK, &asked, nullptr);
+    return Descriptor(for_one_client ? -1 : signalfd(-1, &asked, SFD_CLOEXEC));
+}
+
+/** What the engine reads of the machine when it is first used is read here, before that is not allowed any more. */
+void prepare(const Engine& engine, const Descriptor& nothing) {
+    if (engine.delegate_create == nullptr) {
+        std::fprintf(stderr, "korvex_larod: the engine %s (version %s) runs without fast convolutions.\n",
+                     engine_location().c_str(), engine.version());
+        return;
+    }
+    const Descriptor own_stderr(dup(STDERR_FILENO));
+    dup2(nothing.get(), STDERR_FILENO); // it tells everybody of its first use
+    const DelegateOptions options{1, 0};
+    engine.delegate_delete(engine.delegate_create(&options));
+    dup2(own_stderr.get(), STDERR_FILENO);
+}
+
+void serve(const Arguments& arguments) {
+    Descriptor client(arguments.client);
+    std::string why;
+    const auto engine = Engine::open(engine_location(), why);
+    if (engine == nullptr) {
+        send_message(client.get(), failure(Code::engine, why));
+        throw std::runtime_error(why);
+    }
+    // The workers' stderr: the engine writes there what it answers as well.
+    const Descriptor nothing(open("/dev/null", O_RDWR | O_CLOEXEC));
+    prepare(*engine, nothing);
+    const Descriptor end = end_asked(static_cast<bool>(client));
+    const ServiceOptions options = service_options();
+    Service service({engine, options.threads, nothing.get()}, options);
+    if (client) {
+        give_up_rights(Role::service);
+        service.add_client(std::move(client));
+        service.run(end.get());
+        return;
+    }
+    const ListeningSocket listening(arguments.socket);
+    give_up_rights(Role::service);
+    service.listen_on(listening.get());
+    std::fprintf(stderr, "korvex_larod: waiting for applications at %s.\n", arguments.socket.c_str());
+    service.run(end.get());
+}
+
+} // namespace
+
+int main(int count, char** values) {
+    try {
+        serve(parse(count, values));
+        return 0;
+    } catch (const std::exception& problem) {
+        std::fprintf(stderr, "korvex_larod: %s\n", problem.what());
+        return 1;
+    }
+}

@@ -1,0 +1,47 @@
+#include "platform/larod/service_settings.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstdlib>
+#include <cstring>
+#include <thread>
+
+namespace korvex::larod {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+int number(const char* variable, int most, int otherwise) {
+    const char* text = std::getenv(variable);
+    if (text == nullptr)
+        return otherwise;
+    int value = 0;
+    const char* end = text + std::strlen(text);
+    const auto [stop, failure] = std::from_chars(text, end, value);
+    return failure == std::errc{} && stop == end && value >= 1 && value <= most ? value : otherwise;
+}
+
+std::chrono::milliseconds limit() {
+    return number("KORVEX_LAROD_SECONDS", 3600, 2) * 1000ms;
+}
+
+} // namespace
+
+ServiceOptions service_options() {
+    const int processors = std::max(static_cast<int>(std::thread::hardware_concurrency()), 1);
+    ServiceOptions options;
+    // One thread each: threads of one inference wait for each other after each operator, and beside other busy programs
+    // that makes them slower than one.
+    options.threads = number("KORVEX_LAROD_THREADS", 64, 1);
+    options.workers =
+        static_cast<std::size_t>(number("KORVEX_LAROD_WORKERS", 64, std::max(processors / options.threads, 1)));
+    options.limit = limit();
+    return options;
+}
+
+std::chrono::milliseconds longest_answer() {
+    return 2 * limit() + 1s;
+}
+
+} // namespace korvex::larod

@@ -25,9 +25,10 @@ std::string line_of(const Snapshot& snapshot);
 /** Cut to `columns` characters, the last three "..." then, so that a terminal does not wrap it. */
 std::string fitted(const std::string& line, size_t columns);
 
-/** What shows the line on a terminal, in the place of the one shown before: below the cursor and two empty rows, at whose
-    start the cursor stays. So what a library has to say on stderr meanwhile, and it knows nothing of the line, stands
-    whole above it; only more than two rows of it have the line's end beside them. The line must fit into a row. */
+/** What shows the line on a terminal, in the place of the one shown before: below the cursor and two empty rows, at
+   whose start the cursor stays. So what a library has to say on stderr meanwhile, and it knows nothing of the line,
+   stands whole above it; only more than two rows of it have the line's end beside them. The line must fit into a row.
+ */
 std::string below_cursor(const std::string& line);
 
 /** What clears the line that below_cursor() has shown, for something that is to stand in its place. */

@@ -170,7 +170,7 @@ TEST_F(EndWatchTest, aServiceThatHangsWhileTheObjectsAreDestroyedDoesNotKeepTheP
 TEST_F(EndWatchTest, theProgramAroundHasItsSayWhenTheEndIsForced) {
     expect_end(0, [] {
         std::at_quick_exit([] {
-            std::this_thread::sleep_for(1500ms); // longer than all the rest may take
+            std::this_thread::sleep_for(600ms); // longer than a hanging service is waited for
             std::ofstream("finished") << "a recording";
         });
         recording_vdo::recorder().during("vdo_stream_get_buffer", ask_and_hang);
@@ -182,7 +182,7 @@ TEST_F(EndWatchTest, theProgramAroundMayTakeItsTimeAfterTheLoop) {
     EXPECT_EQ(status_of_child([] {
                   recording_larod::on_inference(ask_for_the_end);
                   const int result = korvex_orvel_main();
-                  std::this_thread::sleep_for(2s); // longer than all the rest may take
+                  std::this_thread::sleep_for(1200ms); // longer than all the rest may take
                   std::ofstream("finished") << "a recording";
                   return result;
               }),
@@ -241,7 +241,7 @@ TEST_F(EndWatchTest, sigtermEndsAnyMomentOfTheStartAndOfThePasses) {
     SCOPED_TRACE("seed " + std::to_string(seed));
     std::mt19937 random(seed);
     int complete = 0;
-    constexpr int rounds = 30;
+    constexpr int rounds = 12;
     for (int round = 0; round < rounds; ++round) {
         forget_file();
         const int status = status_of_child([delay = std::chrono::microseconds(random() % 100'000)] {
@@ -253,7 +253,7 @@ TEST_F(EndWatchTest, sigtermEndsAnyMomentOfTheStartAndOfThePasses) {
         complete += !lines.empty() && lines.back() == "warning|" ? 1 : 0;
     }
     // A sanitizer's allocator has locks that a thread stopped in it keeps; the end comes without the log then.
-    EXPECT_GE(complete, rounds - 2);
+    EXPECT_GE(complete, rounds - 1);
 }
 
 } // namespace

@@ -16,6 +16,7 @@
 
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <stdexcept>
 
 using namespace korvex::larod;
@@ -100,11 +101,13 @@ void serve(const Arguments& arguments) {
 } // namespace
 
 int main(int count, char** values) {
+    int status = 0;
     try {
         serve(parse(count, values));
-        return 0;
     } catch (const std::exception& problem) {
         std::fprintf(stderr, "korvex_larod: %s\n", problem.what());
-        return 1;
+        status = 1;
     }
+    // Without what others have registered for the exit: it may need rights that have been given up.
+    std::_Exit(status);
 }

@@ -1,25 +1,26 @@
 #pragma once
 
-#include "platform/axevent/broker_socket.h"
 #include "platform/axevent/mqtt_messages.h"
 
 #include <chrono>
 #include <cstdint>
+#include <memory>
 #include <set>
 #include <string>
 
-namespace host_events {
+struct mosquitto;
 
-struct MqttPacket;
+namespace host_events {
 
 /** One connection to the broker, from the first packet until it is lost; then make another. Its Will tells subscribers
     that the camera is offline when the connection ends in any way other than `close`. One thread.
 
-    It subscribes to nothing, so that a broker has only confirmations to send. Packets of more than longest_from_broker,
-    or as many bytes of others within a keepalive time, end the connection, whatever memory they ask for. */
+    It subscribes to nothing, so that a broker has only confirmations to send. More than 64 KiB of anything else within
+    a keepalive time end the connection: the client library itself takes packets of up to 256 MiB. */
 class MqttConnection {
   public:
     explicit MqttConnection(const MqttSettings& settings);
+    ~MqttConnection();
     MqttConnection(const MqttConnection&) = delete;
     MqttConnection& operator=(const MqttConnection&) = delete;
 
@@ -42,28 +43,35 @@ class MqttConnection {
     /** Takes leave of the broker: no Will. */
     void close();
 
-    const std::string& problem() const { return m_problem.empty() ? m_socket.problem() : m_problem; }
+    const std::string& problem() const { return m_problem; }
     /** The broker does not prove who it is, and `problem` says what is wrong with its certificate. */
-    bool is_distrusted() const { return m_socket.is_distrusted(); }
+    bool is_distrusted() const { return m_distrusted; }
 
   private:
     using Clock = std::chrono::steady_clock;
+    struct Destroy {
+        void operator()(mosquitto* client) const;
+    };
 
-    bool exchange();
-    bool take(const MqttPacket& packet);
-    bool keep_alive();
+    bool configure();
+    bool configure_tls();
+    int exchange(int socket, int events);
+    bool floods();
+    void allow_more();
+    std::string text_of(int code) const;
+    bool lost(int code);
     bool lost(const std::string& problem);
+    bool distrusted(const std::string& problem);
 
     const MqttSettings m_settings;
-    BrokerSocket m_socket;
-    std::string m_output;
-    std::string m_received; // never more than the longest packet and one read
+    std::unique_ptr<mosquitto, Destroy> m_client;
     std::set<int> m_waiting;
-    std::uint16_t m_last_number = 0;
-    Clock::time_point m_next_ping;
-    bool m_ping_unanswered = false;
-    std::size_t m_unasked_bytes = 0; // since the last ping
+    std::uint64_t m_allowed_bytes; // from the broker, since the connection began
+    Clock::time_point m_allowed_until;
+    unsigned long m_tls_error = 0; // the first that OpenSSL found
     std::string m_problem;
+    bool m_distrusted = false;
+    bool m_tcp_connected = false;
     bool m_ready = false;
 };
 

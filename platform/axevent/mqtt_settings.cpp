@@ -1,14 +1,16 @@
 #include "platform/axevent/mqtt_settings.h"
 
 #include "platform/axevent/environment.h"
-#include "platform/axevent/mqtt_packet.h"
 
+#include <mosquitto.h>
 #include <unistd.h>
 
 namespace host_events {
 namespace {
 
 constexpr guint64 highest_port = 65535;
+/** A text goes to the broker with its length in two bytes. */
+constexpr size_t longest_text = 65535;
 
 /** "HOST:PORT", an IPv6 address in brackets. */
 bool split_address(const std::string& address, MqttSettings& settings) {
@@ -32,7 +34,9 @@ bool split_address(const std::string& address, MqttSettings& settings) {
 /** The beginning of a topic, with room for the rest of it. */
 bool begins_topic(const std::string& topic) {
     constexpr size_t longest = 1000;
-    return is_topic(topic) && topic.size() <= longest && topic.front() != '/' && topic.back() != '/';
+    return mosquitto_pub_topic_check(topic.c_str()) == MOSQ_ERR_SUCCESS &&
+           mosquitto_validate_utf8(topic.c_str(), static_cast<int>(topic.size())) == MOSQ_ERR_SUCCESS &&
+           topic.size() <= longest && topic.front() != '/' && topic.back() != '/';
 }
 
 /** The file's text without the line's end that editors and `echo` leave. */

@@ -75,13 +75,15 @@ TEST(MqttConnection, TakesNoMoreThan64KiBFromABroker) {
                       taken += part.size();
                   }
               }),
-              "it sends 209715200 bytes at once; 65536 are the most");
+              "it sends what nobody asked for");
     // What the two sockets hold, and no more of 200 MiB.
     EXPECT_LT(taken, size_t{100} << 20);
     EXPECT_EQ(problem_with([](const FakeBroker::Client& client) {
                   client.packet();
-                  const std::string unasked = std::string("\x30\x06\x00\x01") + "a" + "xyz";
-                  while (client.send(FakeBroker::accepted + unasked)) {
+                  client.send(FakeBroker::accepted);
+                  while (client.send(std::string("\x30\x06\x00\x01"
+                                                 "axyz",
+                                                 8))) {
                   }
               }),
               "it sends what nobody asked for");
@@ -101,6 +103,29 @@ TEST(MqttConnection, PutsUpWithALittleThatNobodyAskedFor) {
     ASSERT_TRUE(comes_up(connection)) << connection.problem();
     const int number = connection.publish({"a", "b"});
     EXPECT_TRUE(step_until(connection, [&] { return !connection.is_waiting(number); })) << connection.problem();
+}
+
+TEST(MqttConnection, CountsWhatNobodyAskedForFromTheLastConfirmation) {
+    constexpr char times = 3;
+    const FakeBroker broker([](const FakeBroker::Client& client) {
+        client.packet();
+        client.send(FakeBroker::accepted);
+        for (char number = 1; number <= times; ++number) {
+            client.packet();
+            client.send(std::string("\x30\xc0\xb8\x02\x00\x01"
+                                    "a",
+                                    7) +
+                        std::string(40000 - 3, 'x'));
+            client.send(std::string("\x40\x02\x00", 3) + number);
+        }
+        client.packet();
+    });
+    MqttConnection connection(settings_for(broker.port()));
+    ASSERT_TRUE(comes_up(connection)) << connection.problem();
+    for (char count = 0; count < times; ++count) {
+        const int number = connection.publish({"a", "b"});
+        EXPECT_TRUE(step_until(connection, [&] { return !connection.is_waiting(number); })) << connection.problem();
+    }
 }
 
 TEST(MqttConnection, SaysThatItIsNoBroker) {

@@ -93,11 +93,11 @@ TEST_F(Conversion, is_left_out_when_the_files_are_up_to_date) {
 
 TEST_F(Conversion, is_done_again_when_a_file_has_rotted) {
     const std::filesystem::path copy = m_folder / "copy";
-    std::filesystem::copy(model_folder, copy);
+    std::filesystem::copy(model_folder, copy, std::filesystem::copy_options::recursive);
     const std::string make = "npm_config_offline=true '" KORVEX_MODEL_SCRIPTS "/make.sh' '" + copy.string() + "'";
     const std::string path = copy / "detect_540_960.tflite";
     std::fstream(path, std::ios::in | std::ios::out | std::ios::binary).seekp(4'000'000).write("rotten", 6);
-    EXPECT_EQ(run(make).text, "model/make.sh: the model in " + copy.string() + " is damaged; it is made anew.\n");
+    EXPECT_EQ(run(make).text, "model/make.sh: a model in " + copy.string() + " is damaged; they are made anew.\n");
     EXPECT_TRUE(content(path) == content(model_folder + "/detect_540_960.tflite"));
     EXPECT_EQ(run(make).text, "");
 }

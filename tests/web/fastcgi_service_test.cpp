@@ -517,7 +517,7 @@ TEST_F(fastcgi_service_test, takes_little_more_memory_than_has_come) {
     EXPECT_EXIT(_exit(service->post("/?action=set_post_parameters", body) == "Status: 400 Bad Request\r\n\r\n" ? 0 : 1),
                 testing::ExitedWithCode(0), "");
     // The text grows in steps and libxml2 copies it, twice one after the other; a sanitizer keeps what is given back.
-    EXPECT_LT(count_process().peak_resident_bytes, before.peak_resident_bytes + size * 9 / 2);
+    EXPECT_LT(count_process().peak_resident_bytes, before.peak_resident_bytes + size * 5);
 }
 
 TEST_F(fastcgi_service_test, gives_up_the_request_alone_that_finds_no_memory) {

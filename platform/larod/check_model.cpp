@@ -4,6 +4,7 @@
 #include "platform/larod/model_fit.h"
 
 #include <cstdio>
+#include <cstdlib>
 #include <string>
 
 int main(int count, char** arguments) {
@@ -12,6 +13,7 @@ int main(int count, char** arguments) {
         std::fputs("Usage: korvex_check_model MODEL [--portrait]\n", stderr);
         return 1;
     }
+    setenv("KORVEX_LAROD_SECONDS", "60", 0); // nobody's pass waits, and the machine may have other things to do
     const std::string why =
         korvex::larod::why_model_does_not_fit(arguments[1], portrait ? 540 : 960, portrait ? 960 : 540);
     if (why.empty())

@@ -13,7 +13,11 @@ using namespace std::chrono_literals;
 
 class Settings : public testing::Test {
   protected:
-    ~Settings() override {
+    Settings() { forget(); }
+    ~Settings() override { forget(); }
+
+  private:
+    static void forget() {
         for (const char* variable : {"KORVEX_LAROD_WORKERS", "KORVEX_LAROD_THREADS", "KORVEX_LAROD_SECONDS"})
             unsetenv(variable);
     }

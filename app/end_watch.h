@@ -16,10 +16,14 @@
  *
  *   starting --loop_runs--> running --stand_down--> resting --count_again--> running
  *
- *   starting: the log takes its last lines, and the process ends with status 1.
- *   running:  the main thread gets the signal and 0.7 s to end; after that `last_acts` is called, the log takes its
- * last lines, and the process ends with status 0 without destroying anything. A program around the application has its
- * say by at_quick_exit, for 10 s at the most. resting:  the time does not count.
+ *   starting
+ *       The log takes its last lines, and the process ends with status 1.
+ *   running
+ *       The main thread gets the signal and 0.7 s to end; after that `last_acts` is called, the log takes its last
+ *       lines, and the process ends with status 0 without destroying anything. A program around the application has
+ *       its say by at_quick_exit, for 10 s at the most.
+ *   resting
+ *       The time does not count.
  *
  * Never destroyed. Without `start`, and where no thread can be had, nothing is watched.
  */

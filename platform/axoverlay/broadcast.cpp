@@ -4,6 +4,8 @@
 #include "platform/axoverlay/jpeg_encoder.h"
 #include "platform/axoverlay/priority.h"
 
+#include <malloc.h>
+
 #include <algorithm>
 #include <chrono>
 #include <exception>
@@ -22,6 +24,8 @@ using Clock = std::chrono::steady_clock;
 constexpr std::chrono::seconds kOverlayPatience{1};
 /** Pause after a failure, since a video service that has failed may fail again at once. */
 constexpr std::chrono::milliseconds kFailurePause{50};
+/** Nobody has watched for so long: who asks for one picture after the other must not pay for fresh memory each time. */
+constexpr std::chrono::milliseconds kAbandoned{500};
 
 std::shared_ptr<EncodedPicture> as_part(std::span<const std::uint8_t> jpeg) {
     const std::string head =
@@ -59,6 +63,7 @@ void Broadcasts::join(const Geometry& geometry, const std::shared_ptr<Viewer>& v
         broadcast->thread = std::thread([this, raw = broadcast.get()] { run(*raw); });
     }
     m_open[geometry] = broadcast.get();
+    m_changed.notify_all();
     m_all.push_back(std::move(broadcast));
 }
 
@@ -86,6 +91,7 @@ void Broadcasts::stop() {
     {
         const std::lock_guard lock(m_lock);
         m_stopping = true;
+        m_changed.notify_all();
         for (const auto& [geometry, broadcast] : m_open) {
             broadcast->video->stop();
             for (const auto& viewer : broadcast->viewers) {
@@ -111,8 +117,19 @@ void Broadcasts::run(Broadcast& broadcast) {
     }
     close(broadcast, why);
     broadcast.video.reset();
+    give_back_memory();
     const std::lock_guard lock(m_lock);
     broadcast.finished = true;
+}
+
+void Broadcasts::give_back_memory() {
+    std::unique_lock lock(m_lock);
+    if (m_changed.wait_for(lock, kAbandoned, [this] { return m_stopping || !m_open.empty(); })) {
+        return;
+    }
+    lock.unlock();
+    // Freed pictures lie in this thread's part of the heap, which the allocator would keep for the next one.
+    malloc_trim(0);
 }
 
 void Broadcasts::show(Broadcast& broadcast) {

@@ -4,6 +4,7 @@
 #include "platform/axoverlay/geometry.h"
 #include "platform/axoverlay/viewer.h"
 
+#include <condition_variable>
 #include <cstddef>
 #include <functional>
 #include <map>
@@ -19,7 +20,8 @@ namespace host_overlay {
 /**
  * The streams that somebody watches, one for each geometry. Each has a thread that takes the camera's pictures, encodes
  * each of them once and leaves it with every viewer. It begins with its first viewer and ends itself at the first
- * picture after the last one has gone, or when its place is wanted.
+ * picture after the last one has gone, or when its place is wanted. When nobody watches at all, the process gives the
+ * memory of it back to the system.
  */
 class Broadcasts {
   public:
@@ -57,12 +59,14 @@ class Broadcasts {
     /** Ends whoever still watches, with a reason unless it is empty; nobody can join any more. */
     void close(Broadcast& broadcast, const std::string& why);
     void reap();
+    void give_back_memory();
 
     const int m_quality;
     std::mutex m_lock; // guards the rest; taken before a viewer's lock
     std::map<Geometry, Broadcast*> m_open;
     std::vector<std::unique_ptr<Broadcast>> m_all;
     bool m_stopping = false;
+    std::condition_variable m_changed; ///< a geometry is opened, or m_stopping
 };
 
 } // namespace host_overlay

@@ -12,8 +12,10 @@
 
 #include <fcntl.h>
 #include <glib.h>
+#include <sys/resource.h>
 #include <sys/signalfd.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -57,6 +59,14 @@ Descriptor end_asked(bool for_one_client) {
     return Descriptor(for_one_client ? -1 : signalfd(-1, &asked, SFD_CLOEXEC));
 }
 
+/** Behind the pass, which waits for it and needs little, and before a web server, which runs at 10. */
+void give_way_to_the_pass() {
+    constexpr int step = 5;
+    constexpr int before_the_web = 9;
+    const int own = getpriority(PRIO_PROCESS, 0);
+    setpriority(PRIO_PROCESS, 0, std::max(own, std::min(own + step, before_the_web)));
+}
+
 /** What the engine reads of the machine when it is first used is read here, before that is not allowed any more. */
 void prepare(const Engine& engine, const Descriptor& nothing) {
     if (engine.delegate_create == nullptr) {
@@ -73,6 +83,7 @@ void prepare(const Engine& engine, const Descriptor& nothing) {
 
 void serve(const Arguments& arguments) {
     Descriptor client(arguments.client);
+    give_way_to_the_pass();
     std::string why;
     const auto engine = Engine::open(engine_location(), why);
     if (engine == nullptr) {

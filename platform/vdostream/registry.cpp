@@ -6,6 +6,7 @@
 
 #include <cmath>
 #include <cstdlib>
+#include <filesystem>
 #include <map>
 #include <string_view>
 
@@ -31,6 +32,12 @@ bool is_replay() {
     return value != nullptr && std::string_view(value) == "1";
 }
 
+/** Ordinary files may lie below /dev, too, in memory; a device that is not plugged in yet is one all the same. */
+bool is_camera(const std::string& name) {
+    std::error_code ignored;
+    return name.rfind("/dev/", 0) == 0 && !std::filesystem::is_regular_file(name, ignored);
+}
+
 } // namespace
 
 std::unique_ptr<reader> make_reader(const std::string& name) {
@@ -41,7 +48,7 @@ std::unique_ptr<reader> make_reader(const std::string& name) {
     if (begins_with("rtsp://") || begins_with("rtsps://")) {
         return std::make_unique<ffmpeg_reader>(name, access::rtsp);
     }
-    return std::make_unique<ffmpeg_reader>(name, begins_with("/dev/") ? access::v4l2 : access::file);
+    return std::make_unique<ffmpeg_reader>(name, is_camera(name) ? access::v4l2 : access::file);
 }
 
 std::shared_ptr<video_source> acquire_source(std::string& why) {

@@ -23,6 +23,7 @@ class BroadcastTest : public test_video::OverlayApplication {};
  */
 std::atomic<bool> hold_ending_stream = false;
 std::atomic<bool> stream_is_held = false;
+std::atomic<int> times_given_back = 0;
 
 /** Without a connection: such a viewer is never asked to send. */
 std::shared_ptr<host_overlay::Viewer> new_viewer() {
@@ -244,6 +245,28 @@ TEST_F(BroadcastTest, streams_that_are_ending_do_not_pile_up) {
     broadcasts.stop();
 }
 
+TEST_F(BroadcastTest, memory_goes_back_once_when_nobody_watches_any_more) {
+    fake_vdo::behave({.period = std::chrono::milliseconds(1)});
+    host_overlay::Broadcasts broadcasts(80);
+    times_given_back = 0;
+    const auto stays = new_viewer();
+    broadcasts.join(kSix[0], stays);
+    for (int visit = 0; visit < 3; ++visit) {
+        const auto visitor = new_viewer();
+        broadcasts.join(kSeventh, visitor);
+        visitor->leave();
+        ASSERT_TRUE(becomes_true([] { return fake_vdo::open_streams() == 1; }));
+    }
+    EXPECT_EQ(times_given_back, 0);
+    stays->leave();
+    EXPECT_TRUE(becomes_true([] { return times_given_back == 1; }));
+
+    // Nobody waits for that when it ends.
+    broadcasts.join(kSix[0], new_viewer());
+    broadcasts.stop();
+    EXPECT_EQ(times_given_back, 1);
+}
+
 TEST_F(BroadcastTest, viewers_that_come_and_go_while_it_draws_and_ends_leave_nothing_behind) {
     for (int round = 0; round < 5; ++round) {
         fake_vdo::behave({.period = std::chrono::milliseconds(2)});
@@ -278,4 +301,10 @@ extern "C" int tjDestroy(tjhandle handle) {
         std::this_thread::yield();
     }
     return reinterpret_cast<int (*)(tjhandle)>(dlsym(RTLD_NEXT, "tjDestroy"))(handle);
+}
+
+/** Stands before the library's own. */
+extern "C" int malloc_trim(std::size_t /*pad*/) {
+    ++times_given_back;
+    return 1;
 }

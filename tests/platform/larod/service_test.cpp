@@ -3,8 +3,10 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <array>
 #include <memory>
 
@@ -239,6 +241,16 @@ TEST(Service, has_no_right_to_open_files_or_to_use_the_network) {
         const std::string text((std::istreambuf_iterator<char>(status)), std::istreambuf_iterator<char>());
         EXPECT_THAT(text, HasSubstr("Seccomp:\t2")) << process;
     }
+}
+
+TEST(Service, gives_way_to_the_pass_and_goes_before_the_web_server) {
+    const int own = getpriority(PRIO_PROCESS, 0);
+    const RunningService service(1);
+    Customer customer(service);
+    const int expected = std::max(own, std::min(own + 5, 9));
+    EXPECT_EQ(getpriority(PRIO_PROCESS, static_cast<id_t>(service.process())), expected);
+    for (const pid_t worker : service.workers())
+        EXPECT_EQ(getpriority(PRIO_PROCESS, static_cast<id_t>(worker)), expected);
 }
 
 TEST(Service, ends_with_its_workers_when_it_is_killed) {

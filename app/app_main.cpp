@@ -1,11 +1,11 @@
 #include "app/app_main.h"
 
-#include "app/arithmetic.h"
-#include "app/blocked_signals.h"
 #include "app/end_watch.h"
 #include "app/web_thread.h"
+#include "base/arithmetic.h"
+#include "base/blocked_signals.h"
+#include "base/shared_field.h"
 #include "config/parameter_io.h"
-#include "config/shared_field.h"
 
 #include <poll.h>
 #include <sys/sysinfo.h>
@@ -26,7 +26,7 @@ location_controller_larod g_LocationController;
 area_of_interest g_AreaofInterest;
 tracker g_Tracker;
 t_findings_list g_findings;
-std::mutex g_FindingsMutex;
+std::recursive_mutex g_FindingsMutex;
 t_detection_list g_detections;
 std::map<int, timeval> g_Id2Time;
 std::unique_ptr<OverlayManager> g_overlayManager;
@@ -65,11 +65,6 @@ struct end_counter { // the first that is destroyed
 } g_end_counter;
 } // namespace
 
-std::atomic<int32_t> g_StatusCode{0};
-std::atomic<int32_t> g_ExecutionTime{0};
-std::atomic<int32_t> g_StreamWidth{0};
-std::atomic<int32_t> g_StreamHeight{0};
-std::atomic<bool> g_IsPortrait{false};
 unsigned int g_ThreadID = 0;
 GMainLoop* gp_Loop = nullptr;
 EventManager* g_EventManager = nullptr;
@@ -284,8 +279,12 @@ int do_one_analysis() {
         return 1;
     }
     DetectionProcessing::get_detections();
-    DetectionProcessing::monitor_AOI();
-    DetectionProcessing::examine_and_update_findings();
+    {
+        // Held over both: in between every object stands there without its seconds.
+        const std::scoped_lock lock(g_FindingsMutex);
+        DetectionProcessing::monitor_AOI();
+        DetectionProcessing::examine_and_update_findings();
+    }
     {
         const std::scoped_lock lock(g_events_in_use);
         DetectionProcessing::manage_events();

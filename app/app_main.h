@@ -1,7 +1,8 @@
 #pragma once
 
-#include "app/Logger.h"
-#include "app/timer.h"
+#include "base/logger.h"
+#include "base/run_state.h"
+#include "base/timer.h"
 #include "config/config_params.h"
 #include "config/parameter_controller.h"
 #include "detection/location_controller_larod.h"
@@ -15,7 +16,6 @@
 
 #include <glib.h>
 
-#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -29,8 +29,7 @@
  *   g_app_name, g_ConfigParams, g_ParameterController, g_LocationController, g_AreaofInterest, g_Tracker, g_findings,
  *   g_detections, g_Id2Time, g_overlayManager, g_Logger, g_FastcgiService
  *
- * What is not declared here is declared beside its type. The atomic words below are written on the main thread and read
- * on the web thread, which writes one value itself, status 50; each read sees some value recently written.
+ * What is not declared here is declared beside its type, the run's status and times in base/run_state.h.
  */
 
 /** Syslog identity, parameter group and package folder. */
@@ -38,19 +37,6 @@ extern std::string g_app_name;
 
 /** Empty until start-up makes it. Main thread only. */
 extern std::unique_ptr<OverlayManager> g_overlayManager;
-
-/**
- * Run status: 50 no web service, 100 starting, 200 running, 400 no inference, 401 no detector, 408 agreement not
- * accepted, 502 to 504 first to third alert active, 600 slow.
- */
-extern std::atomic<int32_t> g_StatusCode;
-/** Duration of the last pass that ran to its end, milliseconds. */
-extern std::atomic<int32_t> g_ExecutionTime;
-/** Pixels of the analysed stream; 0 until the detector is set up. */
-extern std::atomic<int32_t> g_StreamWidth;
-extern std::atomic<int32_t> g_StreamHeight;
-/** The image is turned by 90 or 270 degrees. */
-extern std::atomic<bool> g_IsPortrait;
 
 /** Main thread only. The timeout source that drives the passes; 0 when there is none. */
 extern unsigned int g_ThreadID;

@@ -1,7 +1,7 @@
 #include "app/end_watch.h"
 
-#include "app/Logger.h"
-#include "app/blocked_signals.h"
+#include "base/blocked_signals.h"
+#include "base/logger.h"
 
 #include <unistd.h>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/scene/street_scene.h"
+#include "platform/street/street_scene.h"
 #include "scene/finding.h"
 
 #include <array>

@@ -1,7 +1,7 @@
 // street_truth SECONDS: when vehicles of the built-in scene are in the suggested area, one line a stay with the seconds
 // of video at which its box centre entered and left, and its class.
 
-#include "platform/scene/street_scene.h"
+#include "platform/street/street_scene.h"
 #include "scene/area_of_interest.h"
 
 #include <cstdio>

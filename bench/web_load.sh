@@ -13,7 +13,7 @@ done
 programs=$(realpath "${1:-$root/build/bench}")
 rounds=${2:-20}
 responder=$programs/bench/constant_responder
-application=$programs/platform/console/korvex_live
+application=$programs/host/korvex_live
 period=${KORVEX_LOAD_PERIOD:-200}
 for program in "$responder" "$application"; do
     [ -x "$program" ] || fail "$program is not built; run: cmake --preset bench && cmake --build build/bench"

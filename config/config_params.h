@@ -9,7 +9,7 @@
  * Every user setting and the fixed facts of the model. Coordinates are pixels of the analysed stream.
  *
  * The live record is filled on the main thread at start-up and rewritten field by field on the web thread when
- * settings are posted, while the analysis pass reads it; config/shared_field.h says how the two meet.
+ * settings are posted, while the analysis pass reads it; base/shared_field.h says how the two meet.
  */
 struct ConfigParams {
     larodChip l_LarodChipType{};          // inference device

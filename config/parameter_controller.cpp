@@ -1,7 +1,7 @@
 #include "config/parameter_controller.h"
 
-#include "app/Logger.h"
-#include "app/platform_handles.h"
+#include "base/logger.h"
+#include "base/platform_handles.h"
 #include "config/setting_tables.h"
 
 #include <array>

@@ -1,10 +1,10 @@
 // The web pages' parameter document: writing it, reading it, and what a posted one does.
 
-#include "app/app_main.h"
-#include "app/arithmetic.h"
+#include "base/arithmetic.h"
+#include "base/run_state.h"
+#include "base/shared_field.h"
 #include "config/parameter_io.h"
 #include "config/setting_tables.h"
-#include "config/shared_field.h"
 #include "output/overlay_info.h"
 
 #include <libxml/parser.h>

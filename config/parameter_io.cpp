@@ -1,8 +1,8 @@
 #include "config/parameter_io.h"
 
-#include "app/app_main.h"
+#include "base/run_state.h"
+#include "base/shared_field.h"
 #include "config/config_params.h"
-#include "config/shared_field.h"
 #include "detection/common_structs.h"
 #include "output/camera_resolutions.h"
 #include "scene/area_of_interest.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/arithmetic.h"
+#include "base/arithmetic.h"
 
 #include <cstdint>
 #include <map>

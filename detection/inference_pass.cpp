@@ -1,38 +1,10 @@
 // The detector's work on every pass.
 
-#include "app/Logger.h"
-#include "app/platform_handles.h"
-#include "config/config_params.h"
-#include "config/shared_field.h"
+#include "base/logger.h"
+#include "base/platform_handles.h"
 #include "detection/location_controller_larod.h"
+#include "detection/object_class.h"
 #include "vision/imgconverter.h"
-
-#include <array>
-
-namespace {
-
-struct object_class {
-    const char* label;
-    bool ConfigParams::*wanted;
-};
-
-/** By the network's class index. */
-constexpr std::array<object_class, 9> kClasses = {{{"Person", &ConfigParams::b_DetectPersons},
-                                                   {"Bicycle", &ConfigParams::b_DetectBicycles},
-                                                   {"Car", &ConfigParams::b_DetectCars},
-                                                   {"Motorcycle", &ConfigParams::b_DetectMotorcycles},
-                                                   {"Airplane", &ConfigParams::b_DetectAirplanes},
-                                                   {"Bus", &ConfigParams::b_DetectBuses},
-                                                   {"Train", &ConfigParams::b_DetectTrains},
-                                                   {"Truck", &ConfigParams::b_DetectTrucks},
-                                                   {"Boat", &ConfigParams::b_DetectBoats}}};
-
-const object_class* find_class(int class_id) {
-    return class_id >= 0 && class_id < static_cast<int>(kClasses.size()) ? &kClasses[static_cast<size_t>(class_id)]
-                                                                         : nullptr;
-}
-
-} // namespace
 
 int location_controller_larod::larod_prepare_data_and_do_ai() {
     constexpr auto kName = "larod_prepare_data_and_do_ai: ";
@@ -93,15 +65,13 @@ std::vector<detection> location_controller_larod::get_detections() {
 }
 
 std::string location_controller_larod::ClassIDToLabel(int class_id) {
-    const object_class* found = find_class(class_id);
-    return found != nullptr ? found->label : "Unknown";
+    return class_label(class_id);
 }
 
 bool location_controller_larod::is_object_a_trigger(int class_id) {
-    const object_class* found = find_class(class_id);
-    return found != nullptr && read_shared(g_ConfigParams.*found->wanted);
+    return is_class_wanted(class_id);
 }
 
 bool location_controller_larod::IsValidClass(int class_id) {
-    return is_object_a_trigger(class_id);
+    return is_class_wanted(class_id);
 }

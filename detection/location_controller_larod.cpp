@@ -3,9 +3,9 @@
 
 #include "detection/location_controller_larod.h"
 
-#include "app/Logger.h"
-#include "app/arithmetic.h"
-#include "app/platform_handles.h"
+#include "base/arithmetic.h"
+#include "base/logger.h"
+#include "base/platform_handles.h"
 
 #include <fcntl.h>
 #include <unistd.h>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "config/shared_field.h"
+#include "base/shared_field.h"
 #include "detection/common_structs.h"
 #include "vision/mmfile.h"
 

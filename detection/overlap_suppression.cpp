@@ -1,7 +1,7 @@
 // The detector's clean-up of the network's raw results. A demoted result stays where it is with a score below every
 // sensible threshold; the order of the rows alone decides which of two overlapping boxes survives.
 
-#include "app/Logger.h"
+#include "base/logger.h"
 #include "detection/location_controller_larod.h"
 
 #include <algorithm>

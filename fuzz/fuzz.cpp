@@ -1,6 +1,6 @@
 #include "fuzz/fuzz.h"
 
-#include "app/Logger.h"
+#include "base/logger.h"
 
 #include <stdlib.h>
 

@@ -1,6 +1,6 @@
 // Property: a line is read as the plain rule says, and what has been read survives being written and read again.
 
-#include "app/Logger.h"
+#include "base/logger.h"
 #include "fuzz/fuzz.h"
 
 #include <vector>

@@ -1,7 +1,7 @@
 #include "output/camera_resolutions.h"
 
-#include "app/Logger.h"
-#include "app/platform_handles.h"
+#include "base/logger.h"
+#include "base/platform_handles.h"
 
 #include <vdo-channel.h>
 

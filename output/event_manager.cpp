@@ -1,6 +1,6 @@
 #include "output/event_manager.h"
 
-#include "app/Logger.h"
+#include "base/logger.h"
 
 #include <glib.h>
 

@@ -2,9 +2,17 @@
 
 #include <axsdk/axevent.h>
 
+#include <array>
 #include <cstdint>
 #include <map>
 #include <string>
+
+// The alerts' events, as the platform and its users see them.
+inline constexpr const char* kFirstAlert = "Korvex Orvel First Alert";
+inline constexpr const char* kSecondAlert = "Korvex Orvel Second Alert";
+inline constexpr const char* kThirdAlert = "Korvex Orvel Third Alert";
+/** The lowest first. */
+inline constexpr std::array<const char*, 3> kAlertNames = {kFirstAlert, kSecondAlert, kThirdAlert};
 
 /**
  * Publishes the alerts as stateful events of the camera's event service, where its own rules can act on them.

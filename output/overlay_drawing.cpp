@@ -1,5 +1,5 @@
-#include "app/Logger.h"
-#include "app/arithmetic.h"
+#include "base/arithmetic.h"
+#include "base/logger.h"
 #include "output/overlay_manager.h"
 
 #include <array>

@@ -1,6 +1,6 @@
 #include "output/overlay_info.h"
 
-#include "config/shared_field.h"
+#include "base/shared_field.h"
 #include "output/resolution.h"
 
 constinit OverlayInfo g_OverlayInfo;

@@ -1,8 +1,8 @@
 #include "output/overlay_manager.h"
 
-#include "app/Logger.h"
-#include "app/platform_handles.h"
-#include "config/shared_field.h"
+#include "base/logger.h"
+#include "base/platform_handles.h"
+#include "base/shared_field.h"
 
 int32_t OverlayManager::m_OverlayID = 0;
 

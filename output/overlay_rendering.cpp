@@ -1,7 +1,7 @@
-#include "app/app_main.h"
-#include "app/arithmetic.h"
-#include "config/shared_field.h"
-#include "detection/location_controller_larod.h"
+#include "base/arithmetic.h"
+#include "base/run_state.h"
+#include "base/shared_field.h"
+#include "detection/object_class.h"
 #include "output/overlay_manager.h"
 
 #include <algorithm>
@@ -109,7 +109,7 @@ class finding_painter {
         OverlayManager::drawCross(m_cairo, m_map.column(wrap_add(place.x, place.w / 2)), wrap_add(place.y, place.h / 2),
                                   White, m_line_width, kCrossArm);
         if (finding.detect.ClassId > 0)
-            paint_label(location_controller_larod::ClassIDToLabel(finding.detect.ClassId), place);
+            paint_label(class_label(finding.detect.ClassId), place);
         if (finding.footing != not_in_AOI)
             paint_dwell_time(OverlayManager::secondsToTimeText(finding.seconds), place, style.outlines - 1);
     }

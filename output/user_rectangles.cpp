@@ -1,6 +1,6 @@
 #include "output/user_rectangles.h"
 
-#include "app/Logger.h"
+#include "base/logger.h"
 #include "output/overlay_manager.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 #include "scene/area_of_interest.h"
 
-#include "app/arithmetic.h"
+#include "base/arithmetic.h"
 
 #include <array>
 #include <cstddef>

@@ -1,24 +1,22 @@
 #include "scene/detection_processing.h"
 
-#include "app/arithmetic.h"
+#include "base/arithmetic.h"
+#include "base/shared_field.h"
 #include "config/config_params.h"
-#include "config/shared_field.h"
 #include "detection/location_controller_larod.h"
+#include "detection/object_class.h"
 #include "output/event_manager.h"
 #include "scene/area_of_interest.h"
 #include "scene/clock.h"
 #include "scene/tracker.h"
 
 #include <algorithm>
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <mutex>
 #include <utility>
 
 namespace {
-
-constexpr std::array<const char*, 3> kAlerts = {kFirstAlert, kSecondAlert, kThirdAlert};
 
 void publish(t_findings_list findings) {
     const std::lock_guard lock(g_FindingsMutex);
@@ -34,8 +32,8 @@ bool is_wholly_excluded(const detection& box) {
 }
 
 footings provisional_footing(const detection& box) {
-    const bool in_area = g_AreaofInterest.is_detected(1, box.get_centroid()) && !is_wholly_excluded(box) &&
-                         location_controller_larod::is_object_a_trigger(box.ClassId);
+    const bool in_area =
+        g_AreaofInterest.is_detected(1, box.get_centroid()) && !is_wholly_excluded(box) && is_class_wanted(box.ClassId);
     return in_area ? in_AOI1_briefly : not_in_AOI;
 }
 
@@ -66,8 +64,8 @@ void stop(const char* alert) {
 
 /** Stops all but the `kept` lowest alerts, the highest first. */
 void stop_down_to(size_t kept) {
-    for (size_t level = kAlerts.size(); level > kept; --level)
-        stop(kAlerts[level - 1]);
+    for (size_t level = kAlertNames.size(); level > kept; --level)
+        stop(kAlertNames[level - 1]);
 }
 
 } // namespace
@@ -93,7 +91,7 @@ void DetectionProcessing::examine_and_update_findings() {
         if (find.footing == not_in_AOI) {
             if (known != g_Id2Time.end())
                 g_Id2Time.erase(known);
-        } else if (location_controller_larod::is_object_a_trigger(find.detect.ClassId)) {
+        } else if (is_class_wanted(find.detect.ClassId)) {
             if (known == g_Id2Time.end()) {
                 g_Id2Time.emplace(find.id, now);
             } else {
@@ -127,7 +125,7 @@ void DetectionProcessing::manage_events() {
         start(kFirstAlert);
     } else if (total == 0) {
         g_Id2Time.clear();
-        for (const char* alert : kAlerts)
+        for (const char* alert : kAlertNames)
             stop(alert);
         return;
     }

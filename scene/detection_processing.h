@@ -7,11 +7,6 @@
 
 #include <map>
 
-// The alerts' events, as the platform and its users see them.
-inline constexpr const char* kFirstAlert = "Korvex Orvel First Alert";
-inline constexpr const char* kSecondAlert = "Korvex Orvel Second Alert";
-inline constexpr const char* kThirdAlert = "Korvex Orvel Third Alert";
-
 /**
  * Turns the detections of a pass into findings, and findings into alerts. The four operations run once a pass, in this
  * order, on the main thread; nothing of it is reported. What it works on is process-wide.

@@ -30,9 +30,9 @@ struct one_find {
 using t_findings_list = std::vector<one_find>;
 
 /**
- * The findings of the last pass, in ascending id. The main thread alone changes them, each time by swapping in a list
- * that is complete, under the lock; it may read them without. Any other thread, such as one of the overlay service,
- * holds the lock while it reads or copies.
+ * The findings of the last pass, in ascending id. The main thread alone changes them, under the lock, which a pass
+ * holds from the first step that does until the last, so that nobody sees objects without their seconds; it may read
+ * them without. Any other thread, such as one of the overlay service, holds the lock while it reads or copies.
  */
 extern t_findings_list g_findings;
-extern std::mutex g_FindingsMutex;
+extern std::recursive_mutex g_FindingsMutex;

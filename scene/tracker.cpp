@@ -1,8 +1,8 @@
 #include "scene/tracker.h"
 
-#include "app/Logger.h"
-#include "app/arithmetic.h"
-#include "config/shared_field.h"
+#include "base/arithmetic.h"
+#include "base/logger.h"
+#include "base/shared_field.h"
 
 #include <algorithm>
 #include <cmath>

@@ -69,7 +69,7 @@ class tracker {
     t_objects_map m_Objects;         // what is tracked, with its latest box
     t_disappeared_map m_Disappeared; // passes since its last match; the same keys
     int m_NextObjectId = 0;
-    int m_MaxDisappeared = 0; // passes; shared with the web thread by the rule of config/shared_field.h
+    int m_MaxDisappeared = 0; // passes; shared with the web thread by the rule of base/shared_field.h
     int m_MaxDistance = 100;  // pixels between centroids that still count as plausible; nothing changes it
 };
 

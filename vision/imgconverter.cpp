@@ -1,7 +1,7 @@
 #include "vision/imgconverter.h"
 
-#include "app/Logger.h"
-#include "app/arithmetic.h"
+#include "base/arithmetic.h"
+#include "base/logger.h"
 
 #include <libyuv.h>
 

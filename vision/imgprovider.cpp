@@ -1,8 +1,8 @@
 #include "vision/imgprovider.h"
 
-#include "app/Logger.h"
-#include "app/blocked_signals.h"
-#include "app/platform_handles.h"
+#include "base/blocked_signals.h"
+#include "base/logger.h"
+#include "base/platform_handles.h"
 
 #include <vdo-channel.h>
 #include <vdo-map.h>

@@ -1,6 +1,6 @@
 #include "vision/mmfile.h"
 
-#include "app/Logger.h"
+#include "base/logger.h"
 
 #include <fcntl.h>
 #include <sys/mman.h>

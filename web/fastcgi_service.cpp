@@ -1,8 +1,8 @@
 #include "web/fastcgi_service.h"
 
-#include "app/Logger.h"
+#include "base/logger.h"
+#include "base/shared_field.h"
 #include "config/parameter_io.h"
-#include "config/shared_field.h"
 
 #include <fcntl.h>
 #include <sys/socket.h>

@@ -1,6 +1,6 @@
 #include "platform/axevent/mqtt_publisher.h"
 
-#include "app/blocked_signals.h"
+#include "base/blocked_signals.h"
 #include "platform/axevent/mqtt_messages.h"
 #include "platform/axevent/mqtt_worker.h"
 

@@ -1,6 +1,6 @@
 #include "platform/axoverlay/broadcast.h"
 
-#include "app/blocked_signals.h"
+#include "base/blocked_signals.h"
 #include "platform/axoverlay/jpeg_encoder.h"
 #include "platform/axoverlay/priority.h"
 

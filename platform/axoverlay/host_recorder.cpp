@@ -1,6 +1,6 @@
 #include "platform/axoverlay/host_recorder.h"
 
-#include "app/blocked_signals.h"
+#include "base/blocked_signals.h"
 #include "platform/axoverlay/annotated_video.h"
 #include "platform/axoverlay/mp4_file.h"
 #include "platform/axoverlay/priority.h"

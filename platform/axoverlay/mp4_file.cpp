@@ -1,6 +1,6 @@
 #include "platform/axoverlay/mp4_file.h"
 
-#include "app/blocked_signals.h"
+#include "base/blocked_signals.h"
 
 #include <cmath>
 #include <cstdint>

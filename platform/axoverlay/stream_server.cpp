@@ -1,6 +1,6 @@
 #include "platform/axoverlay/stream_server.h"
 
-#include "app/blocked_signals.h"
+#include "base/blocked_signals.h"
 #include "platform/axoverlay/http_response.h"
 #include "platform/axoverlay/priority.h"
 #include "platform/axoverlay/resolutions.h"

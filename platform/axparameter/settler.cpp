@@ -1,6 +1,6 @@
 #include "platform/axparameter/settler.h"
 
-#include "app/blocked_signals.h"
+#include "base/blocked_signals.h"
 
 #include <utility>
 

@@ -1,6 +1,6 @@
 #include "platform/vdostream/scene_reader.h"
 
-#include "platform/scene/street_scene.h"
+#include "platform/street/street_scene.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,6 +1,6 @@
 #include "platform/vdostream/video_source.h"
 
-#include "app/blocked_signals.h"
+#include "base/blocked_signals.h"
 #include "platform/vdostream/error.h"
 #include "platform/vdostream/source_name.h"
 

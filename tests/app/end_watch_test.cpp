@@ -1,8 +1,8 @@
 // The end of the whole process, each time in a child: whatever keeps its main thread would keep it for minutes.
 
 #include "app/app_main.h"
-#include "app/blocked_signals.h"
-#include "app/timer.h"
+#include "base/blocked_signals.h"
+#include "base/timer.h"
 #include "tests/app/core_in_child.h"
 #include "tests/doubles/recording_axevent.h"
 #include "tests/doubles/recording_axoverlay.h"

@@ -1,4 +1,4 @@
-#include "app/Logger.h"
+#include "base/logger.h"
 #include "config/parameter_controller.h"
 #include "tests/config/all_parameters.h"
 #include "tests/doubles/core_fixture.h"

@@ -1,4 +1,4 @@
-#include "app/Logger.h"
+#include "base/logger.h"
 #include "detection/location_controller_larod.h"
 #include "tests/doubles/core_fixture.h"
 

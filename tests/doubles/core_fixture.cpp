@@ -1,6 +1,6 @@
 #include "tests/doubles/core_fixture.h"
 
-#include "app/Logger.h"
+#include "base/logger.h"
 #include "tests/doubles/fake_axparameter.h"
 #include "tests/doubles/recording_axevent.h"
 #include "tests/doubles/recording_axoverlay.h"

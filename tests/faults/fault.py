@@ -316,12 +316,13 @@ def check_end(camera):
 def wrapped_programs(work, script):
     """The environment in which korvex_live is this shell script; $real is the real one, "$@" the arguments."""
     build = work / "build"
-    shutil.copytree(BUILD / "platform", build / "platform", copy_function=os.symlink,
-                    ignore=lambda folder, names: [name for name in names if name == "CMakeFiles"])
+    for part in ("host", "platform"):
+        shutil.copytree(BUILD / part, build / part, copy_function=os.symlink,
+                        ignore=lambda folder, names: [name for name in names if name == "CMakeFiles"])
     shutil.copy(BUILD / "CMakeCache.txt", build)
-    program = build / "platform/console/korvex_live"
+    program = build / "host/korvex_live"
     program.unlink()
-    program.write_text(f"#!/bin/sh\nreal={BUILD}/platform/console/korvex_live\n{script}\n")
+    program.write_text(f"#!/bin/sh\nreal={BUILD}/host/korvex_live\n{script}\n")
     program.chmod(0o755)
     return {"KORVEX_BUILD_DIR": str(build)}
 

@@ -1,7 +1,7 @@
 // What the default model sees in known pictures: the built-in scene, whose truth is known. model/make.sh must have run.
 
 #include "larod.h"
-#include "platform/scene/street_scene.h"
+#include "platform/street/street_scene.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>

@@ -42,14 +42,14 @@ check "a SIGINT is heard whenever it comes in the first half second, and leaves 
 check "nor does the pages' folder keep what was there for its web server" test ! -e "$state/html/pages"
 
 # A shell between ./run and the application that neither becomes the application nor passes signals on.
-mkdir -p "$work/build/platform/console"
+mkdir -p "$work/build/host" "$work/build/platform"
 for part in axparameter larod vdostream; do
     ln -s "$1/platform/$part" "$work/build/platform/$part"
 done
-printf '#!/bin/sh\nulimit -n 1000\n"%s" "$@"\nexit $?\n' "$1/platform/console/korvex_live" >"$work/build/platform/console/korvex_live"
-chmod +x "$work/build/platform/console/korvex_live"
+printf '#!/bin/sh\nulimit -n 1000\n"%s" "$@"\nexit $?\n' "$1/host/korvex_live" >"$work/build/host/korvex_live"
+chmod +x "$work/build/host/korvex_live"
 export KORVEX_BUILD_DIR=$work/build
-application() { pgrep -f "^$1/platform/console/korvex_live"; }
+application() { pgrep -f "^$1/host/korvex_live"; }
 
 # of_state PID...: those that run in the state folder.
 of_state() {

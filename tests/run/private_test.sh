@@ -48,7 +48,7 @@ check "is closed" mode_is 700 "$work/open"
 
 # --- The doors ---
 
-application=$(for process in $(pgrep -f "^$1/platform/console/korvex_live"); do
+application=$(for process in $(pgrep -f "^$1/host/korvex_live"); do
     [ "$(readlink "/proc/$process/cwd")" != "$state" ] || echo "$process"
 done)
 # listens PID: on a port of any address.

@@ -44,7 +44,7 @@ niceness_of() {
 start --accept-eula --niceness 3
 check "with the agreement it reaches status 200" within 120 has '^status (200|50[234]) .* ms' "$work/out"
 check "and detects the scene's vehicles" within 60 has '(Car|Bus|Truck) 0\.' "$work/out"
-check "it is as nice as it was told to be" test "$(niceness_of "$1/platform/console/korvex_live")" = 3
+check "it is as nice as it was told to be" test "$(niceness_of "$1/host/korvex_live")" = 3
 check "and its web server gives way to it" test "$(niceness_of lighttpd)" = 10
 check "TERM ends it with status 0 again" ended_after_term
 check "each run's log ends with its last line" count_is 2 '\|STOPPING korvex_orvel$' "$state/localdata/OrvelLog.txt"
@@ -84,8 +84,8 @@ check "ends it cleanly too" within 20 not running
 
 # The programs of this build, with another answer about the model.
 mkdir -p "$work/build/platform/larod"
-for part in axparameter console vdostream; do
-    ln -s "$1/platform/$part" "$work/build/platform/$part"
+for part in host platform/axparameter platform/vdostream; do
+    ln -s "$1/$part" "$work/build/$part"
 done
 printf '#!/bin/sh\necho "$1 $2 has rotted." >&2\nexit 1\n' >"$work/build/platform/larod/korvex_check_model"
 chmod +x "$work/build/platform/larod/korvex_check_model"

@@ -1,4 +1,4 @@
-#include "app/arithmetic.h"
+#include "base/arithmetic.h"
 #include "scene/tracker.h"
 
 #include <gmock/gmock.h>

@@ -1,4 +1,4 @@
-#include "app/Logger.h"
+#include "base/logger.h"
 #include "tests/doubles/core_fixture.h"
 #include "tests/doubles/failing_libc.h"
 #include "tests/doubles/recording_vdo.h"

@@ -1,6 +1,6 @@
 // The service's calls of libfcgi outside its requests: each is recorded and does nothing else.
 
-#include "app/blocked_signals.h"
+#include "base/blocked_signals.h"
 #include "tests/doubles/call_recorder.h"
 #include "tests/doubles/core_fixture.h"
 #include "web/fastcgi_service.h"

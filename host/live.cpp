@@ -1,0 +1,197 @@
+// korvex_live: the application, with one line on stdout that shows what it publishes. On a terminal the line is
+// rewritten in place after each pass, below whatever else is said; elsewhere a line is printed at most once a second,
+// and whenever the status changes. With --record FILE [--stream WxH] it also writes the annotated video until it ends.
+
+#include "app/app_main.h"
+#include "host/console_line.h"
+#include "host/options.h"
+#include "host/pass_watch.h"
+#include "host/starter.h"
+#include "platform/axevent/host_events.h"
+#include "platform/axoverlay/host_recorder.h"
+#include "platform/vdostream/host_video.h"
+
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <optional>
+#include <string>
+
+namespace {
+
+constexpr gint64 second = G_USEC_PER_SEC;
+
+class LiveConsole {
+  public:
+    void after_pass() {
+        count_pass();
+        if (is_terminal_) {
+            shown_line_ = console::below_cursor(console::fitted(line(), columns()));
+            show(shown_line_);
+            return;
+        }
+        const gint64 now = g_get_monotonic_time();
+        if (shown_at_ == 0 || g_StatusCode != shown_status_ || now - shown_at_ >= second) {
+            shown_at_ = now;
+            shown_status_ = g_StatusCode;
+            show(line().append("\n"));
+        }
+    }
+
+    /** An event's line stands above the live one. */
+    void tell(const host_events::Occurrence& occurrence) {
+        if (occurrence.what == host_events::Occurrence::What::event) {
+            std::string text = is_terminal_ ? console::clear_below : "";
+            text += occurrence.time + " " + occurrence.nice_name;
+            text += occurrence.active.value_or(true) ? ": started\n" : ": stopped\n";
+            show(text.append(shown_line_));
+        }
+    }
+
+    /** Leaves the cursor below the line. */
+    ~LiveConsole() {
+        if (!shown_line_.empty()) {
+            show("\n\n\n");
+        }
+    }
+
+  private:
+    void count_pass() {
+        const gint64 now = g_get_monotonic_time();
+        if (rate_since_ == 0) {
+            rate_since_ = now;
+            return;
+        }
+        ++passes_;
+        if (now - rate_since_ >= second) {
+            rate_ = static_cast<double>(passes_) * static_cast<double>(second) / static_cast<double>(now - rate_since_);
+            rate_since_ = now;
+            passes_ = 0;
+        }
+    }
+
+    std::string line() const {
+        const host_video::Statistics video = host_video::statistics();
+        console::Snapshot snapshot{g_StatusCode, g_ExecutionTime, rate_, video.source_fps, {}, 0.0};
+        if (video.source_fps > 0.0) {
+            snapshot.source_seconds = static_cast<double>(video.frames_decoded) / video.source_fps;
+        }
+        // The outputs exist once the detector is set up; status 400 and 408 leave them as they were.
+        if (g_LocationController.get_output_scores() != nullptr) {
+            snapshot.detections = g_LocationController.get_detections();
+        }
+        return console::line_of(snapshot);
+    }
+
+    static size_t columns() {
+        winsize size{};
+        return ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col - 1U : 79U;
+    }
+
+    /** When nobody reads any more, the application ends as if it had been asked to. */
+    static void show(const std::string& text) {
+        if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size() || std::fflush(stdout) != 0) {
+            raise(SIGTERM);
+        }
+    }
+
+    const bool is_terminal_ = isatty(STDOUT_FILENO) == 1;
+    std::string shown_line_; // on a terminal, with what puts it in its place
+    gint64 shown_at_ = 0;
+    int shown_status_ = 0;
+    gint64 rate_since_ = 0;
+    int passes_ = 0;
+    double rate_ = 0.0;
+};
+
+/** The annotated video of a whole run, from its first pass on: only then the camera's rotation is known. */
+class Recording {
+  public:
+    explicit Recording(const console::Options& options) : options_(options) {}
+
+    /** Begins it, once. A recording that cannot begin ends the application: it was asked for. */
+    void after_pass() {
+        if (options_.record.empty() || recorder_ || failed_) {
+            return;
+        }
+        try {
+            recorder_.emplace(host_overlay::RecorderOptions{options_.record, options_.width, options_.height,
+                                                            g_ParameterController.get_rotation(), false, false,
+                                                            [this](const std::string& why) { tell_of_stop(why); }});
+        } catch (const std::exception& failure) {
+            fail(failure);
+            raise(SIGTERM);
+        }
+    }
+
+    /** Completes the file; false when there is none, or it ends before the run did. */
+    bool finish() {
+        try {
+            if (recorder_) {
+                recorder_->finish();
+            }
+        } catch (const std::exception& failure) {
+            fail(failure);
+        }
+        return !failed_;
+    }
+
+  private:
+    void fail(const std::exception& failure) {
+        failed_ = true;
+        if (!told_) {
+            std::fprintf(stderr, "live: no recording: %s.\n", failure.what());
+        }
+    }
+
+    /** On the recording's thread, when it happens: nobody looks after a recording before the end. */
+    void tell_of_stop(const std::string& why) {
+        told_ = true;
+        std::fprintf(stderr, "live: the recording %s has stopped: %s; what it holds can be played.\n",
+                     options_.record.c_str(), why.c_str());
+    }
+
+    const console::Options options_;
+    bool failed_ = false;
+    std::atomic<bool> told_ = false;
+    std::optional<host_overlay::Recorder> recorder_; // whose thread uses the others
+};
+
+int run(const console::Options& options) {
+    LiveConsole live;
+    Recording recording(options);
+    // The application ends at once when a client of the web holds it.
+    static Recording* unfinished = &recording;
+    std::at_quick_exit([] {
+        if (unfinished != nullptr) {
+            unfinished->finish();
+        }
+    });
+    const console::PassWatch watch([&] {
+        live.after_pass();
+        recording.after_pass();
+    });
+    host_events::set_listener([&live](const host_events::Occurrence& occurrence) { live.tell(occurrence); });
+    const int status = korvex_orvel_main();
+    unfinished = nullptr;
+    // The events are withdrawn after this, when the process's objects are destroyed.
+    host_events::set_listener([](const host_events::Occurrence&) {});
+    return recording.finish() ? status : 1;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    try {
+        console::end_with_starter();
+        return run(console::parse_options(argc, argv, false));
+    } catch (const std::exception& problem) {
+        std::fprintf(stderr, "live: %s.\n", problem.what());
+        return 1;
+    }
+}

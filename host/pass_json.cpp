@@ -1,0 +1,68 @@
+#include "host/pass_json.h"
+
+#include "detection/object_class.h"
+
+#include <cmath>
+#include <iomanip>
+#include <locale>
+#include <ostream>
+#include <sstream>
+
+namespace console {
+namespace {
+
+// Labels and alert names come from tables of plain words: nothing in them needs escaping.
+
+void print_class_and_box(std::ostream& out, const detection& found) {
+    out << "\"class\": " << found.ClassId << ", \"label\": \"" << class_label(found.ClassId) << "\", \"box\": ["
+        << found.X << ", " << found.Y << ", " << found.W << ", " << found.H << ']';
+}
+
+void print(std::ostream& out, const detection& found) {
+    out << '{';
+    print_class_and_box(out, found);
+    out << ", \"score\": ";
+    // JSON has no word for what is not finite.
+    if (std::isfinite(found.Confidence)) {
+        out << std::setprecision(4) << found.Confidence << '}';
+    } else {
+        out << "null}";
+    }
+}
+
+void print(std::ostream& out, const one_find& find) {
+    out << "{\"id\": " << find.id << ", ";
+    print_class_and_box(out, find.detect);
+    out << ", \"footing\": " << static_cast<int>(find.footing) << ", \"seconds\": " << find.seconds << '}';
+}
+
+void print(std::ostream& out, const AlertChange& change) {
+    out << "{\"name\": \"" << change.name << "\", \"active\": " << (change.active ? "true" : "false") << '}';
+}
+
+template <typename List>
+void print_list(std::ostream& out, const char* name, const List& list) {
+    out << ", \"" << name << "\": [";
+    const char* separator = "";
+    for (const auto& element : list) {
+        out << separator;
+        print(out, element);
+        separator = ", ";
+    }
+    out << ']';
+}
+
+} // namespace
+
+std::string json_of_pass(const PassRecord& record) {
+    std::ostringstream out;
+    out.imbue(std::locale::classic());
+    out << std::fixed << "{\"time\": " << std::setprecision(3) << record.seconds << ", \"status\": " << record.status;
+    print_list(out, "detections", record.detections);
+    print_list(out, "findings", record.findings);
+    print_list(out, "alerts", record.alerts);
+    out << '}';
+    return out.str();
+}
+
+} // namespace console

@@ -1,0 +1,93 @@
+#include "platform/street/persons.h"
+
+#include <cmath>
+#include <numbers>
+
+namespace host_scene {
+namespace {
+
+constexpr colour skin = {0.80, 0.60, 0.48};
+constexpr colour hair = {0.16, 0.11, 0.08};
+constexpr colour trousers = {0.13, 0.16, 0.25};
+constexpr colour shoes = {0.08, 0.07, 0.07};
+constexpr double hip = -76.0;
+constexpr double shoulder = -122.0;
+/** Ground covered by one full turn of both legs. */
+constexpr double two_steps = 92.0;
+
+colour jacket_of(paint_job paint) {
+    switch (paint) {
+    case paint_job::red:
+        return {0.66, 0.16, 0.14};
+    case paint_job::green:
+        return {0.24, 0.40, 0.24};
+    default:
+        break;
+    }
+    return {0.20, 0.33, 0.56};
+}
+
+/** Two straight pieces from (x, y), each `length` long, at angles from hanging straight down. */
+point limb(cairo_t* context, double x, double y, double upper, double lower, double length) {
+    const point joint = {x + std::sin(upper) * length, y + std::cos(upper) * length};
+    const point end = {joint.x + std::sin(lower) * length, joint.y + std::cos(lower) * length};
+    cairo_move_to(context, x, y);
+    cairo_line_to(context, joint.x, joint.y);
+    cairo_line_to(context, end.x, end.y);
+    cairo_stroke(context);
+    return end;
+}
+
+void leg(cairo_t* context, double swing, double lift, double dark) {
+    set_colour(context, shade(trousers, dark));
+    cairo_set_line_width(context, 14.0);
+    const point ankle = limb(context, 0, hip, swing, swing - lift, 36.0);
+    set_colour(context, shoes);
+    cairo_set_line_width(context, 7.5);
+    cairo_move_to(context, ankle.x - 2.0, std::min(ankle.y + 1.0, -4.0));
+    cairo_line_to(context, ankle.x + 11.0, std::min(ankle.y + 1.0, -4.0));
+    cairo_stroke(context);
+}
+
+void arm(cairo_t* context, const colour& jacket, double swing) {
+    set_colour(context, jacket);
+    cairo_set_line_width(context, 9.5);
+    const point hand = limb(context, 0, shoulder + 4.0, swing, swing + 0.35, 23.0);
+    set_colour(context, skin);
+    disc(context, hand.x, hand.y, 4.6);
+}
+
+} // namespace
+
+void paint_person(cairo_t* context, const actor& person) {
+    cairo_save(context);
+    cairo_translate(context, person.x, person.ground);
+    cairo_scale(context, person.to_the_left ? -person.scale : person.scale, person.scale);
+    soft_shadow(context, 0, 0, 34, 7, 0.5);
+    cairo_set_line_cap(context, CAIRO_LINE_CAP_ROUND);
+    cairo_set_line_join(context, CAIRO_LINE_JOIN_ROUND);
+    const double phase = person.travelled / person.scale / two_steps * 2.0 * std::numbers::pi;
+    // Swung further for longer than a pendulum: a silhouette with its legs together reads as a post.
+    const double swing = 0.52 * std::tanh(1.8 * std::sin(phase)) / std::tanh(1.8);
+    const colour jacket = jacket_of(person.paint);
+    arm(context, shade(jacket, -0.35), swing * 0.9);
+    leg(context, -swing, 0.12 + 0.5 * std::max(0.0, -std::cos(phase)), -0.25);
+    leg(context, swing, 0.12 + 0.5 * std::max(0.0, std::cos(phase)), 0.05);
+    rounded_rectangle(context, -13, shoulder - 4.0, 26, 56, 11);
+    set_vertical_gradient(context, shoulder, hip, {shade(jacket, 0.15), shade(jacket, -0.2)});
+    cairo_fill(context);
+    arm(context, jacket, -swing * 0.9);
+    set_colour(context, skin);
+    cairo_set_line_width(context, 8.0);
+    cairo_move_to(context, 0, shoulder - 2.0);
+    cairo_line_to(context, 1, shoulder - 10.0);
+    cairo_stroke(context);
+    disc(context, 1.5, -138, 11);
+    set_colour(context, hair);
+    cairo_arc(context, -0.5, -139.5, 11.5, 0.75 * std::numbers::pi, 1.93 * std::numbers::pi);
+    cairo_close_path(context);
+    cairo_fill(context);
+    cairo_restore(context);
+}
+
+} // namespace host_scene

@@ -1,0 +1,170 @@
+#include "platform/street/street_scene.h"
+
+#include "platform/street/painter.h"
+#include "platform/street/persons.h"
+#include "platform/street/schedule.h"
+#include "platform/street/street.h"
+#include "platform/street/vehicles.h"
+
+#include <libyuv.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <map>
+#include <mutex>
+#include <random>
+#include <utility>
+
+namespace host_scene {
+namespace {
+
+/** Rows and columns of the noise tile; a power of two. */
+constexpr std::size_t tile_size = 512;
+
+/** Sensor noise to add to luma, in the byte arithmetic of the plane: -1 is 255. Luma's 16..235 leaves room for it. */
+std::vector<std::uint8_t> make_noise() {
+    std::mt19937 random(7);
+    std::vector<std::uint8_t> tile(tile_size * tile_size);
+    // The sum of a few small dice is nearly Gaussian, with a standard deviation of about 2 steps of 256.
+    std::generate(tile.begin(), tile.end(), [&random] {
+        const auto dice = random();
+        const int sum = static_cast<int>(dice % 4U + dice / 4U % 4U + dice / 16U % 4U) - 4;
+        return static_cast<std::uint8_t>(sum);
+    });
+    return tile;
+}
+
+int class_of(kind what) {
+    switch (what) {
+    case kind::person:
+        return 0;
+    case kind::saloon:
+        return 2;
+    case kind::bus:
+        return 5;
+    case kind::van:
+        break;
+    }
+    return 7;
+}
+
+double sane(double seconds) {
+    constexpr double latest = 1e9;
+    return seconds > 0.0 ? std::min(seconds, latest) : 0.0;
+}
+
+} // namespace
+
+struct street_scene::picture_parts {
+    int width;
+    int height;
+    double scale_x;
+    double scale_y;
+    surface_handle background;
+    surface_handle canvas;
+    std::map<std::pair<kind, paint_job>, vehicle_sprites> vehicles;
+    std::vector<std::uint8_t> noise = make_noise();
+    std::mutex lock;
+
+    picture_parts(int picture_width, int picture_height)
+        : width(picture_width), height(picture_height), scale_x(static_cast<double>(picture_width) / design_width),
+          scale_y(static_cast<double>(picture_height) / design_height),
+          background(cairo_image_surface_create(CAIRO_FORMAT_RGB24, picture_width, picture_height)),
+          canvas(cairo_image_surface_create(CAIRO_FORMAT_RGB24, picture_width, picture_height)) {
+        const context_handle context(cairo_create(background.get()));
+        cairo_scale(context.get(), scale_x, scale_y);
+        draw_street(context.get());
+        cairo_surface_flush(background.get());
+    }
+
+    const vehicle_sprites& sprites_of(const actor& vehicle) {
+        const auto key = std::make_pair(vehicle.what, vehicle.paint);
+        auto found = vehicles.find(key);
+        if (found == vehicles.end()) {
+            found = vehicles.emplace(key, make_vehicle(vehicle.what, vehicle.paint, scale_x, scale_y)).first;
+        }
+        return found->second;
+    }
+
+    const std::uint8_t* draw(double seconds) {
+        std::memcpy(cairo_image_surface_get_data(canvas.get()), cairo_image_surface_get_data(background.get()),
+                    static_cast<std::size_t>(stride()) * static_cast<std::size_t>(height));
+        cairo_surface_mark_dirty(canvas.get());
+        const context_handle context(cairo_create(canvas.get()));
+        cairo_scale(context.get(), scale_x, scale_y);
+        for (const actor& each : actors_at(sane(seconds))) {
+            if (each.what == kind::person) {
+                paint_person(context.get(), each);
+            } else {
+                paint_vehicle(context.get(), sprites_of(each), each);
+            }
+        }
+        cairo_surface_flush(canvas.get());
+        return cairo_image_surface_get_data(canvas.get());
+    }
+
+    void add_noise(double seconds, std::uint8_t* luma) const {
+        // Another corner of the tile for each 25th of a second.
+        const auto frame = static_cast<std::uint64_t>(std::llround(sane(seconds) * frames_a_second));
+        const std::uint64_t mixed = (frame + 1) * 0x9E3779B97F4A7C15U;
+        const std::size_t first_row = mixed >> 40U;
+        const std::size_t first_column = mixed >> 52U;
+        const auto columns = static_cast<std::size_t>(width);
+        for (std::size_t row = 0; row < static_cast<std::size_t>(height); ++row) {
+            const std::uint8_t* noise_row = noise.data() + (row + first_row) % tile_size * tile_size;
+            std::uint8_t* out = luma + row * columns;
+            std::size_t from = first_column % tile_size;
+            for (std::size_t column = 0; column < columns; from = 0) {
+                const std::size_t run = std::min(columns - column, tile_size - from);
+                for (std::size_t i = 0; i < run; ++i) {
+                    out[column + i] = static_cast<std::uint8_t>(out[column + i] + noise_row[from + i]);
+                }
+                column += run;
+            }
+        }
+    }
+
+    int stride() const { return cairo_image_surface_get_stride(canvas.get()); }
+};
+
+street_scene::street_scene(int width, int height) : m_Parts(std::make_unique<picture_parts>(width, height)) {}
+street_scene::~street_scene() = default;
+
+int street_scene::width() const {
+    return m_Parts->width;
+}
+int street_scene::height() const {
+    return m_Parts->height;
+}
+
+void street_scene::draw_nv12(double seconds, std::uint8_t* pixels) {
+    const std::lock_guard<std::mutex> guard(m_Parts->lock);
+    std::uint8_t* chroma = pixels + std::ptrdiff_t{width()} * height();
+    libyuv::ARGBToNV12(m_Parts->draw(seconds), m_Parts->stride(), pixels, width(), chroma, width(), width(), height());
+    m_Parts->add_noise(seconds, pixels);
+}
+
+void street_scene::draw_rgb(double seconds, std::uint32_t* pixels) {
+    const std::lock_guard<std::mutex> guard(m_Parts->lock);
+    const std::uint8_t* drawn = m_Parts->draw(seconds);
+    for (std::ptrdiff_t row = 0; row < height(); ++row) {
+        std::memcpy(pixels + row * width(), drawn + row * m_Parts->stride(),
+                    static_cast<std::size_t>(width()) * sizeof *pixels);
+    }
+}
+
+std::vector<truth_object> street_scene::truth(double seconds) const {
+    std::vector<truth_object> objects;
+    for (const actor& each : actors_at(sane(seconds))) {
+        const double half = length_of(each.what) * each.scale / 2.0;
+        const double left = std::max(each.x - half, 0.0);
+        const double right = std::min(each.x + half, static_cast<double>(design_width));
+        const double top = each.ground - height_of(each.what) * each.scale;
+        objects.push_back({each.id, class_of(each.what), left * m_Parts->scale_x, top * m_Parts->scale_y,
+                           (right - left) * m_Parts->scale_x, (each.ground - top) * m_Parts->scale_y});
+    }
+    return objects;
+}
+
+} // namespace host_scene

@@ -1,0 +1,22 @@
+#pragma once
+
+#include "platform/street/painter.h"
+#include "platform/street/schedule.h"
+
+namespace host_scene {
+
+/** A vehicle seen from its right side, driving to the right; its origin is on the ground below its middle. */
+struct vehicle_sprites {
+    /** Body and shadow, with empty wheel arches. */
+    sprite body;
+    sprite wheel;
+    /** Wheel hubs, from the origin; the wheels stand on the ground. */
+    double rear_hub;
+    double front_hub;
+    double wheel_radius;
+};
+
+vehicle_sprites make_vehicle(kind what, paint_job paint, double scale_x, double scale_y);
+void paint_vehicle(cairo_t* context, const vehicle_sprites& sprites, const actor& vehicle);
+
+} // namespace host_scene

@@ -2,13 +2,13 @@
 
 #include "base/logger.h"
 #include "base/platform_handles.h"
-#include "config/setting_tables.h"
+#include "config/settings.h"
 
-#include <array>
+#include <algorithm>
 #include <cstdlib>
 #include <exception>
 #include <span>
-#include <utility>
+#include <string>
 #include <vector>
 
 namespace {
@@ -16,54 +16,8 @@ namespace {
 constexpr auto kRotation = "root.Image.I0.Appearance.Rotation";
 constexpr int kExistsAlready = 13; // the store's error code
 
-constexpr std::array<named_setting<bool>, 3> kAlerts = {{{"Alert1Active", &ConfigParams::b_Alert1},
-                                                         {"Alert2Active", &ConfigParams::b_Alert2},
-                                                         {"Alert3Active", &ConfigParams::b_Alert3}}};
-
-constexpr std::array<const char*, 3> kExclusionsActive = {"Exclusion1Active", "Exclusion2Active", "Exclusion3Active"};
-
-/** The name of a polygon's coordinate: point index / 2, "x" for even indices, "y" for odd ones. */
-std::string coordinate_name(const std::string& polygon, size_t index) {
-    return polygon + std::to_string(index / 2) + (index % 2 == 0 ? "x" : "y");
-}
-
-using named_polygon = std::pair<const char*, std::span<int32_t>>;
-
-std::array<named_polygon, 3> exclusions(ConfigParams& config) {
-    return {named_polygon{"Exclusion1", config.i_Exclusion1}, named_polygon{"Exclusion2", config.i_Exclusion2},
-            named_polygon{"Exclusion3", config.i_Exclusion3}};
-}
-
-named_polygon detection_area(ConfigParams& config) {
-    return {"Detection1", config.i_Detection1};
-}
-
-/** All parameters in the order of their registration. */
-std::vector<std::string> parameter_names() {
-    ConfigParams shape;
-    std::vector<std::string> names = {"HStream",        "WStream",      "MinNumberOfPeopleForTrigger", "Sensitivity",
-                                      "MaxDisappeared", "MainLoopTime", "DetectionControlPoints"};
-    const auto add_polygon = [&names](const named_polygon& polygon) {
-        for (size_t i = 0; i < polygon.second.size(); ++i)
-            names.push_back(coordinate_name(polygon.first, i));
-    };
-    add_polygon(detection_area(shape));
-    for (const auto& alert : kAlerts)
-        names.emplace_back(alert.name);
-    for (const auto& seconds : kAlertSeconds)
-        names.emplace_back(seconds.name);
-    for (const named_polygon& zone : exclusions(shape))
-        add_polygon(zone);
-    for (const char* active : kExclusionsActive)
-        names.emplace_back(active);
-    for (const char* name :
-         {"DetectionOverlaysOn", "AnonOverlaysOn", "SelectedDetectionOverlay", "SelectedAnonOverlay"})
-        names.emplace_back(name);
-    for (const auto& wanted : kWantedClasses)
-        names.emplace_back(wanted.name);
-    names.emplace_back("EulaAccepted");
-    return names;
-}
+/** All zones' corners, then which zones are active. */
+constexpr auto kZones = rows_from_to<row::zone1, row::zone3_active>();
 
 int32_t to_number(const std::string& text) {
     try {
@@ -80,8 +34,9 @@ void parameter_controller::init_controller(std::string appName) {
     if (m_Parameter == nullptr)
         g_Logger.error("init_controller: Error Initializing Parameter of " + appName);
     m_rotation = find_rotation_parameter(appName);
-    for (const std::string& name : parameter_names())
-        add_parameter(name);
+    for (const setting& each : kSettings)
+        for (const std::string& name : stored_names(each))
+            add_parameter(name);
 }
 
 int32_t parameter_controller::find_rotation_parameter(std::string) {
@@ -183,70 +138,58 @@ ConfigParams parameter_controller::load_config() {
     config.i_ModelWidth = 960;
     config.i_ModelHeight = 540;
 
-    const auto read_polygon = [this](const named_polygon& polygon) {
-        for (size_t i = 0; i < polygon.second.size(); ++i)
-            polygon.second[i] = get_gint_parameter(coordinate_name(polygon.first, i));
+    const auto load = [this, &config](row which) {
+        // Zone 2 comes back as zone 3 was saved; deliberate, kept as it is.
+        const std::vector<std::string> names =
+            stored_names(setting_of(which == row::zone2_active ? row::zone3_active : which));
+        visit_value(setting_of(which), config,
+                    for_each_kind{[&](int32_t& value) { value = get_gint_parameter(names[0]); },
+                                  [&](float& value) { value = get_gfloat_parameter(names[0]); },
+                                  [&](bool& value) { value = get_boolean_parameter(names[0]); },
+                                  [&](std::string& value) { value = get_string_parameter(names[0]); },
+                                  [&](std::span<int32_t> coordinates) {
+                                      for (size_t i = 0; i < coordinates.size(); ++i)
+                                          coordinates[i] = get_gint_parameter(names[i]);
+                                  }});
     };
-    config.i_MainLoopTime = get_gint_parameter("MainLoopTime");
-    config.i_MinNumberOfPeopleForTrigger = get_gint_parameter("MinNumberOfPeopleForTrigger");
-    config.f_Sensitivity = get_gfloat_parameter("Sensitivity");
-    config.b_DetectionOverlaysOn = get_boolean_parameter("DetectionOverlaysOn");
-    config.b_AnonOverlaysOn = get_boolean_parameter("AnonOverlaysOn");
-    config.str_DetectionOverlay = get_string_parameter("SelectedDetectionOverlay");
-    config.str_AnonOverlay = get_string_parameter("SelectedAnonOverlay");
-    config.i_MaxDisappeared = get_gint_parameter("MaxDisappeared");
-    for (const auto& wanted : kWantedClasses)
-        config.*wanted.field = get_boolean_parameter(wanted.name);
-    config.b_EulaAccepted = get_boolean_parameter("EulaAccepted");
-    for (const auto& alert : kAlerts)
-        config.*alert.field = get_boolean_parameter(alert.name);
-    for (const auto& seconds : kAlertSeconds)
-        config.*seconds.field = get_gint_parameter(seconds.name);
-    for (const named_polygon& zone : exclusions(config))
-        read_polygon(zone);
-    config.b_Exclusion1Active = get_boolean_parameter("Exclusion1Active");
-    // Zone 2 comes back as zone 3 was saved. Deliberate: cameras in the field have been set up around it.
-    config.b_Exclusion2Active = get_boolean_parameter("Exclusion3Active");
-    config.b_Exclusion3Active = get_boolean_parameter("Exclusion3Active");
-    config.i_DetectionControlPoints = get_gint_parameter("DetectionControlPoints");
-    read_polygon(detection_area(config));
+    for (const row which : {row::main_loop_time, row::min_number, row::sensitivity, row::detection_overlays_on,
+                            row::anon_overlays_on, row::detection_overlay, row::anon_overlay, row::max_disappeared})
+        load(which);
+    std::ranges::for_each(kWantedClasses, load);
+    load(row::eula);
+    std::ranges::for_each(kAlertSettings, load);
+    std::ranges::for_each(kZones, load);
+    load(row::control_points);
+    load(row::area);
     return config;
 }
 
 int32_t parameter_controller::save_config(ConfigParams config) {
-    const auto write_number = [this](const std::string& name, int32_t value) {
-        set_guint_parameter(name, static_cast<unsigned int>(value));
+    const auto save = [this, &config](row which) {
+        const std::vector<std::string> names = stored_names(setting_of(which));
+        const auto write_number = [&](size_t i, int32_t value) {
+            set_guint_parameter(names[i], static_cast<unsigned int>(value));
+        };
+        visit_value(setting_of(which), config,
+                    for_each_kind{[&](int32_t& value) { write_number(0, value); },
+                                  [&](float& value) { set_gfloat_parameter(names[0], value); },
+                                  [&](bool& value) { set_boolean_parameter(names[0], value); },
+                                  [&](std::string& value) { set_string_parameter(names[0], value); },
+                                  [&](std::span<int32_t> coordinates) {
+                                      for (size_t i = 0; i < coordinates.size(); ++i)
+                                          write_number(i, coordinates[i]);
+                                  }});
     };
-    const auto write_polygon = [&write_number](const named_polygon& polygon) {
-        for (size_t i = 0; i < polygon.second.size(); ++i)
-            write_number(coordinate_name(polygon.first, i), polygon.second[i]);
-    };
-    write_number("HStream", config.i_HStream);
-    write_number("WStream", config.i_WStream);
-    write_number("MinNumberOfPeopleForTrigger", config.i_MinNumberOfPeopleForTrigger);
-    set_gfloat_parameter("Sensitivity", config.f_Sensitivity);
-    set_boolean_parameter("DetectionOverlaysOn", config.b_DetectionOverlaysOn);
-    set_boolean_parameter("AnonOverlaysOn", config.b_AnonOverlaysOn);
-    set_string_parameter("SelectedDetectionOverlay", config.str_DetectionOverlay);
-    set_string_parameter("SelectedAnonOverlay", config.str_AnonOverlay);
-    write_number("MaxDisappeared", config.i_MaxDisappeared);
-    // A second time, deliberately: listeners of the store rely on this change coming after the stream's.
-    set_boolean_parameter("DetectionOverlaysOn", config.b_DetectionOverlaysOn);
-    for (const auto& wanted : kWantedClasses)
-        set_boolean_parameter(wanted.name, config.*wanted.field);
-    set_boolean_parameter("EulaAccepted", config.b_EulaAccepted);
-    for (const auto& alert : kAlerts)
-        set_boolean_parameter(alert.name, config.*alert.field);
-    for (const auto& seconds : kAlertSeconds)
-        write_number(seconds.name, config.*seconds.field);
-    for (const named_polygon& zone : exclusions(config))
-        write_polygon(zone);
-    const std::array<bool, 3> active = {config.b_Exclusion1Active, config.b_Exclusion2Active,
-                                        config.b_Exclusion3Active};
-    for (size_t i = 0; i < active.size(); ++i)
-        set_boolean_parameter(kExclusionsActive.at(i), active.at(i));
-    write_number("DetectionControlPoints", config.i_DetectionControlPoints);
-    write_polygon(detection_area(config));
+    for (const row which : {row::h_stream, row::w_stream, row::min_number, row::sensitivity, row::detection_overlays_on,
+                            row::anon_overlays_on, row::detection_overlay, row::anon_overlay, row::max_disappeared})
+        save(which);
+    save(row::detection_overlays_on); // a second time; deliberate, kept as it is
+    std::ranges::for_each(kWantedClasses, save);
+    save(row::eula);
+    std::ranges::for_each(kAlertSettings, save);
+    std::ranges::for_each(kZones, save);
+    save(row::control_points);
+    save(row::area);
     return 1;
 }
 

@@ -1,45 +1,42 @@
 // The web pages' parameter document: writing it, reading it, and what a posted one does.
 
 #include "base/arithmetic.h"
+#include "base/logger.h"
 #include "base/run_state.h"
 #include "base/shared_field.h"
+#include "config/parameter_controller.h"
 #include "config/parameter_io.h"
-#include "config/setting_tables.h"
+#include "config/settings.h"
+#include "detection/location_controller_larod.h"
 #include "output/overlay_info.h"
+#include "scene/tracker.h"
 
 #include <libxml/parser.h>
 #include <libxml/tree.h>
 
-#include <array>
+#include <algorithm>
 #include <memory>
 #include <span>
 #include <stdexcept>
+#include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 namespace {
-
-constexpr std::array<named_setting<bool>, 3> kAlerts = {{{"Alert1_Active", &ConfigParams::b_Alert1},
-                                                         {"Alert2_Active", &ConfigParams::b_Alert2},
-                                                         {"Alert3_Active", &ConfigParams::b_Alert3}}};
-
-struct exclusion_elements {
-    const char* coordinates; // the index is appended
-    const char* active;
-    int32_t (ConfigParams::*points)[8];
-    bool ConfigParams::*active_field;
-};
-
-constexpr std::array<exclusion_elements, 3> kExclusions = {
-    {{"Exclusion1_", "Exclusion1_Active", &ConfigParams::i_Exclusion1, &ConfigParams::b_Exclusion1Active},
-     {"Exclusion2_", "Exclusion2_Active", &ConfigParams::i_Exclusion2, &ConfigParams::b_Exclusion2Active},
-     {"Exclusion3_", "Exclusion3_Active", &ConfigParams::i_Exclusion3, &ConfigParams::b_Exclusion3Active}}};
-
-constexpr auto kDetection = "Detection1_";
 
 /** Even indices are x, odd ones y. */
 int32_t extent(size_t index) {
     return index % 2 == 0 ? g_StreamWidth : g_StreamHeight;
+}
+
+/** Whole percent of the stream's width or height, cut toward zero. */
+int32_t percent_of_extent(int32_t pixels, size_t index) {
+    return wrap_divide(wrap_multiply(pixels, 100), extent(index));
+}
+
+int32_t part_of_extent(int32_t percent, size_t index) {
+    return wrap_divide(wrap_multiply(percent, extent(index)), 100);
 }
 
 int32_t passes_per_second() {
@@ -54,12 +51,17 @@ class document_writer {
     void add(std::string_view name, std::string_view text) {
         m_text.append("<").append(name).append(">").append(text).append("</").append(name).append(">");
     }
-    void add(std::string_view name, const char* text) { add(name, std::string_view(text)); }
-    void add(std::string_view name, int32_t number) { add(name, std::string_view(std::to_string(number))); }
-    void add(std::string_view name, bool on) { add(name, on ? "1" : "0"); }
-    void add_polygon(const char* polygon, std::span<const int32_t> coordinates) {
-        for (size_t i = 0; i < coordinates.size(); ++i)
-            add(polygon + std::to_string(i), wrap_divide(wrap_multiply(coordinates[i], 100), extent(i)));
+    void add(const setting& which, const ConfigParams& config) {
+        visit_value(which, config,
+                    for_each_kind{[&](int32_t number) { add(which.element, std::to_string(number)); },
+                                  [&](bool on) { add(which.element, on ? "1" : "0"); },
+                                  [&](float number) { add(which.element, std::to_string(number).substr(0, 4)); },
+                                  [&](const std::string& text) { add(which.element, text); },
+                                  [&](std::span<const int32_t> pixels) {
+                                      const std::vector<std::string> names = element_names(which);
+                                      for (size_t i = 0; i < pixels.size(); ++i)
+                                          add(names[i], std::to_string(percent_of_extent(pixels[i], i)));
+                                  }});
     }
     std::string take() { return std::move(m_text.append("</app>")); }
 
@@ -72,21 +74,23 @@ class document_reader {
   public:
     explicit document_reader(std::map<std::string, std::string> values) : m_values(std::move(values)) {}
 
-    const std::string& text(const std::string& name) { return m_values[name]; }
-    int32_t number(const std::string& name) { return std::stoi(text(name)); }
-
-    void read(const std::string& name, int32_t& field) { write_shared(field, number(name)); }
-    void read(const std::string& name, bool& field) { write_shared(field, text(name) == "1"); }
-    void read(const std::string& name, float& field) { write_shared(field, std::stof(text(name))); }
-    void read(const std::string& name, std::string& field) { field = text(name); }
-    void read_polygon(const char* polygon, std::span<int32_t> coordinates) {
-        for (size_t i = 0; i < coordinates.size(); ++i) {
-            const int32_t percent = number(polygon + std::to_string(i));
-            write_shared(coordinates[i], wrap_divide(wrap_multiply(percent, extent(i)), 100));
-        }
+    void read(const setting& which, ConfigParams& config) {
+        visit_value(which, config,
+                    for_each_kind{[&](int32_t& value) { write_shared(value, number(which.element)); },
+                                  [&](bool& value) { write_shared(value, text(which.element) == "1"); },
+                                  [&](float& value) { write_shared(value, std::stof(text(which.element))); },
+                                  [&](std::string& value) { value = text(which.element); },
+                                  [&](std::span<int32_t> pixels) {
+                                      const std::vector<std::string> names = element_names(which);
+                                      for (size_t i = 0; i < pixels.size(); ++i)
+                                          write_shared(pixels[i], part_of_extent(number(names[i]), i));
+                                  }});
     }
 
   private:
+    const std::string& text(const std::string& name) { return m_values[name]; }
+    int32_t number(const std::string& name) { return std::stoi(text(name)); }
+
     std::map<std::string, std::string> m_values; // a name that is missing reads as an empty text
 };
 
@@ -148,26 +152,22 @@ std::string to_text(const xmlChar* text) {
 std::string parameter_io::get_parameters() {
     const ConfigParams& config = g_ConfigParams;
     document_writer document;
-    document.add("MinNumberOfPeopleForTrigger", config.i_MinNumberOfPeopleForTrigger);
-    document.add("Sensitivity", std::to_string(config.f_Sensitivity).substr(0, 4));
-    document.add("MaxDisappear", wrap_divide(config.i_MaxDisappeared, passes_per_second()));
-    for (const auto& wanted : kWantedClasses)
-        document.add(wanted.name, config.*wanted.field);
-    for (const auto& alert : kAlerts)
-        document.add(alert.name, config.*alert.field);
-    for (const auto& seconds : kAlertSeconds)
-        document.add(seconds.name, config.*seconds.field);
-    document.add("Eula", config.b_EulaAccepted);
-    document.add("DetectionOverlaysOn", config.b_DetectionOverlaysOn);
-    document.add("AnonOverlaysOn", config.b_AnonOverlaysOn);
-    document.add("SelectedDetectionOverlay", config.str_DetectionOverlay);
-    document.add("SelectedAnonOverlay", config.str_AnonOverlay);
+    const auto give = [&document, &config](row which) { document.add(setting_of(which), config); };
+    give(row::min_number);
+    give(row::sensitivity);
+    document.add(setting_of(row::max_disappeared).element,
+                 std::to_string(wrap_divide(config.i_MaxDisappeared, passes_per_second())));
+    std::ranges::for_each(kWantedClasses, give);
+    std::ranges::for_each(kAlertSettings, give);
+    for (const row which :
+         {row::eula, row::detection_overlays_on, row::anon_overlays_on, row::detection_overlay, row::anon_overlay})
+        give(which);
     document.add("CamsResAsCsv", CameraResolutionsAsCsv());
-    document.add("DetectionControlPoints", config.i_DetectionControlPoints);
-    document.add_polygon(kDetection, config.i_Detection1);
-    for (const auto& zone : kExclusions) {
-        document.add_polygon(zone.coordinates, config.*zone.points);
-        document.add(zone.active, config.*zone.active_field);
+    give(row::control_points);
+    give(row::area);
+    for (const auto& [corners, active] : kExclusionZones) {
+        give(corners);
+        give(active);
     }
     return document.take();
 }
@@ -182,20 +182,13 @@ int parameter_io::set_post_parameters(std::string body) {
         return -1;
     }
     document_reader document(std::move(values));
-    document.read("MinNumberOfPeopleForTrigger", config.i_MinNumberOfPeopleForTrigger);
-    document.read("Sensitivity", config.f_Sensitivity);
-    document.read("DetectionOverlaysOn", config.b_DetectionOverlaysOn);
-    document.read("MaxDisappear", config.i_MaxDisappeared); // in seconds until further down
-    document.read("SelectedDetectionOverlay", config.str_DetectionOverlay);
-    document.read("AnonOverlaysOn", config.b_AnonOverlaysOn);
-    document.read("SelectedAnonOverlay", config.str_AnonOverlay);
-    document.read("Eula", config.b_EulaAccepted);
-    for (const auto& wanted : kWantedClasses)
-        document.read(wanted.name, config.*wanted.field);
-    for (const auto& alert : kAlerts)
-        document.read(alert.name, config.*alert.field);
-    for (const auto& seconds : kAlertSeconds)
-        document.read(seconds.name, config.*seconds.field);
+    const auto take = [&document, &config](row which) { document.read(setting_of(which), config); };
+    for (const row which : {row::min_number, row::sensitivity, row::detection_overlays_on,
+                            row::max_disappeared, // in seconds until further down
+                            row::detection_overlay, row::anon_overlays_on, row::anon_overlay, row::eula})
+        take(which);
+    std::ranges::for_each(kWantedClasses, take);
+    std::ranges::for_each(kAlertSettings, take);
 
     SetOverlayStreamResolutionFromString(config.b_DetectionOverlaysOn ? config.str_DetectionOverlay : "0x0");
     SetAnonymizedStreamResolutionFromString(config.b_AnonOverlaysOn ? config.str_AnonOverlay : "0x0");
@@ -203,12 +196,12 @@ int parameter_io::set_post_parameters(std::string body) {
     g_LocationController.set_sensitivity(config.f_Sensitivity);
     g_Tracker.set_max_disappeared(config.i_MaxDisappeared);
 
-    document.read("DetectionControlPoints", config.i_DetectionControlPoints);
-    document.read_polygon(kDetection, config.i_Detection1);
+    take(row::control_points);
+    take(row::area);
     store_points_into_AOI();
-    for (const auto& zone : kExclusions) {
-        document.read_polygon(zone.coordinates, config.*zone.points);
-        document.read(zone.active, config.*zone.active_field);
+    for (const auto& [corners, active] : kExclusionZones) {
+        take(corners);
+        take(active);
     }
     store_points_into_exclusions();
     g_ParameterController.save_config(config);

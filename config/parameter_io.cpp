@@ -2,7 +2,7 @@
 
 #include "base/run_state.h"
 #include "base/shared_field.h"
-#include "config/config_params.h"
+#include "config/settings.h"
 #include "detection/common_structs.h"
 #include "output/camera_resolutions.h"
 #include "scene/area_of_interest.h"
@@ -48,11 +48,6 @@ t_Polygon first_points(const int32_t* coordinates, size_t count) {
     return points;
 }
 
-void store_exclusion(int index, const int32_t (&coordinates)[8], const bool& active) {
-    g_AreaofInterest.set_exclusion_active(index, read_shared(active));
-    g_AreaofInterest.set_exclusion(index, first_points(coordinates, 4));
-}
-
 } // namespace
 
 void parameter_io::store_points_into_AOI() {
@@ -64,9 +59,13 @@ void parameter_io::store_points_into_AOI() {
 }
 
 void parameter_io::store_points_into_exclusions() {
-    store_exclusion(1, g_ConfigParams.i_Exclusion1, g_ConfigParams.b_Exclusion1Active);
-    store_exclusion(2, g_ConfigParams.i_Exclusion2, g_ConfigParams.b_Exclusion2Active);
-    store_exclusion(3, g_ConfigParams.i_Exclusion3, g_ConfigParams.b_Exclusion3Active);
+    for (int index = 1; const auto& [corners, active] : kExclusionZones) {
+        const auto points = std::get<int32_t(ConfigParams::*)[8]>(setting_of(corners).field);
+        const auto on = std::get<bool ConfigParams::*>(setting_of(active).field);
+        g_AreaofInterest.set_exclusion_active(index, read_shared(g_ConfigParams.*on));
+        g_AreaofInterest.set_exclusion(index, first_points(g_ConfigParams.*points, 4));
+        ++index;
+    }
 }
 
 std::string parameter_io::get_status_code() {

@@ -32,7 +32,7 @@ constexpr int kBacklog = 5;
 constexpr size_t kMostFilling = 65536; // bytes; what the web server in front lets through at the most
 
 constexpr timeval kPatience = {5, 0}; // seconds, microseconds; a web server may stall that long on a busy camera
-constexpr size_t kLargestPiece = size_t{1} << 30;
+constexpr size_t kPiece = 65536; // bytes; the library prints no piece of a megabyte, and counts in 32 bits
 constexpr size_t kSentAtOnce = 32768; // bytes that a socket takes before its client reads; the log alone has more
 
 // Seconds. A web server sends the head of a request at once, and after a minute nobody waits for an answer any more: a
@@ -219,10 +219,9 @@ void fastcgi_service::answer(const char* method, UriQueryListStructA* item) {
 }
 
 void fastcgi_service::write(const char* text) {
-    // In pieces, since the library counts in 32 bits and a log may have more.
-    size_t rest = strlen(text);
-    for (; rest > kLargestPiece; rest -= kLargestPiece, text += kLargestPiece)
-        FCGX_FPrintF(m_request.out, "%.*s", static_cast<int>(kLargestPiece), text);
+    size_t rest = strlen(text); // a log may have more than 2 GB
+    for (; rest > kPiece; rest -= kPiece, text += kPiece)
+        FCGX_FPrintF(m_request.out, "%.*s", static_cast<int>(kPiece), text);
     FCGX_FPrintF(m_request.out, "%s", text);
 }
 

@@ -235,6 +235,16 @@ TEST_F(fastcgi_service_test, gives_the_log_in_both_forms_after_the_same_line) {
                                          "info|processGET: get_logfile_as_plain_text"));
 }
 
+TEST_F(fastcgi_service_test, gives_a_log_of_megabytes_whole) {
+    forget_log();
+    const std::string line(1 << 18, 'x');
+    for (int i = 0; i < 12; ++i)
+        g_Logger.error(line);
+    const std::string answer = service->get("?action=get_logfile_as_plain_text");
+    EXPECT_GT(answer.size(), 12 * line.size());
+    EXPECT_TRUE(answer.ends_with(g_Logger.getPlainLogContents()));
+}
+
 TEST_F(fastcgi_service_test, logs_nothing_for_the_other_actions) {
     for (const char* action :
          {"get_status_string", "get_execution_time", "get_is_portrait", "get_status_code", "clear_logfile", "nonsense"})

@@ -10,15 +10,35 @@
 #include <gmock/gmock.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <map>
+#include <mutex>
 #include <string>
+#include <thread>
 
 using testing::IsEmpty;
 
 namespace {
 
 using AppMainPassTest = core_in_child;
+
+/** The whole frame is the area, every alert comes after 0 seconds, and each pass sees the same car. */
+void start_with_a_car_in_the_area() {
+    for (const char* name : {"DetectCars", "Alert1Active", "Alert2Active", "Alert3Active"})
+        fake_axparameter::put(name, "true");
+    fake_axparameter::put("MinNumberOfPeopleForTrigger", "1");
+    fake_axparameter::put("DetectionControlPoints", "4");
+    for (const char* name : {"Detection11x", "Detection12x"})
+        fake_axparameter::put(name, "1280");
+    for (const char* name : {"Detection12y", "Detection13y"})
+        fake_axparameter::put(name, "720");
+    start();
+    init_overlay_manager();
+    init_event_manager();
+    g_LocationController.m_IterationTime = 1000000;
+    recording_larod::set_outputs({{{0.25F, 0.25F, 0.75F, 0.75F}, {2}, {0.9F}, {1}}});
+}
 
 TEST_F(AppMainPassTest, withoutTheAgreementAPassDoesNothing) {
     EXPECT_EQ(status_of_child([] {
@@ -169,19 +189,7 @@ TEST_F(AppMainPassTest, aFailedPassEndsBeforeTheOverlaysAndTheNextTriesAgain) {
 
 TEST_F(AppMainPassTest, aPassGoesFromTheDetectionsToTheAlertsToTheOverlays) {
     EXPECT_EQ(status_of_child([] {
-                  for (const char* name : {"DetectCars", "Alert1Active", "Alert2Active", "Alert3Active"})
-                      fake_axparameter::put(name, "true");
-                  fake_axparameter::put("MinNumberOfPeopleForTrigger", "1");
-                  fake_axparameter::put("DetectionControlPoints", "4"); // the whole frame, 0 seconds to each alert
-                  for (const char* name : {"Detection11x", "Detection12x"})
-                      fake_axparameter::put(name, "1280");
-                  for (const char* name : {"Detection12y", "Detection13y"})
-                      fake_axparameter::put(name, "720");
-                  start();
-                  init_overlay_manager();
-                  init_event_manager();
-                  g_LocationController.m_IterationTime = 1000000;
-                  recording_larod::set_outputs({{{0.25F, 0.25F, 0.75F, 0.75F}, {2}, {0.9F}, {1}}});
+                  start_with_a_car_in_the_area();
 
                   footings drawn = not_in_AOI;
                   bool alert_when_drawn = false;
@@ -197,6 +205,33 @@ TEST_F(AppMainPassTest, aPassGoesFromTheDetectionsToTheAlertsToTheOverlays) {
                   EXPECT_TRUE(alert_when_drawn) << "in the pass in which the car has stayed long enough";
                   EXPECT_EQ(g_StatusCode, 504);
                   recording_axoverlay::on_redraw({});
+                  return 0;
+              }),
+              0);
+}
+
+TEST_F(AppMainPassTest, noOtherThreadSeesFindingsWithoutTheirSeconds) {
+    EXPECT_EQ(status_of_child([] {
+                  start_with_a_car_in_the_area();
+                  EXPECT_EQ(do_one_analysis(), 0);
+                  EXPECT_EQ(do_one_analysis(), 0); // from now on the car has stayed long enough for every alert
+                  std::atomic<bool> ended = false;
+                  int seen = 0;
+                  int half_done = 0;
+                  std::thread reader([&] {
+                      while (!ended) {
+                          const std::scoped_lock lock(g_FindingsMutex);
+                          ++seen;
+                          half_done +=
+                              g_findings.size() == 1 && g_findings[0].footing == in_AOI1_most_lengthily ? 0 : 1;
+                      }
+                  });
+                  for (int i = 0; i < 300; ++i)
+                      EXPECT_EQ(do_one_analysis(), 0);
+                  ended = true;
+                  reader.join();
+                  EXPECT_GT(seen, 0);
+                  EXPECT_EQ(half_done, 0);
                   return 0;
               }),
               0);

@@ -197,14 +197,32 @@ test("a file that is no JSON is refused in a sentence", () => {
   assert.match(fromFile("<app>", valid(), sizes).wrong[0], /not JSON/);
 });
 
-for (const [csv, isPortrait, expected] of /** @type {[string, boolean, string][]} */ ([
-  ["640x360,800x450,1280x720,1920x1080,", false, "1280x720"], ["1280x960,1920x1080,", false, "1920x1080"],
-  ["960x540,1280x720,", false, "960x540"], ["640x360,", false, "1280x720"], ["", true, "720x1280"], ["1920x1080,", true, "1080x1920"],
-]))
-  test(`of "${csv}"${isPortrait ? ", turned," : ""} ${expected} is analysed`, () => {
-    const { width, height } = analysedSize(parseSizes(csv), isPortrait);
+const tests = join(html, "../tests");
+const analysed = readFileSync(join(tests, "support/analysed_sizes.txt"), "utf8").split("\n").filter((line) => line.includes(" -> "));
+for (const [offered, expected] of analysed.map((line) => line.split(" -> ")))
+  test(`of "${offered}" ${expected} is analysed`, () => {
+    const { width, height } = analysedSize(parseSizes(`${offered},`), false);
     assert.equal(`${width}x${height}`, expected);
+    assert.deepEqual(analysedSize(parseSizes(`${offered},`), true), { width: height, height: width });
   });
+
+for (const csv of ["640x360,", ""])
+  test(`of "${csv}" nothing fits, and the pages go by the usual size`, () => {
+    assert.deepEqual(analysedSize(parseSizes(csv), false), { width: 1280, height: 720 });
+  });
+
+test("the pages send every element that the application takes, and no other", () => {
+  const table = readFileSync(join(html, "../config/settings.h"), "utf8");
+  const rows = [...table.matchAll(/\{"\w+",\s*"(\w+)",\s*&ConfigParams::(\w+)\}/g)];
+  assert.ok(rows.length > 30, "the table's rows are found");
+  const coordinates = { i_Detection1: 16, i_Exclusion1: 8, i_Exclusion2: 8, i_Exclusion3: 8 };
+  const elements = rows.flatMap(([, element, field]) => {
+    const count = coordinates[/** @type {keyof typeof coordinates} */ (field)];
+    return count === undefined ? [element] : Array.from({ length: count }, (_, i) => `${element}${i}`);
+  });
+  const sent = [...serialise(valid()).matchAll(/<(\w+)>/g)].map(([, name]) => name).filter((name) => name !== "app");
+  assert.deepEqual(sent.sort(), elements.sort());
+});
 
 test("the pages and the package are of one version", () => {
   const page = /<meta name="application-version" content="([^"]*)">/.exec(readFileSync(join(html, "index.html"), "utf8"));

@@ -6,6 +6,7 @@
 #include "base/blocked_signals.h"
 #include "base/shared_field.h"
 #include "config/parameter_io.h"
+#include "scene/clock.h"
 
 #include <poll.h>
 #include <sys/sysinfo.h>
@@ -294,8 +295,8 @@ int do_one_analysis() {
     timer.tock();
     g_ExecutionTime = static_cast<int32_t>(timer.elapsed());
     const int32_t period = g_LocationController.get_iteration_time();
-    // A slow pass says so, whatever alert is active: the alerts are not asked.
-    g_StatusCode = wrap_multiply(2, period) > g_ExecutionTime ? alert_status() : 600;
+    const bool slow = pass_time_counts() && wrap_multiply(2, period) <= g_ExecutionTime;
+    g_StatusCode = slow ? 600 : alert_status(); // a slow pass says so, whatever alert is active: they are not asked
     return 0;
 }
 

@@ -12,7 +12,6 @@
 #include "platform/vdostream/host_video.h"
 #include "scene/clock.h"
 
-#include <climits>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -47,7 +46,7 @@ void start() {
     init_event_manager();
     init_logic(g_ConfigParams.i_MaxDisappeared);
     set_dwell_clock(video_time);
-    g_LocationController.m_IterationTime = INT_MAX / 2; // no pass is slow in the video's time
+    set_pass_time_counts(false); // no pass is slow in the video's time
     if (g_LocationController.m_OutputScores == nullptr) {
         g_Logger.flush();
         throw std::runtime_error("the detector is not set up:\n" + g_Logger.getPlainLogContents());

@@ -17,7 +17,6 @@
 
 #include <unistd.h>
 
-#include <climits>
 #include <cmath>
 #include <csignal>
 #include <cstdio>
@@ -93,8 +92,7 @@ bool start(bool overlays) {
     init_event_manager();
     init_logic(g_ConfigParams.i_MaxDisappeared);
     set_dwell_clock(video_time);
-    // The slow-pass status is for a clock on the wall; twice this is the longest that any pass may take.
-    g_LocationController.m_IterationTime = INT_MAX / 2;
+    set_pass_time_counts(false); // the slow-pass status is for a clock on the wall
     return !host_video::statistics().source.empty();
 }
 

@@ -11,6 +11,7 @@ timeval time_since_boot() {
 }
 
 dwell_clock g_clock = time_since_boot;
+bool g_pass_time_counts = true;
 
 } // namespace
 
@@ -20,4 +21,12 @@ timeval dwell_time() {
 
 void set_dwell_clock(dwell_clock clock) {
     g_clock = clock != nullptr ? clock : time_since_boot;
+}
+
+bool pass_time_counts() {
+    return g_pass_time_counts;
+}
+
+void set_pass_time_counts(bool counts) {
+    g_pass_time_counts = counts;
 }

@@ -13,3 +13,7 @@ timeval dwell_time();
 
 /** Null brings the machine's own time back. */
 void set_dwell_clock(dwell_clock clock);
+
+/** Whether a pass can be slow. Not where its time is no machine's: a replay says no. Main thread only. */
+bool pass_time_counts();
+void set_pass_time_counts(bool counts);

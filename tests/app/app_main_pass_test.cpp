@@ -2,6 +2,7 @@
 
 #include "app/app_main.h"
 #include "output/event_manager.h"
+#include "scene/clock.h"
 #include "tests/app/core_in_child.h"
 #include "tests/doubles/recording_axoverlay.h"
 #include "tests/doubles/recording_larod.h"
@@ -84,6 +85,21 @@ TEST_F(AppMainPassTest, aPassThatTakesTwoPeriodsIsSlow) {
                   recording_larod::on_inference([] { usleep(45000); });
                   EXPECT_EQ(do_one_analysis(), 0);
                   EXPECT_GE(g_ExecutionTime, 45);
+                  EXPECT_EQ(g_StatusCode, 600);
+                  return 0;
+              }),
+              0);
+}
+
+TEST_F(AppMainPassTest, noPassIsSlowWhereItsTimeDoesNotCount) {
+    EXPECT_EQ(status_of_child([] {
+                  start();
+                  g_LocationController.m_IterationTime = 0;
+                  set_pass_time_counts(false);
+                  EXPECT_EQ(do_one_analysis(), 0);
+                  EXPECT_EQ(g_StatusCode, 200);
+                  set_pass_time_counts(true);
+                  EXPECT_EQ(do_one_analysis(), 0);
                   EXPECT_EQ(g_StatusCode, 600);
                   return 0;
               }),

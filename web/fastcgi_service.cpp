@@ -1,44 +1,24 @@
 #include "web/fastcgi_service.h"
 
 #include "base/logger.h"
-#include "base/shared_field.h"
 #include "config/parameter_io.h"
+#include "web/listening_socket.h"
 
-#include <fcntl.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
-#include <sys/time.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <array>
-#include <chrono>
-#include <condition_variable>
-#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
-#include <mutex>
 #include <new>
 #include <string_view>
-#include <system_error>
-#include <thread>
 #include <utility>
 
 namespace {
 
-constexpr auto kSocketPath = "/usr/local/packages/korvex_orvel/html/korvex_orvel_fcgi.socket";
-constexpr int kBacklog = 5;
 constexpr size_t kMostFilling = 65536; // bytes; what the web server in front lets through at the most
 
-constexpr timeval kPatience = {5, 0}; // seconds, microseconds; a web server may stall that long on a busy camera
-constexpr size_t kPiece = 65536; // bytes; the library prints no piece of a megabyte, and counts in 32 bits
+constexpr size_t kPiece = 65536;      // bytes; the library prints no piece of a megabyte, and counts in 32 bits
 constexpr size_t kSentAtOnce = 32768; // bytes that a socket takes before its client reads; the log alone has more
-
-// Seconds. A web server sends the head of a request at once, and after a minute nobody waits for an answer any more: a
-// save on slow storage is what takes longest.
-constexpr int kMostForHead = 10;
-constexpr int kMostForAnswer = 60;
 
 constexpr auto kPlainText = "Content-Type: text/plain\r\n";
 constexpr auto kXml = "Content-Type: text/xml\r\n";
@@ -51,101 +31,6 @@ struct query_deleter {
     void operator()(UriQueryListA* query) const { uriFreeQueryListA(query); }
 };
 
-/** A client that does not send its body (SO_RCVTIMEO) or take its answer (SO_SNDTIMEO) must not hold up the others. */
-void limit_waiting(int connection, int direction) {
-    setsockopt(connection, SOL_SOCKET, direction, &kPatience, sizeof kPatience);
-}
-
-/**
- * Ends the connection of a client that holds the service too long, from a thread of its own: libfcgi reads the head of
- * a request before it tells of the connection, and empties a connection before it closes it, both for as long as the
- * client likes; and the patience above begins anew with every byte.
- *
- * libfcgi writes the connection's descriptor without a lock, and a word is read here. One that is closed in the very
- * moment in which its time is up may be another's already; that is one broken connection, and no more.
- */
-class client_watch {
-  public:
-    /** `connection`: the descriptor, -1 for none. */
-    explicit client_watch(const int& connection) : m_connection(connection) {
-        try {
-            m_thread = std::thread([this] { watch(); });
-        } catch (const std::system_error&) {
-            // Too many threads; without this one the service does what it can.
-        }
-    }
-    ~client_watch() {
-        {
-            const std::lock_guard lock(m_mutex);
-            m_ended = true;
-        }
-        m_end.notify_all();
-        if (m_thread.joinable())
-            m_thread.join();
-    }
-    client_watch(const client_watch&) = delete;
-    client_watch& operator=(const client_watch&) = delete;
-
-    /** From now on, a client may stay that long. */
-    void allow(int seconds) {
-        const std::lock_guard lock(m_mutex);
-        m_left = m_allowed = seconds;
-    }
-
-  private:
-    void watch() {
-        std::unique_lock lock(m_mutex);
-        while (!m_end.wait_for(lock, std::chrono::seconds(1), [this] { return m_ended; })) {
-            const int connection = read_shared(m_connection);
-            if (connection < 0)
-                m_left = m_allowed;
-            else if (--m_left < 0)
-                shutdown(connection, SHUT_RDWR);
-        }
-    }
-
-    const int& m_connection;
-    std::mutex m_mutex; // guards the next three
-    int m_allowed = kMostForHead;
-    int m_left = kMostForHead;
-    bool m_ended = false;
-    std::condition_variable m_end;
-    std::thread m_thread;
-};
-
-/** For a child: what ends any process ends it, though this thread has all signals blocked and SIGTERM has a handler. */
-void take_signals_as_any_process() {
-    std::signal(SIGTERM, SIG_DFL);
-    sigset_t none;
-    sigemptyset(&none);
-    sigprocmask(SIG_SETMASK, &none, nullptr);
-}
-
-/**
- * Whether FCGX_OpenSocket comes back. libfcgi ends the whole process when it cannot listen, so a child goes first; what
- * the application does at its end is not for the child to do. The child says so itself: where children are ignored, as
- * whoever started the application may have left it, nobody learns of its status.
- */
-bool opening_returns() {
-    std::array<int, 2> ends{};
-    if (pipe2(ends.data(), O_CLOEXEC) != 0)
-        return true;
-    const pid_t child = fork();
-    if (child == 0) {
-        take_signals_as_any_process();
-        std::atexit([] { _exit(1); });
-        FCGX_OpenSocket(kSocketPath, kBacklog);
-        _exit(::write(ends[1], "", 1) == 1 ? 0 : 1);
-    }
-    close(ends[1]);
-    char said = 0;
-    const bool returned = child < 0 || read(ends[0], &said, 1) == 1;
-    close(ends[0]);
-    if (child > 0)
-        waitpid(child, nullptr, 0);
-    return returned;
-}
-
 } // namespace
 
 // The descriptor stands where libfcgi expects a flag: deliberate, any open socket means that the connection is closed.
@@ -154,13 +39,12 @@ fastcgi_service::~fastcgi_service() {
 }
 
 int fastcgi_service::init() {
-    g_Logger.info(std::string("init: Socket: ") + kSocketPath);
+    g_Logger.info(std::string("init: Socket: ") + kListeningSocket);
     if (FCGX_Init() != 0) {
         g_Logger.error("init: FCGX_Init failed");
         return 1;
     }
-    m_sock = opening_returns() ? FCGX_OpenSocket(kSocketPath, kBacklog) : -1; // accepting on it will tell
-    chmod(kSocketPath, 0777);                                                 // the web server is another user
+    m_sock = open_listening_socket(); // when that failed, accepting on it will tell
     if (FCGX_InitRequest(&m_request, m_sock, 0) != 0) {
         g_Logger.error("init: FCGX_InitRequest failed");
         FCGX_Free(&m_request, m_sock);
@@ -170,15 +54,15 @@ int fastcgi_service::init() {
 }
 
 int fastcgi_service::run() {
-    client_watch watch(m_request.ipcFd);
+    client_watch watch(m_request.ipcFd, m_times.head);
     while (FCGX_Accept_r(&m_request) == 0) {
-        watch.allow(kMostForAnswer);
+        watch.allow(m_times.answer);
         try {
             serve();
         } catch (const std::bad_alloc&) {
             // Too long a body, or answer, for this machine: the next accept finishes the request as it stands.
         }
-        watch.allow(kMostForHead);
+        watch.allow(m_times.head);
     }
     return 0;
 }
@@ -265,7 +149,7 @@ int fastcgi_service::processGET(UriQueryListStructA* item) {
         body = "Log file cleared.";
     }
     if (body.size() > kSentAtOnce)
-        limit_waiting(m_request.ipcFd, SO_SNDTIMEO);
+        limit_waiting(m_request.ipcFd, SO_SNDTIMEO, m_times.patience);
     write("\r\n");
     write(body.c_str());
     return 0;
@@ -290,7 +174,7 @@ std::string fastcgi_service::get_post_body() {
     const char* stated = FCGX_GetParam("CONTENT_LENGTH", m_request.envp);
     const int length = stated != nullptr ? static_cast<int>(strtol(stated, nullptr, 10)) : 0;
     if (length > 0)
-        limit_waiting(m_request.ipcFd, SO_RCVTIMEO);
+        limit_waiting(m_request.ipcFd, SO_RCVTIMEO, m_times.patience);
     std::string body;
     size_t filling = 0;
     for (int i = 0; i < length && filling < kMostFilling; ++i) {

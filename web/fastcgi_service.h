@@ -1,5 +1,7 @@
 #pragma once
 
+#include "web/client_watch.h"
+
 #include <fcgiapp.h>
 #include <uriparser/Uri.h>
 
@@ -46,6 +48,7 @@ class fastcgi_service {
   public:
     FCGX_Request m_request{}; // reused for every request
     int m_sock = 0;           // listening; 0 until `init`
+    client_times m_times;     // for whom `run` serves; set before it
 
   private:
     void serve();

@@ -23,6 +23,8 @@ using testing::IsEmpty;
 
 namespace {
 
+using namespace std::chrono_literals;
+
 std::atomic<bool> memory_ends_in_body{false}; // once, at its next byte
 
 } // namespace
@@ -76,6 +78,12 @@ class fastcgi_service_test : public core_fixture {
 
     static constexpr auto kStatusCode = "Status: 200 OK\r\nContent-Type: text/plain\r\n\r\n200";
     std::unique_ptr<running_service> service = std::make_unique<running_service>(folder / "service.socket");
+
+    /** From now on clients have little time. */
+    void lose_patience() {
+        service = std::make_unique<running_service>(folder / "hurried.socket",
+                                                    client_times{.patience = 300ms, .head = 500ms, .answer = 5000ms});
+    }
 };
 
 /** A service with a request that this thread has accepted, for direct calls. */
@@ -441,6 +449,7 @@ TEST_F(fastcgi_service_test, goes_on_when_a_client_goes_away_half_way) {
 }
 
 TEST_F(fastcgi_service_test, gives_up_a_client_that_keeps_its_connection_and_sends_half_its_parameters) {
+    lose_patience();
     fastcgi_client silent(service->socket());
     silent.send_begin();
     silent.send_record(fastcgi_client::params, fastcgi_client::encode({{"REQUEST_METHOD", "GET"}}).substr(0, 9));
@@ -448,6 +457,7 @@ TEST_F(fastcgi_service_test, gives_up_a_client_that_keeps_its_connection_and_sen
 }
 
 TEST_F(fastcgi_service_test, gives_up_a_client_that_keeps_its_connection_and_sends_no_body) {
+    lose_patience();
     fastcgi_client silent(service->socket());
     silent.send_begin();
     silent.send_parameters(
@@ -456,6 +466,7 @@ TEST_F(fastcgi_service_test, gives_up_a_client_that_keeps_its_connection_and_sen
 }
 
 TEST_F(fastcgi_service_test, gives_up_a_client_that_does_not_take_its_answer) {
+    lose_patience();
     g_Logger.info(std::string(3000000, 'x')); // more than the connection holds
     fastcgi_client deaf(service->socket());
     deaf.send_begin();

@@ -6,7 +6,8 @@
 
 #include <csignal>
 
-running_service::running_service(const std::filesystem::path& socket) : m_path(socket) {
+running_service::running_service(const std::filesystem::path& socket, const client_times& times) : m_path(socket) {
+    m_service.m_times = times;
     std::signal(SIGPIPE, SIG_IGN); // as start-up does: clients may be gone before they are answered
     FCGX_Init();
     m_service.m_sock = FCGX_OpenSocket(m_path.c_str(), 5);

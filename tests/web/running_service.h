@@ -10,7 +10,7 @@
 /** A service of its own on a socket of its own, served by a thread until it is destroyed. */
 class running_service {
   public:
-    explicit running_service(const std::filesystem::path& socket);
+    explicit running_service(const std::filesystem::path& socket, const client_times& times = {});
     ~running_service();
     running_service(const running_service&) = delete;
     running_service& operator=(const running_service&) = delete;

@@ -17,8 +17,8 @@
  * Web thread only; a client that holds it is given up after some seconds, and after a minute whatever it does. `init`
  * once, then `run`, which returns when accepting fails: when the listening socket has been shut down, or never was one.
  *
- * What goes out is fixed to the byte and odd in places; the pages rely on it. An answer that says why a request cannot
- * be served is bare text without a header.
+ * What goes out is fixed to the byte and odd in places; deliberate: kept as it is. An answer that says why a request
+ * cannot be served is bare text without a header.
  */
 class fastcgi_service {
   public:

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Checks what bench/acceptance.sh has gathered in a folder.
+"""Checks what bench/scene_alerts has gathered in a folder.
 
 Each alert must start when a vehicle of the scene has been in the area for 5, 10 or 15 s, within one period plus one
 second, and stop when the last one has left: a vehicle that is no longer detected is remembered for 15 passes. The

@@ -1,0 +1,33 @@
+#!/usr/bin/env bash
+# main_test.sh BUILD: the application's own program starts, writes its log, and ends with status 0 when it is asked to.
+set -euo pipefail
+here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
+program=$1/korvex_orvel
+work=$(mktemp -d)
+trap 'pkill -KILL -f "^$program $work" || true; rm -rf "$work"' EXIT
+mkdir "$work/localdata"
+cd "$work"
+log=$work/localdata/OrvelLog.txt
+
+# The folder behind the program's name is for this script alone: it tells this process from another test's.
+KORVEX_AXPARAMETER_STORE=$work/parameters.sqlite "$here/../web/in_package_folder.sh" "$program" "$work" &
+starter=$!
+
+# logs TEXT: within 60 s.
+logs() {
+    local i
+    for ((i = 0; i < 600; i++)); do
+        ! grep -q -e "$1" "$log" 2>/dev/null || return 0
+        kill -0 "$starter" 2>/dev/null || break
+        sleep 0.1
+    done
+    echo "the log has no \"$1\":" && cat "$log"
+    return 1
+}
+
+logs 'init: Socket: '
+pkill -TERM -f "^$program $work"
+status=0
+wait "$starter" || status=$?
+[ "$status" = 0 ] || { echo "its status is $status" && exit 1; }
+logs 'STOPPING' || exit 1

@@ -23,7 +23,7 @@ std::vector<std::string> all_names(std::vector<std::string> (*names_of)(const se
 
 /** What the package declares to the store, but for what belongs to the camera. */
 std::vector<std::string> declared_names() {
-    const g_autoptr(JsonParser) parser = json_parser_new();
+    g_autoptr(JsonParser) parser = json_parser_new();
     g_autoptr(GError) error = nullptr;
     EXPECT_TRUE(json_parser_load_from_file(parser, KORVEX_MANIFEST, &error));
     JsonArray* parameters =

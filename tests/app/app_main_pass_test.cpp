@@ -22,24 +22,25 @@ using testing::IsEmpty;
 
 namespace {
 
-using AppMainPassTest = core_in_child;
-
-/** The whole frame is the area, every alert comes after 0 seconds, and each pass sees the same car. */
-void start_with_a_car_in_the_area() {
-    for (const char* name : {"DetectCars", "Alert1Active", "Alert2Active", "Alert3Active"})
-        fake_axparameter::put(name, "true");
-    fake_axparameter::put("MinNumberOfPeopleForTrigger", "1");
-    fake_axparameter::put("DetectionControlPoints", "4");
-    for (const char* name : {"Detection11x", "Detection12x"})
-        fake_axparameter::put(name, "1280");
-    for (const char* name : {"Detection12y", "Detection13y"})
-        fake_axparameter::put(name, "720");
-    start();
-    init_overlay_manager();
-    init_event_manager();
-    g_LocationController.m_IterationTime = 1000000;
-    recording_larod::set_outputs({{{0.25F, 0.25F, 0.75F, 0.75F}, {2}, {0.9F}, {1}}});
-}
+class AppMainPassTest : public core_in_child {
+  protected:
+    /** The whole frame is the area, every alert comes after 0 seconds, and each pass sees the same car. */
+    static void start_with_a_car_in_the_area() {
+        for (const char* name : {"DetectCars", "Alert1Active", "Alert2Active", "Alert3Active"})
+            fake_axparameter::put(name, "true");
+        fake_axparameter::put("MinNumberOfPeopleForTrigger", "1");
+        fake_axparameter::put("DetectionControlPoints", "4");
+        for (const char* name : {"Detection11x", "Detection12x"})
+            fake_axparameter::put(name, "1280");
+        for (const char* name : {"Detection12y", "Detection13y"})
+            fake_axparameter::put(name, "720");
+        start();
+        init_overlay_manager();
+        init_event_manager();
+        g_LocationController.m_IterationTime = 1000000;
+        recording_larod::set_outputs({{{0.25F, 0.25F, 0.75F, 0.75F}, {2}, {0.9F}, {1}}});
+    }
+};
 
 TEST_F(AppMainPassTest, withoutTheAgreementAPassDoesNothing) {
     EXPECT_EQ(status_of_child([] {

@@ -12,6 +12,8 @@ namespace host_overlay {
 
 namespace {
 
+using platform::reason;
+
 /** Gives the buffer back when the picture has been copied. */
 class BorrowedBuffer {
   public:
@@ -31,10 +33,6 @@ class BorrowedBuffer {
     VdoStream* m_stream;
     VdoBuffer* m_buffer;
 };
-
-std::string reason(const GError* error) {
-    return error != nullptr ? error->message : "no reason given";
-}
 
 void copy(const std::uint8_t* nv12, bool mirrored, Nv12Picture& picture) {
     if (!mirrored) {
@@ -58,7 +56,7 @@ AnnotatedVideo::~AnnotatedVideo() {
 }
 
 void AnnotatedVideo::start() {
-    const std::unique_ptr<VdoMap, ObjectReleaser> settings(vdo_map_new());
+    const platform::ObjectHandle<VdoMap> settings(vdo_map_new());
     vdo_map_set_uint32(settings.get(), "channel", kCamera);
     vdo_map_set_uint32(settings.get(), "format", VDO_FORMAT_YUV);
     vdo_map_set_uint32(settings.get(), "width", static_cast<guint32>(m_geometry.width));
@@ -67,7 +65,7 @@ void AnnotatedVideo::start() {
     vdo_map_set_uint32(settings.get(), "buffer.strategy", VDO_BUFFER_STRATEGY_INFINITE);
 
     g_autoptr(GError) error = nullptr;
-    std::unique_ptr<VdoStream, ObjectReleaser> stream(vdo_stream_new(settings.get(), nullptr, &error));
+    platform::ObjectHandle<VdoStream> stream(vdo_stream_new(settings.get(), nullptr, &error));
     if (stream == nullptr || vdo_stream_attach(stream.get(), nullptr, &error) == FALSE ||
         vdo_stream_start(stream.get(), &error) == FALSE) {
         throw std::runtime_error("the camera's video does not start: " + reason(error));

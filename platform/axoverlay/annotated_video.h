@@ -3,6 +3,7 @@
 #include "platform/axoverlay/geometry.h"
 #include "platform/axoverlay/nv12_picture.h"
 #include "platform/axoverlay/overlay_target.h"
+#include "platform/common/glib.h"
 
 #include <vdo-stream.h>
 
@@ -11,10 +12,6 @@
 #include <string>
 
 namespace host_overlay {
-
-struct ObjectReleaser {
-    void operator()(gpointer object) const { g_object_unref(object); }
-};
 
 /**
  * The camera's video in one geometry with the overlay in it: an open stream in the eyes of the overlay service, from
@@ -46,7 +43,7 @@ class AnnotatedVideo {
     bool m_overlay_settled = false;
 
     std::mutex m_lock; // start() against stop()
-    std::unique_ptr<VdoStream, ObjectReleaser> m_stream;
+    platform::ObjectHandle<VdoStream> m_stream;
     bool m_stopped = false;
 };
 

@@ -1,6 +1,7 @@
 #include "platform/axoverlay/host_streams.h"
 #include "platform/axoverlay/resolutions.h"
 #include "platform/axoverlay/service.h"
+#include "platform/common/glib.h"
 
 #include <axoverlay.h>
 
@@ -16,7 +17,7 @@ Result reporting(GError** error, Result failed, Call&& call) {
     try {
         return call();
     } catch (const std::exception& failure) {
-        g_set_error_literal(error, g_quark_from_static_string("axoverlay-error-quark"), 0, failure.what());
+        platform::set_error(error, "axoverlay-error-quark", 0, failure.what());
         return failed;
     }
 }

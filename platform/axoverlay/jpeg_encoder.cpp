@@ -1,7 +1,5 @@
 #include "platform/axoverlay/jpeg_encoder.h"
 
-#include <turbojpeg.h>
-
 #include <algorithm>
 #include <stdexcept>
 #include <string>
@@ -27,10 +25,6 @@ std::uint8_t full_chroma(std::uint8_t value) {
 }
 
 } // namespace
-
-void JpegEncoder::HandleDestroyer::operator()(void* handle) const {
-    tjDestroy(handle);
-}
 
 JpegEncoder::JpegEncoder(int quality) : m_quality(quality), m_handle(tjInitCompress()) {
     if (m_handle == nullptr) {

@@ -7,8 +7,6 @@
 #include <stdexcept>
 
 extern "C" {
-#include <libavcodec/avcodec.h>
-#include <libavformat/avformat.h>
 #include <libavutil/imgutils.h>
 #include <libavutil/opt.h>
 }
@@ -25,9 +23,7 @@ constexpr auto kFragmentMicroseconds = "500000";
 
 int check(int result, const std::string& what) {
     if (result < 0) {
-        char text[AV_ERROR_MAX_STRING_SIZE] = {};
-        av_strerror(result, text, sizeof text);
-        throw std::runtime_error(what + ": " + text);
+        throw std::runtime_error(what + ": " + platform::ffmpeg_reason(result));
     }
     return result;
 }
@@ -47,20 +43,6 @@ const AVCodec* find_encoder() {
 
 } // namespace
 
-void Mp4File::Releaser::operator()(AVCodecContext* encoder) const {
-    avcodec_free_context(&encoder);
-}
-void Mp4File::Releaser::operator()(AVFrame* frame) const {
-    av_frame_free(&frame);
-}
-void Mp4File::Releaser::operator()(AVPacket* packet) const {
-    av_packet_free(&packet);
-}
-void Mp4File::Releaser::operator()(AVFormatContext* file) const {
-    avio_closep(&file->pb);
-    avformat_free_context(file);
-}
-
 Mp4File::Mp4File(const std::string& path, int width, int height)
     : m_frame(check(av_frame_alloc(), "out of memory")), m_packet(check(av_packet_alloc(), "out of memory")) {
     AVFormatContext* file = nullptr;
@@ -72,8 +54,6 @@ Mp4File::Mp4File(const std::string& path, int width, int height)
     m_frame->width = width;
     m_frame->height = height;
 }
-
-Mp4File::~Mp4File() = default;
 
 void Mp4File::open_encoder(int width, int height) {
     const AVCodec* codec = find_encoder();

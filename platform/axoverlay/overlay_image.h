@@ -1,21 +1,15 @@
 #pragma once
 
 #include "platform/axoverlay/blend.h"
-
-#include <cairo.h>
+#include "platform/common/cairo.h"
 
 #include <cstdint>
-#include <memory>
 #include <vector>
 
 namespace host_overlay {
 
-struct CairoDestroyer {
-    void operator()(cairo_surface_t* surface) const { cairo_surface_destroy(surface); }
-    void operator()(cairo_t* context) const { cairo_destroy(context); }
-};
-using CairoSurface = std::unique_ptr<cairo_surface_t, CairoDestroyer>;
-using CairoContext = std::unique_ptr<cairo_t, CairoDestroyer>;
+using platform::CairoContext;
+using platform::CairoSurface;
 
 /**
  * One ARGB32 image that the application draws on. Goes through these states:

@@ -1,5 +1,7 @@
 #include "platform/axoverlay/resolutions.h"
 
+#include "platform/common/glib.h"
+
 #include <vdo-channel.h>
 
 #include <algorithm>
@@ -8,22 +10,15 @@
 
 namespace host_overlay {
 
-namespace {
-
-std::string reason(const GError* error) {
-    return error != nullptr ? error->message : "no reason given";
-}
-
-} // namespace
+using platform::reason;
 
 std::vector<VdoResolution> channel_resolutions() {
     g_autoptr(GError) error = nullptr;
-    g_autoptr(GObject) channel = reinterpret_cast<GObject*>(vdo_channel_get(kCamera, &error));
+    const platform::ObjectHandle<VdoChannel> channel(vdo_channel_get(kCamera, &error));
     if (channel == nullptr) {
         throw std::runtime_error("the camera's video channel is not available: " + reason(error));
     }
-    g_autofree VdoResolutionSet* set =
-        vdo_channel_get_resolutions(reinterpret_cast<VdoChannel*>(channel), nullptr, &error);
+    g_autofree VdoResolutionSet* set = vdo_channel_get_resolutions(channel.get(), nullptr, &error);
     if (set == nullptr || set->count == 0) {
         throw std::runtime_error("the camera's video channel lists no resolutions: " + reason(error));
     }

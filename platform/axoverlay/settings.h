@@ -21,7 +21,4 @@ std::optional<ListenAddress> listen_setting();
 /** KORVEX_OVERLAY_JPEG_QUALITY, 1 to 100; 80 when unset or empty. Throws std::runtime_error when it makes no sense. */
 int jpeg_quality_setting();
 
-/** A decimal number without sign, blanks or anything else, or nothing. */
-std::optional<int> parse_number(const std::string& text);
-
 } // namespace host_overlay

@@ -1,7 +1,7 @@
 #include "platform/axoverlay/stream_request.h"
 
 #include "platform/axoverlay/resolutions.h"
-#include "platform/axoverlay/settings.h"
+#include "platform/common/settings.h"
 
 #include <algorithm>
 #include <string_view>
@@ -18,22 +18,10 @@ StreamRequest refused(unsigned status, std::string sentence) {
     return {status, std::move(sentence), {}, false};
 }
 
-bool read_size(std::string_view text, Geometry& geometry) {
-    const std::size_t cross = text.find('x');
-    if (cross == std::string_view::npos) {
-        return false;
-    }
-    const auto width = parse_number(std::string(text.substr(0, cross)));
-    const auto height = parse_number(std::string(text.substr(cross + 1)));
-    geometry.width = width.value_or(0);
-    geometry.height = height.value_or(0);
-    return width.has_value() && height.has_value();
-}
-
 bool read_rotation(const std::string& text, int& rotation) {
-    const auto degrees = parse_number(text);
-    rotation = degrees.value_or(-1);
-    return rotation == 0 || rotation == 90 || rotation == 180 || rotation == 270;
+    const auto degrees = platform::parse_number(text, 0, 270);
+    rotation = static_cast<int>(degrees.value_or(0));
+    return degrees && rotation % 90 == 0;
 }
 
 bool read_switch(const std::string& text, bool& on) {
@@ -74,9 +62,12 @@ StreamRequest parse_stream_request(const std::string& path, const QueryArguments
     name.remove_prefix(kFolder.size());
     name.remove_suffix(suffix.size());
     request.motion = suffix == kMotion;
-    if (!read_size(name, request.geometry)) {
+    const auto size = platform::parse_size(name);
+    if (!size) {
         return refused(400, "The size must be two numbers joined by an x, like 1280x720.");
     }
+    request.geometry.width = size->width;
+    request.geometry.height = size->height;
     const bool known = std::ranges::any_of(offered, [&](const VdoResolution& r) {
         return static_cast<int>(r.width) == request.geometry.width &&
                static_cast<int>(r.height) == request.geometry.height;

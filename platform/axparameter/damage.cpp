@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
 #include <ctime>
 
 namespace host_parameters {
@@ -63,14 +62,14 @@ int copy_readable_values(sqlite3* damaged, sqlite3* fresh) {
 
 /** Makes the store at `fresh_path`; gives the number of values recovered into it, or -1. */
 int build_replacement(const std::string& damaged_path, const std::string& fresh_path) {
-    Connection fresh;
-    if (open_database(fresh_path, fresh) != SQLITE_OK || execute(fresh.get(), schema) != SQLITE_OK ||
+    Database fresh;
+    if (open_store(fresh_path, fresh) != SQLITE_OK || execute(fresh.get(), schema) != SQLITE_OK ||
         execute(fresh.get(), "BEGIN IMMEDIATE") != SQLITE_OK) {
         return -1;
     }
-    Connection damaged;
+    Database damaged;
     int copied = 0;
-    if (open_database(damaged_path, damaged) == SQLITE_OK) {
+    if (open_store(damaged_path, damaged) == SQLITE_OK) {
         // The damaged file stays as it was found, its log included.
         sqlite3_db_config(damaged.get(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
         copied = copy_readable_values(damaged.get(), fresh.get());
@@ -130,10 +129,8 @@ bool replace_damaged_store(const std::string& path, const std::string& reason, G
                     "The parameter store " + path + " is damaged (" + reason +
                         ") and a new one cannot be made beside it: is the folder full or not writable?");
     }
-    std::fprintf(stderr,
-                 "korvex axparameter: the parameter store %s is damaged (%s). It was kept as %s; "
-                 "a new one was made with %d values recovered from it.\n",
-                 path.c_str(), reason.c_str(), kept.c_str(), recovered);
+    complain("the parameter store " + path + " is damaged (" + reason + "). It was kept as " + kept +
+             "; a new one was made with " + std::to_string(recovered) + " values recovered from it");
     return true;
 }
 

@@ -1,6 +1,7 @@
 #include "platform/axparameter/manifest.h"
 
 #include "platform/axparameter/failure.h"
+#include "platform/common/settings.h"
 
 #include <json-glib/json-glib.h>
 
@@ -47,8 +48,7 @@ std::optional<DeclaredParameter> parameter_from(JsonNode* node) {
 } // namespace
 
 std::string manifest_path() {
-    const gchar* path = g_getenv("KORVEX_AXPARAMETER_MANIFEST");
-    return path != nullptr && *path != '\0' ? path : KORVEX_DEFAULT_MANIFEST;
+    return platform::environment_or("KORVEX_AXPARAMETER_MANIFEST", KORVEX_DEFAULT_MANIFEST);
 }
 
 bool read_manifest(const std::string& path, Manifest& manifest, GError** error) {

@@ -1,12 +1,8 @@
 #include "platform/axparameter/outage.h"
 
-#include <cstdio>
+#include "platform/axparameter/failure.h"
 
 namespace host_parameters {
-
-void complain(const std::string& sentence) {
-    std::fprintf(stderr, "korvex axparameter: %s.\n", sentence.c_str());
-}
 
 void Outage::failed(const std::string& reason, bool while_writing) {
     if (!failing_ || while_writing_ != while_writing) {

@@ -21,7 +21,4 @@ class Outage {
     bool while_writing_ = false;
 };
 
-/** One line on stderr. */
-void complain(const std::string& sentence);
-
 } // namespace host_parameters

@@ -2,10 +2,10 @@
 
 #include "platform/axparameter/damage.h"
 #include "platform/axparameter/failure.h"
+#include "platform/common/settings.h"
 
 #include <array>
 #include <cerrno>
-#include <cstdio>
 #include <initializer_list>
 #include <string_view>
 
@@ -46,11 +46,8 @@ bool unknown(const std::string& name, GError** error) {
 } // namespace
 
 std::string store_path() {
-    const gchar* path = g_getenv("KORVEX_AXPARAMETER_STORE");
-    if (path != nullptr && *path != '\0') {
-        return path;
-    }
-    return std::string(g_get_user_state_dir()) + "/korvex_orvel/parameters.sqlite";
+    return platform::environment_or("KORVEX_AXPARAMETER_STORE",
+                                    std::string(g_get_user_state_dir()) + "/korvex_orvel/parameters.sqlite");
 }
 
 bool Store::open(GError** error) {
@@ -78,11 +75,8 @@ bool Store::rescue_log(GError** error) {
     if (code != SQLITE_OK && !is_damage(code)) {
         return store_failure(code, sqlite3_errmsg(connection_.get()), error);
     }
-    std::fprintf(
-        stderr,
-        "korvex axparameter: the log of the parameter store %s was removed while it was in use; its values are "
-        "in the store all the same.\n",
-        path_.c_str());
+    complain("the log of the parameter store " + path_ +
+             " was removed while it was in use; its values are in the store all the same");
     return true;
 }
 
@@ -107,7 +101,7 @@ bool Store::open_locked(GError** error) {
 
 /** SQLITE_OK, or what failed with its text in `reason`. */
 int Store::try_open(std::string& reason) {
-    int code = open_database(path_, connection_);
+    int code = open_store(path_, connection_);
     if (code == SQLITE_OK) {
         code = check_soundness(connection_.get());
     }

@@ -61,7 +61,7 @@ class Store {
 
     std::string path_;
     Manifest manifest_;
-    Connection connection_;
+    Database connection_;
     FileIdentity log_; // of the connection's own
 };
 

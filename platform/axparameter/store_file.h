@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/common/descriptor.h"
+
 #include <glib.h>
 #include <sys/types.h>
 
@@ -30,15 +32,11 @@ bool no_room(const std::string& path, GError** error);
     kernel's lock on `path`.lock: it ends with the process, whatever way the process ends. */
 class OpeningLock {
   public:
-    OpeningLock() = default;
-    OpeningLock(const OpeningLock&) = delete;
-    OpeningLock& operator=(const OpeningLock&) = delete;
-    ~OpeningLock();
     /** Waits up to busy_timeout_ms for other processes. */
     bool take(const std::string& path, GError** error);
 
   private:
-    int descriptor_ = -1;
+    platform::Descriptor file_;
 };
 
 } // namespace host_parameters

@@ -1,10 +1,11 @@
 #include "platform/larod/checksum.h"
 
+#include "platform/common/handle.h"
+
 #include <glib.h>
 
 #include <filesystem>
 #include <fstream>
-#include <memory>
 #include <system_error>
 #include <vector>
 
@@ -25,10 +26,7 @@ std::string noted_checksum(const std::filesystem::path& file) {
 }
 
 std::string checksum_of(const std::filesystem::path& file) {
-    struct Free {
-        void operator()(GChecksum* sum) const { g_checksum_free(sum); }
-    };
-    const std::unique_ptr<GChecksum, Free> sum(g_checksum_new(G_CHECKSUM_SHA256));
+    const platform::Handle<GChecksum, g_checksum_free> sum(g_checksum_new(G_CHECKSUM_SHA256));
     std::ifstream bytes(file, std::ios::binary);
     std::vector<char> block(1 << 16);
     while (bytes.read(block.data(), static_cast<std::streamsize>(block.size())) || bytes.gcount() > 0)

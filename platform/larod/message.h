@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/larod/descriptor.h"
+#include "platform/common/descriptor.h"
 #include "platform/larod/larod_error.h"
 #include "platform/larod/tensor.h"
 
@@ -12,6 +12,8 @@
 #include <vector>
 
 namespace korvex::larod {
+
+using platform::Descriptor;
 
 constexpr std::size_t most_tensors = 16; // inputs and outputs of a model together
 

@@ -1,12 +1,12 @@
 #include "platform/larod/service_link.h"
 
+#include "platform/common/settings.h"
 #include "platform/larod/listening_socket.h"
 #include "platform/larod/service_settings.h"
 
 #include <fcntl.h>
 
 #include <algorithm>
-#include <cstdlib>
 
 namespace korvex::larod {
 
@@ -92,8 +92,8 @@ bool ServiceLink::is_up(Failure& failure) {
 
 bool ServiceLink::connect(Failure& failure) {
     std::string why;
-    const char* shared = std::getenv("KORVEX_INFERENCE");
-    m_socket = shared != nullptr && *shared != '\0' ? connect_to(shared, why) : m_process.start(why);
+    const std::string shared = platform::environment("KORVEX_INFERENCE");
+    m_socket = !shared.empty() ? connect_to(shared, why) : m_process.start(why);
     if (!m_socket) {
         leave();
         return failed(failure, Code::engine, why);

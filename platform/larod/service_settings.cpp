@@ -1,9 +1,8 @@
 #include "platform/larod/service_settings.h"
 
+#include "platform/common/settings.h"
+
 #include <algorithm>
-#include <charconv>
-#include <cstdlib>
-#include <cstring>
 #include <thread>
 
 namespace korvex::larod {
@@ -13,13 +12,8 @@ namespace {
 using namespace std::chrono_literals;
 
 int number(const char* variable, int most, int otherwise) {
-    const char* text = std::getenv(variable);
-    if (text == nullptr)
-        return otherwise;
-    int value = 0;
-    const char* end = text + std::strlen(text);
-    const auto [stop, failure] = std::from_chars(text, end, value);
-    return failure == std::errc{} && stop == end && value >= 1 && value <= most ? value : otherwise;
+    const auto value = platform::parse_number(platform::environment(variable), 1, static_cast<std::uint64_t>(most));
+    return value ? static_cast<int>(*value) : otherwise;
 }
 
 std::chrono::milliseconds limit() {

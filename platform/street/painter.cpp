@@ -17,7 +17,7 @@ void set_colour(cairo_t* context, const colour& paint, double alpha) {
 }
 
 void set_vertical_gradient(cairo_t* context, double y0, double y1, std::initializer_list<colour> colours) {
-    const pattern_handle pattern(cairo_pattern_create_linear(0.0, y0, 0.0, y1));
+    const CairoPattern pattern(cairo_pattern_create_linear(0.0, y0, 0.0, y1));
     const double steps = static_cast<double>(colours.size() - 1);
     double step = 0.0;
     for (const colour& stop : colours) {
@@ -62,7 +62,7 @@ void soft_shadow(cairo_t* context, double x, double y, double half_width, double
     cairo_save(context);
     cairo_translate(context, x, y);
     cairo_scale(context, half_width, half_height);
-    const pattern_handle pattern(cairo_pattern_create_radial(0.0, 0.0, 0.0, 0.0, 0.0, 1.0));
+    const CairoPattern pattern(cairo_pattern_create_radial(0.0, 0.0, 0.0, 0.0, 0.0, 1.0));
     cairo_pattern_add_color_stop_rgba(pattern.get(), 0.0, 0.0, 0.0, 0.0, darkness);
     cairo_pattern_add_color_stop_rgba(pattern.get(), 0.75, 0.0, 0.0, 0.0, darkness * 0.7);
     cairo_pattern_add_color_stop_rgba(pattern.get(), 1.0, 0.0, 0.0, 0.0, 0.0);
@@ -74,13 +74,13 @@ void soft_shadow(cairo_t* context, double x, double y, double half_width, double
 sprite make_sprite(double left, double above, double right, double below, double scale_x, double scale_y) {
     const int width = static_cast<int>(std::ceil((left + right) * scale_x));
     const int height = static_cast<int>(std::ceil((above + below) * scale_y));
-    sprite made{surface_handle(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, width, height)), left, above};
+    sprite made{CairoSurface(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, width, height)), left, above};
     cairo_surface_set_device_scale(made.surface.get(), scale_x, scale_y);
     return made;
 }
 
-context_handle draw_on(const sprite& target) {
-    context_handle context(cairo_create(target.surface.get()));
+CairoContext draw_on(const sprite& target) {
+    CairoContext context(cairo_create(target.surface.get()));
     cairo_translate(context.get(), target.origin_x, target.origin_y);
     return context;
 }

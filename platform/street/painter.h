@@ -1,22 +1,15 @@
 #pragma once
 
-#include <cairo.h>
+#include "platform/common/cairo.h"
 
-#include <array>
 #include <initializer_list>
-#include <memory>
 
 /** Small tools for drawing with cairo. */
 namespace host_scene {
 
-struct cairo_deleter {
-    void operator()(cairo_t* context) const { cairo_destroy(context); }
-    void operator()(cairo_surface_t* surface) const { cairo_surface_destroy(surface); }
-    void operator()(cairo_pattern_t* pattern) const { cairo_pattern_destroy(pattern); }
-};
-using context_handle = std::unique_ptr<cairo_t, cairo_deleter>;
-using surface_handle = std::unique_ptr<cairo_surface_t, cairo_deleter>;
-using pattern_handle = std::unique_ptr<cairo_pattern_t, cairo_deleter>;
+using platform::CairoContext;
+using platform::CairoPattern;
+using platform::CairoSurface;
 
 /** Red, green and blue from 0 to 1. */
 struct colour {
@@ -44,14 +37,14 @@ void soft_shadow(cairo_t* context, double x, double y, double half_width, double
 
 /** A transparent picture drawn once and painted many times; (origin_x, origin_y) of it is the object's own (0, 0). */
 struct sprite {
-    surface_handle surface;
+    CairoSurface surface;
     double origin_x = 0.0;
     double origin_y = 0.0;
 };
 /** An empty sprite that holds x from -left to right and y from -above to below, at `scale` picture pixels a unit. */
 sprite make_sprite(double left, double above, double right, double below, double scale_x, double scale_y);
 /** A context on it in the object's own units. */
-context_handle draw_on(const sprite& target);
+CairoContext draw_on(const sprite& target);
 /** Paints it with its origin at (x, y), mirrored left to right when asked; the context is in the same units. */
 void paint(cairo_t* context, const sprite& source, double x, double y, bool mirrored);
 

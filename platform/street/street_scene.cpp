@@ -61,8 +61,8 @@ struct street_scene::picture_parts {
     int height;
     double scale_x;
     double scale_y;
-    surface_handle background;
-    surface_handle canvas;
+    CairoSurface background;
+    CairoSurface canvas;
     std::map<std::pair<kind, paint_job>, vehicle_sprites> vehicles;
     std::vector<std::uint8_t> noise = make_noise();
     std::mutex lock;
@@ -72,7 +72,7 @@ struct street_scene::picture_parts {
           scale_y(static_cast<double>(picture_height) / design_height),
           background(cairo_image_surface_create(CAIRO_FORMAT_RGB24, picture_width, picture_height)),
           canvas(cairo_image_surface_create(CAIRO_FORMAT_RGB24, picture_width, picture_height)) {
-        const context_handle context(cairo_create(background.get()));
+        const CairoContext context(cairo_create(background.get()));
         cairo_scale(context.get(), scale_x, scale_y);
         draw_street(context.get());
         cairo_surface_flush(background.get());
@@ -91,7 +91,7 @@ struct street_scene::picture_parts {
         std::memcpy(cairo_image_surface_get_data(canvas.get()), cairo_image_surface_get_data(background.get()),
                     static_cast<std::size_t>(stride()) * static_cast<std::size_t>(height));
         cairo_surface_mark_dirty(canvas.get());
-        const context_handle context(cairo_create(canvas.get()));
+        const CairoContext context(cairo_create(canvas.get()));
         cairo_scale(context.get(), scale_x, scale_y);
         for (const actor& each : actors_at(sane(seconds))) {
             if (each.what == kind::person) {

@@ -199,7 +199,7 @@ void draw_bus(cairo_t* context, const colour& paint) {
 sprite make_wheel(double radius, double scale_x, double scale_y) {
     const double edge = radius + 1.0;
     sprite made = make_sprite(edge, edge, edge, edge, scale_x, scale_y);
-    const context_handle context = draw_on(made);
+    const CairoContext context = draw_on(made);
     set_colour(context.get(), tyre);
     disc(context.get(), 0, 0, radius);
     set_colour(context.get(), {0.62, 0.64, 0.67});
@@ -229,7 +229,7 @@ vehicle_sprites make_vehicle(kind what, paint_job paint, double scale_x, double 
     made.front_hub = what == kind::saloon ? 90.0 : what == kind::van ? 84.0 * van_size : 106.0;
     made.body = make_sprite(half + 24, height + 4, half + 24, 18, scale_x, scale_y);
     made.wheel = make_wheel(made.wheel_radius, scale_x, scale_y);
-    const context_handle context = draw_on(made.body);
+    const CairoContext context = draw_on(made.body);
     soft_shadow(context.get(), 0, 0, half + 20, 13, 0.6);
     const colour coat = paint_of(paint);
     if (what == kind::saloon) {

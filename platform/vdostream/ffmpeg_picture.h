@@ -1,7 +1,11 @@
 #pragma once
 
-#include "platform/vdostream/ffmpeg_handles.h"
+#include "platform/common/ffmpeg.h"
 #include "platform/vdostream/picture.h"
+
+extern "C" {
+#include <libswscale/swscale.h>
+}
 
 #include <cstdint>
 #include <memory>
@@ -21,7 +25,7 @@ class nv12_converter {
     bool scale(const AVFrame& frame, std::uint8_t* const planes[], const int strides[]);
 
     std::mutex m_Lock;
-    scaler_handle m_Scaler;
+    platform::Handle<SwsContext, sws_freeContext> m_Scaler;
 };
 
 /** What FFmpeg's display matrix asks for, to the nearest right angle; nothing for one that turns a picture into a line.
@@ -31,14 +35,14 @@ orientation orientation_of(const std::int32_t matrix[9]);
 /** A decoded picture; NV12 is used where it lies, anything else is converted when it is first asked for. */
 class ffmpeg_picture : public picture {
   public:
-    ffmpeg_picture(frame_handle frame, orientation upright, std::shared_ptr<nv12_converter> converter)
+    ffmpeg_picture(platform::FrameHandle frame, orientation upright, std::shared_ptr<nv12_converter> converter)
         : m_Frame(std::move(frame)), m_Upright(upright), m_Converter(std::move(converter)) {}
 
   protected:
     bool native(nv12_view& view) override;
 
   private:
-    const frame_handle m_Frame;
+    const platform::FrameHandle m_Frame;
     const orientation m_Upright;
     const std::shared_ptr<nv12_converter> m_Converter;
     std::vector<std::uint8_t> m_Pixels;

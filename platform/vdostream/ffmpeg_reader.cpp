@@ -22,12 +22,6 @@ constexpr double assumed_fps = 25.0;
 /** Four times what a stream can show. A few bytes of a broken file may ask for gigabytes. */
 constexpr std::int64_t most_pixels = std::int64_t{8192} * 8192;
 
-std::string error_text(int code) {
-    char text[AV_ERROR_MAX_STRING_SIZE] = {};
-    av_strerror(code, text, sizeof text);
-    return text;
-}
-
 double frames_a_second(AVFormatContext* format, AVStream* stream) {
     const double fps = av_q2d(av_guess_frame_rate(format, stream, nullptr));
     return std::isfinite(fps) && fps > 0.0 && fps <= 1000.0 ? fps : assumed_fps;
@@ -156,7 +150,7 @@ void ffmpeg_reader::close() {
 
 read_result ffmpeg_reader::read(std::shared_ptr<picture>& next, std::string& why) {
     m_Deadline = std::chrono::steady_clock::now() + answer_limit;
-    frame_handle frame(av_frame_alloc());
+    platform::FrameHandle frame(av_frame_alloc());
     while (frame != nullptr) {
         const int code = avcodec_receive_frame(m_Codec.get(), frame.get());
         if (code == AVERROR_EOF) {
@@ -243,7 +237,7 @@ std::string ffmpeg_reader::failed(const std::string& what, int code) const {
     if (code == AVERROR_EXIT && !cancelled()) {
         return what + " (no answer for " + std::to_string(answer_limit.count()) + " s)";
     }
-    return what + " (" + error_text(code) + ")";
+    return what + " (" + platform::ffmpeg_reason(code) + ")";
 }
 
 int ffmpeg_reader::give_up(void* self) {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/vdostream/ffmpeg_handles.h"
+#include "platform/common/ffmpeg.h"
 #include "platform/vdostream/ffmpeg_picture.h"
 #include "platform/vdostream/reader.h"
 
@@ -42,9 +42,9 @@ class ffmpeg_reader : public reader {
     const access m_Access;
     const std::shared_ptr<nv12_converter> m_Converter = std::make_shared<nv12_converter>();
 
-    format_handle m_Format;
-    codec_handle m_Codec;
-    packet_handle m_Packet;
+    platform::InputHandle m_Format;
+    platform::CodecHandle m_Codec;
+    platform::PacketHandle m_Packet;
     int m_StreamIndex = -1;
     bool m_Draining = false;
     source_properties m_Properties;

@@ -1,14 +1,13 @@
 #include "platform/vdostream/registry.h"
 
+#include "platform/common/settings.h"
 #include "platform/vdostream/ffmpeg_reader.h"
 #include "platform/vdostream/scene_reader.h"
 #include "platform/vdostream/source_name.h"
 
 #include <cmath>
-#include <cstdlib>
 #include <filesystem>
 #include <map>
-#include <string_view>
 
 namespace vdostream {
 namespace {
@@ -27,25 +26,19 @@ registry& the_registry() {
     return instance;
 }
 
-bool is_replay() {
-    const char* value = std::getenv("KORVEX_VDO_REPLAY");
-    return value != nullptr && std::string_view(value) == "1";
-}
-
 /** Ordinary files may lie below /dev, too, in memory; a device that is not plugged in yet is one all the same. */
 bool is_camera(const std::string& name) {
     std::error_code ignored;
-    return name.rfind("/dev/", 0) == 0 && !std::filesystem::is_regular_file(name, ignored);
+    return name.starts_with("/dev/") && !std::filesystem::is_regular_file(name, ignored);
 }
 
 } // namespace
 
 std::unique_ptr<reader> make_reader(const std::string& name) {
-    const auto begins_with = [&name](std::string_view prefix) { return name.compare(0, prefix.size(), prefix) == 0; };
     if (name == "scene") {
         return std::make_unique<scene_reader>();
     }
-    if (begins_with("rtsp://") || begins_with("rtsps://")) {
+    if (name.starts_with("rtsp://") || name.starts_with("rtsps://")) {
         return std::make_unique<ffmpeg_reader>(name, access::rtsp);
     }
     return std::make_unique<ffmpeg_reader>(name, is_camera(name) ? access::v4l2 : access::file);
@@ -56,7 +49,7 @@ std::shared_ptr<video_source> acquire_source(std::string& why) {
     if (!read_source_name(name, why)) {
         return nullptr;
     }
-    const bool replay = is_replay();
+    const bool replay = platform::environment("KORVEX_VDO_REPLAY") == "1";
     registry& all = the_registry();
     const std::lock_guard<std::mutex> guard(all.lock);
     std::erase_if(all.sources, [](const auto& entry) { return entry.second.expired(); });

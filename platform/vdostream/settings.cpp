@@ -1,11 +1,11 @@
 #include "platform/vdostream/settings.h"
 
+#include "platform/common/settings.h"
 #include "platform/vdostream/channel.h"
 #include "vdo-types.h"
 
 #include <algorithm>
 #include <array>
-#include <cstdlib>
 #include <string_view>
 
 namespace vdostream {
@@ -20,8 +20,7 @@ std::uint32_t value_or(const map_values& asked, const char* name, std::uint32_t 
 }
 
 bool read_aspect(aspect_rule& aspect, std::string& why) {
-    const char* variable = std::getenv("KORVEX_VDO_ASPECT");
-    const std::string_view text = variable == nullptr ? "" : variable;
+    const std::string text = platform::environment("KORVEX_VDO_ASPECT");
     if (text.empty() || text == "fit") {
         aspect = aspect_rule::fit;
     } else if (text == "crop") {
@@ -29,7 +28,7 @@ bool read_aspect(aspect_rule& aspect, std::string& why) {
     } else if (text == "stretch") {
         aspect = aspect_rule::stretch;
     } else {
-        why = "KORVEX_VDO_ASPECT is \"" + std::string(text) + "\"; it must be fit, crop or stretch";
+        why = "KORVEX_VDO_ASPECT is \"" + text + "\"; it must be fit, crop or stretch";
         return false;
     }
     return true;

@@ -1,22 +1,18 @@
 #include "platform/vdostream/source_name.h"
 
+#include "platform/common/descriptor.h"
+#include "platform/common/settings.h"
+
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
 
 namespace vdostream {
 namespace {
 
 constexpr std::size_t longest_name = 4096;
-
-const char* variable(const char* name) {
-    const char* value = std::getenv(name);
-    return value == nullptr || *value == '\0' ? nullptr : value;
-}
 
 /** Empty for what is no ordinary file: nothing else can be read again, and without waiting. */
 std::string beginning_of(int file) {
@@ -37,13 +33,12 @@ std::string first_line(const std::string& text) {
 }
 
 bool read_named_file(const std::string& path, std::string& name, std::string& why) {
-    const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    if (file < 0) {
+    const platform::Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    if (!file) {
         why = "The file " + path + " with the video source cannot be read: " + std::strerror(errno);
         return false;
     }
-    name = first_line(beginning_of(file));
-    close(file);
+    name = first_line(beginning_of(file.get()));
     if (name.empty()) {
         why = "The file " + path + " must be an ordinary one whose first line is a video source, such as " +
               "rtsp://camera/stream";
@@ -55,11 +50,10 @@ bool read_named_file(const std::string& path, std::string& name, std::string& wh
 
 bool read_source_name(std::string& name, std::string& why) {
     name.clear();
-    if (const char* path = variable("KORVEX_VDO_SOURCE_FILE")) {
+    if (const std::string path = platform::environment("KORVEX_VDO_SOURCE_FILE"); !path.empty()) {
         return read_named_file(path, name, why);
     }
-    const char* source = variable("KORVEX_VDO_SOURCE");
-    name = source == nullptr ? "scene" : source;
+    name = platform::environment_or("KORVEX_VDO_SOURCE", "scene");
     return true;
 }
 

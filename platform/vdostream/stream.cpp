@@ -18,40 +18,34 @@ VdoStream* make_stream(const stream_settings& settings, VdoBufferFinalizer final
 namespace {
 
 bool is_given(const VdoStream* stream, GError** error) {
-    if (stream == nullptr) {
-        set_error(error, failure::bad_argument, "No video stream was given");
-    }
-    return stream != nullptr;
+    return stream != nullptr || fail(error, failure::bad_argument, "No video stream was given");
 }
 
 bool is_given(const VdoBuffer* buffer, GError** error) {
-    if (buffer == nullptr) {
-        set_error(error, failure::bad_argument, "No video buffer was given");
-    }
-    return buffer != nullptr;
+    return buffer != nullptr || fail(error, failure::bad_argument, "No video buffer was given");
 }
 
 } // namespace
 } // namespace vdostream
 
+using vdostream::fail;
 using vdostream::failure;
 using vdostream::is_given;
-using vdostream::set_error;
 
 VdoStream* vdo_stream_new(VdoMap* settings, VdoBufferFinalizer finalizer, GError** error) {
     if (settings == nullptr) {
-        set_error(error, failure::bad_argument, "No stream settings were given");
+        fail(error, failure::bad_argument, "No stream settings were given");
         return nullptr;
     }
     vdostream::stream_settings wanted{};
     std::string why;
     if (!vdostream::read_settings(*settings->state, wanted, why)) {
-        set_error(error, failure::bad_setting, why);
+        fail(error, failure::bad_setting, why);
         return nullptr;
     }
     std::shared_ptr<vdostream::video_source> source = vdostream::acquire_source(why);
     if (source == nullptr) {
-        set_error(error, failure::no_source, why);
+        fail(error, failure::no_source, why);
         return nullptr;
     }
     return vdostream::make_stream(wanted, finalizer, std::move(source));

@@ -87,8 +87,8 @@ VdoBuffer* stream_state::get_buffer(GError** error) {
 VdoBuffer* stream_state::get_explicit(clock::time_point deadline, GError** error) {
     VdoBuffer* taken = nullptr;
     if (!m_Source->wait_until([this, &taken] { return take_enqueued(taken); }, m_Running, deadline)) {
-        set_error(error, m_Running ? failure::silent : failure::not_running,
-                  m_Running ? "No buffer was enqueued to be filled" : "The stream is not running");
+        fail(error, m_Running ? failure::silent : failure::not_running,
+             m_Running ? "No buffer was enqueued to be filled" : "The stream is not running");
         return nullptr;
     }
     // Held while it is filled, because another thread may give it back meanwhile.
@@ -104,7 +104,7 @@ VdoBuffer* stream_state::get_explicit(clock::time_point deadline, GError** error
     std::memcpy(taken->state->bytes.get(), bytes.get(), frame_size(m_Settings.shape));
     const std::lock_guard<std::mutex> guard(m_Book->lock);
     if (!m_Book->outstanding.contains(taken)) {
-        set_error(error, failure::bad_argument, "The buffer was given back while it was being filled");
+        fail(error, failure::bad_argument, "The buffer was given back while it was being filled");
         return nullptr;
     }
     return taken;
@@ -126,13 +126,13 @@ frame_bytes stream_state::next_frame(clock::time_point deadline, GError** error)
     const std::shared_ptr<picture> next = m_Source->wait_for_picture(
         [this](const picture& candidate) { return is_due(candidate); }, m_Running, deadline, why);
     if (next == nullptr) {
-        set_error(error, m_Running ? failure::silent : failure::not_running, why);
+        fail(error, m_Running ? failure::silent : failure::not_running, why);
         return nullptr;
     }
     mark_taken(*next);
     frame_bytes bytes = next->in_geometry(m_Settings.shape);
     if (bytes == nullptr) {
-        set_error(error, failure::no_source, "A picture of " + m_Source->name() + " could not be converted");
+        fail(error, failure::no_source, "A picture of " + m_Source->name() + " could not be converted");
         return nullptr;
     }
     ++handed_out;
@@ -193,9 +193,8 @@ bool stream_state::unref(VdoBuffer* buffer, GError** error) {
     {
         const std::lock_guard<std::mutex> guard(m_Book->lock);
         if (!m_Book->remove(buffer)) {
-            set_error(error, failure::bad_argument,
-                      "The buffer is not one of this stream's, or was given back already");
-            return false;
+            return fail(error, failure::bad_argument,
+                        "The buffer is not one of this stream's, or was given back already");
         }
     }
     g_object_unref(buffer);
@@ -204,12 +203,12 @@ bool stream_state::unref(VdoBuffer* buffer, GError** error) {
 
 VdoBuffer* stream_state::alloc(gpointer opaque, GError** error) {
     if (!m_Settings.explicit_buffers) {
-        set_error(error, failure::bad_argument, "Only a stream with \"buffer.strategy\" 3 has buffers of the caller's");
+        fail(error, failure::bad_argument, "Only a stream with \"buffer.strategy\" 3 has buffers of the caller's");
         return nullptr;
     }
     frame_bytes bytes(new (std::nothrow) std::uint8_t[frame_size(m_Settings.shape)]());
     if (bytes == nullptr) {
-        set_error(error, failure::bad_argument, "There is no memory for another buffer");
+        fail(error, failure::bad_argument, "There is no memory for another buffer");
         return nullptr;
     }
     return make_buffer(std::move(bytes), opaque);
@@ -230,8 +229,7 @@ bool stream_state::enqueue(VdoBuffer* buffer, GError** error) {
         }
     }
     if (problem != nullptr) {
-        set_error(error, failure::bad_argument, problem);
-        return false;
+        return fail(error, failure::bad_argument, problem);
     }
     m_Source->wake();
     return true;

@@ -1,7 +1,7 @@
 #include "platform/vdostream/video_source.h"
 
 #include "base/blocked_signals.h"
-#include "platform/vdostream/error.h"
+#include "platform/common/report.h"
 #include "platform/vdostream/source_name.h"
 
 #include <algorithm>
@@ -11,6 +11,7 @@
 namespace vdostream {
 namespace {
 
+constexpr const char* library = "korvex vdostream"; // on stderr
 /** Further behind than this the clock is set anew instead of rushing after it. */
 constexpr double largest_lag_seconds = 1.0;
 /** Times are sums and quotients in double; they are compared to a microsecond. */
@@ -207,7 +208,7 @@ void video_source::read_until_it_ends(std::string& why) {
         }
         publish(std::move(next));
         if (std::exchange(m_OutageSaid, false)) {
-            say(m_Name + " is back");
+            platform::report(library, m_Name + " is back");
         }
         m_Retry = m_Timing.first_retry;
     }
@@ -215,7 +216,7 @@ void video_source::read_until_it_ends(std::string& why) {
 
 void video_source::report_outage(const std::string& why) {
     if (!std::exchange(m_OutageSaid, true)) {
-        say(m_Name + " " + why + "; trying again");
+        platform::report(library, m_Name + " " + why + "; trying again");
     }
 }
 

@@ -151,7 +151,7 @@ TEST(FfmpegReaderTest, WritesNothingBehindTheBytesOfANarrowPicture) {
     constexpr std::size_t room = 4096;
     constexpr std::uint8_t untouched = 238;
     for (int width = 1; width <= 40; ++width) {
-        const vdostream::frame_handle frame(av_frame_alloc());
+        const platform::FrameHandle frame(av_frame_alloc());
         frame->format = AV_PIX_FMT_YUV422P;
         frame->width = width;
         frame->height = 16;

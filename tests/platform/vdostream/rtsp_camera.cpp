@@ -1,6 +1,6 @@
 #include "tests/platform/vdostream/rtsp_camera.h"
 
-#include "platform/vdostream/ffmpeg_handles.h"
+#include "platform/common/ffmpeg.h"
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
@@ -69,7 +69,7 @@ std::vector<std::string> rtsp_camera::wanted_tracks() const {
 
 void rtsp_camera::encode(int pictures) {
     const AVCodec* encoder = avcodec_find_encoder(AV_CODEC_ID_MPEG4);
-    const vdostream::codec_handle codec(avcodec_alloc_context3(encoder));
+    const platform::CodecHandle codec(avcodec_alloc_context3(encoder));
     codec->width = 64;
     codec->height = 48;
     codec->pix_fmt = AV_PIX_FMT_YUV420P;
@@ -100,7 +100,7 @@ void rtsp_camera::encode(int pictures) {
     m_Description = std::string(description) + "a=control:video\r\n" +
                     "m=audio 0 RTP/AVP 97\r\na=rtpmap:97 MPEG4-GENERIC/16000/1\r\na=control:audio\r\n";
 
-    const vdostream::frame_handle frame(av_frame_alloc());
+    const platform::FrameHandle frame(av_frame_alloc());
     frame->format = codec->pix_fmt;
     frame->width = codec->width;
     frame->height = codec->height;
@@ -109,7 +109,7 @@ void rtsp_camera::encode(int pictures) {
         std::fill_n(frame->data[plane], frame->linesize[plane] * codec->height / (plane == 0 ? 1 : 2),
                     std::uint8_t{128});
     }
-    const vdostream::packet_handle encoded(av_packet_alloc());
+    const platform::PacketHandle encoded(av_packet_alloc());
     for (int index = 0; index < pictures; ++index) {
         frame->pts = index;
         require(avcodec_send_frame(codec.get(), frame.get()) >= 0, "not encoded");

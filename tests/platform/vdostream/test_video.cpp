@@ -1,6 +1,6 @@
 #include "tests/platform/vdostream/test_video.h"
 
-#include "platform/vdostream/ffmpeg_handles.h"
+#include "platform/common/ffmpeg.h"
 
 #include <cstring>
 #include <fstream>
@@ -83,7 +83,7 @@ void write_video(const video_file& wanted) {
     const std::unique_ptr<AVFormatContext, muxer_closer> muxer(format);
     const AVCodec* encoder = avcodec_find_encoder_by_name(wanted.codec.c_str());
     require(encoder != nullptr, "no encoder");
-    const vdostream::codec_handle codec(avcodec_alloc_context3(encoder));
+    const platform::CodecHandle codec(avcodec_alloc_context3(encoder));
     codec->width = wanted.width;
     codec->height = wanted.height;
     codec->pix_fmt = wanted.codec == "mjpeg" ? AV_PIX_FMT_YUVJ420P : AV_PIX_FMT_YUV420P;
@@ -101,12 +101,12 @@ void write_video(const video_file& wanted) {
     }
     require(avio_open(&format->pb, wanted.path.c_str(), AVIO_FLAG_WRITE) >= 0, "no file");
     require(avformat_write_header(format, nullptr) >= 0, "no header");
-    const vdostream::frame_handle frame(av_frame_alloc());
+    const platform::FrameHandle frame(av_frame_alloc());
     frame->format = codec->pix_fmt;
     frame->width = wanted.width;
     frame->height = wanted.height;
     require(av_frame_get_buffer(frame.get(), 0) >= 0, "no frame");
-    const vdostream::packet_handle packet(av_packet_alloc());
+    const platform::PacketHandle packet(av_packet_alloc());
     for (int index = 0; index <= wanted.frames; ++index) {
         if (index < wanted.frames) {
             require(av_frame_make_writable(frame.get()) >= 0, "frame not writable");

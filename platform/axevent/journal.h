@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/axevent/host_events.h"
+#include "platform/common/descriptor.h"
 
 #include <cstdint>
 #include <string>
@@ -24,9 +25,10 @@ class Journal {
     void write(const std::string& line);
 
   private:
-    /** The file open for appending, rotated before if `added` more bytes would be too many; -1 with errno. */
-    int open_for(std::uint64_t added) const;
-    bool append(const std::string& text) const;
+    /** The file open for appending, rotated before if `added` more bytes would be too many; none with errno. */
+    platform::Descriptor open_for(std::uint64_t added) const;
+    /** 0, or the system's error. */
+    int append(const std::string& text) const;
     void rotate() const;
 
     const std::string m_path;

@@ -1,7 +1,6 @@
 #include "platform/axevent/mqtt_connection.h"
 
-#include "platform/axevent/certificate_problem.h"
-#include "platform/axevent/complain.h"
+#include "platform/axevent/failure.h"
 
 #include <linux/tcp.h> // not netinet's, which knows no tcpi_bytes_received
 #include <mosquitto.h>
@@ -17,6 +16,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <mutex>
 
 namespace host_events {
@@ -54,11 +54,42 @@ std::uint64_t received_bytes(int socket) {
     return getsockopt(socket, IPPROTO_TCP, TCP_INFO, &info, &size) == 0 ? info.tcpi_bytes_received : 0;
 }
 
-} // namespace
-
-void MqttConnection::Destroy::operator()(mosquitto* client) const {
-    mosquitto_destroy(client);
+std::string day_of(const ASN1_TIME* time) {
+    std::tm parts = {};
+    std::array<char, 16> text{};
+    ASN1_TIME_to_tm(time, &parts);
+    std::strftime(text.data(), text.size(), "%Y-%m-%d", &parts);
+    return text.data();
 }
+
+/** What is wrong with the broker's certificate, in words. REQUIRES: X509_verify_cert refused it. */
+std::string certificate_problem(X509_STORE_CTX* store, const MqttSettings& settings) {
+    const int error = X509_STORE_CTX_get_error(store);
+    const X509* certificate = X509_STORE_CTX_get_current_cert(store);
+    const std::string whose =
+        X509_STORE_CTX_get_error_depth(store) == 0 ? "its certificate" : "a certificate that vouches for it";
+    switch (error) {
+    case X509_V_ERR_CERT_HAS_EXPIRED:
+        return whose + " expired on " + day_of(X509_get0_notAfter(certificate));
+    case X509_V_ERR_CERT_NOT_YET_VALID:
+        return whose + " is valid from " + day_of(X509_get0_notBefore(certificate)) +
+               " on; is the clock of this machine right?";
+    case X509_V_ERR_HOSTNAME_MISMATCH:
+    case X509_V_ERR_IP_ADDRESS_MISMATCH:
+        return whose + " is for another name than " + settings.host;
+    case X509_V_ERR_UNABLE_TO_GET_ISSUER_CERT:
+    case X509_V_ERR_UNABLE_TO_GET_ISSUER_CERT_LOCALLY:
+    case X509_V_ERR_UNABLE_TO_VERIFY_LEAF_SIGNATURE:
+    case X509_V_ERR_SELF_SIGNED_CERT_IN_CHAIN:
+    case X509_V_ERR_DEPTH_ZERO_SELF_SIGNED_CERT:
+    case X509_V_ERR_CERT_SIGNATURE_FAILURE:
+        return "no certificate in " + settings.ca_file + " vouches for it";
+    default:
+        return whose + " is refused: " + X509_verify_cert_error_string(error);
+    }
+}
+
+} // namespace
 
 MqttConnection::MqttConnection(const MqttSettings& settings)
     : m_settings(settings), m_client(new_client(settings, this)), m_allowed_bytes(most_unasked_bytes) {
@@ -84,8 +115,6 @@ MqttConnection::MqttConnection(const MqttSettings& settings)
     });
 }
 
-MqttConnection::~MqttConnection() = default;
-
 bool MqttConnection::configure() {
     mosquitto* client = m_client.get();
     int code = mosquitto_int_option(client, MOSQ_OPT_TCP_NODELAY, 1);
@@ -107,7 +136,7 @@ bool MqttConnection::configure() {
 /** With a context of our own, since the library's says nothing of what is wrong with a certificate. It is so all by
     itself: the library's defaults for such a context would have its check of the name refuse every certificate. */
 bool MqttConnection::configure_tls() {
-    const std::unique_ptr<SSL_CTX, decltype(&SSL_CTX_free)> context(SSL_CTX_new(TLS_client_method()), SSL_CTX_free);
+    const platform::Handle<SSL_CTX, SSL_CTX_free> context(SSL_CTX_new(TLS_client_method()));
     SSL_CTX_set_min_proto_version(context.get(), TLS1_2_VERSION);
     if (SSL_CTX_load_verify_locations(context.get(), m_settings.ca_file.c_str(), nullptr) != 1) {
         ERR_clear_error();

@@ -1,14 +1,14 @@
 #pragma once
 
 #include "platform/axevent/mqtt_messages.h"
+#include "platform/common/handle.h"
+
+#include <mosquitto.h>
 
 #include <chrono>
 #include <cstdint>
-#include <memory>
 #include <set>
 #include <string>
-
-struct mosquitto;
 
 namespace host_events {
 
@@ -20,7 +20,6 @@ namespace host_events {
 class MqttConnection {
   public:
     explicit MqttConnection(const MqttSettings& settings);
-    ~MqttConnection();
     MqttConnection(const MqttConnection&) = delete;
     MqttConnection& operator=(const MqttConnection&) = delete;
 
@@ -42,6 +41,8 @@ class MqttConnection {
 
     /** Takes leave of the broker: no Will. */
     void close();
+    /** Counts as lost; the first problem is the one that is kept. Always false. */
+    bool lost(const std::string& problem);
 
     const std::string& problem() const { return m_problem; }
     /** The broker does not prove who it is, and `problem` says what is wrong with its certificate. */
@@ -49,9 +50,6 @@ class MqttConnection {
 
   private:
     using Clock = std::chrono::steady_clock;
-    struct Destroy {
-        void operator()(mosquitto* client) const;
-    };
 
     bool configure();
     bool configure_tls();
@@ -60,11 +58,10 @@ class MqttConnection {
     void allow_more();
     std::string text_of(int code) const;
     bool lost(int code);
-    bool lost(const std::string& problem);
     bool distrusted(const std::string& problem);
 
     const MqttSettings m_settings;
-    std::unique_ptr<mosquitto, Destroy> m_client;
+    platform::Handle<mosquitto, mosquitto_destroy> m_client;
     std::set<int> m_waiting;
     std::uint64_t m_allowed_bytes; // from the broker, since the connection began
     Clock::time_point m_allowed_until;

@@ -9,6 +9,12 @@
 
 namespace host_events {
 
+/** Calls the listener; false when there is none. */
+bool tell_listener(const Occurrence& occurrence);
+
+/** The line for a person: "<time> <nice name>: started", or declared, stopped, sent, undeclared. No newline. */
+std::string console_line(const Occurrence& occurrence);
+
 /** Where occurrences go: journal, listener or console, broker, each as its environment variables say (README.md).
     A bad variable is said on stderr and its output does without it. */
 class Outputs {

@@ -1,4 +1,4 @@
-#include "platform/axevent/listener.h"
+#include "platform/axevent/outputs.h"
 
 #include <gtest/gtest.h>
 

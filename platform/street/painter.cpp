@@ -35,6 +35,16 @@ void polygon(cairo_t* context, std::initializer_list<point> corners) {
     cairo_close_path(context);
 }
 
+void fill_polygon(cairo_t* context, std::initializer_list<point> corners) {
+    polygon(context, corners);
+    cairo_fill(context);
+}
+
+void fill_rectangle(cairo_t* context, double x, double y, double width, double height) {
+    cairo_rectangle(context, x, y, width, height);
+    cairo_fill(context);
+}
+
 void rounded_rectangle(cairo_t* context, double x, double y, double width, double height, double radius) {
     constexpr double quarter = std::numbers::pi / 2.0;
     cairo_new_sub_path(context);
@@ -43,6 +53,11 @@ void rounded_rectangle(cairo_t* context, double x, double y, double width, doubl
     cairo_arc(context, x + radius, y + height - radius, radius, quarter, 2.0 * quarter);
     cairo_arc(context, x + radius, y + radius, radius, 2.0 * quarter, 3.0 * quarter);
     cairo_close_path(context);
+}
+
+void fill_rounded(cairo_t* context, double x, double y, double width, double height, double radius) {
+    rounded_rectangle(context, x, y, width, height, radius);
+    cairo_fill(context);
 }
 
 void line(cairo_t* context, double x0, double y0, double x1, double y1, double width) {

@@ -29,7 +29,10 @@ struct point {
     double y;
 };
 void polygon(cairo_t* context, std::initializer_list<point> corners);
+void fill_polygon(cairo_t* context, std::initializer_list<point> corners);
+void fill_rectangle(cairo_t* context, double x, double y, double width, double height);
 void rounded_rectangle(cairo_t* context, double x, double y, double width, double height, double radius);
+void fill_rounded(cairo_t* context, double x, double y, double width, double height, double radius);
 void line(cairo_t* context, double x0, double y0, double x1, double y1, double width);
 void disc(cairo_t* context, double x, double y, double radius);
 /** A soft dark ellipse on the ground. */

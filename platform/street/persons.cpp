@@ -1,4 +1,4 @@
-#include "platform/street/persons.h"
+#include "platform/street/figures.h"
 
 #include <cmath>
 #include <numbers>

@@ -9,6 +9,14 @@
 namespace host_scene {
 namespace {
 
+struct extent {
+    double length;
+    double height;
+};
+
+/** Of each kind, in their order. */
+constexpr std::array<extent, 4> extents = {{{290.0, 93.0}, {324.0, 142.0}, {430.0, 150.0}, {62.0, 150.0}}};
+
 struct lane {
     double ground;
     double scale;
@@ -86,31 +94,11 @@ double way_from_middle(const appearance& entry, double after) {
 } // namespace
 
 double length_of(kind what) {
-    switch (what) {
-    case kind::saloon:
-        return 290.0;
-    case kind::van:
-        return 324.0;
-    case kind::bus:
-        return 430.0;
-    case kind::person:
-        break;
-    }
-    return 62.0;
+    return extents[static_cast<std::size_t>(what)].length;
 }
 
 double height_of(kind what) {
-    switch (what) {
-    case kind::saloon:
-        return 93.0;
-    case kind::van:
-        return 142.0;
-    case kind::bus:
-        return 150.0;
-    case kind::person:
-        break;
-    }
-    return 150.0;
+    return extents[static_cast<std::size_t>(what)].height;
 }
 
 std::vector<actor> actors_at(double seconds) {

@@ -1,5 +1,4 @@
-#include "platform/street/street.h"
-
+#include "platform/street/figures.h"
 #include "platform/street/street_scene.h"
 
 #include <array>
@@ -16,17 +15,14 @@ constexpr double near_kerb = 582.0;
 
 void band(cairo_t* context, double top, double bottom, std::initializer_list<colour> colours) {
     set_vertical_gradient(context, top, bottom, colours);
-    cairo_rectangle(context, 0, top, width, bottom - top);
-    cairo_fill(context);
+    fill_rectangle(context, 0, top, width, bottom - top);
 }
 
 void window(cairo_t* context, double x, double y, double w, double h) {
     set_colour(context, {0.86, 0.85, 0.82});
-    cairo_rectangle(context, x - 3, y - 3, w + 6, h + 6);
-    cairo_fill(context);
+    fill_rectangle(context, x - 3, y - 3, w + 6, h + 6);
     set_vertical_gradient(context, y, y + h, {{0.50, 0.58, 0.66}, {0.27, 0.33, 0.40}});
-    cairo_rectangle(context, x, y, w, h);
-    cairo_fill(context);
+    fill_rectangle(context, x, y, w, h);
     set_colour(context, {0.88, 0.87, 0.84});
     line(context, x + w / 2, y, x + w / 2, y + h, 2);
     line(context, x, y + h * 0.4, x + w, y + h * 0.4, 2);
@@ -36,23 +32,18 @@ void window(cairo_t* context, double x, double y, double w, double h) {
 
 void shop_front(cairo_t* context, double x, double w, const colour& awning) {
     set_vertical_gradient(context, 216, house_foot, {{0.35, 0.40, 0.44}, {0.18, 0.21, 0.24}});
-    cairo_rectangle(context, x + 14, 216, w - 28, house_foot - 222);
-    cairo_fill(context);
+    fill_rectangle(context, x + 14, 216, w - 28, house_foot - 222);
     set_colour(context, {1, 1, 1}, 0.10);
-    polygon(context, {{x + 40, 280}, {x + 70, 216}, {x + 96, 216}, {x + 66, 280}});
-    cairo_fill(context);
+    fill_polygon(context, {{x + 40, 280}, {x + 70, 216}, {x + 96, 216}, {x + 66, 280}});
     set_colour(context, {0.16, 0.13, 0.11});
-    cairo_rectangle(context, x + w * 0.62, 222, 34, house_foot - 222);
-    cairo_fill(context);
+    fill_rectangle(context, x + w * 0.62, 222, 34, house_foot - 222);
     set_vertical_gradient(context, 196, 220, {shade(awning, 0.15), shade(awning, -0.25)});
-    polygon(context, {{x + 12, 196}, {x + w - 12, 196}, {x + w - 6, 220}, {x + 6, 220}});
-    cairo_fill(context);
+    fill_polygon(context, {{x + 12, 196}, {x + w - 12, 196}, {x + w - 6, 220}, {x + 6, 220}});
     set_colour(context, {1, 1, 1}, 0.22);
     const int stripes = static_cast<int>(std::ceil((w - 44) / 28.0));
     for (int index = 0; index < stripes; ++index) {
         const double stripe = x + 20 + index * 28.0;
-        polygon(context, {{stripe, 196}, {stripe + 12, 196}, {stripe + 11, 220}, {stripe - 2, 220}});
-        cairo_fill(context);
+        fill_polygon(context, {{stripe, 196}, {stripe + 12, 196}, {stripe + 11, 220}, {stripe - 2, 220}});
     }
 }
 
@@ -66,11 +57,9 @@ struct house {
 
 void draw_house(cairo_t* context, const house& what) {
     set_vertical_gradient(context, what.roof, house_foot, {shade(what.wall, 0.08), shade(what.wall, -0.18)});
-    cairo_rectangle(context, what.x, what.roof, what.width, house_foot - what.roof);
-    cairo_fill(context);
+    fill_rectangle(context, what.x, what.roof, what.width, house_foot - what.roof);
     set_colour(context, shade(what.wall, -0.45));
-    cairo_rectangle(context, what.x - 3, what.roof - 9, what.width + 6, 10);
-    cairo_fill(context);
+    fill_rectangle(context, what.x - 3, what.roof - 9, what.width + 6, 10);
     set_colour(context, {0, 0, 0}, 0.20);
     line(context, what.x + what.width - 1, what.roof, what.x + what.width - 1, house_foot, 3);
     const int columns = static_cast<int>(what.width / 64.0);
@@ -88,8 +77,7 @@ void draw_house(cairo_t* context, const house& what) {
 void draw_tree(cairo_t* context, double x, double foot, std::mt19937& random) {
     soft_shadow(context, x, foot, 40, 7, 0.35);
     set_vertical_gradient(context, foot - 120, foot, {{0.30, 0.23, 0.17}, {0.20, 0.15, 0.11}});
-    polygon(context, {{x - 5, foot}, {x - 3, foot - 120}, {x + 3, foot - 120}, {x + 6, foot}});
-    cairo_fill(context);
+    fill_polygon(context, {{x - 5, foot}, {x - 3, foot - 120}, {x + 3, foot - 120}, {x + 6, foot}});
     const auto next = [&random](double from, double to) {
         return from + (to - from) * static_cast<double>(random() % 1000U) / 1000.0;
     };
@@ -109,8 +97,7 @@ void draw_lamp_post(cairo_t* context, double x, double foot) {
     set_colour(context, {0.20, 0.22, 0.23});
     line(context, x, foot, x, foot - 250, 4);
     line(context, x, foot - 249, x + 44, foot - 256, 3);
-    rounded_rectangle(context, x + 34, foot - 260, 26, 7, 3);
-    cairo_fill(context);
+    fill_rounded(context, x + 34, foot - 260, 26, 7, 3);
 }
 
 void draw_road(cairo_t* context, std::mt19937& random) {
@@ -121,8 +108,7 @@ void draw_road(cairo_t* context, std::mt19937& random) {
         const double x = static_cast<double>(random() % 12800U) / 10.0;
         const double y = far_kerb + static_cast<double>(random() % 2560U) / 10.0;
         set_colour(context, random() % 2U == 0 ? colour{0, 0, 0} : colour{1, 1, 1}, 0.07);
-        cairo_rectangle(context, x, y, 2.2, 1.3);
-        cairo_fill(context);
+        fill_rectangle(context, x, y, 2.2, 1.3);
     }
     for (const double kerb : {far_kerb, near_kerb}) {
         set_colour(context, {0.76, 0.75, 0.72});
@@ -133,8 +119,7 @@ void draw_road(cairo_t* context, std::mt19937& random) {
     set_colour(context, {0.9, 0.9, 0.87}, 0.85);
     for (int dash = 20; dash < design_width; dash += 120) {
         const double x = dash;
-        polygon(context, {{x, 428}, {x + 58, 428}, {x + 60, 433}, {x - 1, 433}});
-        cairo_fill(context);
+        fill_polygon(context, {{x, 428}, {x + 58, 428}, {x + 60, 433}, {x - 1, 433}});
     }
     set_colour(context, {0, 0, 0}, 0.16);
     for (int slab = 30; slab < design_width + 200; slab += 96) {

@@ -1,10 +1,6 @@
 #include "platform/street/street_scene.h"
 
-#include "platform/street/painter.h"
-#include "platform/street/persons.h"
-#include "platform/street/schedule.h"
-#include "platform/street/street.h"
-#include "platform/street/vehicles.h"
+#include "platform/street/figures.h"
 
 #include <libyuv.h>
 
@@ -36,17 +32,8 @@ std::vector<std::uint8_t> make_noise() {
 }
 
 int class_of(kind what) {
-    switch (what) {
-    case kind::person:
-        return 0;
-    case kind::saloon:
-        return 2;
-    case kind::bus:
-        return 5;
-    case kind::van:
-        break;
-    }
-    return 7;
+    constexpr std::array<int, 4> classes = {2, 7, 5, 0}; // in the kinds' order
+    return classes[static_cast<std::size_t>(what)];
 }
 
 double sane(double seconds) {

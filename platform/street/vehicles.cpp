@@ -1,4 +1,4 @@
-#include "platform/street/vehicles.h"
+#include "platform/street/figures.h"
 
 #include <numbers>
 
@@ -86,12 +86,10 @@ void draw_saloon(cairo_t* context, const colour& paint) {
     set_colour(context, shade(paint, -0.7));
     line(context, -32, -56, -22, -56, 2.2);
     line(context, 26, -56, 36, -56, 2.2);
-    rounded_rectangle(context, 46, -71, 11, 7, 3);
     set_colour(context, shade(paint, -0.2));
-    cairo_fill(context);
+    fill_rounded(context, 46, -71, 11, 7, 3);
     set_colour(context, trim);
-    rounded_rectangle(context, -140, -20, 282, 7, 3);
-    cairo_fill(context);
+    fill_rounded(context, -140, -20, 282, 7, 3);
     lamp(context, 122, -52, 18, 8, {0.95, 0.94, 0.85});
     lamp(context, -143, -56, 12, 11, {0.75, 0.05, 0.06});
 }
@@ -121,8 +119,7 @@ void draw_van(cairo_t* context, const colour& paint) {
     polygon(context, {{74, -99}, {79, -94}, {95, -67}, {91, -67}});
     fill_glass(context, -104, -68);
     set_colour(context, {1, 1, 1}, 0.16);
-    polygon(context, {{44, -68}, {56, -104}, {62, -103}, {52, -68}});
-    cairo_fill(context);
+    fill_polygon(context, {{44, -68}, {56, -104}, {62, -103}, {52, -68}});
     set_colour(context, {0.05, 0.05, 0.06}, 0.7);
     disc(context, 62, -80, 6.5);
     set_colour(context, shade(paint, -0.45), 0.85);
@@ -133,10 +130,8 @@ void draw_van(cairo_t* context, const colour& paint) {
     set_colour(context, trim);
     line(context, -60, -64, -48, -64, 2.5);
     line(context, 34, -62, 44, -62, 2.5);
-    rounded_rectangle(context, 78, -84, 8, 15, 3);
-    cairo_fill(context);
-    rounded_rectangle(context, -134, -24, 268, 9, 3);
-    cairo_fill(context);
+    fill_rounded(context, 78, -84, 8, 15, 3);
+    fill_rounded(context, -134, -24, 268, 9, 3);
     lamp(context, 116, -58, 14, 12, {0.95, 0.94, 0.86});
     lamp(context, -134, -72, 6, 22, {0.75, 0.06, 0.06});
 }
@@ -149,51 +144,43 @@ void draw_bus(cairo_t* context, const colour& paint) {
     set_colour(context, shade(paint, -0.6), 0.9);
     cairo_set_line_width(context, 1.5);
     cairo_stroke(context);
-    rounded_rectangle(context, -206, -132, 386, 50, 5);
     set_colour(context, {0.06, 0.07, 0.08});
-    cairo_fill(context);
+    fill_rounded(context, -206, -132, 386, 50, 5);
     for (int pane = 0; pane < 6; ++pane) {
         const double x = -202.0 + pane * 57.0;
         rounded_rectangle(context, x, -129, 53, 44, 4);
         fill_glass(context, -129, -85);
         set_colour(context, {1, 1, 1}, 0.13);
-        polygon(context, {{x + 12, -86}, {x + 28, -128}, {x + 38, -128}, {x + 22, -86}});
-        cairo_fill(context);
+        fill_polygon(context, {{x + 12, -86}, {x + 28, -128}, {x + 38, -128}, {x + 22, -86}});
         set_colour(context, {0.04, 0.04, 0.05}, 0.55);
         disc(context, x + 20 + pane % 3 * 5, -95, 7);
     }
     polygon(context, {{186, -130}, {206, -130}, {212, -84}, {186, -84}});
     fill_glass(context, -130, -84);
     for (const double door : {138.0, -22.0}) {
-        rounded_rectangle(context, door, -128, 40, 108, 3);
         set_colour(context, {0.08, 0.08, 0.09});
-        cairo_fill(context);
+        fill_rounded(context, door, -128, 40, 108, 3);
         for (const double leaf : {door + 3.0, door + 21.5}) {
             rounded_rectangle(context, leaf, -124, 15.5, 100, 2);
             fill_glass(context, -124, -24);
         }
     }
     set_colour(context, shade(paint, -0.55));
-    rounded_rectangle(context, -214, -24, 428, 10, 4);
-    cairo_fill(context);
+    fill_rounded(context, -214, -24, 428, 10, 4);
     set_colour(context, {0.95, 0.95, 0.95}, 0.9);
     for (const double part : {-208.0, 24.0}) {
-        rounded_rectangle(context, part, -72, part < 0 ? 180 : 108, 5, 2);
-        cairo_fill(context);
+        fill_rounded(context, part, -72, part < 0 ? 180 : 108, 5, 2);
     }
-    rounded_rectangle(context, 60, -147, 74, 12, 3);
     set_colour(context, {0.05, 0.05, 0.05});
-    cairo_fill(context);
+    fill_rounded(context, 60, -147, 74, 12, 3);
     set_colour(context, {1.0, 0.65, 0.1});
     for (int letter = 0; letter < 6; ++letter) {
-        rounded_rectangle(context, 66.0 + letter * 11.0, -144, 6 + letter % 2 * 2, 6, 1);
-        cairo_fill(context);
+        fill_rounded(context, 66.0 + letter * 11.0, -144, 6 + letter % 2 * 2, 6, 1);
     }
     lamp(context, 200, -52, 13, 12, {0.96, 0.95, 0.86});
     lamp(context, -214, -58, 7, 18, {0.78, 0.06, 0.06});
-    rounded_rectangle(context, 212, -122, 6, 22, 2);
     set_colour(context, trim);
-    cairo_fill(context);
+    fill_rounded(context, 212, -122, 6, 22, 2);
 }
 
 sprite make_wheel(double radius, double scale_x, double scale_y) {

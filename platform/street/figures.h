@@ -3,7 +3,14 @@
 #include "platform/street/painter.h"
 #include "platform/street/schedule.h"
 
+/** What stands and moves in the street, in 1280x720 units. */
 namespace host_scene {
+
+/** Everything that stands still: sky, houses, trees, both pavements and the road. */
+void draw_street(cairo_t* context);
+
+/** A walking person seen from the side, drawn anew for every step. */
+void paint_person(cairo_t* context, const actor& person);
 
 /** A vehicle seen from its right side, driving to the right; its origin is on the ground below its middle. */
 struct vehicle_sprites {

@@ -7,11 +7,15 @@
 
 #include <vdo-stream.h>
 
+#include <chrono>
 #include <memory>
 #include <mutex>
 #include <string>
 
 namespace host_overlay {
+
+/** Pause after a failure, since a video service that has failed may fail again at once. */
+inline constexpr std::chrono::milliseconds kFailurePause{50};
 
 /**
  * The camera's video in one geometry with the overlay in it: an open stream in the eyes of the overlay service, from

@@ -22,8 +22,6 @@ using Clock = std::chrono::steady_clock;
 
 /** A single picture waits so long for the overlay of a stream that has just been opened. */
 constexpr std::chrono::seconds kOverlayPatience{1};
-/** Pause after a failure, since a video service that has failed may fail again at once. */
-constexpr std::chrono::milliseconds kFailurePause{50};
 /** Nobody has watched for so long: who asks for one picture after the other must not pay for fresh memory each time. */
 constexpr std::chrono::milliseconds kAbandoned{500};
 

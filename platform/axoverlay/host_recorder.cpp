@@ -6,7 +6,6 @@
 #include "platform/axoverlay/priority.h"
 #include "platform/axoverlay/resolutions.h"
 
-#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <exception>
@@ -17,15 +16,9 @@ namespace host_overlay {
 
 namespace {
 
-/** Pause after a failure, since a video service that has failed may fail again at once. */
-constexpr std::chrono::milliseconds kFailurePause{50};
-
 Geometry checked_geometry(const RecorderOptions& options) {
     const auto offered = channel_resolutions();
-    const bool known = std::ranges::any_of(offered, [&](const VdoResolution& r) {
-        return static_cast<int>(r.width) == options.width && static_cast<int>(r.height) == options.height;
-    });
-    if (!known) {
+    if (!offers(offered, options.width, options.height)) {
         throw std::runtime_error("cannot record " + std::to_string(options.width) + "x" +
                                  std::to_string(options.height) + "; the camera offers " + list_text(offered));
     }

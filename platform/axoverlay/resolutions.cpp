@@ -25,6 +25,12 @@ std::vector<VdoResolution> channel_resolutions() {
     return {set->resolutions, set->resolutions + set->count};
 }
 
+bool offers(const std::vector<VdoResolution>& resolutions, int width, int height) {
+    return std::ranges::any_of(resolutions, [&](const VdoResolution& r) {
+        return static_cast<int>(r.width) == width && static_cast<int>(r.height) == height;
+    });
+}
+
 VdoResolution largest(const std::vector<VdoResolution>& resolutions) {
     const auto pixels = [](const VdoResolution& r) { return std::uint64_t{r.width} * r.height; };
     return *std::ranges::max_element(resolutions, {}, pixels);

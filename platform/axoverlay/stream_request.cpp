@@ -3,7 +3,6 @@
 #include "platform/axoverlay/resolutions.h"
 #include "platform/common/settings.h"
 
-#include <algorithm>
 #include <string_view>
 
 namespace host_overlay {
@@ -68,11 +67,7 @@ StreamRequest parse_stream_request(const std::string& path, const QueryArguments
     }
     request.geometry.width = size->width;
     request.geometry.height = size->height;
-    const bool known = std::ranges::any_of(offered, [&](const VdoResolution& r) {
-        return static_cast<int>(r.width) == request.geometry.width &&
-               static_cast<int>(r.height) == request.geometry.height;
-    });
-    if (!known) {
+    if (!offers(offered, size->width, size->height)) {
         return refused(404, "The camera has no video of that size; it offers " + list_text(offered) + ".");
     }
     if (std::string why = read_query(query, request.geometry); !why.empty()) {

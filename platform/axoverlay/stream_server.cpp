@@ -35,6 +35,12 @@ MHD_Result queue(MHD_Connection* connection, unsigned status, MHD_Response* resp
     return result;
 }
 
+MHD_Result queue_answer_of(Viewer& viewer, MHD_Connection* connection) {
+    unsigned status = 0;
+    MHD_Response* response = viewer.response(status);
+    return queue(connection, status, response);
+}
+
 MHD_Result collect(void* arguments, MHD_ValueKind, const char* key, const char* value) {
     static_cast<QueryArguments*>(arguments)->emplace_back(key, value != nullptr ? value : "");
     return MHD_YES;
@@ -53,11 +59,8 @@ MHD_Result answer_head(MHD_Connection* connection, bool motion) {
     const auto nothing = [](void*, uint64_t, char*, std::size_t) -> ssize_t {
         return MHD_CONTENT_READER_END_OF_STREAM;
     };
-    MHD_Response* response = MHD_create_response_from_callback(MHD_SIZE_UNKNOWN, 1, nothing, nullptr, nullptr);
-    if (response != nullptr) {
-        MHD_set_response_options(response, MHD_RF_HTTP_1_0_COMPATIBLE_STRICT, MHD_RO_END);
-    }
-    return queue(connection, MHD_HTTP_OK, typed_response(response, motion ? kMultipartType : kJpegType));
+    const char* type = motion ? kMultipartType : kJpegType;
+    return queue(connection, MHD_HTTP_OK, streamed_response(nothing, 1, nullptr, nullptr, type));
 }
 
 } // namespace
@@ -124,9 +127,7 @@ MHD_Result StreamServer::answer(void* server, MHD_Connection* connection, const 
     if (current->viewer == nullptr) {
         return static_cast<StreamServer*>(server)->begin(connection, path, method, request);
     }
-    unsigned status = 0;
-    MHD_Response* response = current->viewer->response(status);
-    return queue(connection, status, response);
+    return queue_answer_of(*current->viewer, connection);
 }
 
 MHD_Result StreamServer::begin(MHD_Connection* connection, const std::string& path, const std::string& method,
@@ -152,12 +153,7 @@ MHD_Result StreamServer::begin(MHD_Connection* connection, const std::string& pa
         viewer.reset();
         return queue(connection, MHD_HTTP_SERVICE_UNAVAILABLE, text_response(failure.what()));
     }
-    if (viewer->suspend_until_ready()) {
-        return MHD_YES;
-    }
-    unsigned status = 0;
-    MHD_Response* response = viewer->response(status);
-    return queue(connection, status, response);
+    return viewer->suspend_until_ready() ? MHD_YES : queue_answer_of(*viewer, connection);
 }
 
 void StreamServer::completed(void*, MHD_Connection*, void** request, MHD_RequestTerminationCode) {

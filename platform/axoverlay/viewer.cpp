@@ -86,13 +86,7 @@ MHD_Response* Viewer::response(unsigned& status) {
             return (*static_cast<Reading*>(reading))->read(buffer, size);
         };
         const auto release = [](void* reading) { delete static_cast<Reading*>(reading); };
-        MHD_Response* stream = MHD_create_response_from_callback(MHD_SIZE_UNKNOWN, kReadSize, read_from,
-                                                                 new Reading(shared_from_this()), release);
-        if (stream != nullptr) {
-            // Bytes as they are until the connection ends: simple players do not know the chunked encoding.
-            MHD_set_response_options(stream, MHD_RF_HTTP_1_0_COMPATIBLE_STRICT, MHD_RO_END);
-        }
-        return typed_response(stream, kMultipartType);
+        return streamed_response(read_from, kReadSize, new Reading(shared_from_this()), release, kMultipartType);
     }
     m_done = true;
     auto* kept = new std::shared_ptr<const EncodedPicture>(std::exchange(m_next, nullptr));

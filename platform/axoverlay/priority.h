@@ -8,7 +8,7 @@
 // Both calls are for the calling thread alone. Each may be refused where a sandbox does so; then viewers cost more.
 namespace host_overlay {
 
-constexpr int kLastNiceness = 19;
+inline constexpr int kLastNiceness = 19;
 
 /**
  * Who makes pictures gives way to everything else: from here on the calling thread has what the analysis and every

@@ -51,6 +51,8 @@ struct Message {
     std::size_t tensor_count() const { return std::size_t{inputs} + outputs; }
 };
 
+/** One that says no more than what it is about. */
+Message message_of(Message::Kind kind, std::uint32_t model = 0, std::uint32_t request = 0);
 Message failure(Code code, const std::string& sentence);
 std::string sentence_of(const Message& failed);
 

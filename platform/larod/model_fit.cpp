@@ -1,8 +1,8 @@
 #include "platform/larod/model_fit.h"
 
 #include "platform/larod/checksum.h"
-#include "platform/larod/engine_location.h"
 #include "platform/larod/service_link.h"
+#include "platform/larod/service_settings.h"
 
 #include <fcntl.h>
 #include <sys/mman.h>
@@ -43,10 +43,7 @@ bool run_once(ServiceLink& service, const std::shared_ptr<HeldModel>& model, off
     request.model = model;
     std::vector<Descriptor> files;
     const auto add = [&](bool is_input, std::size_t index) {
-        const auto binding = std::make_shared<Binding>();
-        binding->owner = model;
-        binding->index = index;
-        binding->is_input = is_input;
+        const auto binding = std::make_shared<Binding>(model, index, is_input);
         files.emplace_back(memfd_create("tensor", MFD_CLOEXEC));
         binding->bind_to(files.back().get());
         request.tensors.push_back(binding);

@@ -5,7 +5,6 @@
 // as there are processors, on one thread each).
 
 #include "platform/common/report.h"
-#include "platform/larod/engine_location.h"
 #include "platform/larod/listening_socket.h"
 #include "platform/larod/sandbox.h"
 #include "platform/larod/service.h"

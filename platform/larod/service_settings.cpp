@@ -34,6 +34,10 @@ ServiceOptions service_options() {
     return options;
 }
 
+std::string engine_location() {
+    return platform::environment_or("KORVEX_LAROD_LIBRARY", KORVEX_LAROD_DEFAULT_LIBRARY);
+}
+
 std::chrono::milliseconds longest_answer() {
     return 2 * limit() + 1s;
 }

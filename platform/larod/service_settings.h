@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <string>
 
 namespace korvex::larod {
 
@@ -17,6 +18,9 @@ struct ServiceOptions {
  * inference). What is no number in its range counts as not set.
  */
 ServiceOptions service_options();
+
+/** The inference engine's library: KORVEX_LAROD_LIBRARY, or else the one that the build has chosen. */
+std::string engine_location();
 
 /** How long a client waits for an answer: as long as the service lets it wait for a worker, and then for the worker,
  * and a second. */

@@ -126,14 +126,14 @@ int street_scene::height() const {
 }
 
 void street_scene::draw_nv12(double seconds, std::uint8_t* pixels) {
-    const std::lock_guard<std::mutex> guard(m_Parts->lock);
+    const std::lock_guard guard(m_Parts->lock);
     std::uint8_t* chroma = pixels + std::ptrdiff_t{width()} * height();
     libyuv::ARGBToNV12(m_Parts->draw(seconds), m_Parts->stride(), pixels, width(), chroma, width(), width(), height());
     m_Parts->add_noise(seconds, pixels);
 }
 
 void street_scene::draw_rgb(double seconds, std::uint32_t* pixels) {
-    const std::lock_guard<std::mutex> guard(m_Parts->lock);
+    const std::lock_guard guard(m_Parts->lock);
     const std::uint8_t* drawn = m_Parts->draw(seconds);
     for (std::ptrdiff_t row = 0; row < height(); ++row) {
         std::memcpy(pixels + row * width(), drawn + row * m_Parts->stride(),

@@ -13,10 +13,6 @@
 namespace vdostream {
 namespace {
 
-struct channel_state {
-    guint number;
-};
-
 bool parse_resolution(std::string_view text, VdoResolution& resolution) {
     const auto [width, height] = platform::parse_size(text).value_or(platform::Size());
     resolution = {static_cast<guint32>(width), static_cast<guint32>(height)};
@@ -52,16 +48,16 @@ bool offered_resolutions(std::vector<VdoResolution>& offered, std::string& why) 
 
 } // namespace vdostream
 
-struct _VdoChannel : vdostream::object<vdostream::channel_state> {};
+using vdostream::failure;
+using vdostream::nothing;
+
+struct _VdoChannel : vdostream::object<guint> {};
 
 VdoChannel* vdo_channel_get(guint channel_nbr, GError** error) {
-    if (channel_nbr != vdostream::only_channel) {
-        vdostream::fail(error, vdostream::failure::bad_argument,
-                        "There is no video channel " + std::to_string(channel_nbr) + "; the only one is 1");
-        return nullptr;
-    }
-    return vdostream::make_object<VdoChannel>(
-        "KorvexVdoChannel", std::make_unique<vdostream::channel_state>(vdostream::channel_state{channel_nbr}));
+    if (channel_nbr != vdostream::only_channel)
+        return nothing(error, failure::bad_argument,
+                       "There is no video channel " + std::to_string(channel_nbr) + "; the only one is 1");
+    return vdostream::make_object<VdoChannel>("KorvexVdoChannel", std::make_unique<guint>(channel_nbr));
 }
 
 GList* vdo_channel_get_all(GError** error) {
@@ -69,16 +65,12 @@ GList* vdo_channel_get_all(GError** error) {
 }
 
 VdoResolutionSet* vdo_channel_get_resolutions(VdoChannel* channel, VdoMap* /*filter*/, GError** error) {
-    if (channel == nullptr) {
-        vdostream::fail(error, vdostream::failure::bad_argument, "No video channel was given");
-        return nullptr;
-    }
+    if (channel == nullptr)
+        return nothing(error, failure::bad_argument, "No video channel was given");
     std::vector<VdoResolution> offered;
     std::string why;
-    if (!vdostream::offered_resolutions(offered, why)) {
-        vdostream::fail(error, vdostream::failure::bad_setting, why);
-        return nullptr;
-    }
+    if (!vdostream::offered_resolutions(offered, why))
+        return nothing(error, failure::bad_setting, why);
     auto* set =
         static_cast<VdoResolutionSet*>(g_malloc(sizeof(VdoResolutionSet) + offered.size() * sizeof(VdoResolution)));
     set->count = offered.size();

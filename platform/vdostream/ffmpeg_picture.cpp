@@ -49,7 +49,7 @@ bool nv12_converter::convert(const AVFrame& frame, std::vector<std::uint8_t>& pi
 }
 
 bool nv12_converter::scale(const AVFrame& frame, std::uint8_t* const planes[], const int strides[]) {
-    const std::lock_guard<std::mutex> guard(m_Lock);
+    const std::lock_guard guard(m_Lock);
     m_Scaler.reset(sws_getCachedContext(m_Scaler.release(), frame.width, frame.height,
                                         static_cast<AVPixelFormat>(frame.format), frame.width, frame.height,
                                         AV_PIX_FMT_NV12, SWS_BILINEAR, nullptr, nullptr, nullptr));

@@ -7,7 +7,7 @@ namespace vdostream {
 frame_bytes picture::in_geometry(const geometry& shape) {
     nv12_view view{};
     {
-        const std::lock_guard<std::mutex> guard(m_Lock);
+        const std::lock_guard guard(m_Lock);
         if (frame_bytes made = made_in(shape)) {
             return made;
         }
@@ -19,7 +19,7 @@ frame_bytes picture::in_geometry(const geometry& shape) {
     if (bytes == nullptr || !convert(view, shape, bytes.get())) {
         return nullptr;
     }
-    const std::lock_guard<std::mutex> guard(m_Lock);
+    const std::lock_guard guard(m_Lock);
     if (frame_bytes made = made_in(shape)) {
         return made;
     }
@@ -29,7 +29,7 @@ frame_bytes picture::in_geometry(const geometry& shape) {
 
 void picture::prepare() {
     nv12_view view{};
-    const std::lock_guard<std::mutex> guard(m_Lock);
+    const std::lock_guard guard(m_Lock);
     native(view);
 }
 

@@ -51,7 +51,7 @@ std::shared_ptr<video_source> acquire_source(std::string& why) {
     }
     const bool replay = platform::environment("KORVEX_VDO_REPLAY") == "1";
     registry& all = the_registry();
-    const std::lock_guard<std::mutex> guard(all.lock);
+    const std::lock_guard guard(all.lock);
     std::erase_if(all.sources, [](const auto& entry) { return entry.second.expired(); });
     if (all.sources.empty()) {
         all.replay_seconds = 0.0;
@@ -76,13 +76,13 @@ std::shared_ptr<video_source> acquire_source(std::string& why) {
 
 std::shared_ptr<video_source> current_source() {
     registry& all = the_registry();
-    const std::lock_guard<std::mutex> guard(all.lock);
+    const std::lock_guard guard(all.lock);
     return all.last.lock();
 }
 
 bool advance_all_sources(double seconds) {
     registry& all = the_registry();
-    const std::lock_guard<std::mutex> guard(all.lock);
+    const std::lock_guard guard(all.lock);
     if (!std::isfinite(seconds)) {
         return false;
     }

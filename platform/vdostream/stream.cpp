@@ -28,25 +28,22 @@ bool is_given(const VdoBuffer* buffer, GError** error) {
 } // namespace
 } // namespace vdostream
 
-using vdostream::fail;
 using vdostream::failure;
 using vdostream::is_given;
+using vdostream::nothing;
 
 VdoStream* vdo_stream_new(VdoMap* settings, VdoBufferFinalizer finalizer, GError** error) {
     if (settings == nullptr) {
-        fail(error, failure::bad_argument, "No stream settings were given");
-        return nullptr;
+        return nothing(error, failure::bad_argument, "No stream settings were given");
     }
     vdostream::stream_settings wanted{};
     std::string why;
     if (!vdostream::read_settings(*settings->state, wanted, why)) {
-        fail(error, failure::bad_setting, why);
-        return nullptr;
+        return nothing(error, failure::bad_setting, why);
     }
     std::shared_ptr<vdostream::video_source> source = vdostream::acquire_source(why);
     if (source == nullptr) {
-        fail(error, failure::no_source, why);
-        return nullptr;
+        return nothing(error, failure::no_source, why);
     }
     return vdostream::make_stream(wanted, finalizer, std::move(source));
 }

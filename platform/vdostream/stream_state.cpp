@@ -22,7 +22,7 @@ using buffer_reference = std::unique_ptr<VdoBuffer, decltype(&g_object_unref)>;
 buffer_state::~buffer_state() {
     {
         // Also for a buffer that was dropped with g_object_unref instead of being given back.
-        const std::lock_guard<std::mutex> guard(book->lock);
+        const std::lock_guard guard(book->lock);
         book->remove(self);
     }
     if (finalizer != nullptr) {
@@ -46,7 +46,7 @@ stream_state::~stream_state() {
     m_Source->count_stream(-1);
     std::set<VdoBuffer*> left;
     {
-        const std::lock_guard<std::mutex> guard(m_Book->lock);
+        const std::lock_guard guard(m_Book->lock);
         left.swap(m_Book->outstanding);
         m_Book->handed.clear();
         m_Book->enqueued.clear();
@@ -73,7 +73,7 @@ void stream_state::stop() {
 }
 
 VdoBuffer* stream_state::get_buffer(GError** error) {
-    const std::lock_guard<std::mutex> guard(m_TakeLock);
+    const std::lock_guard guard(m_TakeLock);
     // Who asked for few pictures may wait for one.
     const double fps = m_Settings.framerate;
     const clock::time_point deadline = m_Source->deadline(std::chrono::duration<double>(fps > 0.0 ? 1.0 / fps : 0.0));
@@ -87,31 +87,29 @@ VdoBuffer* stream_state::get_buffer(GError** error) {
 VdoBuffer* stream_state::get_explicit(clock::time_point deadline, GError** error) {
     VdoBuffer* taken = nullptr;
     if (!m_Source->wait_until([this, &taken] { return take_enqueued(taken); }, m_Running, deadline)) {
-        fail(error, m_Running ? failure::silent : failure::not_running,
-             m_Running ? "No buffer was enqueued to be filled" : "The stream is not running");
-        return nullptr;
+        return nothing(error, m_Running ? failure::silent : failure::not_running,
+                       m_Running ? "No buffer was enqueued to be filled" : "The stream is not running");
     }
     // Held while it is filled, because another thread may give it back meanwhile.
     const buffer_reference hold(taken, &g_object_unref);
     const frame_bytes bytes = next_frame(deadline, error);
     if (bytes == nullptr) {
-        const std::lock_guard<std::mutex> guard(m_Book->lock);
+        const std::lock_guard guard(m_Book->lock);
         if (m_Book->outstanding.contains(taken)) {
             m_Book->enqueued.push_front(taken);
         }
         return nullptr;
     }
     std::memcpy(taken->state->bytes.get(), bytes.get(), frame_size(m_Settings.shape));
-    const std::lock_guard<std::mutex> guard(m_Book->lock);
+    const std::lock_guard guard(m_Book->lock);
     if (!m_Book->outstanding.contains(taken)) {
-        fail(error, failure::bad_argument, "The buffer was given back while it was being filled");
-        return nullptr;
+        return nothing(error, failure::bad_argument, "The buffer was given back while it was being filled");
     }
     return taken;
 }
 
 bool stream_state::take_enqueued(VdoBuffer*& buffer) {
-    const std::lock_guard<std::mutex> guard(m_Book->lock);
+    const std::lock_guard guard(m_Book->lock);
     if (m_Book->enqueued.empty()) {
         return false;
     }
@@ -126,14 +124,12 @@ frame_bytes stream_state::next_frame(clock::time_point deadline, GError** error)
     const std::shared_ptr<picture> next = m_Source->wait_for_picture(
         [this](const picture& candidate) { return is_due(candidate); }, m_Running, deadline, why);
     if (next == nullptr) {
-        fail(error, m_Running ? failure::silent : failure::not_running, why);
-        return nullptr;
+        return nothing(error, m_Running ? failure::silent : failure::not_running, why);
     }
     mark_taken(*next);
     frame_bytes bytes = next->in_geometry(m_Settings.shape);
     if (bytes == nullptr) {
-        fail(error, failure::no_source, "A picture of " + m_Source->name() + " could not be converted");
-        return nullptr;
+        return nothing(error, failure::no_source, "A picture of " + m_Source->name() + " could not be converted");
     }
     ++handed_out;
     return bytes;
@@ -166,7 +162,7 @@ VdoBuffer* stream_state::make_buffer(frame_bytes bytes, gpointer opaque) {
     auto* buffer = make_object<VdoBuffer>("KorvexVdoBuffer", std::move(state));
     buffer->state->self = buffer;
     {
-        const std::lock_guard<std::mutex> guard(m_Book->lock);
+        const std::lock_guard guard(m_Book->lock);
         m_Book->outstanding.insert(buffer);
         if (!m_Settings.explicit_buffers) {
             m_Book->handed.push_back(buffer);
@@ -179,7 +175,7 @@ VdoBuffer* stream_state::make_buffer(frame_bytes bytes, gpointer opaque) {
 void stream_state::take_back_the_oldest() {
     VdoBuffer* oldest = nullptr;
     {
-        const std::lock_guard<std::mutex> guard(m_Book->lock);
+        const std::lock_guard guard(m_Book->lock);
         if (m_Book->handed.size() <= most_handed) {
             return;
         }
@@ -191,7 +187,7 @@ void stream_state::take_back_the_oldest() {
 
 bool stream_state::unref(VdoBuffer* buffer, GError** error) {
     {
-        const std::lock_guard<std::mutex> guard(m_Book->lock);
+        const std::lock_guard guard(m_Book->lock);
         if (!m_Book->remove(buffer)) {
             return fail(error, failure::bad_argument,
                         "The buffer is not one of this stream's, or was given back already");
@@ -203,13 +199,12 @@ bool stream_state::unref(VdoBuffer* buffer, GError** error) {
 
 VdoBuffer* stream_state::alloc(gpointer opaque, GError** error) {
     if (!m_Settings.explicit_buffers) {
-        fail(error, failure::bad_argument, "Only a stream with \"buffer.strategy\" 3 has buffers of the caller's");
-        return nullptr;
+        return nothing(error, failure::bad_argument,
+                       "Only a stream with \"buffer.strategy\" 3 has buffers of the caller's");
     }
     frame_bytes bytes(new (std::nothrow) std::uint8_t[frame_size(m_Settings.shape)]());
     if (bytes == nullptr) {
-        fail(error, failure::bad_argument, "There is no memory for another buffer");
-        return nullptr;
+        return nothing(error, failure::bad_argument, "There is no memory for another buffer");
     }
     return make_buffer(std::move(bytes), opaque);
 }
@@ -217,7 +212,7 @@ VdoBuffer* stream_state::alloc(gpointer opaque, GError** error) {
 bool stream_state::enqueue(VdoBuffer* buffer, GError** error) {
     const char* problem = nullptr;
     {
-        const std::lock_guard<std::mutex> guard(m_Book->lock);
+        const std::lock_guard guard(m_Book->lock);
         if (!m_Settings.explicit_buffers) {
             problem = "Only a stream with \"buffer.strategy\" 3 takes buffers";
         } else if (!m_Book->outstanding.contains(buffer)) {

@@ -36,7 +36,7 @@ std::shared_ptr<video_source> video_source::make(const std::string& name, std::u
 
 void video_source::end() {
     m_Reader->cancel();
-    std::unique_lock<std::mutex> lock(m_Lock);
+    std::unique_lock lock(m_Lock);
     m_Quit = true;
     m_Changed.notify_all();
     if (!m_Thread.joinable()) {
@@ -61,13 +61,13 @@ bool video_source::open(std::string& why) {
         return false;
     }
     start();
-    std::unique_lock<std::mutex> lock(m_Lock);
+    std::unique_lock lock(m_Lock);
     m_Changed.wait_for(lock, m_Timing.first_answer, [this] { return m_FirstTryDone; });
     return true;
 }
 
 void video_source::start() {
-    const std::lock_guard<std::mutex> guard(m_Lock);
+    const std::lock_guard guard(m_Lock);
     if (!m_Started && !m_Replay) {
         m_Started = true;
         const blocked_signals blocked;
@@ -82,7 +82,7 @@ video_source::clock::time_point video_source::deadline(std::chrono::duration<dou
 std::shared_ptr<picture> video_source::wait_for_picture(const std::function<bool(const picture&)>& wanted,
                                                         const std::atomic<bool>& running, clock::time_point deadline,
                                                         std::string& why) {
-    std::unique_lock<std::mutex> lock(m_Lock);
+    std::unique_lock lock(m_Lock);
     for (;;) {
         if (!running) {
             why = "The stream is not running";
@@ -107,7 +107,7 @@ bool video_source::is_recent() const {
 
 bool video_source::wait_until(const std::function<bool()>& ready, const std::atomic<bool>& running,
                               clock::time_point deadline) {
-    std::unique_lock<std::mutex> lock(m_Lock);
+    std::unique_lock lock(m_Lock);
     bool met = false;
     m_Changed.wait_until(lock, deadline, [&] { return !running || (met = ready()); });
     return met;
@@ -115,12 +115,12 @@ bool video_source::wait_until(const std::function<bool()>& ready, const std::ato
 
 void video_source::wake() {
     // Taking the lock once keeps the change that is announced from falling between a waiter's look and its sleep.
-    { const std::lock_guard<std::mutex> guard(m_Lock); }
+    { const std::lock_guard guard(m_Lock); }
     m_Changed.notify_all();
 }
 
 bool video_source::advance(double seconds) {
-    const std::lock_guard<std::mutex> guard(m_ReplayLock);
+    const std::lock_guard guard(m_ReplayLock);
     if (!std::isfinite(seconds)) {
         return false;
     }
@@ -139,12 +139,12 @@ bool video_source::advance(double seconds) {
 }
 
 source_properties video_source::properties() const {
-    const std::lock_guard<std::mutex> guard(m_Lock);
+    const std::lock_guard guard(m_Lock);
     return m_Properties;
 }
 
 std::uint64_t video_source::frames_decoded() const {
-    const std::lock_guard<std::mutex> guard(m_Lock);
+    const std::lock_guard guard(m_Lock);
     return m_Decoded;
 }
 
@@ -156,7 +156,7 @@ void video_source::run() {
         }
         m_Opened = false;
         {
-            const std::lock_guard<std::mutex> guard(m_Lock);
+            const std::lock_guard guard(m_Lock);
             m_FirstTryDone = true;
             m_Lost = !why.empty();
             m_ThreadEnded = m_Quit;
@@ -177,7 +177,7 @@ bool video_source::reopen(std::string& why) {
         return false;
     }
     {
-        const std::lock_guard<std::mutex> guard(m_Lock);
+        const std::lock_guard guard(m_Lock);
         m_Properties = m_Reader->properties();
     }
     m_LoopBase = m_LastSeconds < 0.0 ? 0.0 : m_LastSeconds + frame_interval(m_Reader->properties());
@@ -226,7 +226,7 @@ void video_source::retry_later() {
 }
 
 bool video_source::pause_until(clock::time_point moment) {
-    std::unique_lock<std::mutex> lock(m_Lock);
+    std::unique_lock lock(m_Lock);
     return !m_Changed.wait_until(lock, moment, [this] { return m_Quit; });
 }
 
@@ -247,7 +247,7 @@ void video_source::publish(std::shared_ptr<picture> next) {
     const double gap = m_LastSeconds < 0.0 ? 0.0 : next->seconds - m_LastSeconds;
     m_LastSeconds = next->seconds;
     {
-        const std::lock_guard<std::mutex> guard(m_Lock);
+        const std::lock_guard guard(m_Lock);
         m_FirstTryDone = true;
         m_Lost = false;
         m_LastGap = gap;

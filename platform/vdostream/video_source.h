@@ -136,10 +136,4 @@ class video_source : public std::enable_shared_from_this<video_source> {
     std::thread m_Thread;
 };
 
-/** The source that the environment names, opened; the same one as long as some stream holds it. Null with `why` set
-    when it cannot be opened. */
-std::shared_ptr<video_source> acquire_source(std::string& why);
-/** The source that was acquired last, or null when no stream holds it any more. */
-std::shared_ptr<video_source> current_source();
-
 } // namespace vdostream

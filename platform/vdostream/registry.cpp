@@ -2,8 +2,10 @@
 
 #include "platform/common/settings.h"
 #include "platform/vdostream/ffmpeg_reader.h"
+#include "platform/vdostream/host_video.h"
 #include "platform/vdostream/scene_reader.h"
 #include "platform/vdostream/source_name.h"
+#include "platform/vdostream/stream.h"
 
 #include <cmath>
 #include <filesystem>
@@ -30,6 +32,13 @@ registry& the_registry() {
 bool is_camera(const std::string& name) {
     std::error_code ignored;
     return name.starts_with("/dev/") && !std::filesystem::is_regular_file(name, ignored);
+}
+
+/** The source that was acquired last, or null when no stream holds it any more. */
+std::shared_ptr<video_source> current_source() {
+    registry& all = the_registry();
+    const std::lock_guard guard(all.lock);
+    return all.last.lock();
 }
 
 } // namespace
@@ -74,25 +83,36 @@ std::shared_ptr<video_source> acquire_source(std::string& why) {
     return source;
 }
 
-std::shared_ptr<video_source> current_source() {
-    registry& all = the_registry();
-    const std::lock_guard guard(all.lock);
-    return all.last.lock();
-}
+} // namespace vdostream
 
-bool advance_all_sources(double seconds) {
-    registry& all = the_registry();
+namespace host_video {
+
+bool replay_advance(double seconds) {
+    auto& all = vdostream::the_registry();
     const std::lock_guard guard(all.lock);
-    if (!std::isfinite(seconds)) {
+    if (!std::isfinite(seconds))
         return false;
-    }
     all.replay_seconds = seconds;
     bool within = true;
     for (const auto& [name, weak] : all.sources) {
-        const std::shared_ptr<video_source> source = weak.lock();
+        const auto source = weak.lock();
         within = (source == nullptr || !source->is_replay() || source->advance(seconds)) && within;
     }
     return within;
 }
 
-} // namespace vdostream
+Statistics statistics() {
+    Statistics now;
+    now.frames_handed = vdostream::stream_state::frames_handed();
+    if (const auto source = vdostream::current_source()) {
+        const auto properties = source->properties();
+        now.frames_decoded = source->frames_decoded();
+        now.source_fps = properties.fps;
+        now.source_width = properties.width;
+        now.source_height = properties.height;
+        now.source = source->name();
+    }
+    return now;
+}
+
+} // namespace host_video

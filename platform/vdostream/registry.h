@@ -7,9 +7,5 @@ namespace vdostream {
 /** The source that the environment names, opened; the same one as long as some stream holds it. Null with `why` set
     when it cannot be opened. */
 std::shared_ptr<video_source> acquire_source(std::string& why);
-/** The source that was acquired last, or null when no stream holds it any more. */
-std::shared_ptr<video_source> current_source();
-/** Of the replay: see host_video.h. */
-bool advance_all_sources(double seconds);
 
 } // namespace vdostream

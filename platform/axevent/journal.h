@@ -11,12 +11,14 @@ namespace host_events {
 /** {"time":…,"what":"declared"|"event"|"undeclared","topic":…,"nice_name":…,"active":true|false|null} */
 std::string journal_line(const Occurrence& occurrence);
 
-/** A file that only grows, one line for each occurrence. Before a line would make it larger than `limit_bytes` it
-    becomes PATH.1, that one PATH.2 and so on; the oldest beyond `old_files` goes. A line is whole or not there at all.
-
-    The file is opened for each line: they are rare, and so a journal that somebody moved away, or whose disk was full
-    for a while, goes on by itself. No fsync: a line survives the end of the process, not that of the power.
-    A line that cannot be written is lost, with one message on stderr until one can be again. Not thread-safe. */
+/**
+ * A file that only grows, one line for each occurrence. Before a line would make it larger than `limit_bytes` it
+ * becomes PATH.1, that one PATH.2 and so on; the oldest beyond `old_files` goes. A line is whole or not there at all.
+ *
+ * The file is opened for each line: they are rare, and so a journal that somebody moved away, or whose disk was full
+ * for a while, goes on by itself. No fsync: a line survives the end of the process, not that of the power.
+ * A line that cannot be written is lost, with one message on stderr until one can be again. Not thread-safe.
+ */
 class Journal {
   public:
     Journal(std::string path, std::uint64_t limit_bytes, unsigned old_files);

@@ -12,11 +12,13 @@
 
 namespace host_events {
 
-/** One connection to the broker, from the first packet until it is lost; then make another. Its Will tells subscribers
-    that the camera is offline when the connection ends in any way other than `close`. One thread.
-
-    It subscribes to nothing, so that a broker has only confirmations to send. More than 64 KiB of anything else within
-    a keepalive time end the connection: the client library itself takes packets of up to 256 MiB. */
+/**
+ * One connection to the broker, from the first packet until it is lost; then make another. Its Will tells subscribers
+ * that the camera is offline when the connection ends in any way other than `close`. One thread.
+ *
+ * It subscribes to nothing, so that a broker has only confirmations to send. More than 64 KiB of anything else within
+ * a keepalive time end the connection: the client library itself takes packets of up to 256 MiB.
+ */
 class MqttConnection {
   public:
     explicit MqttConnection(const MqttSettings& settings);
@@ -26,15 +28,19 @@ class MqttConnection {
     /** Begins to connect. May wait for the name service, for nothing else. False with `problem` set. */
     bool start();
 
-    /** Moves what there is to move; waits up to `timeout` for it, or until `wake` is readable. False with `problem` set
-        once the connection is lost or the broker refuses it. */
+    /**
+     * Moves what there is to move; waits up to `timeout` for it, or until `wake` is readable. False with `problem` set
+     * once the connection is lost or the broker refuses it.
+     */
     bool step(int wake, std::chrono::milliseconds timeout);
 
     /** The broker has accepted the client. */
     bool is_ready() const { return m_ready; }
 
-    /** Hands a message over; gives its number. One that no broker could be sent, from a queue file that is not what was
-        written into it, is said on stderr and left out: nothing waits for its number. REQUIRES: is_ready(). */
+    /**
+     * Hands a message over; gives its number. One that no broker could be sent, from a queue file that is not what was
+     * written into it, is said on stderr and left out: nothing waits for its number. REQUIRES: is_ready().
+     */
     int publish(const MqttMessage& message);
     /** True until the broker has confirmed the message. */
     bool is_waiting(int number) const { return m_waiting.contains(number); }

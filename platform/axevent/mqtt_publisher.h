@@ -12,30 +12,36 @@
 
 namespace host_events {
 
-/** Brings alerts to an MQTT broker, on a thread of its own that takes no signals. Any thread may call anything, and
-    waits for neither broker nor network.
-
-        away --connected--> greeting (online, discovery, last states) --> the queue, one message at a time --+
-          ^                                                                                                   |
-          +------- lost: wait 0.2 s, 0.4 s, ... 5 s ---------------------------------------------- the end: offline
-
-    A message leaves the queue when the broker has confirmed it, and only then the next one goes: messages arrive in
-    order, and after an interruption the last one may arrive twice. After a reconnection the last confirmed state of
-    each alert goes first, for a broker that forgot what it retained.
-
-    The client library's own threaded loop would not do: it ends for good where a name or a certificate is wrong, it
-    cannot be left to itself while the name service hangs, and it reads before anybody can look at what has come. */
+/**
+ * Brings alerts to an MQTT broker, on a thread of its own that takes no signals. Any thread may call anything, and
+ * waits for neither broker nor network.
+ *
+ *     away --connected--> greeting (online, discovery, last states) --> the queue, one message at a time --+
+ *       ^                                                                                                   |
+ *       +------- lost: wait 0.2 s, 0.4 s, ... 5 s ---------------------------------------------- the end: offline
+ *
+ * A message leaves the queue when the broker has confirmed it, and only then the next one goes: messages arrive in
+ * order, and after an interruption the last one may arrive twice. After a reconnection the last confirmed state of
+ * each alert goes first, for a broker that forgot what it retained.
+ *
+ * The client library's own threaded loop would not do: it ends for good where a name or a certificate is wrong, it
+ * cannot be left to itself while the name service hangs, and it reads before anybody can look at what has come.
+ */
 class MqttPublisher {
   public:
     explicit MqttPublisher(const MqttSettings& settings);
-    /** At once while the broker is away, otherwise when the queue is empty and the camera offline, and within
-        `stop_time` in any case. A thread that hangs in the name service is left to itself. */
+    /**
+     * At once while the broker is away, otherwise when the queue is empty and the camera offline, and within
+     * `stop_time` in any case. A thread that hangs in the name service is left to itself.
+     */
     ~MqttPublisher();
     MqttPublisher(const MqttPublisher&) = delete;
     MqttPublisher& operator=(const MqttPublisher&) = delete;
 
-    /** An alert's declaration or change. The end of a declaration changes nothing at the broker: it comes with the end
-        of the application, which its availability tells. */
+    /**
+     * An alert's declaration or change. The end of a declaration changes nothing at the broker: it comes with the end
+     * of the application, which its availability tells.
+     */
     void publish(const Occurrence& occurrence);
 
     /** A message that is sent on every connection before the queue; the same one again changes nothing. */

@@ -89,9 +89,8 @@ std::optional<MqttQueue::Entry> MqttQueue::front() const {
 
 void MqttQueue::pop(std::int64_t number) {
     const std::lock_guard lock(m_mutex);
-    if (!m_entries.empty() && m_entries.front().number == number) {
+    if (!m_entries.empty() && m_entries.front().number == number)
         remove_first();
-    }
     m_dropping = m_dropping && !m_entries.empty();
 }
 
@@ -103,9 +102,8 @@ size_t MqttQueue::size() const {
 void MqttQueue::tidy() {
     {
         const std::lock_guard lock(m_mutex);
-        if (m_database == nullptr || m_untidied < tidy_after) {
+        if (m_database == nullptr || m_untidied < tidy_after)
             return;
-        }
         m_untidied = 0;
     }
     // A connection of its own: pushing goes on while this one waits for the disk.
@@ -120,9 +118,8 @@ void MqttQueue::remove_first() {
 }
 
 void MqttQueue::run(const char* sql, std::int64_t number, const MqttMessage* message) {
-    if (m_database == nullptr) {
+    if (m_database == nullptr)
         return;
-    }
     platform::Statement statement;
     platform::prepare(m_database.get(), sql, statement);
     sqlite3_bind_int64(statement.get(), 1, number);
@@ -139,10 +136,9 @@ void MqttQueue::run(const char* sql, std::int64_t number, const MqttMessage* mes
 }
 
 void MqttQueue::file_failed(const std::string& problem) {
-    if (!m_file_failing) {
+    if (!m_file_failing)
         complain("cannot keep the broker's queue in " + m_path + ": " + problem +
                  "; changes that wait are in memory only");
-    }
     m_file_failing = true;
 }
 

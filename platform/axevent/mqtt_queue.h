@@ -11,12 +11,14 @@
 
 namespace host_events {
 
-/** Messages on their way to the broker, oldest first. They are kept in memory and, when there is a file, in an SQLite
-    database as well, from which the next process takes up what this one could not deliver.
-
-    A push writes one row to the database's write-ahead log and does not wait for the disk: the message survives the end
-    of the process at any moment, kill -9 included; the last ones may go with the power. A file that cannot be opened or
-    written is said once on stderr, and the queue goes on in memory. Any thread. */
+/**
+ * Messages on their way to the broker, oldest first. They are kept in memory and, when there is a file, in an SQLite
+ * database as well, from which the next process takes up what this one could not deliver.
+ *
+ * A push writes one row to the database's write-ahead log and does not wait for the disk: the message survives the end
+ * of the process at any moment, kill -9 included; the last ones may go with the power. A file that cannot be opened or
+ * written is said once on stderr, and the queue goes on in memory. Any thread.
+ */
 class MqttQueue {
   public:
     struct Entry {
@@ -24,8 +26,10 @@ class MqttQueue {
         MqttMessage message;
     };
 
-    /** With an empty path there is no file. Beyond `limit` messages the oldest goes, with one message on stderr until
-        the queue has been empty again. REQUIRES: limit > 0 */
+    /**
+     * With an empty path there is no file. Beyond `limit` messages the oldest goes, with one message on stderr until
+     * the queue has been empty again. REQUIRES: limit > 0
+     */
     MqttQueue(const std::string& path, size_t limit);
 
     void push(MqttMessage message);
@@ -34,8 +38,10 @@ class MqttQueue {
     void pop(std::int64_t number);
     size_t size() const;
 
-    /** Moves the write-ahead log into the database once it has grown, so that it does not grow for ever. It waits for
-        the disk and holds up nobody: call it from a thread that may wait. */
+    /**
+     * Moves the write-ahead log into the database once it has grown, so that it does not grow for ever. It waits for
+     * the disk and holds up nobody: call it from a thread that may wait.
+     */
     void tidy();
 
   private:

@@ -9,7 +9,6 @@
 #include <stdexcept>
 
 namespace host_overlay {
-
 namespace {
 
 using platform::reason;
@@ -20,9 +19,8 @@ class BorrowedBuffer {
     BorrowedBuffer(VdoStream* stream, GError** error)
         : m_stream(stream), m_buffer(vdo_stream_get_buffer(stream, error)) {}
     ~BorrowedBuffer() {
-        if (m_buffer != nullptr) {
+        if (m_buffer != nullptr)
             vdo_stream_buffer_unref(m_stream, &m_buffer, nullptr);
-        }
     }
     BorrowedBuffer(const BorrowedBuffer&) = delete;
     BorrowedBuffer& operator=(const BorrowedBuffer&) = delete;
@@ -67,14 +65,12 @@ void AnnotatedVideo::start() {
     g_autoptr(GError) error = nullptr;
     platform::ObjectHandle<VdoStream> stream(vdo_stream_new(settings.get(), nullptr, &error));
     if (stream == nullptr || vdo_stream_attach(stream.get(), nullptr, &error) == FALSE ||
-        vdo_stream_start(stream.get(), &error) == FALSE) {
+        vdo_stream_start(stream.get(), &error) == FALSE)
         throw std::runtime_error("the camera's video does not start: " + reason(error));
-    }
     const std::lock_guard lock(m_lock);
     m_stream = std::move(stream);
-    if (m_stopped) {
+    if (m_stopped)
         vdo_stream_stop(m_stream.get());
-    }
 }
 
 bool AnnotatedVideo::next(std::string& why) {
@@ -94,9 +90,8 @@ bool AnnotatedVideo::next(std::string& why) {
 
 void AnnotatedVideo::stop() {
     const std::lock_guard lock(m_lock);
-    if (m_stream != nullptr && !m_stopped) {
+    if (m_stream != nullptr && !m_stopped)
         vdo_stream_stop(m_stream.get());
-    }
     m_stopped = true;
 }
 

@@ -4,7 +4,6 @@
 #include <cstring>
 
 namespace host_overlay {
-
 namespace {
 
 /** Gaps shorter than this many pixels stay inside a run: visiting zeros is cheaper than starting anew. */
@@ -54,9 +53,8 @@ void find_runs(const ArgbView& overlay, std::vector<Run>& runs) {
         const std::uint32_t* lower = overlay.row(y + 1);
         bool in_row = false;
         for (int x = 0; x < overlay.width; x += 2) {
-            if (empty_block(upper, lower, x)) {
+            if (empty_block(upper, lower, x))
                 continue;
-            }
             if (in_row && x - runs.back().end < kJoinedGap) {
                 runs.back().end = x + 2;
             } else {
@@ -76,18 +74,16 @@ void clear_runs(const ArgbView& overlay, const std::vector<Run>& runs) {
 
 void blend_runs(const ArgbView& overlay, const std::vector<Run>& runs, Nv12Picture& picture) {
     for (const Run& run : runs) {
-        if (run.y >= picture.height) {
+        if (run.y >= picture.height)
             break;
-        }
         const std::uint32_t* argb[2] = {overlay.row(run.y), overlay.row(run.y + 1)};
         std::uint8_t* luma[2] = {picture.luma() + static_cast<std::ptrdiff_t>(run.y) * picture.width,
                                  picture.luma() + static_cast<std::ptrdiff_t>(run.y + 1) * picture.width};
         std::uint8_t* chroma = picture.chroma() + static_cast<std::ptrdiff_t>(run.y / 2) * picture.width;
         const int end = std::min(run.end, picture.width);
         for (int x = run.begin; x < end; x += 2) {
-            if (empty_block(argb[0], argb[1], x)) {
+            if (empty_block(argb[0], argb[1], x))
                 continue;
-            }
             int u = 0;
             int v = 0;
             int clear = 0;

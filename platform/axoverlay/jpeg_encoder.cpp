@@ -5,7 +5,6 @@
 #include <string>
 
 namespace host_overlay {
-
 namespace {
 
 // Video keeps luma in 16 to 235 and chroma in 16 to 240; JPEG uses the whole byte. Sums of 16 bits, so that the
@@ -27,9 +26,8 @@ std::uint8_t full_chroma(std::uint8_t value) {
 } // namespace
 
 JpegEncoder::JpegEncoder(int quality) : m_quality(quality), m_handle(tjInitCompress()) {
-    if (m_handle == nullptr) {
+    if (m_handle == nullptr)
         fail(nullptr);
-    }
 }
 
 std::span<const std::uint8_t> JpegEncoder::encode(const Nv12Picture& picture) {
@@ -46,16 +44,14 @@ std::span<const std::uint8_t> JpegEncoder::encode(const Nv12Picture& picture) {
     }
 
     unsigned long size = tjBufSize(picture.width, picture.height, TJSAMP_420);
-    if (size == static_cast<unsigned long>(-1)) {
+    if (size == static_cast<unsigned long>(-1))
         fail(nullptr);
-    }
     m_file.resize(size);
     unsigned char* file = m_file.data();
     const unsigned char* planes[3] = {y, u, v};
     if (tjCompressFromYUVPlanes(m_handle.get(), planes, picture.width, nullptr, picture.height, TJSAMP_420, &file,
-                                &size, m_quality, TJFLAG_NOREALLOC) != 0) {
+                                &size, m_quality, TJFLAG_NOREALLOC) != 0)
         fail(m_handle.get());
-    }
     return {file, size};
 }
 

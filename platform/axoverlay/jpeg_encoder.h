@@ -23,7 +23,7 @@ class JpegEncoder {
   private:
     int m_quality;
     platform::Handle<void, tjDestroy> m_handle;
-    std::vector<std::uint8_t> m_planes; ///< Y, U, V of the picture in JPEG's full range
+    std::vector<std::uint8_t> m_planes; // Y, U, V of the picture in JPEG's full range
     std::vector<std::uint8_t> m_file;
 };
 

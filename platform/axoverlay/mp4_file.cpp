@@ -12,7 +12,6 @@ extern "C" {
 }
 
 namespace host_overlay {
-
 namespace {
 
 constexpr AVRational kTimeBase{1, 90000};
@@ -22,17 +21,15 @@ constexpr int kKeyInterval = 50;
 constexpr auto kFragmentMicroseconds = "500000";
 
 int check(int result, const std::string& what) {
-    if (result < 0) {
+    if (result < 0)
         throw std::runtime_error(what + ": " + platform::ffmpeg_reason(result));
-    }
     return result;
 }
 
 template <typename Pointer>
 Pointer* check(Pointer* pointer, const std::string& what) {
-    if (pointer == nullptr) {
+    if (pointer == nullptr)
         throw std::runtime_error(what);
-    }
     return pointer;
 }
 
@@ -96,13 +93,11 @@ void Mp4File::open_file(const std::string& path) {
 }
 
 void Mp4File::add(const Nv12Picture& picture, double seconds) {
-    if (m_last < 0) {
+    if (m_last < 0)
         m_begin = seconds;
-    }
     const long long time = std::llround((seconds - m_begin) * kTimeBase.den);
-    if (time <= m_last) {
+    if (time <= m_last)
         return;
-    }
     // The encoder only reads, and has taken what it wants when it returns.
     auto* bytes = const_cast<std::uint8_t*>(picture.luma());
     check(av_image_fill_arrays(m_frame->data, m_frame->linesize, bytes, AV_PIX_FMT_NV12, picture.width, picture.height,
@@ -123,9 +118,8 @@ void Mp4File::encode(AVFrame* frame) {
         av_packet_rescale_ts(m_packet.get(), kTimeBase, m_file->streams[0]->time_base);
         write(m_packet.get());
     }
-    if (result != AVERROR(EAGAIN) && result != AVERROR_EOF) {
+    if (result != AVERROR(EAGAIN) && result != AVERROR_EOF)
         check(result, "cannot encode the picture");
-    }
 }
 
 void Mp4File::write(AVPacket* packet) {

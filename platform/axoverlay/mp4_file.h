@@ -18,7 +18,8 @@ class Mp4File {
     Mp4File(const std::string& path, int width, int height);
     /** Adds a picture shown from `seconds` on; one that is not later than the one before is left out. */
     void add(const Nv12Picture& picture, double seconds);
-    /** Writes what the encoder still holds, and an index by which players jump faster. Nothing can be added afterwards.
+    /**
+     * Writes what the encoder still holds, and an index by which players jump faster. Nothing can be added afterwards.
      */
     void finish();
 
@@ -32,9 +33,9 @@ class Mp4File {
     platform::CodecHandle m_encoder;
     platform::FrameHandle m_frame;
     platform::PacketHandle m_packet;
-    double m_begin = 0.0;   ///< seconds of the first picture
-    long long m_last = -1;  ///< time stamp of the last picture, in the encoder's time base
-    long long m_gap = 3600; ///< between the last two pictures, likewise; 1/25 s to begin with
+    double m_begin = 0.0;   // seconds of the first picture
+    long long m_last = -1;  // time stamp of the last picture, in the encoder's time base
+    long long m_gap = 3600; // between the last two pictures, likewise; 1/25 s to begin with
 };
 
 } // namespace host_overlay

@@ -27,8 +27,10 @@ class OverlayImage {
 
     /** A fresh drawing context, so that no font or operator of an earlier drawing remains. REQUIRES: clean. */
     CairoContext context();
-    /** Blends what was drawn over the picture; the first call after a drawing also looks for it (one pass over the
-     * image), the following ones visit only what is drawn. */
+    /**
+     * Blends what was drawn over the picture; the first call after a drawing also looks for it (one pass over the
+     * image), the following ones visit only what is drawn.
+     */
     void blend_onto(Nv12Picture& picture);
     void clear();
 

@@ -15,13 +15,11 @@ using platform::reason;
 std::vector<VdoResolution> channel_resolutions() {
     g_autoptr(GError) error = nullptr;
     const platform::ObjectHandle<VdoChannel> channel(vdo_channel_get(kCamera, &error));
-    if (channel == nullptr) {
+    if (channel == nullptr)
         throw std::runtime_error("the camera's video channel is not available: " + reason(error));
-    }
     g_autofree VdoResolutionSet* set = vdo_channel_get_resolutions(channel.get(), nullptr, &error);
-    if (set == nullptr || set->count == 0) {
+    if (set == nullptr || set->count == 0)
         throw std::runtime_error("the camera's video channel lists no resolutions: " + reason(error));
-    }
     return {set->resolutions, set->resolutions + set->count};
 }
 
@@ -38,9 +36,8 @@ VdoResolution largest(const std::vector<VdoResolution>& resolutions) {
 
 std::string list_text(const std::vector<VdoResolution>& resolutions) {
     std::string text;
-    for (const VdoResolution& resolution : resolutions) {
+    for (const VdoResolution& resolution : resolutions)
         text += (text.empty() ? "" : ", ") + std::to_string(resolution.width) + "x" + std::to_string(resolution.height);
-    }
     return text;
 }
 

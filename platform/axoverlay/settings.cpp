@@ -10,7 +10,6 @@
 #include <string_view>
 
 namespace host_overlay {
-
 namespace {
 
 constexpr int kDefaultQuality = 80;
@@ -26,31 +25,27 @@ constexpr std::string_view kUnix = "unix:";
 
 std::optional<ListenAddress> listen_setting() {
     const std::string text = platform::environment("KORVEX_OVERLAY_LISTEN");
-    if (text.empty()) {
+    if (text.empty())
         return std::nullopt;
-    }
     ListenAddress listen;
     listen.text = text;
     if (text.starts_with(kUnix)) {
         listen.path = text.substr(kUnix.size());
-        if (listen.path.empty()) {
+        if (listen.path.empty())
             refuse_listen(text);
-        }
         return listen;
     }
     const auto where = platform::parse_host_port(text, 0);
-    if (!where) {
+    if (!where)
         refuse_listen(text);
-    }
     listen.host = text.substr(0, text.rfind(':'));
     addrinfo hints{};
     hints.ai_family = where->is_bracketed ? AF_INET6 : AF_INET;
     hints.ai_socktype = SOCK_STREAM;
     hints.ai_flags = AI_NUMERICHOST | AI_NUMERICSERV;
     addrinfo* found = nullptr;
-    if (getaddrinfo(where->host.c_str(), std::to_string(where->port).c_str(), &hints, &found) != 0) {
+    if (getaddrinfo(where->host.c_str(), std::to_string(where->port).c_str(), &hints, &found) != 0)
         refuse_listen(text);
-    }
     const platform::Handle<addrinfo, freeaddrinfo> owner(found);
     std::memcpy(&listen.address, found->ai_addr, found->ai_addrlen);
     return listen;
@@ -58,13 +53,11 @@ std::optional<ListenAddress> listen_setting() {
 
 int jpeg_quality_setting() {
     const std::string text = platform::environment("KORVEX_OVERLAY_JPEG_QUALITY");
-    if (text.empty()) {
+    if (text.empty())
         return kDefaultQuality;
-    }
     const auto quality = platform::parse_number(text, 1, 100);
-    if (!quality) {
+    if (!quality)
         throw std::runtime_error("KORVEX_OVERLAY_JPEG_QUALITY is \"" + text + "\"; it must be 1 to 100");
-    }
     return static_cast<int>(*quality);
 }
 

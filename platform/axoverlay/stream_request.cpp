@@ -6,7 +6,6 @@
 #include <string_view>
 
 namespace host_overlay {
-
 namespace {
 
 constexpr std::string_view kFolder = "/stream/";
@@ -32,13 +31,11 @@ bool read_switch(const std::string& text, bool& on) {
 std::string read_query(const QueryArguments& query, Geometry& geometry) {
     for (const auto& [key, value] : query) {
         if (key == "rotation") {
-            if (!read_rotation(value, geometry.rotation)) {
+            if (!read_rotation(value, geometry.rotation))
                 return "The rotation must be 0, 90, 180 or 270.";
-            }
         } else if (key == "mirror") {
-            if (!read_switch(value, geometry.mirrored)) {
+            if (!read_switch(value, geometry.mirrored))
                 return "The value of mirror must be 0 or 1.";
-            }
         } else {
             return "The query may hold rotation (0, 90, 180, 270) and mirror (0, 1) only.";
         }
@@ -53,26 +50,22 @@ StreamRequest parse_stream_request(const std::string& path, const QueryArguments
     StreamRequest request;
     std::string_view name = path;
     const std::string_view suffix = name.ends_with(kMotion) ? kMotion : kPicture;
-    if (!name.starts_with(kFolder) || !name.ends_with(suffix)) {
+    if (!name.starts_with(kFolder) || !name.ends_with(suffix))
         return refused(404, "There is nothing here; the camera's video is at /stream/WIDTHxHEIGHT.mjpg and "
                             "/stream/WIDTHxHEIGHT.jpg, in these sizes: " +
                                 list_text(offered) + ".");
-    }
     name.remove_prefix(kFolder.size());
     name.remove_suffix(suffix.size());
     request.motion = suffix == kMotion;
     const auto size = platform::parse_size(name);
-    if (!size) {
+    if (!size)
         return refused(400, "The size must be two numbers joined by an x, like 1280x720.");
-    }
     request.geometry.width = size->width;
     request.geometry.height = size->height;
-    if (!offers(offered, size->width, size->height)) {
+    if (!offers(offered, size->width, size->height))
         return refused(404, "The camera has no video of that size; it offers " + list_text(offered) + ".");
-    }
-    if (std::string why = read_query(query, request.geometry); !why.empty()) {
+    if (std::string why = read_query(query, request.geometry); !why.empty())
         return refused(400, std::move(why));
-    }
     return request;
 }
 

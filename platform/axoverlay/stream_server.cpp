@@ -14,7 +14,6 @@
 #include <utility>
 
 namespace host_overlay {
-
 namespace {
 
 constexpr unsigned kConnections = 64;
@@ -27,9 +26,8 @@ struct Request {
 };
 
 MHD_Result queue(MHD_Connection* connection, unsigned status, MHD_Response* response) {
-    if (response == nullptr) {
+    if (response == nullptr)
         return MHD_NO;
-    }
     const MHD_Result result = MHD_queue_response(connection, status, response);
     MHD_destroy_response(response);
     return result;
@@ -48,9 +46,8 @@ MHD_Result collect(void* arguments, MHD_ValueKind, const char* key, const char* 
 
 MHD_Result refuse_method(MHD_Connection* connection) {
     MHD_Response* response = text_response("The camera's video is read with GET.");
-    if (response != nullptr) {
+    if (response != nullptr)
         MHD_add_response_header(response, MHD_HTTP_HEADER_ALLOW, "GET, HEAD");
-    }
     return queue(connection, MHD_HTTP_METHOD_NOT_ALLOWED, response);
 }
 
@@ -97,9 +94,8 @@ void StreamServer::listen_on(const ListenAddress& listen) {
         const blocked_signals blocked;
         std::thread(start).join();
     }
-    if (m_daemon == nullptr) {
+    if (m_daemon == nullptr)
         throw std::runtime_error(std::strerror(failure));
-    }
     m_address = listen.text;
     if (listen.path.empty()) {
         const MHD_DaemonInfo* info = MHD_get_daemon_info(m_daemon.get(), MHD_DAEMON_INFO_BIND_PORT);
@@ -124,28 +120,24 @@ MHD_Result StreamServer::answer(void* server, MHD_Connection* connection, const 
         return MHD_YES;
     }
     auto* current = static_cast<Request*>(*request);
-    if (current->viewer == nullptr) {
+    if (current->viewer == nullptr)
         return static_cast<StreamServer*>(server)->begin(connection, path, method, request);
-    }
     return queue_answer_of(*current->viewer, connection);
 }
 
 MHD_Result StreamServer::begin(MHD_Connection* connection, const std::string& path, const std::string& method,
                                void** request) {
-    if (method != MHD_HTTP_METHOD_GET && method != MHD_HTTP_METHOD_HEAD) {
+    if (method != MHD_HTTP_METHOD_GET && method != MHD_HTTP_METHOD_HEAD)
         return refuse_method(connection);
-    }
     std::shared_ptr<Viewer>& viewer = static_cast<Request*>(*request)->viewer;
     QueryArguments query;
     MHD_get_connection_values(connection, MHD_GET_ARGUMENT_KIND, collect, &query);
     try {
         const StreamRequest wanted = parse_stream_request(path, query, channel_resolutions());
-        if (wanted.status != MHD_HTTP_OK) {
+        if (wanted.status != MHD_HTTP_OK)
             return queue(connection, wanted.status, text_response(wanted.sentence));
-        }
-        if (method == MHD_HTTP_METHOD_HEAD) {
+        if (method == MHD_HTTP_METHOD_HEAD)
             return answer_head(connection, wanted.motion);
-        }
         const auto wish = wanted.motion ? Viewer::Wish::all_pictures : Viewer::Wish::one_picture;
         viewer = std::make_shared<Viewer>(connection, wish);
         m_broadcasts.join(wanted.geometry, viewer);
@@ -159,9 +151,8 @@ MHD_Result StreamServer::begin(MHD_Connection* connection, const std::string& pa
 void StreamServer::completed(void*, MHD_Connection*, void** request, MHD_RequestTerminationCode) {
     const std::unique_ptr<Request> ended(static_cast<Request*>(*request));
     *request = nullptr;
-    if (ended != nullptr && ended->viewer != nullptr) {
+    if (ended != nullptr && ended->viewer != nullptr)
         ended->viewer->leave();
-    }
 }
 
 } // namespace host_overlay

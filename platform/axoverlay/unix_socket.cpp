@@ -10,7 +10,6 @@
 #include <stdexcept>
 
 namespace host_overlay {
-
 namespace {
 
 using platform::as_general;
@@ -30,20 +29,17 @@ constexpr mode_t kEverybody = 0666;
 /** An address has room for 107 bytes of path; a longer one is reached through its folder's descriptor. */
 sockaddr_un address_of(const std::string& path, int folder, const std::string& name) {
     auto address = platform::unix_address(path);
-    if (!address) {
+    if (!address)
         address = platform::unix_address("/proc/self/fd/" + std::to_string(folder) + "/" + name);
-    }
-    if (!address) {
+    if (!address)
         fail("the name of the socket is too long");
-    }
     return *address;
 }
 
 Descriptor new_socket() {
     Descriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-    if (!socket) {
+    if (!socket)
         fail_with_errno();
-    }
     return socket;
 }
 
@@ -59,23 +55,20 @@ bool is_served(const sockaddr_un& address) {
 UnixSocket::UnixSocket(const std::string& path) {
     const std::size_t slash = path.rfind('/');
     m_name = path.substr(slash + 1); // without a slash, all of it
-    if (m_name.empty() || m_name == "." || m_name == "..") {
+    if (m_name.empty() || m_name == "." || m_name == "..")
         fail("it names no file");
-    }
     const std::string folder = slash == std::string::npos ? "." : path.substr(0, slash + 1);
     m_folder = Descriptor(open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
-    if (!m_folder) {
+    if (!m_folder)
         fail_with_errno();
-    }
     listen_at(path);
 }
 
 UnixSocket::~UnixSocket() {
     struct stat file {};
     if (fstatat(m_folder.get(), m_name.c_str(), &file, AT_SYMLINK_NOFOLLOW) == 0 && file.st_dev == m_device &&
-        file.st_ino == m_inode) {
+        file.st_ino == m_inode)
         unlinkat(m_folder.get(), m_name.c_str(), 0);
-    }
 }
 
 void UnixSocket::listen_at(const std::string& path) {
@@ -83,22 +76,18 @@ void UnixSocket::listen_at(const std::string& path) {
     const sockaddr_un address = address_of(path, folder, m_name);
     struct stat file {};
     if (fstatat(folder, m_name.c_str(), &file, AT_SYMLINK_NOFOLLOW) == 0) {
-        if (!S_ISSOCK(file.st_mode)) {
+        if (!S_ISSOCK(file.st_mode))
             fail("there is something else in its place that is no socket");
-        }
-        if (is_served(address)) {
+        if (is_served(address))
             fail("another program serves it");
-        }
-        if (unlinkat(folder, m_name.c_str(), 0) != 0 && errno != ENOENT) {
+        if (unlinkat(folder, m_name.c_str(), 0) != 0 && errno != ENOENT)
             fail_with_errno();
-        }
     }
     m_socket = new_socket();
     if (bind(m_socket.get(), as_general(address), sizeof address) != 0 ||
         fchmodat(folder, m_name.c_str(), kEverybody, 0) != 0 || listen(m_socket.get(), kBacklog) != 0 ||
-        fstatat(folder, m_name.c_str(), &file, AT_SYMLINK_NOFOLLOW) != 0) {
+        fstatat(folder, m_name.c_str(), &file, AT_SYMLINK_NOFOLLOW) != 0)
         fail_with_errno();
-    }
     m_device = file.st_dev;
     m_inode = file.st_ino;
 }

@@ -31,10 +31,10 @@ class UnixSocket {
   private:
     void listen_at(const std::string& path);
 
-    std::string m_name;            ///< in the folder
-    platform::Descriptor m_folder; ///< kept open, so that the file is found again wherever the folder goes
-    platform::Descriptor m_socket; ///< none also when taken
-    dev_t m_device = 0;            ///< of the file, with m_inode
+    std::string m_name;            // in the folder
+    platform::Descriptor m_folder; // kept open, so that the file is found again wherever the folder goes
+    platform::Descriptor m_socket; // none also when taken
+    dev_t m_device = 0;            // of the file, with m_inode
     ino_t m_inode = 0;
 };
 

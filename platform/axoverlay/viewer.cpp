@@ -7,7 +7,6 @@
 #include <utility>
 
 namespace host_overlay {
-
 namespace {
 
 /** What the connection's body is read through; lives as long as the response. */
@@ -26,18 +25,16 @@ void Viewer::resume() {
 
 void Viewer::deliver(const std::shared_ptr<const EncodedPicture>& picture) {
     const std::lock_guard lock(m_lock);
-    if (m_done || m_ended || (m_wish == Wish::one_picture && !picture->complete)) {
+    if (m_done || m_ended || (m_wish == Wish::one_picture && !picture->complete))
         return;
-    }
     m_next = picture;
     resume();
 }
 
 void Viewer::fail(const std::string& why) {
     const std::lock_guard lock(m_lock);
-    if (m_done || m_served || m_next != nullptr) {
+    if (m_done || m_served || m_next != nullptr)
         return;
-    }
     m_failure = why;
     resume();
 }
@@ -64,9 +61,8 @@ void Viewer::leave() {
 
 bool Viewer::suspend_until_ready() {
     const std::lock_guard lock(m_lock);
-    if (ready()) {
+    if (ready())
         return false;
-    }
     m_suspended = true;
     MHD_suspend_connection(m_connection);
     return true;
@@ -102,9 +98,8 @@ ssize_t Viewer::read(char* buffer, std::size_t size) {
         m_current = std::exchange(m_next, nullptr);
         m_sent = 0;
         if (m_current == nullptr) {
-            if (m_ended) {
+            if (m_ended)
                 return MHD_CONTENT_READER_END_OF_STREAM;
-            }
             m_suspended = true;
             MHD_suspend_connection(m_connection);
             return 0;

@@ -23,12 +23,10 @@ void Settler::written() {
 void Settler::run(const std::stop_token& stop) {
     std::unique_lock lock(mutex_);
     while (changed_.wait(lock, stop, [this] { return unsettled_; })) {
-        while (!stop.stop_requested() && Clock::now() < last_ + quiet_) {
+        while (!stop.stop_requested() && Clock::now() < last_ + quiet_)
             changed_.wait_until(lock, stop, last_ + quiet_, [] { return false; });
-        }
-        if (stop.stop_requested()) {
+        if (stop.stop_requested())
             return;
-        }
         unsettled_ = false;
         lock.unlock();
         settle_();

@@ -8,8 +8,10 @@
 
 namespace host_parameters {
 
-/** Calls `settle` once nothing has been written for a moment, on a thread of its own that blocks every signal and is
-    there from the first write on. `settle` is not called any more once this object is gone. */
+/**
+ * Calls `settle` once nothing has been written for a moment, on a thread of its own that blocks every signal and is
+ * there from the first write on. `settle` is not called any more once this object is gone.
+ */
 class Settler {
   public:
     static constexpr std::chrono::milliseconds default_quiet{200};

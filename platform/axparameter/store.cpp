@@ -20,16 +20,17 @@ constexpr std::array<std::pair<std::string_view, std::string_view>, 1> camera_pa
 constexpr const char* insert_sql =
     "INSERT INTO parameters (owner, name, value) VALUES (?1, ?2, ?3) ON CONFLICT (owner, name) DO NOTHING";
 
-/** Prepares, binds and makes the first step: SQLITE_ROW, SQLITE_DONE or what went wrong. The arguments' bytes must
-    outlive the statement. */
+/**
+ * Prepares, binds and makes the first step: SQLITE_ROW, SQLITE_DONE or what went wrong. The arguments' bytes must
+ * outlive the statement.
+ */
 int start(sqlite3* connection, const char* sql, std::initializer_list<std::string_view> arguments,
           Statement& statement) {
     int code = prepare(connection, sql, statement);
     int index = 0;
     for (const std::string_view argument : arguments) {
-        if (code == SQLITE_OK) {
+        if (code == SQLITE_OK)
             code = bind_bytes(statement.get(), ++index, argument);
-        }
     }
     return code == SQLITE_OK ? sqlite3_step(statement.get()) : code;
 }
@@ -56,13 +57,11 @@ bool Store::open(GError** error) {
 }
 
 bool Store::leave(GError** error) {
-    if (!connection_) {
+    if (!connection_)
         return true;
-    }
     if (!file_has_moved()) {
-        if (log_ != FileIdentity() && identity_of(path_ + "-wal") == FileIdentity() && !rescue_log(error)) {
+        if (log_ != FileIdentity() && identity_of(path_ + "-wal") == FileIdentity() && !rescue_log(error))
             return false;
-        }
         // A log that is there now is not this connection's, or the file beside it is damaged: nothing is mixed.
         sqlite3_db_config(connection_.get(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
     }
@@ -72,9 +71,8 @@ bool Store::leave(GError** error) {
 
 bool Store::rescue_log(GError** error) {
     const int code = sqlite3_wal_checkpoint_v2(connection_.get(), "main", SQLITE_CHECKPOINT_FULL, nullptr, nullptr);
-    if (code != SQLITE_OK && !is_damage(code)) {
+    if (code != SQLITE_OK && !is_damage(code))
         return store_failure(code, sqlite3_errmsg(connection_.get()), error);
-    }
     complain("the log of the parameter store " + path_ +
              " was removed while it was in use; its values are in the store all the same");
     return true;
@@ -85,9 +83,8 @@ bool Store::open_locked(GError** error) {
     int code = try_open(reason);
     if (is_damage(code)) {
         connection_.reset();
-        if (!replace_damaged_store(path_, reason, error)) {
+        if (!replace_damaged_store(path_, reason, error))
             return false;
-        }
         code = try_open(reason);
     }
     if (code != SQLITE_OK) {
@@ -102,15 +99,12 @@ bool Store::open_locked(GError** error) {
 /** SQLITE_OK, or what failed with its text in `reason`. */
 int Store::try_open(std::string& reason) {
     int code = open_store(path_, connection_);
-    if (code == SQLITE_OK) {
+    if (code == SQLITE_OK)
         code = check_soundness(connection_.get());
-    }
-    if (code == SQLITE_OK) {
+    if (code == SQLITE_OK)
         code = execute(connection_.get(), schema);
-    }
-    if (code == SQLITE_OK) {
+    if (code == SQLITE_OK)
         code = add_declared();
-    }
     if (code != SQLITE_OK) {
         // The checks that find damage by themselves leave no message in the connection.
         const bool has_message = connection_ && sqlite3_errcode(connection_.get()) == code;
@@ -122,20 +116,17 @@ int Store::try_open(std::string& reason) {
 /** One commit for all; nothing is written when all are there. */
 int Store::add_declared() {
     int code = execute(connection_.get(), "BEGIN IMMEDIATE");
-    if (code != SQLITE_OK) {
+    if (code != SQLITE_OK)
         return code;
-    }
     for (const auto& [name, value] : camera_parameters) {
         code = insert(connection_.get(), "", name, value);
-        if (code != SQLITE_DONE) {
+        if (code != SQLITE_DONE)
             return code;
-        }
     }
     for (const DeclaredParameter& parameter : manifest_.parameters) {
         code = insert(connection_.get(), manifest_.package, parameter.name, parameter.default_value);
-        if (code != SQLITE_DONE) {
+        if (code != SQLITE_DONE)
             return code;
-        }
     }
     return execute(connection_.get(), "COMMIT");
 }
@@ -155,17 +146,15 @@ bool Store::file_has_moved() const {
 }
 
 void Store::settle() {
-    if (is_in_place()) {
+    if (is_in_place())
         sqlite3_wal_checkpoint_v2(connection_.get(), "main", SQLITE_CHECKPOINT_PASSIVE, nullptr, nullptr);
-    } else if (connection_ && !file_has_moved()) {
+    else if (connection_ && !file_has_moved())
         open(nullptr);
-    }
 }
 
 bool Store::check_room(GError** error) {
-    if (!has_room_for_saves(path_)) {
+    if (!has_room_for_saves(path_))
         return no_room(path_, error);
-    }
     return run(
         [](sqlite3* connection) {
             Statement statement;
@@ -175,19 +164,16 @@ bool Store::check_room(GError** error) {
 }
 
 bool Store::run(const std::function<int(sqlite3*)>& operation, GError** error) {
-    if (!ensure_open(error)) {
+    if (!ensure_open(error))
         return false;
-    }
     int code = operation(connection_.get());
     if (is_damage(code)) {
-        if (!open(error)) {
+        if (!open(error))
             return false;
-        }
         code = operation(connection_.get());
     }
-    if (code == SQLITE_DONE || code == SQLITE_ROW) {
+    if (code == SQLITE_DONE || code == SQLITE_ROW)
         return true;
-    }
     return store_failure(code, sqlite3_errmsg(connection_.get()), error);
 }
 
@@ -195,9 +181,8 @@ bool Store::store_failure(int code, const std::string& reason, GError** error) c
     const int system_error = connection_ ? sqlite3_system_errno(connection_.get()) : 0;
     // Where the log's index does not fit, SQLite has no error for it.
     const bool may_be_full = (code & 0xff) == SQLITE_IOERR || (code & 0xff) == SQLITE_CANTOPEN;
-    if ((code & 0xff) == SQLITE_FULL || is_lack_of_room(system_error) || (may_be_full && !has_room_for_saves(path_))) {
+    if ((code & 0xff) == SQLITE_FULL || is_lack_of_room(system_error) || (may_be_full && !has_room_for_saves(path_)))
         return no_room(path_, error);
-    }
     return fail(error, ErrorCode::store,
                 "The parameter store " + path_ + " cannot be used: " + reason +
                     "; see to it that this user can read and write it");
@@ -210,9 +195,8 @@ bool Store::add(const std::string& owner, const std::string& name, const std::st
         added = code == SQLITE_DONE && sqlite3_changes(connection) == 1;
         return code;
     };
-    if (!run(operation, error)) {
+    if (!run(operation, error))
         return false;
-    }
     return added || exists_already(name, error);
 }
 
@@ -223,9 +207,8 @@ bool Store::get(const std::string& owner, const std::string& name, std::string& 
         const int code =
             start(connection, "SELECT value FROM parameters WHERE owner = ?1 AND name = ?2", {owner, name}, statement);
         found = code == SQLITE_ROW;
-        if (found) {
+        if (found)
             value = column_bytes(statement.get(), 0);
-        }
         return code;
     };
     return run(operation, error) && (found || unknown(name, error));
@@ -249,9 +232,8 @@ bool Store::list(const std::string& owner, std::vector<std::string>& names, GErr
         Statement statement;
         int code =
             start(connection, "SELECT name FROM parameters WHERE owner = ?1 ORDER BY number", {owner}, statement);
-        for (; code == SQLITE_ROW; code = sqlite3_step(statement.get())) {
+        for (; code == SQLITE_ROW; code = sqlite3_step(statement.get()))
             names.push_back(column_bytes(statement.get(), 0));
-        }
         return code;
     };
     return run(operation, error);

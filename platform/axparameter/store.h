@@ -11,14 +11,16 @@
 
 namespace host_parameters {
 
-/** One connection to the store file. A value whose `set` or `add` returned true is on the disk.
-
-    Processes may share the file: writers wait for each other (busy_timeout_ms). A file that turns out damaged, when it
-    is opened or later, is replaced as damage.h says and the operation is tried again on the new one; so is one that
-    another process has replaced meanwhile. When somebody removes the log beside the file, where the latest values are,
-    the next operation first brings what it held into the file. After a failure each operation tries to open it again.
-
-    One thread at a time (the handle's mutex, axparameter.cpp). Failure: false with `error` set. */
+/**
+ * One connection to the store file. A value whose `set` or `add` returned true is on the disk.
+ *
+ * Processes may share the file: writers wait for each other (busy_timeout_ms). A file that turns out damaged, when it
+ * is opened or later, is replaced as damage.h says and the operation is tried again on the new one; so is one that
+ * another process has replaced meanwhile. When somebody removes the log beside the file, where the latest values are,
+ * the next operation first brings what it held into the file. After a failure each operation tries to open it again.
+ *
+ * One thread at a time (the handle's mutex, axparameter.cpp). Failure: false with `error` set.
+ */
 class Store {
   public:
     /** `path` of the file; its folder is made. Nothing is opened before `open`. */
@@ -37,8 +39,10 @@ class Store {
 
     /** Whether there is room for a save of all parameters, found out by writing. */
     bool check_room(GError** error);
-    /** Brings the log's values into the file, so that they do not depend on it. Costs what two sets do. What goes wrong
-        shows in the next operation. */
+    /**
+     * Brings the log's values into the file, so that they do not depend on it. Costs what two sets do. What goes wrong
+     * shows in the next operation.
+     */
     void settle();
     bool is_open() const { return connection_ != nullptr; }
     const std::string& path() const { return path_; }

@@ -26,17 +26,14 @@ std::string folder_of(const std::string& path) {
 }
 
 bool make_folder(const std::filesystem::path& folder, GError** error) {
-    if (folder.empty() || access(folder.c_str(), F_OK) == 0) {
+    if (folder.empty() || access(folder.c_str(), F_OK) == 0)
         return true;
-    }
     const std::filesystem::path parent = folder.parent_path();
-    if (!make_folder(parent, error)) {
+    if (!make_folder(parent, error))
         return false;
-    }
-    if (mkdir(folder.c_str(), 0700) != 0 && errno != EEXIST) {
+    if (mkdir(folder.c_str(), 0700) != 0 && errno != EEXIST)
         return fail(error, ErrorCode::store,
                     "The folder " + folder.string() + " of the parameter store cannot be made: " + g_strerror(errno));
-    }
     // A folder whose entry is lost with the power would take the synchronised store along.
     const Descriptor above(open(parent.empty() ? "." : parent.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     fsync(above.get());
@@ -74,18 +71,16 @@ bool OpeningLock::take(const std::string& path, GError** error) {
     const std::string name = path + ".lock";
     file_ = Descriptor(open(name.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
     if (!file_) {
-        if (is_lack_of_room(errno)) {
+        if (is_lack_of_room(errno))
             return no_room(path, error);
-        }
         return fail(error, ErrorCode::store,
                     "The parameter store cannot be opened: " + name + ": " + g_strerror(errno));
     }
     const auto limit = std::chrono::steady_clock::now() + std::chrono::milliseconds(busy_timeout_ms);
     while (flock(file_.get(), LOCK_EX | LOCK_NB) != 0) {
-        if (std::chrono::steady_clock::now() > limit) {
+        if (std::chrono::steady_clock::now() > limit)
             return fail(error, ErrorCode::store,
                         "The parameter store " + path + " is being opened by another process that does not finish.");
-        }
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
     return true;

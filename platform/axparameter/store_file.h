@@ -28,8 +28,10 @@ bool has_room_for_saves(const std::string& path);
 /** Fails with the sentence for a full disk. */
 bool no_room(const std::string& path, GError** error);
 
-/** Held while a store is opened, checked, replaced and filled, so that of several processes one does it. It is the
-    kernel's lock on `path`.lock: it ends with the process, whatever way the process ends. */
+/**
+ * Held while a store is opened, checked, replaced and filled, so that of several processes one does it. It is the
+ * kernel's lock on `path`.lock: it ends with the process, whatever way the process ends.
+ */
 class OpeningLock {
   public:
     /** Waits up to busy_timeout_ms for other processes. */

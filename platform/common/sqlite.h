@@ -11,8 +11,10 @@ namespace platform {
 using Database = Handle<sqlite3, sqlite3_close_v2>;
 using Statement = Handle<sqlite3_stmt, sqlite3_finalize>;
 
-/** Opens the file, makes it when it is missing. Gives a result code of SQLite; `database` is set whenever SQLite made
-    one, since it then holds the message. Statements wait for other processes for so long, then SQLITE_BUSY. */
+/**
+ * Opens the file, makes it when it is missing. Gives a result code of SQLite; `database` is set whenever SQLite made
+ * one, since it then holds the message. Statements wait for other processes for so long, then SQLITE_BUSY.
+ */
 inline int open_database(const std::string& path, int more_flags, int busy_timeout_ms, Database& database) {
     sqlite3* raw = nullptr;
     const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | more_flags;

@@ -10,7 +10,6 @@
 #include <stdexcept>
 
 namespace korvex::larod {
-
 namespace {
 
 using platform::as_general;

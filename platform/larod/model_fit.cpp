@@ -15,7 +15,6 @@
 #include <system_error>
 
 namespace korvex::larod {
-
 namespace {
 
 /** Empty when there is none. */

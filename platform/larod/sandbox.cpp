@@ -10,7 +10,6 @@
 #include <span>
 
 namespace korvex::larod {
-
 namespace {
 
 constexpr int files[] = {

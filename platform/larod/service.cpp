@@ -9,7 +9,6 @@
 #include <utility>
 
 namespace korvex::larod {
-
 namespace {
 
 using namespace std::chrono_literals;

@@ -9,7 +9,6 @@
 #include <algorithm>
 
 namespace korvex::larod {
-
 namespace {
 
 using namespace std::chrono_literals;

@@ -12,7 +12,6 @@
 #include <filesystem>
 
 namespace korvex::larod {
-
 namespace {
 
 constexpr int services_socket = 3; // the first after the standard ones

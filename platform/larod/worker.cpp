@@ -12,7 +12,6 @@
 #include <map>
 
 namespace korvex::larod {
-
 namespace {
 
 struct LoadedModel {

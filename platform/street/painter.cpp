@@ -29,9 +29,8 @@ void set_vertical_gradient(cairo_t* context, double y0, double y1, std::initiali
 
 void polygon(cairo_t* context, std::initializer_list<point> corners) {
     cairo_new_sub_path(context);
-    for (const point& corner : corners) {
+    for (const point& corner : corners)
         cairo_line_to(context, corner.x, corner.y);
-    }
     cairo_close_path(context);
 }
 
@@ -103,9 +102,8 @@ CairoContext draw_on(const sprite& target) {
 void paint(cairo_t* context, const sprite& source, double x, double y, bool mirrored) {
     cairo_save(context);
     cairo_translate(context, x, y);
-    if (mirrored) {
+    if (mirrored)
         cairo_scale(context, -1.0, 1.0);
-    }
     cairo_set_source_surface(context, source.surface.get(), -source.origin_x, -source.origin_y);
     cairo_pattern_set_filter(cairo_get_source(context), CAIRO_FILTER_BILINEAR);
     cairo_paint(context);

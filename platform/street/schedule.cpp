@@ -76,18 +76,16 @@ constexpr double middle = design_width / 2.0;
 
 /** Way from the middle, negative before it is reached, `after` seconds after the moment of the programme. */
 double way_from_middle(const appearance& entry, double after) {
-    if (entry.stay == 0.0) {
+    if (entry.stay == 0.0)
         return entry.speed * after;
-    }
     const double brake_seconds = entry.speed / braking;
     const double brake_way = entry.speed * brake_seconds / 2.0;
     const auto drive_off = [&](double seconds) {
         return seconds < brake_seconds ? braking / 2.0 * seconds * seconds
                                        : brake_way + entry.speed * (seconds - brake_seconds);
     };
-    if (after < 0.0) {
+    if (after < 0.0)
         return -drive_off(-after);
-    }
     return after <= entry.stay ? 0.0 : drive_off(after - entry.stay);
 }
 
@@ -110,9 +108,8 @@ std::vector<actor> actors_at(double seconds) {
             const appearance& entry = programme[index];
             const double way = way_from_middle(entry, seconds - neighbour * cycle_seconds - entry.moment);
             const double half = length_of(entry.what) * entry.where->scale / 2.0;
-            if (std::abs(way) >= middle + half) {
+            if (std::abs(way) >= middle + half)
                 continue;
-            }
             const int id = (neighbour + 1) * static_cast<int>(programme.size()) + static_cast<int>(index);
             present.push_back({id, entry.what, entry.paint, middle + (entry.where->to_the_left ? -way : way),
                                entry.where->ground, entry.where->scale, entry.where->to_the_left, way + middle + half});

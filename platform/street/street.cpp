@@ -67,9 +67,8 @@ void draw_house(cairo_t* context, const house& what) {
     const int storeys = static_cast<int>(std::ceil((140 - what.roof) / 66.0));
     for (int storey = 0; storey < storeys; ++storey) {
         const double y = what.roof + 20 + storey * 66.0;
-        for (int column = 0; column < columns; ++column) {
+        for (int column = 0; column < columns; ++column)
             window(context, what.x + pitch * (column + 0.5) - 15, y, 30, 42);
-        }
     }
     shop_front(context, what.x, what.width, what.awning);
 }
@@ -84,9 +83,8 @@ void draw_tree(cairo_t* context, double x, double foot, std::mt19937& random) {
     for (int leaf = 0; leaf < 130; ++leaf) {
         const double dx = next(-46, 46);
         const double dy = next(-52, 44);
-        if (dx * dx + dy * dy > 46 * 46) {
+        if (dx * dx + dy * dy > 46 * 46)
             continue;
-        }
         const double light = 0.5 - dy / 130.0 - dx / 260.0;
         set_colour(context, {0.14 + 0.22 * light, 0.26 + 0.30 * light, 0.10 + 0.14 * light}, 0.85);
         disc(context, x + dx, foot - 150 + dy, next(7, 14));
@@ -122,12 +120,10 @@ void draw_road(cairo_t* context, std::mt19937& random) {
         fill_polygon(context, {{x, 428}, {x + 58, 428}, {x + 60, 433}, {x - 1, 433}});
     }
     set_colour(context, {0, 0, 0}, 0.16);
-    for (int slab = 30; slab < design_width + 200; slab += 96) {
+    for (int slab = 30; slab < design_width + 200; slab += 96)
         line(context, slab, near_kerb + 3, slab - (slab - width / 2) * -0.10, design_height, 1.4);
-    }
-    for (const double y : {626.0, 678.0, 298.0, 311.0}) {
+    for (const double y : {626.0, 678.0, 298.0, 311.0})
         line(context, 0, y, width, y, 1.2);
-    }
     soft_shadow(context, 1010, 470, 26, 8, 0.45);
 }
 
@@ -153,15 +149,13 @@ void draw_street(cairo_t* context) {
         {870, 232, 20, {0.66, 0.66, 0.60}, {0.38, 0.22, 0.34}},
         {1102, 200, 56, {0.60, 0.40, 0.35}, {0.20, 0.42, 0.42}},
     }};
-    for (const house& each : houses) {
+    for (const house& each : houses)
         draw_house(context, each);
-    }
     draw_road(context, random);
     draw_bay(context);
     soft_shadow(context, width / 2, house_foot + 2, width * 0.7, 10, 0.35);
-    for (const double x : {150.0, 470.0, 905.0, 1210.0}) {
+    for (const double x : {150.0, 470.0, 905.0, 1210.0})
         draw_tree(context, x, 300, random);
-    }
     draw_lamp_post(context, 320, 318);
     draw_lamp_post(context, 1040, 318);
 }

@@ -68,9 +68,8 @@ struct street_scene::picture_parts {
     const vehicle_sprites& sprites_of(const actor& vehicle) {
         const auto key = std::make_pair(vehicle.what, vehicle.paint);
         auto found = vehicles.find(key);
-        if (found == vehicles.end()) {
+        if (found == vehicles.end())
             found = vehicles.emplace(key, make_vehicle(vehicle.what, vehicle.paint, scale_x, scale_y)).first;
-        }
         return found->second;
     }
 
@@ -81,11 +80,10 @@ struct street_scene::picture_parts {
         const CairoContext context(cairo_create(canvas.get()));
         cairo_scale(context.get(), scale_x, scale_y);
         for (const actor& each : actors_at(sane(seconds))) {
-            if (each.what == kind::person) {
+            if (each.what == kind::person)
                 paint_person(context.get(), each);
-            } else {
+            else
                 paint_vehicle(context.get(), sprites_of(each), each);
-            }
         }
         cairo_surface_flush(canvas.get());
         return cairo_image_surface_get_data(canvas.get());
@@ -104,9 +102,8 @@ struct street_scene::picture_parts {
             std::size_t from = first_column % tile_size;
             for (std::size_t column = 0; column < columns; from = 0) {
                 const std::size_t run = std::min(columns - column, tile_size - from);
-                for (std::size_t i = 0; i < run; ++i) {
+                for (std::size_t i = 0; i < run; ++i)
                     out[column + i] = static_cast<std::uint8_t>(out[column + i] + noise_row[from + i]);
-                }
                 column += run;
             }
         }
@@ -135,10 +132,9 @@ void street_scene::draw_nv12(double seconds, std::uint8_t* pixels) {
 void street_scene::draw_rgb(double seconds, std::uint32_t* pixels) {
     const std::lock_guard guard(m_Parts->lock);
     const std::uint8_t* drawn = m_Parts->draw(seconds);
-    for (std::ptrdiff_t row = 0; row < height(); ++row) {
+    for (std::ptrdiff_t row = 0; row < height(); ++row)
         std::memcpy(pixels + row * width(), drawn + row * m_Parts->stride(),
                     static_cast<std::size_t>(width()) * sizeof *pixels);
-    }
 }
 
 std::vector<truth_object> street_scene::truth(double seconds) const {

@@ -80,9 +80,8 @@ void draw_saloon(cairo_t* context, const colour& paint) {
     set_colour(context, {1, 1, 1}, 0.28);
     line(context, -134, -55, 128, -53, 1.6);
     set_colour(context, shade(paint, -0.65), 0.8);
-    for (const double door : {-66.0, -17.0, 42.0}) {
+    for (const double door : {-66.0, -17.0, 42.0})
         line(context, door, -64, door + (door > 0 ? 4 : 1), -20, 1.2);
-    }
     set_colour(context, shade(paint, -0.7));
     line(context, -32, -56, -22, -56, 2.2);
     line(context, 26, -56, 36, -56, 2.2);
@@ -123,9 +122,8 @@ void draw_van(cairo_t* context, const colour& paint) {
     set_colour(context, {0.05, 0.05, 0.06}, 0.7);
     disc(context, 62, -80, 6.5);
     set_colour(context, shade(paint, -0.45), 0.85);
-    for (const double seam : {-126.0, -52.0, 28.0}) {
+    for (const double seam : {-126.0, -52.0, 28.0})
         line(context, seam, -112, seam, -22, 1.2);
-    }
     line(context, 88, -64, 84, -22, 1.2);
     set_colour(context, trim);
     line(context, -60, -64, -48, -64, 2.5);
@@ -168,15 +166,13 @@ void draw_bus(cairo_t* context, const colour& paint) {
     set_colour(context, shade(paint, -0.55));
     fill_rounded(context, -214, -24, 428, 10, 4);
     set_colour(context, {0.95, 0.95, 0.95}, 0.9);
-    for (const double part : {-208.0, 24.0}) {
+    for (const double part : {-208.0, 24.0})
         fill_rounded(context, part, -72, part < 0 ? 180 : 108, 5, 2);
-    }
     set_colour(context, {0.05, 0.05, 0.05});
     fill_rounded(context, 60, -147, 74, 12, 3);
     set_colour(context, {1.0, 0.65, 0.1});
-    for (int letter = 0; letter < 6; ++letter) {
+    for (int letter = 0; letter < 6; ++letter)
         fill_rounded(context, 66.0 + letter * 11.0, -144, 6 + letter % 2 * 2, 6, 1);
-    }
     lamp(context, 200, -52, 13, 12, {0.96, 0.95, 0.86});
     lamp(context, -214, -58, 7, 18, {0.78, 0.06, 0.06});
     set_colour(context, trim);

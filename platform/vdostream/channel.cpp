@@ -24,9 +24,8 @@ bool parse_resolution(std::string_view text, VdoResolution& resolution) {
 bool offered_resolutions(std::vector<VdoResolution>& offered, std::string& why) {
     offered = {{1920, 1080}, {1280, 960}, {1280, 720}, {800, 600}, {800, 450}, {640, 480}, {640, 360}};
     const std::string variable = platform::environment("KORVEX_VDO_RESOLUTIONS");
-    if (variable.empty()) {
+    if (variable.empty())
         return true;
-    }
     offered.clear();
     std::string_view rest(variable);
     for (;;) {
@@ -39,9 +38,8 @@ bool offered_resolutions(std::vector<VdoResolution>& offered, std::string& why) 
             return false;
         }
         offered.push_back(resolution);
-        if (comma == std::string_view::npos) {
+        if (comma == std::string_view::npos)
             return true;
-        }
         rest.remove_prefix(comma + 1);
     }
 }

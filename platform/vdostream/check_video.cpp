@@ -24,12 +24,10 @@ int refuse(const std::string& sentence) {
 int main() {
     std::string name;
     std::string why;
-    if (!vdostream::read_source_name(name, why)) {
+    if (!vdostream::read_source_name(name, why))
         return refuse(why);
-    }
-    if (vdostream::make_reader(name)->is_live()) {
+    if (vdostream::make_reader(name)->is_live())
         return 0;
-    }
     // In the video's own time the first picture is there at once or never.
     setenv("KORVEX_VDO_REPLAY", "1", 1);
     const platform::ObjectHandle<VdoMap> settings(vdo_map_new());
@@ -37,15 +35,13 @@ int main() {
     vdo_map_set_uint32(settings.get(), "height", 360);
     g_autoptr(GError) error = nullptr;
     const platform::ObjectHandle<VdoStream> video(vdo_stream_new(settings.get(), nullptr, &error));
-    if (video == nullptr) {
+    if (video == nullptr)
         return refuse(error->message);
-    }
     vdo_stream_start(video.get(), nullptr);
     host_video::replay_advance(0.0);
     VdoBuffer* picture = vdo_stream_get_buffer(video.get(), nullptr);
-    if (picture == nullptr) {
+    if (picture == nullptr)
         return refuse("The video source " + host_video::statistics().source + " holds no picture that can be decoded");
-    }
     vdo_stream_buffer_unref(video.get(), &picture, nullptr);
     return 0;
 }

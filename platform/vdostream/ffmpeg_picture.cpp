@@ -25,9 +25,8 @@ bool is_limited_range(const AVFrame& frame) {
 /** The pixel's shape in numbers small enough for the arithmetic of `convert`; 1 : 1 when it is not said. */
 AVRational pixel_shape(const AVFrame& frame) {
     AVRational shape = {1, 1};
-    if (frame.sample_aspect_ratio.num > 0 && frame.sample_aspect_ratio.den > 0) {
+    if (frame.sample_aspect_ratio.num > 0 && frame.sample_aspect_ratio.den > 0)
         av_reduce(&shape.num, &shape.den, frame.sample_aspect_ratio.num, frame.sample_aspect_ratio.den, 1024);
-    }
     return shape.num > 0 && shape.den > 0 ? shape : AVRational{1, 1};
 }
 
@@ -38,11 +37,10 @@ bool nv12_converter::convert(const AVFrame& frame, std::vector<std::uint8_t>& pi
     const auto luma_size = static_cast<std::size_t>(stride) * static_cast<std::size_t>(round_up_to_even(frame.height));
     pixels.resize(luma_size * 3 / 2);
     std::uint8_t* chroma = pixels.data() + luma_size;
-    if (frame.format == AV_PIX_FMT_YUV420P && is_limited_range(frame)) {
+    if (frame.format == AV_PIX_FMT_YUV420P && is_limited_range(frame))
         return libyuv::I420ToNV12(frame.data[0], frame.linesize[0], frame.data[1], frame.linesize[1], frame.data[2],
                                   frame.linesize[2], pixels.data(), stride, chroma, stride, frame.width,
                                   frame.height) == 0;
-    }
     std::uint8_t* const planes[4] = {pixels.data(), chroma, nullptr, nullptr};
     const int strides[4] = {stride, stride, 0, 0};
     return scale(frame, planes, strides);
@@ -53,9 +51,8 @@ bool nv12_converter::scale(const AVFrame& frame, std::uint8_t* const planes[], c
     m_Scaler.reset(sws_getCachedContext(m_Scaler.release(), frame.width, frame.height,
                                         static_cast<AVPixelFormat>(frame.format), frame.width, frame.height,
                                         AV_PIX_FMT_NV12, SWS_BILINEAR, nullptr, nullptr, nullptr));
-    if (m_Scaler == nullptr) {
+    if (m_Scaler == nullptr)
         return false;
-    }
     // A camera's JPEG pictures use the full range of values; the frames handed out use the limited one.
     const int* table = sws_getCoefficients(SWS_CS_DEFAULT);
     sws_setColorspaceDetails(m_Scaler.get(), table, is_limited_range(frame) ? 0 : 1, table, 0, 0, 1 << 16, 1 << 16);
@@ -69,9 +66,8 @@ orientation orientation_of(const std::int32_t matrix[9]) {
     const double c = matrix[3];
     const double d = matrix[4];
     const double area = a * d - b * c;
-    if (area == 0.0) {
+    if (area == 0.0)
         return {};
-    }
     const auto quarters = std::lround(std::atan2(b, a) / std::numbers::pi * 2.0);
     return {area < 0.0, static_cast<int>((quarters + 4) % 4) * 90};
 }

@@ -17,8 +17,10 @@ namespace vdostream {
 /** The pixel format conversion of one source, kept from picture to picture. Locked. */
 class nv12_converter {
   public:
-    /** `frame` of any pixel format as NV12: rows of the width rounded up to 32 bytes, as many as the height rounded up
-        to an even number, then half as many of chroma. False when FFmpeg cannot. */
+    /**
+     * `frame` of any pixel format as NV12: rows of the width rounded up to 32 bytes, as many as the height rounded up
+     * to an even number, then half as many of chroma. False when FFmpeg cannot.
+     */
     bool convert(const AVFrame& frame, std::vector<std::uint8_t>& pixels);
 
   private:
@@ -28,7 +30,8 @@ class nv12_converter {
     platform::Handle<SwsContext, sws_freeContext> m_Scaler;
 };
 
-/** What FFmpeg's display matrix asks for, to the nearest right angle; nothing for one that turns a picture into a line.
+/**
+ * What FFmpeg's display matrix asks for, to the nearest right angle; nothing for one that turns a picture into a line.
  */
 orientation orientation_of(const std::int32_t matrix[9]);
 

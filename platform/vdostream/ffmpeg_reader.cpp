@@ -29,9 +29,8 @@ double frames_a_second(AVFormatContext* format, AVStream* stream) {
 
 orientation upright_in(const std::uint8_t* matrix, std::size_t size) {
     std::int32_t numbers[9];
-    if (matrix == nullptr || size < sizeof numbers) {
+    if (matrix == nullptr || size < sizeof numbers)
         return {};
-    }
     std::memcpy(numbers, matrix, sizeof numbers);
     return orientation_of(numbers);
 }
@@ -60,9 +59,8 @@ ffmpeg_reader::ffmpeg_reader(std::string address, access way) : m_Address(std::m
 
 bool ffmpeg_reader::open(std::string& why) {
     close();
-    if (open_input(why) && open_decoder(why)) {
+    if (open_input(why) && open_decoder(why))
         return true;
-    }
     close();
     return false;
 }
@@ -134,9 +132,8 @@ bool ffmpeg_reader::open_decoder(std::string& why) {
     }
     m_Upright = upright_of(stream);
     m_Properties = {stream->codecpar->width, stream->codecpar->height, frames_a_second(m_Format.get(), stream)};
-    if (m_Upright.lies_on_its_side()) {
+    if (m_Upright.lies_on_its_side())
         std::swap(m_Properties.width, m_Properties.height);
-    }
     m_FirstRead = false;
     m_Draining = false;
     return true;
@@ -153,9 +150,8 @@ read_result ffmpeg_reader::read(std::shared_ptr<picture>& next, std::string& why
     platform::FrameHandle frame(av_frame_alloc());
     while (frame != nullptr) {
         const int code = avcodec_receive_frame(m_Codec.get(), frame.get());
-        if (code == AVERROR_EOF) {
+        if (code == AVERROR_EOF)
             return read_result::end;
-        }
         if (code >= 0 && frame->width > 0 && frame->height > 0 && frame->width < 32768 && frame->height < 32768) {
             const double seconds = media_time(*frame);
             const orientation upright = orientation_for(*frame);
@@ -165,14 +161,12 @@ read_result ffmpeg_reader::read(std::shared_ptr<picture>& next, std::string& why
         }
         if (code == AVERROR(EAGAIN)) {
             const read_result result = feed(why);
-            if (result != read_result::picture) {
+            if (result != read_result::picture)
                 return result;
-            }
         }
         // Any other code is a picture that could not be decoded: the one after it may be.
-        if (cancelled()) {
+        if (cancelled())
             break;
-        }
     }
     why = "was given up";
     return read_result::lost;
@@ -194,15 +188,13 @@ read_result ffmpeg_reader::feed(std::string& why) {
             return read_result::lost;
         }
         // The end, or a file that is cut short: what the decoder still holds comes first.
-        if (std::exchange(m_Draining, true)) {
+        if (std::exchange(m_Draining, true))
             return read_result::end;
-        }
         avcodec_send_packet(m_Codec.get(), nullptr);
         return read_result::picture;
     }
-    if (m_Packet->stream_index == m_StreamIndex) {
+    if (m_Packet->stream_index == m_StreamIndex)
         avcodec_send_packet(m_Codec.get(), m_Packet.get());
-    }
     av_packet_unref(m_Packet.get());
     return read_result::picture;
 }
@@ -234,9 +226,8 @@ orientation ffmpeg_reader::orientation_for(const AVFrame& frame) const {
 }
 
 std::string ffmpeg_reader::failed(const std::string& what, int code) const {
-    if (code == AVERROR_EXIT && !cancelled()) {
+    if (code == AVERROR_EXIT && !cancelled())
         return what + " (no answer for " + std::to_string(answer_limit.count()) + " s)";
-    }
     return what + " (" + platform::ffmpeg_reason(code) + ")";
 }
 

@@ -89,17 +89,15 @@ bool rotate(const std::uint8_t* placed, const geometry& shape, std::uint8_t* fra
     const auto mode = static_cast<libyuv::RotationMode>(shape.rotation);
     const std::unique_ptr<std::uint8_t[]> planes(new (std::nothrow)
                                                      std::uint8_t[static_cast<std::size_t>(luma_size / 2)]);
-    if (planes == nullptr) {
+    if (planes == nullptr)
         return false;
-    }
     std::uint8_t* u = planes.get();
     std::uint8_t* v = u + luma_size / 4;
     const int half = turned_width / 2;
     if (libyuv::RotatePlane(placed, shape.width, frame, turned_width, shape.width, shape.height, mode) != 0 ||
         libyuv::SplitRotateUV(placed + luma_size, shape.width, u, half, v, half, shape.width / 2, shape.height / 2,
-                              mode) != 0) {
+                              mode) != 0)
         return false;
-    }
     libyuv::MergeUVPlane(u, half, v, half, frame + luma_size, turned_width, half, turned_height / 2);
     return true;
 }
@@ -114,12 +112,10 @@ bool convert(const nv12_view& picture, const geometry& shape, std::uint8_t* fram
     // One turn for both: a picture on its side is placed in a frame on its side.
     geometry lying = shape;
     lying.rotation = (shape.rotation + picture.upright.turn) % 360;
-    if (picture.upright.lies_on_its_side()) {
+    if (picture.upright.lies_on_its_side())
         std::swap(lying.width, lying.height);
-    }
-    if (lying.rotation == 0) {
+    if (lying.rotation == 0)
         return scale(picture, lying, frame);
-    }
     const std::unique_ptr<std::uint8_t[]> placed(new (std::nothrow) std::uint8_t[frame_size(lying)]);
     return placed != nullptr && scale(picture, lying, placed.get()) && rotate(placed.get(), lying, frame);
 }

@@ -36,8 +36,10 @@ class picture {
     double seconds = 0.0;
 
   protected:
-    /** The pixels, valid and unchanged as long as the picture; false when there are none. Called with the lock held;
-     * when it has worked it only hands them out. */
+    /**
+     * The pixels, valid and unchanged as long as the picture; false when there are none. Called with the lock held;
+     * when it has worked it only hands them out.
+     */
     virtual bool native(nv12_view& view) = 0;
 
   private:

@@ -21,7 +21,8 @@ struct registry {
     double replay_seconds = 0.0;
 };
 
-/** Never destroyed: the application's own process-wide objects drop their streams after this library's would be gone.
+/**
+ * Never destroyed: the application's own process-wide objects drop their streams after this library's would be gone.
  */
 registry& the_registry() {
     static auto& instance = *new registry; // NOLINT(cppcoreguidelines-owning-memory)
@@ -44,27 +45,23 @@ std::shared_ptr<video_source> current_source() {
 } // namespace
 
 std::unique_ptr<reader> make_reader(const std::string& name) {
-    if (name == "scene") {
+    if (name == "scene")
         return std::make_unique<scene_reader>();
-    }
-    if (name.starts_with("rtsp://") || name.starts_with("rtsps://")) {
+    if (name.starts_with("rtsp://") || name.starts_with("rtsps://"))
         return std::make_unique<ffmpeg_reader>(name, access::rtsp);
-    }
     return std::make_unique<ffmpeg_reader>(name, is_camera(name) ? access::v4l2 : access::file);
 }
 
 std::shared_ptr<video_source> acquire_source(std::string& why) {
     std::string name;
-    if (!read_source_name(name, why)) {
+    if (!read_source_name(name, why))
         return nullptr;
-    }
     const bool replay = platform::environment("KORVEX_VDO_REPLAY") == "1";
     registry& all = the_registry();
     const std::lock_guard guard(all.lock);
     std::erase_if(all.sources, [](const auto& entry) { return entry.second.expired(); });
-    if (all.sources.empty()) {
+    if (all.sources.empty())
         all.replay_seconds = 0.0;
-    }
     std::weak_ptr<video_source>& kept = all.sources[(replay ? "replay " : "") + name];
     std::shared_ptr<video_source> source = kept.lock();
     if (source == nullptr) {
@@ -74,9 +71,8 @@ std::shared_ptr<video_source> acquire_source(std::string& why) {
             why = "The video source " + source->name() + " " + reason;
             return nullptr;
         }
-        if (replay) {
+        if (replay)
             source->advance(all.replay_seconds);
-        }
         kept = source;
     }
     all.last = source;

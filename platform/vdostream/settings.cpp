@@ -54,23 +54,21 @@ bool read_settings(const map_values& asked, stream_settings& settings, std::stri
     const std::uint32_t height = value_or(asked, "height", 0);
     const std::uint32_t rotation = value_or(asked, "rotation", 0);
     const std::uint32_t strategy = value_or(asked, "buffer.strategy", VDO_BUFFER_STRATEGY_INFINITE);
-    if (channel != only_channel) {
+    if (channel != only_channel)
         why = "There is no video channel " + std::to_string(channel) + "; the only one is 1";
-    } else if (format != VDO_FORMAT_YUV) {
+    else if (format != VDO_FORMAT_YUV)
         why = "Stream format " + std::to_string(format) + " is not offered; only 3 (YUV, NV12) is";
-    } else if (!is_possible_size(width, height)) {
+    else if (!is_possible_size(width, height))
         why = "Stream size " + std::to_string(width) + "x" + std::to_string(height) +
               " is not possible; both must be even and from 16 to 4096";
-    } else if (rotation != 0 && rotation != 90 && rotation != 180 && rotation != 270) {
+    else if (rotation != 0 && rotation != 90 && rotation != 180 && rotation != 270)
         why = "Stream rotation " + std::to_string(rotation) + " is not possible; it must be 0, 90, 180 or 270";
-    } else if (strategy != VDO_BUFFER_STRATEGY_NONE && strategy != VDO_BUFFER_STRATEGY_EXPLICIT &&
-               strategy != VDO_BUFFER_STRATEGY_INFINITE) {
+    else if (strategy != VDO_BUFFER_STRATEGY_NONE && strategy != VDO_BUFFER_STRATEGY_EXPLICIT &&
+             strategy != VDO_BUFFER_STRATEGY_INFINITE)
         why = "Buffer strategy " + std::to_string(strategy) + " is not offered; 3 (explicit) and 4 (infinite) are";
-    }
     aspect_rule aspect{};
-    if (!why.empty() || !read_aspect(aspect, why)) {
+    if (!why.empty() || !read_aspect(aspect, why))
         return false;
-    }
     settings.shape = {static_cast<int>(width), static_cast<int>(height), static_cast<int>(rotation), aspect};
     settings.framerate = value_or(asked, "framerate", 0);
     settings.explicit_buffers = strategy == VDO_BUFFER_STRATEGY_EXPLICIT;

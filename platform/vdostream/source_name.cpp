@@ -17,9 +17,8 @@ constexpr std::size_t longest_name = 4096;
 /** Empty for what is no ordinary file: nothing else can be read again, and without waiting. */
 std::string beginning_of(int file) {
     struct stat status {};
-    if (fstat(file, &status) != 0 || !S_ISREG(status.st_mode)) {
+    if (fstat(file, &status) != 0 || !S_ISREG(status.st_mode))
         return "";
-    }
     std::string text(longest_name, '\0');
     const ssize_t size = read(file, text.data(), text.size());
     text.resize(size < 0 ? 0 : static_cast<std::size_t>(size));
@@ -39,10 +38,9 @@ bool read_named_file(const std::string& path, std::string& name, std::string& wh
         return false;
     }
     name = first_line(beginning_of(file.get()));
-    if (name.empty()) {
+    if (name.empty())
         why = "The file " + path + " must be an ordinary one whose first line is a video source, such as " +
               "rtsp://camera/stream";
-    }
     return !name.empty();
 }
 
@@ -50,9 +48,8 @@ bool read_named_file(const std::string& path, std::string& name, std::string& wh
 
 bool read_source_name(std::string& name, std::string& why) {
     name.clear();
-    if (const std::string path = platform::environment("KORVEX_VDO_SOURCE_FILE"); !path.empty()) {
+    if (const std::string path = platform::environment("KORVEX_VDO_SOURCE_FILE"); !path.empty())
         return read_named_file(path, name, why);
-    }
     name = platform::environment_or("KORVEX_VDO_SOURCE", "scene");
     return true;
 }
@@ -60,9 +57,8 @@ bool read_source_name(std::string& name, std::string& why) {
 std::string printable(const std::string& name) {
     const auto scheme = name.find("://");
     const auto at = name.rfind('@');
-    if (scheme == std::string::npos || at == std::string::npos || at < scheme) {
+    if (scheme == std::string::npos || at == std::string::npos || at < scheme)
         return name;
-    }
     return name.substr(0, scheme + 3) + "..." + name.substr(at);
 }
 

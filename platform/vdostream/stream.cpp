@@ -33,18 +33,15 @@ using vdostream::is_given;
 using vdostream::nothing;
 
 VdoStream* vdo_stream_new(VdoMap* settings, VdoBufferFinalizer finalizer, GError** error) {
-    if (settings == nullptr) {
+    if (settings == nullptr)
         return nothing(error, failure::bad_argument, "No stream settings were given");
-    }
     vdostream::stream_settings wanted{};
     std::string why;
-    if (!vdostream::read_settings(*settings->state, wanted, why)) {
+    if (!vdostream::read_settings(*settings->state, wanted, why))
         return nothing(error, failure::bad_setting, why);
-    }
     std::shared_ptr<vdostream::video_source> source = vdostream::acquire_source(why);
-    if (source == nullptr) {
+    if (source == nullptr)
         return nothing(error, failure::no_source, why);
-    }
     return vdostream::make_stream(wanted, finalizer, std::move(source));
 }
 
@@ -53,9 +50,8 @@ gboolean vdo_stream_attach(VdoStream* stream, VdoMap* /*intent*/, GError** error
 }
 
 VdoMap* vdo_stream_get_settings(VdoStream* stream, GError** error) {
-    if (!is_given(stream, error)) {
+    if (!is_given(stream, error))
         return nullptr;
-    }
     const vdostream::stream_settings& settings = stream->state->settings();
     VdoMap* map = vdo_map_new();
     vdo_map_set_uint32(map, "channel", vdostream::only_channel);
@@ -70,17 +66,15 @@ VdoMap* vdo_stream_get_settings(VdoStream* stream, GError** error) {
 }
 
 gboolean vdo_stream_start(VdoStream* stream, GError** error) {
-    if (!is_given(stream, error)) {
+    if (!is_given(stream, error))
         return FALSE;
-    }
     stream->state->start();
     return TRUE;
 }
 
 void vdo_stream_stop(VdoStream* stream) {
-    if (stream != nullptr) {
+    if (stream != nullptr)
         stream->state->stop();
-    }
 }
 
 VdoBuffer* vdo_stream_get_buffer(VdoStream* stream, GError** error) {
@@ -89,9 +83,8 @@ VdoBuffer* vdo_stream_get_buffer(VdoStream* stream, GError** error) {
 
 gboolean vdo_stream_buffer_unref(VdoStream* stream, VdoBuffer** buffer, GError** error) {
     if (!is_given(stream, error) || !is_given(buffer == nullptr ? nullptr : *buffer, error) ||
-        !stream->state->unref(*buffer, error)) {
+        !stream->state->unref(*buffer, error))
         return FALSE;
-    }
     *buffer = nullptr;
     return TRUE;
 }

@@ -31,7 +31,8 @@ struct buffer_book {
 struct buffer_state {
     VdoBuffer* self = nullptr;
     std::shared_ptr<buffer_book> book;
-    /** Infinite strategy: shared with other streams. Explicit strategy: the buffer's own, all zero until it is filled.
+    /**
+     * Infinite strategy: shared with other streams. Explicit strategy: the buffer's own, all zero until it is filled.
      */
     frame_bytes bytes;
     gpointer opaque = nullptr;

@@ -39,9 +39,8 @@ void video_source::end() {
     std::unique_lock lock(m_Lock);
     m_Quit = true;
     m_Changed.notify_all();
-    if (!m_Thread.joinable()) {
+    if (!m_Thread.joinable())
         return;
-    }
     if (!m_Changed.wait_for(lock, m_Timing.goodbye, [this] { return m_ThreadEnded; })) {
         m_Thread.detach();
         return;
@@ -88,9 +87,8 @@ std::shared_ptr<picture> video_source::wait_for_picture(const std::function<bool
             why = "The stream is not running";
             return nullptr;
         }
-        if (m_Newest != nullptr && (m_Replay || wanted(*m_Newest))) {
+        if (m_Newest != nullptr && (m_Replay || wanted(*m_Newest)))
             return m_Newest;
-        }
         if (m_Replay || clock::now() >= deadline) {
             why = "No picture came from " + m_Name;
             return is_recent() ? m_Newest : nullptr;
@@ -121,19 +119,17 @@ void video_source::wake() {
 
 bool video_source::advance(double seconds) {
     const std::lock_guard guard(m_ReplayLock);
-    if (!std::isfinite(seconds)) {
+    if (!std::isfinite(seconds))
         return false;
-    }
     m_Reader->skip_to(seconds);
     std::string why;
     while (!m_AtEnd) {
-        if (m_Ahead == nullptr && m_Reader->read(m_Ahead, why) != read_result::picture) {
+        if (m_Ahead == nullptr && m_Reader->read(m_Ahead, why) != read_result::picture)
             m_AtEnd = true;
-        } else if (m_Ahead->seconds > seconds + time_tolerance) {
+        else if (m_Ahead->seconds > seconds + time_tolerance)
             return true;
-        } else {
+        else
             publish(std::exchange(m_Ahead, nullptr));
-        }
     }
     return m_LastSeconds >= 0.0 && seconds < m_LastSeconds + frame_interval(properties()) - time_tolerance;
 }
@@ -151,9 +147,8 @@ std::uint64_t video_source::frames_decoded() const {
 void video_source::run() {
     for (;;) {
         std::string why;
-        if (m_Opened || reopen(why)) {
+        if (m_Opened || reopen(why))
             read_until_it_ends(why);
-        }
         m_Opened = false;
         {
             const std::lock_guard guard(m_Lock);
@@ -162,9 +157,8 @@ void video_source::run() {
             m_ThreadEnded = m_Quit;
         }
         m_Changed.notify_all();
-        if (m_ThreadEnded) {
+        if (m_ThreadEnded)
             return;
-        }
         if (!why.empty()) {
             report_outage(why);
             retry_later();
@@ -173,9 +167,8 @@ void video_source::run() {
 }
 
 bool video_source::reopen(std::string& why) {
-    if (!m_Reader->open(why)) {
+    if (!m_Reader->open(why))
         return false;
-    }
     {
         const std::lock_guard guard(m_Lock);
         m_Properties = m_Reader->properties();
@@ -189,35 +182,29 @@ void video_source::read_until_it_ends(std::string& why) {
     for (;;) {
         std::shared_ptr<picture> next;
         const read_result result = m_Reader->read(next, why);
-        if (result == read_result::lost) {
+        if (result == read_result::lost)
             return;
-        }
         if (result == read_result::end) {
-            if (m_ReadSinceOpen == 0) {
+            if (m_ReadSinceOpen == 0)
                 why = "holds no picture that can be decoded";
-            }
             return;
         }
         next->seconds += m_LoopBase;
         ++m_ReadSinceOpen;
-        if (m_Streams > 1) {
+        if (m_Streams > 1)
             next->prepare();
-        }
-        if (!wait_for_turn(next->seconds)) {
+        if (!wait_for_turn(next->seconds))
             return;
-        }
         publish(std::move(next));
-        if (std::exchange(m_OutageSaid, false)) {
+        if (std::exchange(m_OutageSaid, false))
             platform::report(library, m_Name + " is back");
-        }
         m_Retry = m_Timing.first_retry;
     }
 }
 
 void video_source::report_outage(const std::string& why) {
-    if (!std::exchange(m_OutageSaid, true)) {
+    if (!std::exchange(m_OutageSaid, true))
         platform::report(library, m_Name + " " + why + "; trying again");
-    }
 }
 
 void video_source::retry_later() {
@@ -231,14 +218,12 @@ bool video_source::pause_until(clock::time_point moment) {
 }
 
 bool video_source::wait_for_turn(double seconds) {
-    if (m_Reader->is_live()) {
+    if (m_Reader->is_live())
         return pause_until(clock::now());
-    }
     const auto offset = std::chrono::duration_cast<clock::duration>(std::chrono::duration<double>(seconds));
     const std::chrono::duration<double> lag = clock::now() - (m_ClockBase + offset);
-    if (lag.count() > largest_lag_seconds) {
+    if (lag.count() > largest_lag_seconds)
         m_ClockBase = clock::now() - offset;
-    }
     return pause_until(m_ClockBase + offset);
 }
 

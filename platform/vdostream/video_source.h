@@ -54,8 +54,10 @@ class video_source : public std::enable_shared_from_this<video_source> {
     video_source(const video_source&) = delete;
     video_source& operator=(const video_source&) = delete;
 
-    /** Opens the source. False with `why` set when it cannot be. A camera has `first_answer` to show something, and
-        may come later. */
+    /**
+     * Opens the source. False with `why` set when it cannot be. A camera has `first_answer` to show something, and
+     * may come later.
+     */
     bool open(std::string& why);
     /** Begins to read; nothing happens the second time. */
     void start();
@@ -77,7 +79,8 @@ class video_source : public std::enable_shared_from_this<video_source> {
     /** A stream comes (1) or goes (-1). With several of them each picture is prepared before they get it. */
     void count_stream(int change) { m_Streams += change; }
 
-    /** Replay only: makes the last picture at or before `seconds` the current one; false beyond the end of the video.
+    /**
+     * Replay only: makes the last picture at or before `seconds` the current one; false beyond the end of the video.
      */
     bool advance(double seconds);
 

@@ -43,9 +43,8 @@ TEST(MqttPublisherThread, GreetsThenAnnouncesThenBringsTheQueue) {
         publisher.enqueue({"state", "2"});
         // The announcement may come after the queue's first message: whatever was first when the connection stood.
         std::vector<std::string> news;
-        for (int count = 0; count < 5; ++count) {
+        for (int count = 0; count < 5; ++count)
             news.push_back(watcher.message().value_or("nothing"));
-        }
         EXPECT_EQ(news[0], "korvex_orvel/availability online");
         EXPECT_THAT(news, testing::Contains("config {}"));
         news.erase(std::find(news.begin(), news.end(), "config {}"));
@@ -79,16 +78,14 @@ TEST(MqttPublisherThread, BringsTheQueueBeforeItGoesOffline) {
     {
         MqttPublisher publisher(settings_for(broker.port(), ""));
         ASSERT_EQ(watcher.message(), "korvex_orvel/availability online");
-        for (int number = 0; number < 5; ++number) {
+        for (int number = 0; number < 5; ++number)
             publisher.enqueue({"state", std::to_string(number)});
-        }
     }
     EXPECT_EQ(watcher.message(), "state 0");
     // On a machine that is too busy for all five, those that do not go stay in the queue.
     std::string last;
-    while (last != "korvex_orvel/availability offline") {
+    while (last != "korvex_orvel/availability offline")
         last = watcher.message().value_or("korvex_orvel/availability offline");
-    }
     EXPECT_EQ(broker.retained("korvex_orvel/availability", 1),
               std::vector<std::string>{"korvex_orvel/availability offline"});
 }
@@ -134,9 +131,8 @@ TEST(MqttPublisherThread, LosesNothingToABrokerThatDiesTwentyTimesAndLeavesNothi
             for (bool dies = false; !dies;) {
                 const std::string packet = client.packet();
                 const size_t state = packet.find("state");
-                if (packet.empty()) {
+                if (packet.empty())
                     return;
-                }
                 const std::string payload = state == std::string::npos ? "" : packet.substr(state + 7);
                 const bool is_new = !payload.empty() && std::find(heard.begin(), heard.end(), payload) == heard.end();
                 if (is_new) {
@@ -145,23 +141,20 @@ TEST(MqttPublisherThread, LosesNothingToABrokerThatDiesTwentyTimesAndLeavesNothi
                 }
                 dies = is_new && connections <= deaths;
                 const size_t number = 4 + static_cast<unsigned char>(packet[3]);
-                if (!dies && packet[0] == '\x33') {
+                if (!dies && packet[0] == '\x33')
                     client.send(std::string("\x40\x02", 2) + packet.substr(number, 2));
-                }
             }
         });
         MqttPublisher publisher(settings_for(broker.port(), ""));
-        for (int number = 0; number < deaths + 5; ++number) {
+        for (int number = 0; number < deaths + 5; ++number)
             publisher.enqueue({"state", std::to_string(number)});
-        }
         EXPECT_TRUE(eventually([&] { return news == deaths + 5; }));
     }
     testing::internal::GetCapturedStderr();
     EXPECT_GT(connections, deaths);
     ASSERT_EQ(heard.size(), size_t{deaths + 5});
-    for (int number = 0; number < deaths + 5; ++number) {
+    for (int number = 0; number < deaths + 5; ++number)
         EXPECT_EQ(heard[static_cast<size_t>(number)], std::to_string(number));
-    }
     EXPECT_TRUE(eventually([&] { return entries_of("/proc/self/task") == threads; }));
     EXPECT_EQ(entries_of("/proc/self/fd"), descriptors);
 }

@@ -16,9 +16,8 @@ template <typename Call>
 std::string message_of(Call&& call) {
     GError* error = nullptr;
     call(&error);
-    if (error == nullptr) {
+    if (error == nullptr)
         return "";
-    }
     const std::string message = error->message;
     g_error_free(error);
     return message;

@@ -19,7 +19,8 @@ using test_video::becomes_true;
 
 class BroadcastTest : public test_video::OverlayApplication {};
 
-/** A stream's thread destroys its encoder when it has found itself without viewers; it is held there while this is set.
+/**
+ * A stream's thread destroys its encoder when it has found itself without viewers; it is held there while this is set.
  */
 std::atomic<bool> hold_ending_stream = false;
 std::atomic<bool> stream_is_held = false;
@@ -75,9 +76,8 @@ TEST_F(BroadcastTest, twenty_viewers_share_one_stream_and_a_stalled_one_delays_n
     // A picture that two viewers have is the same file: it was encoded once.
     int shared = 0;
     for (const auto& picture : seen[0]) {
-        for (std::size_t other = 1; other < seen.size(); ++other) {
+        for (std::size_t other = 1; other < seen.size(); ++other)
             shared += static_cast<int>(std::ranges::count(seen[other], picture));
-        }
     }
     EXPECT_GT(shared, 0);
 
@@ -122,27 +122,24 @@ TEST_F(BroadcastTest, a_viewer_outlives_a_silence_of_the_camera) {
     fake_vdo::behave({.dead = true});
     std::this_thread::sleep_for(std::chrono::milliseconds(150));
     fake_vdo::behave({});
-    for (int i = 0; i < 10; ++i) {
+    for (int i = 0; i < 10; ++i)
         EXPECT_FALSE(motion.next_picture().empty());
-    }
 }
 
 TEST_F(BroadcastTest, cleanup_ends_connected_stalled_and_waiting_viewers_at_once) {
     fake_vdo::behave({.paint = paint_numbered_noise});
     start();
     std::list<Motion> playing;
-    for (int i = 0; i < 10; ++i) {
+    for (int i = 0; i < 10; ++i)
         playing.emplace_back(address(), i % 2 == 0 ? "/stream/640x360.mjpg" : "/stream/320x240.mjpg", i == 0 ? 4096 : 0)
             .head();
-    }
     fake_vdo::behave({.silent = true});
     Motion waiting(address(), "/stream/1280x720.mjpg");
     ASSERT_TRUE(becomes_true([] { return fake_vdo::open_streams() == 3; }));
     axoverlay_cleanup();
     EXPECT_EQ(fake_vdo::open_streams(), 0);
-    for (Motion& motion : playing) {
+    for (Motion& motion : playing)
         motion.drain();
-    }
 }
 
 TEST_F(BroadcastTest, a_stream_that_is_ending_leaves_the_next_one_of_its_size_to_its_viewers) {
@@ -186,9 +183,8 @@ TEST_F(BroadcastTest, six_geometries_are_watched_at_once_and_a_seventh_is_refuse
     start();
     std::list<Motion> watching;
     for (const std::string target : {"320x240.mjpg", "320x240.mjpg?mirror=1", "640x360.mjpg",
-                                     "640x360.mjpg?rotation=90", "640x360.mjpg?rotation=180", "1280x720.mjpg"}) {
+                                     "640x360.mjpg?rotation=90", "640x360.mjpg?rotation=180", "1280x720.mjpg"})
         EXPECT_EQ(watching.emplace_back(address(), "/stream/" + target).head().status, 200) << target;
-    }
     for (const std::string target : {"/stream/640x360.mjpg?mirror=1", "/stream/320x240.jpg?rotation=90"}) {
         const auto reply = http_client::request(address(), "GET", target);
         EXPECT_EQ(reply.head.status, 503) << target;
@@ -208,9 +204,8 @@ TEST_F(BroadcastTest, a_geometry_that_nobody_watches_any_more_leaves_its_place_a
     fake_vdo::behave({.silent = true}); // so that no stream notices it by itself
     host_overlay::Broadcasts broadcasts(80);
     std::vector<std::shared_ptr<host_overlay::Viewer>> watching;
-    for (const auto& geometry : kSix) {
+    for (const auto& geometry : kSix)
         broadcasts.join(geometry, watching.emplace_back(new_viewer()));
-    }
     EXPECT_EQ(refusal_of(broadcasts, kSeventh), kTooMany);
     watching[2]->leave();
     EXPECT_EQ(refusal_of(broadcasts, kSeventh), "");

@@ -185,9 +185,8 @@ VdoBuffer* vdo_stream_get_buffer(VdoStream* handle, GError** error) {
     const fake_vdo::Painter paint = state().behaviour.paint;
     lock.unlock();
     auto* buffer = new Buffer(static_cast<std::size_t>(stream.width * stream.height * 3 / 2), std::uint8_t{128});
-    if (paint) {
+    if (paint)
         paint(buffer->data(), stream.width, stream.height, stream.number);
-    }
     ++stream.number;
     return reinterpret_cast<VdoBuffer*>(make_object(buffer));
 }

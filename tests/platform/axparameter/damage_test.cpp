@@ -70,9 +70,8 @@ TEST_F(DamagedStore, ValuesOutsideABrokenPageAreRecovered) {
     EXPECT_NE(message_of_opening().find("is damaged"), std::string::npos);
     EXPECT_EQ(value_of(handle_, "EulaAccepted"), "true");
     int recovered = 0;
-    for (int i = 0; i < 40; ++i) {
+    for (int i = 0; i < 40; ++i)
         recovered += value_of(handle_, ("Extra" + std::to_string(i)).c_str()).size() == 3000 ? 1 : 0;
-    }
     EXPECT_GE(recovered, 38);
     EXPECT_FALSE(files_with(".damaged-").empty());
 }
@@ -87,12 +86,10 @@ TEST_F(DamagedStore, WhateverBytesAreBrokenItOpensAgainAndTakesValues) {
     for (int round = 0; round < 30; ++round) {
         SCOPED_TRACE(round);
         std::string broken = sound;
-        if (round % 5 == 4) {
+        if (round % 5 == 4)
             broken.resize(below(sound.size()));
-        }
-        for (int i = 0; i < 12 && !broken.empty(); ++i) {
+        for (int i = 0; i < 12 && !broken.empty(); ++i)
             broken[below(broken.size())] = static_cast<char>(below(256));
-        }
         write_file("parameters.sqlite", broken);
         message_of_opening();
         ASSERT_TRUE(handle_);
@@ -107,9 +104,8 @@ TEST_F(DamagedStore, DamageUnderAnOpenHandleIsRepairedByTheNextOperation) {
     const auto handle = open();
     ASSERT_TRUE(set(handle, "MainLoopTime", "222"));
     const auto second = open();
-    for (const auto& file : files_with("-wal")) {
+    for (const auto& file : files_with("-wal"))
         std::filesystem::remove(file);
-    }
     std::filesystem::remove(store_);
     write_file("parameters.sqlite", "no database");
     testing::internal::CaptureStderr();

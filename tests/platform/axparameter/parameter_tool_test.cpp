@@ -20,9 +20,8 @@ class ParameterTool : public StoreFixture {
         Outcome outcome{};
         FILE* pipe = popen(("exec 2>&1\n" + command).c_str(), "r");
         std::array<char, 256> part{};
-        while (std::fgets(part.data(), part.size(), pipe) != nullptr) {
+        while (std::fgets(part.data(), part.size(), pipe) != nullptr)
             outcome.text += part.data();
-        }
         const int status = pclose(pipe);
         outcome.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
         return outcome;
@@ -68,9 +67,8 @@ TEST_F(ParameterTool, RefusesWhatWouldNotDoAndChangesNothing) {
         EXPECT_EQ(outcome.status, 1);
     }
     EXPECT_EQ(value_of(open(), "Sensitivity"), "0.350000");
-    for (const char* longest : {"1", "3600000"}) {
+    for (const char* longest : {"1", "3600000"})
         EXPECT_EQ(tool(std::string("MainLoopTime=") + longest).status, 0);
-    }
 }
 
 TEST_F(ParameterTool, EndsWithOneSentenceWhereTheStoreCannotBeMade) {

@@ -38,9 +38,8 @@ class StoreFixture : public testing::Test {
     static std::string value_of(const ParameterHandle& handle, const char* name) {
         g_autofree gchar* value = nullptr;
         g_autoptr(GError) error = nullptr;
-        if (ax_parameter_get(handle.get(), name, &value, &error) == FALSE) {
+        if (ax_parameter_get(handle.get(), name, &value, &error) == FALSE)
             return std::string("error: ") + error->message;
-        }
         return value;
     }
 
@@ -52,9 +51,8 @@ class StoreFixture : public testing::Test {
     std::vector<std::filesystem::path> files_with(const std::string& part) const {
         std::vector<std::filesystem::path> found;
         for (const auto& entry : std::filesystem::directory_iterator(folder_)) {
-            if (entry.path().filename().string().find(part) != std::string::npos) {
+            if (entry.path().filename().string().find(part) != std::string::npos)
                 found.push_back(entry.path());
-            }
         }
         return found;
     }

@@ -19,14 +19,12 @@ class Writer {
   public:
     explicit Writer(std::vector<std::string> names) {
         int ends[2];
-        if (pipe(ends) != 0) {
+        if (pipe(ends) != 0)
             std::abort();
-        }
         names.insert(names.begin(), KORVEX_PARAMETER_WRITER);
         std::vector<char*> arguments;
-        for (std::string& name : names) {
+        for (std::string& name : names)
             arguments.push_back(name.data());
-        }
         arguments.push_back(nullptr);
         process_ = fork();
         if (process_ == 0) {
@@ -50,9 +48,8 @@ class Writer {
     bool read(std::map<std::string, unsigned>& completed) {
         char name[64];
         unsigned value = 0;
-        if (std::fscanf(output_, "%63s %u", name, &value) != 2) {
+        if (std::fscanf(output_, "%63s %u", name, &value) != 2)
             return false;
-        }
         completed[name] = value;
         return true;
     }
@@ -82,9 +79,8 @@ class ParameterStore : public StoreFixture {
     /** Runs `body` in a process of its own and gives its exit status; there limits and rights can be given up. */
     static int in_child(const std::function<int()>& body) {
         const pid_t child = fork();
-        if (child == 0) {
+        if (child == 0)
             _exit(body());
-        }
         int status = 0;
         waitpid(child, &status, 0);
         return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
@@ -100,9 +96,8 @@ TEST_F(ParameterStore, KilledInTheMiddleOfTwoHundredSavesItLosesNoValueThatASetR
         std::map<std::string, unsigned> completed;
         Writer writer(names);
         const size_t sets = std::uniform_int_distribution<size_t>(1, 200 * names.size())(random);
-        for (size_t i = 0; i < sets; ++i) {
+        for (size_t i = 0; i < sets; ++i)
             ASSERT_TRUE(writer.read(completed));
-        }
         std::this_thread::sleep_for(std::chrono::microseconds(std::uniform_int_distribution<int>(0, 3000)(random)));
         writer.kill();
         while (writer.read(completed)) {
@@ -139,13 +134,11 @@ TEST_F(ParameterStore, TwoProcessesSaveAtOnceAndNeitherLosesAValue) {
 
 TEST_F(ParameterStore, ManyProcessesMayMakeTheStoreAtOnce) {
     std::vector<std::unique_ptr<Writer>> writers;
-    for (int i = 0; i < 6; ++i) {
+    for (int i = 0; i < 6; ++i)
         writers.push_back(std::make_unique<Writer>(std::vector<std::string>{"Detection1" + std::to_string(i) + "x"}));
-    }
     std::map<std::string, unsigned> completed;
-    for (const auto& writer : writers) {
+    for (const auto& writer : writers)
         EXPECT_TRUE(writer->read(completed));
-    }
     EXPECT_EQ(completed.size(), writers.size());
 }
 
@@ -188,9 +181,8 @@ TEST_F(ParameterStore, AStoreThatMayNotBeWrittenIsAnError) {
     EXPECT_EQ(0, in_child([this] {
                   // Root is above permissions; another user is not.
                   chmod(folder_.c_str(), 0555);
-                  if (geteuid() == 0 && (setegid(65534) != 0 || seteuid(65534) != 0)) {
+                  if (geteuid() == 0 && (setegid(65534) != 0 || seteuid(65534) != 0))
                       return 2;
-                  }
                   const std::string reason = reason_of_failure();
                   return reason.find("The parameter store") == 0 &&
                                  reason.find("Permission denied") != std::string::npos
@@ -214,9 +206,8 @@ bool save_large(const ParameterHandle& handle, std::string* reason = nullptr) {
     g_autoptr(GError) error = nullptr;
     const std::string large(1 << 18, 'x');
     const bool saved = ax_parameter_set(handle.get(), "SelectedAnonOverlay", large.c_str(), TRUE, &error) == TRUE;
-    if (reason != nullptr && error != nullptr) {
+    if (reason != nullptr && error != nullptr)
         *reason = error->message;
-    }
     return saved;
 }
 
@@ -226,12 +217,10 @@ TEST_F(ParameterStore, ADiskWithoutRoomIsAnErrorAndTheOldValueStays) {
                   const auto handle = open();
                   limit_files(1 << 16);
                   std::string reason;
-                  if (save_large(handle, &reason)) {
+                  if (save_large(handle, &reason))
                       return 1;
-                  }
-                  if (reason.find("cannot be used: ") == std::string::npos) {
+                  if (reason.find("cannot be used: ") == std::string::npos)
                       return 2;
-                  }
                   return value_of(handle, "SelectedAnonOverlay") == "before" ? 0 : 3;
               }));
     EXPECT_EQ(value_of(open(), "SelectedAnonOverlay"), "before");
@@ -242,9 +231,8 @@ TEST_F(ParameterStore, AHandleThatIsKeptSavesAgainOnceThereIsRoom) {
     EXPECT_EQ(0, in_child([] {
                   const auto handle = open();
                   limit_files(1 << 16);
-                  if (save_large(handle)) {
+                  if (save_large(handle))
                       return 1;
-                  }
                   limit_files(0);
                   return save_large(handle) && value_of(handle, "SelectedAnonOverlay").size() == 1 << 18 ? 0 : 2;
               }));
@@ -294,9 +282,8 @@ class AfterAKill {
         std::filesystem::create_directory(folder_);
         std::filesystem::copy_file(store, folder_ / "parameters.sqlite");
         const std::filesystem::path log = store.string() + "-wal";
-        if (with_log && std::filesystem::exists(log)) {
+        if (with_log && std::filesystem::exists(log))
             std::filesystem::copy_file(log, folder_ / "parameters.sqlite-wal");
-        }
     }
 
     std::string value(const std::string& name) const {
@@ -336,9 +323,8 @@ TEST_F(ParameterStore, AMomentAfterASaveItsValuesDoNotDependOnTheLog) {
     const auto handle = open();
     ASSERT_TRUE(set(handle, "HStream", "100"));
     ASSERT_TRUE(set(handle, "WStream", "200"));
-    while (AfterAKill(store_, false).value("WStream") != "200") {
+    while (AfterAKill(store_, false).value("WStream") != "200")
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    }
     EXPECT_EQ(AfterAKill(store_, false).value("HStream"), "100");
     // Then another process may come between the removal and the next operation.
     std::filesystem::remove(store_.string() + "-wal");

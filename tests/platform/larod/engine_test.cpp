@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 namespace korvex::larod::test {
-
 namespace {
 
 using testing::HasSubstr;

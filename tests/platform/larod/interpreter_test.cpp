@@ -8,7 +8,6 @@
 #include <algorithm>
 
 namespace korvex::larod::test {
-
 namespace {
 
 using testing::ElementsAre;

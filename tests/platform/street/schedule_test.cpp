@@ -32,9 +32,8 @@ bool is_in_area(const actor& each) {
     for (std::size_t i = 0; i < area.size(); ++i) {
         const auto& from = area[i];
         const auto& to = area[(i + 1) % area.size()];
-        if ((from.y > y) != (to.y > y) && each.x < from.x + (y - from.y) * (to.x - from.x) / (to.y - from.y)) {
+        if ((from.y > y) != (to.y > y) && each.x < from.x + (y - from.y) * (to.x - from.x) / (to.y - from.y))
             inside = !inside;
-        }
     }
     return inside;
 }
@@ -51,14 +50,12 @@ std::map<int, visit> visits() {
     std::map<int, double> last_x;
     for (double seconds = 90.0; seconds < 190.0; seconds += step) {
         for (const actor& each : host_scene::actors_at(seconds)) {
-            if (!is_vehicle(each) || !is_in_area(each)) {
+            if (!is_vehicle(each) || !is_in_area(each))
                 continue;
-            }
             visit& its = all.try_emplace(each.id, visit{seconds, seconds}).first->second;
             its.left = seconds;
-            if (last_x.contains(each.id) && last_x[each.id] == each.x) {
+            if (last_x.contains(each.id) && last_x[each.id] == each.x)
                 its.stood += step;
-            }
             last_x[each.id] = each.x;
         }
     }
@@ -84,15 +81,13 @@ TEST(ScheduleTest, TheAreaIsFreeOfVehiclesForFourSecondsBeforeEachStay) {
     const auto all = visits();
     int stays = 0;
     for (const auto& [id, its] : all) {
-        if (its.stood == 0.0 || its.entered < 94.1) {
+        if (its.stood == 0.0 || its.entered < 94.1)
             continue;
-        }
         ++stays;
         double free_since = 90.0;
         for (const auto& [other, before] : all) {
-            if (before.entered < its.entered) {
+            if (before.entered < its.entered)
                 free_since = std::max(free_since, before.left);
-            }
         }
         EXPECT_GE(its.entered - free_since, 4.0) << id;
     }
@@ -145,9 +140,8 @@ TEST(ScheduleTest, AnIdBelongsToOneAppearanceThatMovesWithoutJumps) {
             }
         }
         for (const auto& [id, each] : last) {
-            if (!now.contains(id)) {
+            if (!now.contains(id))
                 gone.insert(id);
-            }
         }
         last = std::move(now);
     }

@@ -123,9 +123,8 @@ TEST(FfmpegReaderTest, ReadsADisplayMatrixToTheNearestRightAngle) {
         {{one, one, 0, one, one, 0, 0, 0, 1}, {false, 0}},
         {{INT32_MIN, 0, 0, 0, INT32_MIN, 0, 0, 0, 1}, {false, 180}},
     };
-    for (const auto& each : cases) {
+    for (const auto& each : cases)
         EXPECT_EQ(vdostream::orientation_of(each.matrix.data()), each.expected) << testing::PrintToString(each.matrix);
-    }
 }
 
 TEST(FfmpegReaderTest, TakesOddSizesAndFullRangePictures) {
@@ -138,9 +137,8 @@ TEST(FfmpegReaderTest, TakesOddSizesAndFullRangePictures) {
         ASSERT_TRUE(reader.open(why)) << why;
         const auto all = read_all(reader);
         ASSERT_EQ(all.size(), 3U);
-        for (const auto& each : all) {
+        for (const auto& each : all)
             EXPECT_NE(each->in_geometry({64, 48, 0, vdostream::aspect_rule::fit}), nullptr);
-        }
         // The full range's 64 is nearer to black in the limited one's terms: 16 + 64 * 219 / 255.
         const double raw = luma_at(0, 33, 16);
         EXPECT_NEAR(middle_of(*all[0]), std::string(codec) == "mjpeg" ? 16 + raw * 219 / 255 : raw, 4.0);
@@ -156,9 +154,8 @@ TEST(FfmpegReaderTest, WritesNothingBehindTheBytesOfANarrowPicture) {
         frame->width = width;
         frame->height = 16;
         ASSERT_EQ(av_frame_get_buffer(frame.get(), 0), 0);
-        for (int plane = 0; plane < 3; ++plane) {
+        for (int plane = 0; plane < 3; ++plane)
             std::fill_n(frame->data[plane], frame->linesize[plane] * frame->height, std::uint8_t{100});
-        }
         std::vector<std::uint8_t> pixels(room, untouched);
         pixels.resize(0);
         vdostream::nv12_converter converter;
@@ -189,9 +186,8 @@ TEST(FfmpegReaderTest, FollowsAChangeOfResolutionInTheMiddle) {
     // The wide pictures leave bars above and below; the others fill the frame.
     EXPECT_GT(all[0]->in_geometry(shape)[32], 30);
     EXPECT_EQ(all[5]->in_geometry(shape)[32], 16);
-    for (std::size_t i = 1; i < all.size(); ++i) {
+    for (std::size_t i = 1; i < all.size(); ++i)
         EXPECT_GT(all[i]->seconds, all[i - 1]->seconds);
-    }
 }
 
 TEST(FfmpegReaderTest, ComesToTheEndOfDamagedFiles) {
@@ -204,12 +200,10 @@ TEST(FfmpegReaderTest, ComesToTheEndOfDamagedFiles) {
     std::mt19937 random(seed);
     for (int round = 0; round < 25; ++round) {
         std::vector<char> damaged = whole;
-        for (int hits = 0; hits < 1 + round * 4; ++hits) {
+        for (int hits = 0; hits < 1 + round * 4; ++hits)
             damaged[random() % damaged.size()] = static_cast<char>(random());
-        }
-        if (round % 3 == 0) {
+        if (round % 3 == 0)
             damaged.resize(random() % damaged.size());
-        }
         test_video::write_file(folder / "damaged.avi", damaged);
         ffmpeg_reader reader(folder / "damaged.avi", access::file);
         std::string why;

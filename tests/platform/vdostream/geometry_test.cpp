@@ -32,9 +32,8 @@ struct smooth_picture {
 
     smooth_picture(int w, int h) : width(w), height(h) {
         for (int y = 0; y < h; ++y) {
-            for (int x = 0; x < w; ++x) {
+            for (int x = 0; x < w; ++x)
                 luma.push_back(static_cast<std::uint8_t>(40.0 + 100.0 * x / w + 70.0 * y / h));
-            }
         }
         for (int y = 0; y < (h + 1) / 2; ++y) {
             for (int x = 0; x < (w + 1) / 2; ++x) {
@@ -82,16 +81,14 @@ bool source_of(const nv12_view& picture, const geometry& shape, int x, int y, do
     }
     double shown_width = picture.width * static_cast<double>(picture.pixel_width);
     double shown_height = picture.height * static_cast<double>(picture.pixel_height);
-    if (picture.upright.lies_on_its_side()) {
+    if (picture.upright.lies_on_its_side())
         std::swap(shown_width, shown_height);
-    }
     double factor_x = shape.width / shown_width;
     double factor_y = shape.height / shown_height;
-    if (shape.aspect == aspect_rule::fit) {
+    if (shape.aspect == aspect_rule::fit)
         factor_x = factor_y = std::min(factor_x, factor_y);
-    } else if (shape.aspect == aspect_rule::crop) {
+    else if (shape.aspect == aspect_rule::crop)
         factor_x = factor_y = std::max(factor_x, factor_y);
-    }
     fx = (px - shape.width / 2.0) / (factor_x * shown_width) + 0.5;
     fy = (py - shape.height / 2.0) / (factor_y * shown_height) + 0.5;
     const double edge_x = 3.0 / (factor_x * shown_width);
@@ -106,9 +103,8 @@ bool source_of(const nv12_view& picture, const geometry& shape, int x, int y, do
 sample expected_at(const nv12_view& picture, const geometry& shape, int x, int y, bool& margin) {
     double fx = 0.0;
     double fy = 0.0;
-    if (!source_of(picture, shape, x, y, fx, fy, margin)) {
+    if (!source_of(picture, shape, x, y, fx, fy, margin))
         return {16.0, 128.0, 128.0};
-    }
     return {40.0 + 100.0 * fx + 70.0 * fy, 60.0 + 100.0 * fx, 200.0 - 100.0 * fy};
 }
 
@@ -126,9 +122,8 @@ void expect_like_the_naive_model(const smooth_picture& picture, const nv12_view&
         for (int x = 0; x < width; ++x) {
             bool margin = false;
             const sample expected = expected_at(view, shape, x, y, margin);
-            if (margin) {
+            if (margin)
                 continue;
-            }
             ++compared;
             const auto luma = static_cast<std::size_t>(y * width + x);
             const auto chroma = static_cast<std::size_t>(width * height + y / 2 * width + x / 2 * 2);
@@ -178,9 +173,8 @@ TEST(GeometryTest, ANonSquarePixelCountsInTheShape) {
     nv12_view view = picture.view();
     view.pixel_width = 16;
     view.pixel_height = 11;
-    for (const aspect_rule aspect : {aspect_rule::fit, aspect_rule::crop}) {
+    for (const aspect_rule aspect : {aspect_rule::fit, aspect_rule::crop})
         expect_like_the_naive_model(picture, view, {320, 180, 0, aspect});
-    }
 }
 
 TEST(GeometryTest, FitPutsBlackBarsExactlyAtBothSides) {

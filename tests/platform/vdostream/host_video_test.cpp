@@ -31,9 +31,8 @@ stream_handle started(guint32 width = 64, guint32 height = 48) {
 
 std::vector<std::uint8_t> frame_of(VdoStream* stream, std::size_t size = 64 * 48 * 3 / 2) {
     VdoBuffer* buffer = vdo_stream_get_buffer(stream, nullptr);
-    if (buffer == nullptr) {
+    if (buffer == nullptr)
         return {};
-    }
     std::vector<std::uint8_t> bytes(size);
     std::memcpy(bytes.data(), vdo_buffer_get_data(buffer), size);
     vdo_stream_buffer_unref(stream, &buffer, nullptr);
@@ -129,9 +128,8 @@ TEST(HostVideoTest, AFileLoopsOutsideTheReplay) {
     const environment set{{"KORVEX_VDO_SOURCE", file.path}};
     const stream_handle stream = started();
     const std::uint64_t handed = host_video::statistics().frames_handed;
-    for (int i = 0; i < 8; ++i) {
+    for (int i = 0; i < 8; ++i)
         EXPECT_FALSE(frame_of(stream.get()).empty()) << i;
-    }
     const host_video::Statistics now = host_video::statistics();
     EXPECT_GE(now.frames_decoded, 8U);
     EXPECT_EQ(now.frames_handed - handed, 8U);

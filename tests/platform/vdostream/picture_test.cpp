@@ -31,9 +31,8 @@ class PictureTest : public testing::Test {
     ~PictureTest() override { hold = false; }
 
     static testing::AssertionResult somebody_is_held() {
-        for (int i = 0; i < 10000 && held == 0; ++i) {
+        for (int i = 0; i < 10000 && held == 0; ++i)
             std::this_thread::sleep_for(1ms);
-        }
         return held > 0 ? testing::AssertionSuccess() : testing::AssertionFailure() << "nobody converts";
     }
 
@@ -135,9 +134,8 @@ TEST_F(PictureTest, IsMadeByWhoTakesItUntilThereAreSeveralStreamsThenByTheReadin
     const stream_handle first(vdostream::make_stream(settings, nullptr, source));
     ASSERT_TRUE(vdo_stream_start(first.get(), nullptr));
     drawn_picture::forget();
-    for (int i = 0; i < 5; ++i) {
+    for (int i = 0; i < 5; ++i)
         take(first);
-    }
     EXPECT_EQ(drawn_picture::makers(), std::set{std::this_thread::get_id()});
     {
         const stream_handle second(vdostream::make_stream(settings, nullptr, source));
@@ -145,15 +143,13 @@ TEST_F(PictureTest, IsMadeByWhoTakesItUntilThereAreSeveralStreamsThenByTheReadin
             take(first); // up to two may have been read before
         }
         drawn_picture::forget();
-        for (int i = 0; i < 5; ++i) {
+        for (int i = 0; i < 5; ++i)
             take(first);
-        }
         EXPECT_EQ(drawn_picture::makers().count(std::this_thread::get_id()), 0U);
         EXPECT_EQ(drawn_picture::makers().size(), 1U);
     }
-    for (int i = 0; i < 3; ++i) {
+    for (int i = 0; i < 3; ++i)
         take(first);
-    }
     drawn_picture::forget();
     take(first);
     EXPECT_EQ(drawn_picture::makers(), std::set{std::this_thread::get_id()});
@@ -164,9 +160,8 @@ TEST_F(PictureTest, IsMadeByWhoTakesItUntilThereAreSeveralStreamsThenByTheReadin
 /** Stands before the library's own. */
 void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
     if (size == vdostream::frame_size(held_shape) && hold && held.fetch_add(1) == 0) {
-        while (hold) {
+        while (hold)
             std::this_thread::sleep_for(1ms);
-        }
     }
     try {
         return ::operator new[](size);

@@ -18,9 +18,8 @@ namespace {
 constexpr int largest_packet = 1400;
 
 void require(bool met, const char* what) {
-    if (!met) {
+    if (!met)
         throw std::runtime_error(std::string("RTSP camera: ") + what);
-    }
 }
 
 struct muxer_closer {
@@ -34,9 +33,8 @@ struct muxer_closer {
 /** The rest of the line after `start`; empty when no line begins so. */
 std::string line_after(const std::string& text, const std::string& start) {
     const auto begin = text.find("\r\n" + start);
-    if (begin == std::string::npos) {
+    if (begin == std::string::npos)
         return "";
-    }
     const auto value = begin + 2 + start.size();
     return text.substr(value, text.find("\r\n", value) - value);
 }
@@ -105,10 +103,9 @@ void rtsp_camera::encode(int pictures) {
     frame->width = codec->width;
     frame->height = codec->height;
     require(av_frame_get_buffer(frame.get(), 0) >= 0, "no frame");
-    for (int plane = 0; plane < 3; ++plane) {
+    for (int plane = 0; plane < 3; ++plane)
         std::fill_n(frame->data[plane], frame->linesize[plane] * codec->height / (plane == 0 ? 1 : 2),
                     std::uint8_t{128});
-    }
     const platform::PacketHandle encoded(av_packet_alloc());
     for (int index = 0; index < pictures; ++index) {
         frame->pts = index;
@@ -122,9 +119,8 @@ void rtsp_camera::encode(int pictures) {
 }
 
 void rtsp_camera::serve() {
-    for (int client = 0; (client = accept(m_Listener, nullptr, nullptr)) >= 0; close(client)) {
+    for (int client = 0; (client = accept(m_Listener, nullptr, nullptr)) >= 0; close(client))
         answer_client(client);
-    }
 }
 
 void rtsp_camera::answer_client(int client) {
@@ -133,9 +129,8 @@ void rtsp_camera::answer_client(int client) {
     for (ssize_t count = 0; (count = recv(client, bytes, sizeof bytes, 0)) > 0;) {
         received.append(bytes, static_cast<std::size_t>(count));
         for (auto end = received.find("\r\n\r\n"); end != std::string::npos; end = received.find("\r\n\r\n")) {
-            if (!answer(client, received.substr(0, end + 2))) {
+            if (!answer(client, received.substr(0, end + 2)))
                 return;
-            }
             received.erase(0, end + 4);
         }
     }
@@ -154,13 +149,11 @@ bool rtsp_camera::answer(int client, const std::string& request) {
         m_Wanted.emplace_back(video ? "video" : "audio");
     }
     const bool plays = request.starts_with("PLAY");
-    if (plays && m_Packets.empty()) {
+    if (plays && m_Packets.empty())
         return false;
-    }
     reply += "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
-    for (std::size_t i = 0; plays && i < m_Packets.size(); ++i) {
+    for (std::size_t i = 0; plays && i < m_Packets.size(); ++i)
         reply.append(m_Packets[i].begin(), m_Packets[i].end());
-    }
     return send(client, reply.data(), reply.size(), MSG_NOSIGNAL) == static_cast<ssize_t>(reply.size()) && !plays;
 }
 

@@ -8,8 +8,10 @@
 
 namespace test_video {
 
-/** An RTSP camera on loopback that offers a video and an audio track. It plays so many pictures of the video and hangs
-    up; without any it hangs up once it is to play. */
+/**
+ * An RTSP camera on loopback that offers a video and an audio track. It plays so many pictures of the video and hangs
+ * up; without any it hangs up once it is to play.
+ */
 class rtsp_camera {
   public:
     explicit rtsp_camera(int pictures = 0);

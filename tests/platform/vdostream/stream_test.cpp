@@ -33,16 +33,17 @@ using stream_handle = std::unique_ptr<VdoStream, unreference>;
 
 constexpr int endless = 1000000;
 
-/** 100 pictures a second, each one step brighter than the last; none beyond `last`, then silence. Where that is
-   awaited, a get waits for `patience`; otherwise as long as a busy machine needs. */
+/**
+ * 100 pictures a second, each one step brighter than the last; none beyond `last`, then silence. Where that is
+ * awaited, a get waits for `patience`; otherwise as long as a busy machine needs.
+ */
 std::shared_ptr<vdostream::video_source> brightening(int last = endless, bool started = true,
                                                      std::chrono::milliseconds patience = 10min) {
     auto reader = std::make_unique<scripted_reader>();
     scripted_reader* spy = reader.get();
     reader->on_read = [spy, last, index = 0](std::shared_ptr<picture>& next, std::string& why) mutable {
-        while (index == last && !spy->is_cancelled()) {
+        while (index == last && !spy->is_cancelled())
             std::this_thread::sleep_for(1ms);
-        }
         if (index == last) {
             why = "was given up";
             return read_result::lost;
@@ -57,9 +58,8 @@ std::shared_ptr<vdostream::video_source> brightening(int last = endless, bool st
     auto source = vdostream::video_source::make("grey", std::move(reader), false, timing);
     std::string why;
     EXPECT_TRUE(source->open(why)) << why;
-    if (started) {
+    if (started)
         source->start();
-    }
     return source;
 }
 
@@ -127,9 +127,8 @@ TEST(StreamTest, HandsTheNewestToACallerThatComesLate) {
     const auto source = brightening(10, true, 300ms);
     const stream_handle stream(vdostream::make_stream(small, nullptr, source));
     vdo_stream_start(stream.get(), nullptr);
-    while (source->frames_decoded() < 10) {
+    while (source->frames_decoded() < 10)
         std::this_thread::sleep_for(1ms);
-    }
     VdoBuffer* buffer = vdo_stream_get_buffer(stream.get(), nullptr);
     ASSERT_NE(buffer, nullptr);
     EXPECT_EQ(grey_of(buffer), 9);
@@ -176,9 +175,8 @@ TEST(StreamTest, AStopFromAnotherThreadWakesAGetThatWaits) {
             auto reader = std::make_unique<scripted_reader>();
             scripted_reader* spy = reader.get();
             reader->on_read = [spy](std::shared_ptr<picture>&, std::string& why) {
-                while (!spy->is_cancelled()) {
+                while (!spy->is_cancelled())
                     std::this_thread::sleep_for(1ms);
-                }
                 why = "was given up";
                 return read_result::lost;
             };
@@ -324,9 +322,8 @@ TEST(StreamTest, ABufferGivenBackWhileItWaitsForItsPictureIsNotHandedOut) {
     auto reader = std::make_unique<scripted_reader>();
     std::atomic<bool> give_picture = false;
     reader->on_read = [spy = reader.get(), &give_picture](std::shared_ptr<picture>& next, std::string& why) {
-        while (!give_picture && !spy->is_cancelled()) {
+        while (!give_picture && !spy->is_cancelled())
             std::this_thread::sleep_for(1ms);
-        }
         why = "was given up";
         next = std::make_shared<grey_picture>(std::uint8_t{9});
         return give_picture.exchange(false) ? read_result::picture : read_result::lost;
@@ -344,9 +341,8 @@ TEST(StreamTest, ABufferGivenBackWhileItWaitsForItsPictureIsNotHandedOut) {
     std::string message;
     std::thread getter([&] { message = get_error(stream.get()); });
     // It is taken, and waits for a picture, once it may be enqueued again.
-    while (vdo_stream_buffer_enqueue(stream.get(), taken, nullptr) == FALSE) {
+    while (vdo_stream_buffer_enqueue(stream.get(), taken, nullptr) == FALSE)
         std::this_thread::sleep_for(1ms);
-    }
     EXPECT_TRUE(vdo_stream_buffer_unref(stream.get(), &buffer, nullptr));
     give_picture = true;
     getter.join();
@@ -390,20 +386,17 @@ TEST(StreamTest, ManyStreamsAndThreadsShareOneSource) {
             VdoBuffer* own =
                 settings.explicit_buffers ? vdo_stream_buffer_alloc(stream.get(), nullptr, nullptr) : nullptr;
             for (int n = 0; n < 20; ++n) {
-                if (own != nullptr) {
+                if (own != nullptr)
                     vdo_stream_buffer_enqueue(stream.get(), own, nullptr);
-                }
                 VdoBuffer* buffer = vdo_stream_get_buffer(stream.get(), nullptr);
                 frames += buffer != nullptr ? 1 : 0;
-                if (own == nullptr) {
+                if (own == nullptr)
                     vdo_stream_buffer_unref(stream.get(), &buffer, nullptr);
-                }
             }
         });
     }
-    for (std::thread& each : readers) {
+    for (std::thread& each : readers)
         each.join();
-    }
     EXPECT_EQ(frames, 80);
 }
 

@@ -11,9 +11,8 @@ namespace test_video {
 namespace {
 
 void require(bool met, const std::string& what) {
-    if (!met) {
+    if (!met)
         throw std::runtime_error("test video: " + what);
-    }
 }
 
 struct muxer_closer {
@@ -24,24 +23,21 @@ struct muxer_closer {
 };
 
 void set_or_unset(const std::string& name, const std::optional<std::string>& value) {
-    if (value) {
+    if (value)
         setenv(name.c_str(), value->c_str(), 1);
-    } else {
+    else
         unsetenv(name.c_str());
-    }
 }
 
 void fill(AVFrame& frame, int index) {
     for (int y = 0; y < frame.height; ++y) {
-        for (int x = 0; x < frame.width; ++x) {
+        for (int x = 0; x < frame.width; ++x)
             frame.data[0][y * frame.linesize[0] + x] = luma_at(index, x, y);
-        }
     }
     for (int plane = 1; plane < 3; ++plane) {
         for (int y = 0; y < (frame.height + 1) / 2; ++y) {
-            for (int x = 0; x < (frame.width + 1) / 2; ++x) {
+            for (int x = 0; x < (frame.width + 1) / 2; ++x)
                 frame.data[plane][y * frame.linesize[plane] + x] = static_cast<std::uint8_t>(64 * plane + 20);
-            }
         }
     }
 }
@@ -68,9 +64,8 @@ environment::environment(std::initializer_list<std::pair<std::string, std::strin
 }
 
 environment::~environment() {
-    for (const auto& [name, value] : m_Before) {
+    for (const auto& [name, value] : m_Before)
         set_or_unset(name, value);
-    }
 }
 
 std::uint8_t luma_at(int index, int x, int y) {
@@ -133,16 +128,14 @@ void write_file(const std::string& path, const std::vector<char>& bytes) {
 
 VdoStream* new_stream(const std::map<std::string, guint32>& settings, std::string* message) {
     VdoMap* map = vdo_map_new();
-    for (const auto& [name, value] : settings) {
+    for (const auto& [name, value] : settings)
         vdo_map_set_uint32(map, name.c_str(), value);
-    }
     GError* error = nullptr;
     VdoStream* stream = vdo_stream_new(map, nullptr, &error);
     g_object_unref(map);
     const std::string text = take_message(error);
-    if (message != nullptr) {
+    if (message != nullptr)
         *message = text;
-    }
     return stream;
 }
 

@@ -57,7 +57,8 @@ struct video_file {
     /** What the file says of how the camera was held, if anything: a display matrix. */
     std::optional<std::array<std::int32_t, 9>> matrix = std::nullopt;
 };
-/** Luma of pixel (x, y) of frame `index` in every such file: tells frames apart and grows to the right and downwards.
+/**
+ * Luma of pixel (x, y) of frame `index` in every such file: tells frames apart and grows to the right and downwards.
  */
 std::uint8_t luma_at(int index, int x, int y);
 void write_video(const video_file& wanted);

@@ -60,9 +60,8 @@ TEST(VideoSourceTest, CountsPicturesAndTimeOnThroughTheLoopsOfAFile) {
         return true;
     };
     reader->on_read = [&](std::shared_ptr<picture>& next, std::string&) {
-        if (index == 3) {
+        if (index == 3)
             return read_result::end;
-        }
         next = std::make_shared<grey_picture>(std::uint8_t{100});
         next->seconds = index++ / 100.0;
         return read_result::picture;
@@ -96,9 +95,8 @@ std::unique_ptr<scripted_reader> pictures_at(std::vector<double> times) {
             next->seconds = times[index++];
             return read_result::picture;
         }
-        while (!spy->is_cancelled() && !spy->is_to_be_lost) {
+        while (!spy->is_cancelled() && !spy->is_to_be_lost)
             std::this_thread::sleep_for(1ms);
-        }
         why = "was lost (cable)";
         return read_result::lost;
     };
@@ -137,14 +135,12 @@ TEST(VideoSourceTest, APictureIsGivenAgainUntilTheNextIsLongOverdue) {
         const auto source = video_source::make("slow", std::move(reader), false, timing);
         std::string why;
         ASSERT_TRUE(source->open(why));
-        while (source->frames_decoded() < each.times.size()) {
+        while (source->frames_decoded() < each.times.size())
             std::this_thread::sleep_for(1ms);
-        }
         const auto first = picture_after(*source, each.times.size() - 1, why);
         ASSERT_NE(first, nullptr) << each.what;
-        for (int again = 0; again < 3; ++again) {
+        for (int again = 0; again < 3; ++again)
             EXPECT_EQ(picture_after(*source, first->sequence, why), first) << each.what;
-        }
     }
 }
 
@@ -327,9 +323,8 @@ TEST(VideoSourceTest, ItsThreadBlocksEverySignal) {
     ASSERT_TRUE(source->open(why));
     source->start();
     const sigset_t blocked = mask.get_future().get();
-    for (const int signal : {SIGTERM, SIGINT, SIGHUP, SIGCHLD, SIGUSR1}) {
+    for (const int signal : {SIGTERM, SIGINT, SIGHUP, SIGCHLD, SIGUSR1})
         EXPECT_EQ(sigismember(&blocked, signal), 1) << signal;
-    }
     sigset_t own;
     pthread_sigmask(SIG_SETMASK, nullptr, &own);
     EXPECT_EQ(sigismember(&own, SIGTERM), 0);
@@ -340,9 +335,8 @@ TEST(VideoSourceTest, DestroyingItCancelsAReaderThatWaits) {
     scripted_reader* spy = reader.get();
     reader->live = true;
     reader->on_read = [spy](std::shared_ptr<picture>&, std::string& why) {
-        while (!spy->is_cancelled()) {
+        while (!spy->is_cancelled())
             std::this_thread::sleep_for(1ms);
-        }
         why = "was given up";
         return read_result::lost;
     };

@@ -46,14 +46,14 @@ bool offered_resolutions(std::vector<VdoResolution>& offered, std::string& why) 
 
 } // namespace vdostream
 
-using vdostream::failure;
+using vdostream::Failure;
 using vdostream::nothing;
 
-struct _VdoChannel : vdostream::object<guint> {};
+struct _VdoChannel : vdostream::Object<guint> {};
 
 VdoChannel* vdo_channel_get(guint channel_nbr, GError** error) {
     if (channel_nbr != vdostream::only_channel)
-        return nothing(error, failure::bad_argument,
+        return nothing(error, Failure::bad_argument,
                        "There is no video channel " + std::to_string(channel_nbr) + "; the only one is 1");
     return vdostream::make_object<VdoChannel>("KorvexVdoChannel", std::make_unique<guint>(channel_nbr));
 }
@@ -64,11 +64,11 @@ GList* vdo_channel_get_all(GError** error) {
 
 VdoResolutionSet* vdo_channel_get_resolutions(VdoChannel* channel, VdoMap* /*filter*/, GError** error) {
     if (channel == nullptr)
-        return nothing(error, failure::bad_argument, "No video channel was given");
+        return nothing(error, Failure::bad_argument, "No video channel was given");
     std::vector<VdoResolution> offered;
     std::string why;
     if (!vdostream::offered_resolutions(offered, why))
-        return nothing(error, failure::bad_setting, why);
+        return nothing(error, Failure::bad_setting, why);
     auto* set =
         static_cast<VdoResolutionSet*>(g_malloc(sizeof(VdoResolutionSet) + offered.size() * sizeof(VdoResolution)));
     set->count = offered.size();

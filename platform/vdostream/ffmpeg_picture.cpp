@@ -32,7 +32,7 @@ AVRational pixel_shape(const AVFrame& frame) {
 
 } // namespace
 
-bool nv12_converter::convert(const AVFrame& frame, std::vector<std::uint8_t>& pixels) {
+bool Nv12Converter::convert(const AVFrame& frame, std::vector<std::uint8_t>& pixels) {
     const int stride = row_size(frame.width);
     const auto luma_size = static_cast<std::size_t>(stride) * static_cast<std::size_t>(round_up_to_even(frame.height));
     pixels.resize(luma_size * 3 / 2);
@@ -46,20 +46,20 @@ bool nv12_converter::convert(const AVFrame& frame, std::vector<std::uint8_t>& pi
     return scale(frame, planes, strides);
 }
 
-bool nv12_converter::scale(const AVFrame& frame, std::uint8_t* const planes[], const int strides[]) {
-    const std::lock_guard guard(m_Lock);
-    m_Scaler.reset(sws_getCachedContext(m_Scaler.release(), frame.width, frame.height,
+bool Nv12Converter::scale(const AVFrame& frame, std::uint8_t* const planes[], const int strides[]) {
+    const std::lock_guard guard(m_lock);
+    m_scaler.reset(sws_getCachedContext(m_scaler.release(), frame.width, frame.height,
                                         static_cast<AVPixelFormat>(frame.format), frame.width, frame.height,
                                         AV_PIX_FMT_NV12, SWS_BILINEAR, nullptr, nullptr, nullptr));
-    if (m_Scaler == nullptr)
+    if (m_scaler == nullptr)
         return false;
     // A camera's JPEG pictures use the full range of values; the frames handed out use the limited one.
     const int* table = sws_getCoefficients(SWS_CS_DEFAULT);
-    sws_setColorspaceDetails(m_Scaler.get(), table, is_limited_range(frame) ? 0 : 1, table, 0, 0, 1 << 16, 1 << 16);
-    return sws_scale(m_Scaler.get(), frame.data, frame.linesize, 0, frame.height, planes, strides) > 0;
+    sws_setColorspaceDetails(m_scaler.get(), table, is_limited_range(frame) ? 0 : 1, table, 0, 0, 1 << 16, 1 << 16);
+    return sws_scale(m_scaler.get(), frame.data, frame.linesize, 0, frame.height, planes, strides) > 0;
 }
 
-orientation orientation_of(const std::int32_t matrix[9]) {
+Orientation orientation_of(const std::int32_t matrix[9]) {
     // A point goes from (x, y) to (a x + c y, b x + d y), with y downwards.
     const double a = matrix[0];
     const double b = matrix[1];
@@ -72,24 +72,24 @@ orientation orientation_of(const std::int32_t matrix[9]) {
     return {area < 0.0, static_cast<int>((quarters + 4) % 4) * 90};
 }
 
-bool ffmpeg_picture::native(nv12_view& view) {
-    const AVRational shape = pixel_shape(*m_Frame);
-    view = {nullptr, 0, nullptr, 0, m_Frame->width, m_Frame->height, shape.num, shape.den, m_Upright};
-    if (m_Frame->format == AV_PIX_FMT_NV12 && is_limited_range(*m_Frame)) {
-        view.luma = m_Frame->data[0];
-        view.luma_stride = m_Frame->linesize[0];
-        view.chroma = m_Frame->data[1];
-        view.chroma_stride = m_Frame->linesize[1];
+bool FfmpegPicture::native(Nv12View& view) {
+    const AVRational shape = pixel_shape(*m_frame);
+    view = {nullptr, 0, nullptr, 0, m_frame->width, m_frame->height, shape.num, shape.den, m_upright};
+    if (m_frame->format == AV_PIX_FMT_NV12 && is_limited_range(*m_frame)) {
+        view.luma = m_frame->data[0];
+        view.luma_stride = m_frame->linesize[0];
+        view.chroma = m_frame->data[1];
+        view.chroma_stride = m_frame->linesize[1];
         return true;
     }
-    if (m_Pixels.empty() && !m_Converter->convert(*m_Frame, m_Pixels)) {
-        m_Pixels.clear();
+    if (m_pixels.empty() && !m_converter->convert(*m_frame, m_pixels)) {
+        m_pixels.clear();
         return false;
     }
-    const int stride = row_size(m_Frame->width);
-    view.luma = m_Pixels.data();
+    const int stride = row_size(m_frame->width);
+    view.luma = m_pixels.data();
     view.luma_stride = stride;
-    view.chroma = m_Pixels.data() + std::ptrdiff_t{stride} * round_up_to_even(m_Frame->height);
+    view.chroma = m_pixels.data() + std::ptrdiff_t{stride} * round_up_to_even(m_frame->height);
     view.chroma_stride = stride;
     return true;
 }

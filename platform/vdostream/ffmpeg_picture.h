@@ -15,7 +15,7 @@ extern "C" {
 namespace vdostream {
 
 /** The pixel format conversion of one source, kept from picture to picture. Locked. */
-class nv12_converter {
+class Nv12Converter {
   public:
     /**
      * `frame` of any pixel format as NV12: rows of the width rounded up to 32 bytes, as many as the height rounded up
@@ -26,29 +26,29 @@ class nv12_converter {
   private:
     bool scale(const AVFrame& frame, std::uint8_t* const planes[], const int strides[]);
 
-    std::mutex m_Lock;
-    platform::Handle<SwsContext, sws_freeContext> m_Scaler;
+    std::mutex m_lock;
+    platform::Handle<SwsContext, sws_freeContext> m_scaler;
 };
 
 /**
  * What FFmpeg's display matrix asks for, to the nearest right angle; nothing for one that turns a picture into a line.
  */
-orientation orientation_of(const std::int32_t matrix[9]);
+Orientation orientation_of(const std::int32_t matrix[9]);
 
 /** A decoded picture; NV12 is used where it lies, anything else is converted when it is first asked for. */
-class ffmpeg_picture : public picture {
+class FfmpegPicture : public Picture {
   public:
-    ffmpeg_picture(platform::FrameHandle frame, orientation upright, std::shared_ptr<nv12_converter> converter)
-        : m_Frame(std::move(frame)), m_Upright(upright), m_Converter(std::move(converter)) {}
+    FfmpegPicture(platform::FrameHandle frame, Orientation upright, std::shared_ptr<Nv12Converter> converter)
+        : m_frame(std::move(frame)), m_upright(upright), m_converter(std::move(converter)) {}
 
   protected:
-    bool native(nv12_view& view) override;
+    bool native(Nv12View& view) override;
 
   private:
-    const platform::FrameHandle m_Frame;
-    const orientation m_Upright;
-    const std::shared_ptr<nv12_converter> m_Converter;
-    std::vector<std::uint8_t> m_Pixels;
+    const platform::FrameHandle m_frame;
+    const Orientation m_upright;
+    const std::shared_ptr<Nv12Converter> m_converter;
+    std::vector<std::uint8_t> m_pixels;
 };
 
 } // namespace vdostream

@@ -4,7 +4,7 @@
 #include <memory>
 
 VdoMap* vdo_map_new() {
-    return vdostream::make_object<VdoMap>("KorvexVdoMap", std::make_unique<vdostream::map_values>());
+    return vdostream::make_object<VdoMap>("KorvexVdoMap", std::make_unique<vdostream::MapValues>());
 }
 
 void vdo_map_set_uint32(VdoMap* map, const gchar* name, guint32 value) {

@@ -10,9 +10,9 @@
 namespace vdostream {
 
 /** Ordered, so that a dump reads the same every time. */
-using map_values = std::map<std::string, std::uint32_t>;
+using MapValues = std::map<std::string, std::uint32_t>;
 
 } // namespace vdostream
 
 /** Not locked: a map belongs to the thread that fills it. */
-struct _VdoMap : vdostream::object<vdostream::map_values> {};
+struct _VdoMap : vdostream::Object<vdostream::MapValues> {};

@@ -14,18 +14,18 @@
 namespace vdostream {
 namespace {
 
-struct registry {
+struct Registry {
     std::mutex lock;
-    std::map<std::string, std::weak_ptr<video_source>> sources;
-    std::weak_ptr<video_source> last;
+    std::map<std::string, std::weak_ptr<VideoSource>> sources;
+    std::weak_ptr<VideoSource> last;
     double replay_seconds = 0.0;
 };
 
 /**
  * Never destroyed: the application's own process-wide objects drop their streams after this library's would be gone.
  */
-registry& the_registry() {
-    static auto& instance = *new registry; // NOLINT(cppcoreguidelines-owning-memory)
+Registry& the_registry() {
+    static auto& instance = *new Registry; // NOLINT(cppcoreguidelines-owning-memory)
     return instance;
 }
 
@@ -36,36 +36,36 @@ bool is_camera(const std::string& name) {
 }
 
 /** The source that was acquired last, or null when no stream holds it any more. */
-std::shared_ptr<video_source> current_source() {
-    registry& all = the_registry();
+std::shared_ptr<VideoSource> current_source() {
+    Registry& all = the_registry();
     const std::lock_guard guard(all.lock);
     return all.last.lock();
 }
 
 } // namespace
 
-std::unique_ptr<reader> make_reader(const std::string& name) {
+std::unique_ptr<Reader> make_reader(const std::string& name) {
     if (name == "scene")
-        return std::make_unique<scene_reader>();
+        return std::make_unique<SceneReader>();
     if (name.starts_with("rtsp://") || name.starts_with("rtsps://"))
-        return std::make_unique<ffmpeg_reader>(name, access::rtsp);
-    return std::make_unique<ffmpeg_reader>(name, is_camera(name) ? access::v4l2 : access::file);
+        return std::make_unique<FfmpegReader>(name, Access::rtsp);
+    return std::make_unique<FfmpegReader>(name, is_camera(name) ? Access::v4l2 : Access::file);
 }
 
-std::shared_ptr<video_source> acquire_source(std::string& why) {
+std::shared_ptr<VideoSource> acquire_source(std::string& why) {
     std::string name;
     if (!read_source_name(name, why))
         return nullptr;
     const bool replay = platform::environment("KORVEX_VDO_REPLAY") == "1";
-    registry& all = the_registry();
+    Registry& all = the_registry();
     const std::lock_guard guard(all.lock);
     std::erase_if(all.sources, [](const auto& entry) { return entry.second.expired(); });
     if (all.sources.empty())
         all.replay_seconds = 0.0;
-    std::weak_ptr<video_source>& kept = all.sources[(replay ? "replay " : "") + name];
-    std::shared_ptr<video_source> source = kept.lock();
+    std::weak_ptr<VideoSource>& kept = all.sources[(replay ? "replay " : "") + name];
+    std::shared_ptr<VideoSource> source = kept.lock();
     if (source == nullptr) {
-        source = video_source::make(name, make_reader(name), replay);
+        source = VideoSource::make(name, make_reader(name), replay);
         std::string reason;
         if (!source->open(reason)) {
             why = "The video source " + source->name() + " " + reason;
@@ -99,7 +99,7 @@ bool replay_advance(double seconds) {
 
 Statistics statistics() {
     Statistics now;
-    now.frames_handed = vdostream::stream_state::frames_handed();
+    now.frames_handed = vdostream::StreamState::frames_handed();
     if (const auto source = vdostream::current_source()) {
         const auto properties = source->properties();
         now.frames_decoded = source->frames_decoded();

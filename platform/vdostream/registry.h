@@ -8,6 +8,6 @@ namespace vdostream {
  * The source that the environment names, opened; the same one as long as some stream holds it. Null with `why` set
  * when it cannot be opened.
  */
-std::shared_ptr<video_source> acquire_source(std::string& why);
+std::shared_ptr<VideoSource> acquire_source(std::string& why);
 
 } // namespace vdostream

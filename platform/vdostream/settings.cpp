@@ -14,19 +14,19 @@ namespace {
 constexpr std::array<std::string_view, 7> known_names = {"channel",  "format",    "width",          "height",
                                                          "rotation", "framerate", "buffer.strategy"};
 
-std::uint32_t value_or(const map_values& asked, const char* name, std::uint32_t fallback) {
+std::uint32_t value_or(const MapValues& asked, const char* name, std::uint32_t fallback) {
     const auto found = asked.find(name);
     return found == asked.end() ? fallback : found->second;
 }
 
-bool read_aspect(aspect_rule& aspect, std::string& why) {
+bool read_aspect(AspectRule& aspect, std::string& why) {
     const std::string text = platform::environment("KORVEX_VDO_ASPECT");
     if (text.empty() || text == "fit") {
-        aspect = aspect_rule::fit;
+        aspect = AspectRule::fit;
     } else if (text == "crop") {
-        aspect = aspect_rule::crop;
+        aspect = AspectRule::crop;
     } else if (text == "stretch") {
-        aspect = aspect_rule::stretch;
+        aspect = AspectRule::stretch;
     } else {
         why = "KORVEX_VDO_ASPECT is \"" + text + "\"; it must be fit, crop or stretch";
         return false;
@@ -41,7 +41,7 @@ bool is_possible_size(std::uint32_t width, std::uint32_t height) {
     return possible(width) && possible(height);
 }
 
-bool read_settings(const map_values& asked, stream_settings& settings, std::string& why) {
+bool read_settings(const MapValues& asked, StreamSettings& settings, std::string& why) {
     for (const auto& [name, value] : asked) {
         if (std::find(known_names.begin(), known_names.end(), name) == known_names.end()) {
             why = "Unknown stream setting \"" + name + "\"";
@@ -66,7 +66,7 @@ bool read_settings(const map_values& asked, stream_settings& settings, std::stri
     else if (strategy != VDO_BUFFER_STRATEGY_NONE && strategy != VDO_BUFFER_STRATEGY_EXPLICIT &&
              strategy != VDO_BUFFER_STRATEGY_INFINITE)
         why = "Buffer strategy " + std::to_string(strategy) + " is not offered; 3 (explicit) and 4 (infinite) are";
-    aspect_rule aspect{};
+    AspectRule aspect{};
     if (!why.empty() || !read_aspect(aspect, why))
         return false;
     settings.shape = {static_cast<int>(width), static_cast<int>(height), static_cast<int>(rotation), aspect};

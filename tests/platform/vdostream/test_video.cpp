@@ -15,7 +15,7 @@ void require(bool met, const std::string& what) {
         throw std::runtime_error("test video: " + what);
 }
 
-struct muxer_closer {
+struct MuxerCloser {
     void operator()(AVFormatContext* format) const {
         avio_closep(&format->pb);
         avformat_free_context(format);
@@ -44,27 +44,27 @@ void fill(AVFrame& frame, int index) {
 
 } // namespace
 
-temporary_folder::temporary_folder() {
+TemporaryFolder::TemporaryFolder() {
     std::string name = (std::filesystem::temp_directory_path() / "vdostream-test-XXXXXX").string();
     require(mkdtemp(name.data()) != nullptr, "no temporary folder");
-    m_Path = name;
+    m_path = name;
 }
 
-temporary_folder::~temporary_folder() {
+TemporaryFolder::~TemporaryFolder() {
     std::error_code ignored;
-    std::filesystem::remove_all(m_Path, ignored);
+    std::filesystem::remove_all(m_path, ignored);
 }
 
 environment::environment(std::initializer_list<std::pair<std::string, std::string>> values) {
     for (const auto& [name, value] : values) {
         const char* before = std::getenv(name.c_str());
-        m_Before[name] = before == nullptr ? std::nullopt : std::optional<std::string>(before);
+        m_before[name] = before == nullptr ? std::nullopt : std::optional<std::string>(before);
         set_or_unset(name, value);
     }
 }
 
 environment::~environment() {
-    for (const auto& [name, value] : m_Before)
+    for (const auto& [name, value] : m_before)
         set_or_unset(name, value);
 }
 
@@ -75,7 +75,7 @@ std::uint8_t luma_at(int index, int x, int y) {
 void write_video(const video_file& wanted) {
     AVFormatContext* format = nullptr;
     require(avformat_alloc_output_context2(&format, nullptr, nullptr, wanted.path.c_str()) >= 0, "no muxer");
-    const std::unique_ptr<AVFormatContext, muxer_closer> muxer(format);
+    const std::unique_ptr<AVFormatContext, MuxerCloser> muxer(format);
     const AVCodec* encoder = avcodec_find_encoder_by_name(wanted.codec.c_str());
     require(encoder != nullptr, "no encoder");
     const platform::CodecHandle codec(avcodec_alloc_context3(encoder));

@@ -48,29 +48,29 @@ struct Handle {
 class HandleTable {
   public:
     AXParameter* insert(std::shared_ptr<Handle> handle) {
-        const std::lock_guard lock(mutex_);
-        AXParameter* token = &tokens_.emplace_back();
-        live_.emplace(token, std::move(handle));
+        const std::lock_guard lock(m_mutex);
+        AXParameter* token = &m_tokens.emplace_back();
+        m_live.emplace(token, std::move(handle));
         return token;
     }
 
     std::shared_ptr<Handle> find(AXParameter* token) {
-        const std::lock_guard lock(mutex_);
-        const auto entry = live_.find(token);
-        return entry == live_.end() ? nullptr : entry->second;
+        const std::lock_guard lock(m_mutex);
+        const auto entry = m_live.find(token);
+        return entry == m_live.end() ? nullptr : entry->second;
     }
 
     /** An operation that another thread has under way keeps the handle until it is done. */
     std::shared_ptr<Handle> take(AXParameter* token) {
-        const std::lock_guard lock(mutex_);
-        const auto entry = live_.extract(token);
+        const std::lock_guard lock(m_mutex);
+        const auto entry = m_live.extract(token);
         return entry.empty() ? nullptr : entry.mapped();
     }
 
   private:
-    std::mutex mutex_;
-    std::deque<_AXParameter> tokens_;
-    std::map<AXParameter*, std::shared_ptr<Handle>> live_;
+    std::mutex m_mutex;
+    std::deque<_AXParameter> m_tokens;
+    std::map<AXParameter*, std::shared_ptr<Handle>> m_live;
 };
 
 /** Never destroyed: a thread may still save while the process ends. */

@@ -19,8 +19,8 @@ class Outage {
     void given_up() const;
 
   private:
-    bool failing_ = false;
-    bool while_writing_ = false;
+    bool m_failing = false;
+    bool m_while_writing = false;
 };
 
 } // namespace host_parameters

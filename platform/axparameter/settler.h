@@ -25,13 +25,13 @@ class Settler {
     using Clock = std::chrono::steady_clock;
     void run(const std::stop_token& stop);
 
-    const std::function<void()> settle_;
-    const std::chrono::milliseconds quiet_;
-    std::mutex mutex_; // the four below
-    std::condition_variable_any changed_;
-    bool unsettled_ = false;
-    Clock::time_point last_{};
-    std::jthread thread_; // the last member: it ends before the others go
+    const std::function<void()> m_settle;
+    const std::chrono::milliseconds m_quiet;
+    std::mutex m_mutex; // the four below
+    std::condition_variable_any m_changed;
+    bool m_unsettled = false;
+    Clock::time_point m_last{};
+    std::jthread m_thread; // the last member: it ends before the others go
 };
 
 } // namespace host_parameters

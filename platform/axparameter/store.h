@@ -24,7 +24,7 @@ namespace host_parameters {
 class Store {
   public:
     /** `path` of the file; its folder is made. Nothing is opened before `open`. */
-    Store(std::string path, Manifest manifest) : path_(std::move(path)), manifest_(std::move(manifest)) {}
+    Store(std::string path, Manifest manifest) : m_path(std::move(path)), m_manifest(std::move(manifest)) {}
 
     /** Opens the file, and adds the manifest's parameters and the camera's own that it lacks, with their defaults. */
     bool open(GError** error);
@@ -44,8 +44,8 @@ class Store {
      * shows in the next operation.
      */
     void settle();
-    bool is_open() const { return connection_ != nullptr; }
-    const std::string& path() const { return path_; }
+    bool is_open() const { return m_connection != nullptr; }
+    const std::string& path() const { return m_path; }
 
   private:
     /** Opens when nothing is open or the file has been replaced. */
@@ -63,10 +63,10 @@ class Store {
     bool run(const std::function<int(sqlite3*)>& operation, GError** error);
     bool store_failure(int code, const std::string& reason, GError** error) const;
 
-    std::string path_;
-    Manifest manifest_;
-    Database connection_;
-    FileIdentity log_; // of the connection's own
+    std::string m_path;
+    Manifest m_manifest;
+    Database m_connection;
+    FileIdentity m_log; // of the connection's own
 };
 
 /** KORVEX_AXPARAMETER_STORE, or korvex_orvel/parameters.sqlite in the user's state folder. */

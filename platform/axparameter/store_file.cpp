@@ -69,15 +69,15 @@ bool make_folders_above(const std::string& path, GError** error) {
 
 bool OpeningLock::take(const std::string& path, GError** error) {
     const std::string name = path + ".lock";
-    file_ = Descriptor(open(name.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
-    if (!file_) {
+    m_file = Descriptor(open(name.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
+    if (!m_file) {
         if (is_lack_of_room(errno))
             return no_room(path, error);
         return fail(error, ErrorCode::store,
                     "The parameter store cannot be opened: " + name + ": " + g_strerror(errno));
     }
     const auto limit = std::chrono::steady_clock::now() + std::chrono::milliseconds(busy_timeout_ms);
-    while (flock(file_.get(), LOCK_EX | LOCK_NB) != 0) {
+    while (flock(m_file.get(), LOCK_EX | LOCK_NB) != 0) {
         if (std::chrono::steady_clock::now() > limit)
             return fail(error, ErrorCode::store,
                         "The parameter store " + path + " is being opened by another process that does not finish.");

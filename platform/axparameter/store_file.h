@@ -38,7 +38,7 @@ class OpeningLock {
     bool take(const std::string& path, GError** error);
 
   private:
-    platform::Descriptor file_;
+    platform::Descriptor m_file;
 };
 
 } // namespace host_parameters

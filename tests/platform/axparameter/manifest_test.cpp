@@ -71,12 +71,12 @@ TEST_F(ManifestFile, FilesOfAnotherShapeAreRefusedWithTheReason) {
 }
 
 TEST_F(ManifestFile, AMissingFileIsAnErrorThatNamesIt) {
-    setenv("KORVEX_AXPARAMETER_MANIFEST", (folder_ / "none.json").c_str(), 1);
+    setenv("KORVEX_AXPARAMETER_MANIFEST", (m_folder / "none.json").c_str(), 1);
     g_autoptr(GError) error = nullptr;
     EXPECT_EQ(ax_parameter_new("korvex_orvel", &error), nullptr);
     ASSERT_NE(error, nullptr);
     EXPECT_NE(std::string(error->message).find("none.json cannot be read"), std::string::npos) << error->message;
-    EXPECT_FALSE(std::filesystem::exists(store_));
+    EXPECT_FALSE(std::filesystem::exists(m_store));
 }
 
 TEST_F(ManifestFile, WithoutTheVariableTheSourceTreesManifestIsRead) {

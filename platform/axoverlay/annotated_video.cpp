@@ -55,7 +55,7 @@ AnnotatedVideo::~AnnotatedVideo() {
 
 void AnnotatedVideo::start() {
     const platform::ObjectHandle<VdoMap> settings(vdo_map_new());
-    vdo_map_set_uint32(settings.get(), "channel", kCamera);
+    vdo_map_set_uint32(settings.get(), "channel", only_camera);
     vdo_map_set_uint32(settings.get(), "format", VDO_FORMAT_YUV);
     vdo_map_set_uint32(settings.get(), "width", static_cast<guint32>(m_geometry.width));
     vdo_map_set_uint32(settings.get(), "height", static_cast<guint32>(m_geometry.height));

@@ -15,7 +15,7 @@
 namespace host_overlay {
 
 /** Pause after a failure, since a video service that has failed may fail again at once. */
-inline constexpr std::chrono::milliseconds kFailurePause{50};
+inline constexpr std::chrono::milliseconds failure_pause{50};
 
 /**
  * The camera's video in one geometry with the overlay in it: an open stream in the eyes of the overlay service, from

@@ -24,7 +24,7 @@ Result reporting(GError** error, Result failed, Call&& call) {
 
 VdoResolution max_resolution(gint camera) {
     Service::instance().require_init();
-    if (camera != host_overlay::kCamera)
+    if (camera != host_overlay::only_camera)
         throw std::runtime_error("there is no camera " + std::to_string(camera) + "; the only one is camera 1");
     return host_overlay::largest(host_overlay::channel_resolutions());
 }

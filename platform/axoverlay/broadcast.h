@@ -32,7 +32,7 @@ class Broadcasts {
     Broadcasts& operator=(const Broadcasts&) = delete;
 
     /** So many are watched at once: each costs as much as a pass has left of a small machine. */
-    static constexpr std::size_t kMostGeometries = 6;
+    static constexpr std::size_t most_geometries = 6;
 
     /**
      * Any thread. The viewer gets pictures, or a failure, from now on; after stop() it is ended at once. Throws

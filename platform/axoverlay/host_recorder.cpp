@@ -66,7 +66,7 @@ class Recorder::Session {
                     const std::chrono::duration<double> since = std::chrono::steady_clock::now() - begin;
                     m_file.add(m_video.picture(), since.count());
                 } else {
-                    std::this_thread::sleep_for(kFailurePause); // a silent camera may come back
+                    std::this_thread::sleep_for(failure_pause); // a silent camera may come back
                 }
             }
         } catch (const std::exception& failure) {

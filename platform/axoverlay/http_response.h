@@ -6,8 +6,8 @@
 
 namespace host_overlay {
 
-constexpr const char* kJpegType = "image/jpeg";
-constexpr const char* kMultipartType = "multipart/x-mixed-replace; boundary=picture";
+constexpr const char* jpeg_type = "image/jpeg";
+constexpr const char* multipart_type = "multipart/x-mixed-replace; boundary=picture";
 
 /** Adds the headers that every answer has; nullptr stays nullptr. */
 inline MHD_Response* typed_response(MHD_Response* response, const char* type) {

@@ -8,13 +8,13 @@ namespace host_overlay {
 namespace {
 
 /** Cairo's own limit for an image. */
-constexpr int kLargestSide = 32767;
+constexpr int largest_side = 32767;
 
 /** Rounded up to an even number. */
 int even(int side) {
-    if (side < 1 || side > kLargestSide)
+    if (side < 1 || side > largest_side)
         throw std::runtime_error("an overlay cannot be " + std::to_string(side) +
-                                 " pixels wide or high; it may have 1 to " + std::to_string(kLargestSide));
+                                 " pixels wide or high; it may have 1 to " + std::to_string(largest_side));
     return side + side % 2;
 }
 

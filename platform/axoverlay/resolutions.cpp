@@ -14,7 +14,7 @@ using platform::reason;
 
 std::vector<VdoResolution> channel_resolutions() {
     g_autoptr(GError) error = nullptr;
-    const platform::ObjectHandle<VdoChannel> channel(vdo_channel_get(kCamera, &error));
+    const platform::ObjectHandle<VdoChannel> channel(vdo_channel_get(only_camera, &error));
     if (channel == nullptr)
         throw std::runtime_error("the camera's video channel is not available: " + reason(error));
     g_autofree VdoResolutionSet* set = vdo_channel_get_resolutions(channel.get(), nullptr, &error);

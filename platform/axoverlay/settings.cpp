@@ -12,8 +12,8 @@
 namespace host_overlay {
 namespace {
 
-constexpr int kDefaultQuality = 80;
-constexpr std::string_view kUnix = "unix:";
+constexpr int default_quality = 80;
+constexpr std::string_view unix_prefix = "unix:";
 
 [[noreturn]] void refuse_listen(const std::string& text) {
     throw std::runtime_error("KORVEX_OVERLAY_LISTEN is \"" + text +
@@ -29,8 +29,8 @@ std::optional<ListenAddress> listen_setting() {
         return std::nullopt;
     ListenAddress listen;
     listen.text = text;
-    if (text.starts_with(kUnix)) {
-        listen.path = text.substr(kUnix.size());
+    if (text.starts_with(unix_prefix)) {
+        listen.path = text.substr(unix_prefix.size());
         if (listen.path.empty())
             refuse_listen(text);
         return listen;
@@ -54,7 +54,7 @@ std::optional<ListenAddress> listen_setting() {
 int jpeg_quality_setting() {
     const std::string text = platform::environment("KORVEX_OVERLAY_JPEG_QUALITY");
     if (text.empty())
-        return kDefaultQuality;
+        return default_quality;
     const auto quality = platform::parse_number(text, 1, 100);
     if (!quality)
         throw std::runtime_error("KORVEX_OVERLAY_JPEG_QUALITY is \"" + text + "\"; it must be 1 to 100");

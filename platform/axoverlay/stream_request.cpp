@@ -8,9 +8,9 @@
 namespace host_overlay {
 namespace {
 
-constexpr std::string_view kFolder = "/stream/";
-constexpr std::string_view kMotion = ".mjpg";
-constexpr std::string_view kPicture = ".jpg";
+constexpr std::string_view stream_folder = "/stream/";
+constexpr std::string_view motion_suffix = ".mjpg";
+constexpr std::string_view picture_suffix = ".jpg";
 
 StreamRequest refused(unsigned status, std::string sentence) {
     return {status, std::move(sentence), {}, false};
@@ -49,14 +49,14 @@ StreamRequest parse_stream_request(const std::string& path, const QueryArguments
                                    const std::vector<VdoResolution>& offered) {
     StreamRequest request;
     std::string_view name = path;
-    const std::string_view suffix = name.ends_with(kMotion) ? kMotion : kPicture;
-    if (!name.starts_with(kFolder) || !name.ends_with(suffix))
+    const std::string_view suffix = name.ends_with(motion_suffix) ? motion_suffix : picture_suffix;
+    if (!name.starts_with(stream_folder) || !name.ends_with(suffix))
         return refused(404, "There is nothing here; the camera's video is at /stream/WIDTHxHEIGHT.mjpg and "
                             "/stream/WIDTHxHEIGHT.jpg, in these sizes: " +
                                 list_text(offered) + ".");
-    name.remove_prefix(kFolder.size());
+    name.remove_prefix(stream_folder.size());
     name.remove_suffix(suffix.size());
-    request.motion = suffix == kMotion;
+    request.motion = suffix == motion_suffix;
     const auto size = platform::parse_size(name);
     if (!size)
         return refused(400, "The size must be two numbers joined by an x, like 1280x720.");

@@ -16,9 +16,9 @@
 namespace host_overlay {
 namespace {
 
-constexpr unsigned kConnections = 64;
+constexpr unsigned most_connections = 64;
 /** A viewer that takes no byte for so long is given up. */
-constexpr unsigned kStalledSeconds = 30;
+constexpr unsigned stalled_seconds = 30;
 
 /** What a connection holds between the calls of answer(): nothing at first, then that its head was read, then more. */
 struct Request {
@@ -56,7 +56,7 @@ MHD_Result answer_head(MHD_Connection* connection, bool motion) {
     const auto nothing = [](void*, uint64_t, char*, std::size_t) -> ssize_t {
         return MHD_CONTENT_READER_END_OF_STREAM;
     };
-    const char* type = motion ? kMultipartType : kJpegType;
+    const char* type = motion ? multipart_type : jpeg_type;
     return queue(connection, MHD_HTTP_OK, streamed_response(nothing, 1, nullptr, nullptr, type));
 }
 
@@ -86,7 +86,8 @@ void StreamServer::listen_on(const ListenAddress& listen) {
         errno = 0;
         m_daemon.reset(MHD_start_daemon(flags, 0, nullptr, nullptr, answer, this, MHD_OPTION_ARRAY, where.data(),
                                         MHD_OPTION_NOTIFY_COMPLETED, completed, this, MHD_OPTION_CONNECTION_LIMIT,
-                                        kConnections, MHD_OPTION_CONNECTION_TIMEOUT, kStalledSeconds, MHD_OPTION_END));
+                                        most_connections, MHD_OPTION_CONNECTION_TIMEOUT, stalled_seconds,
+                                        MHD_OPTION_END));
         failure = errno;
     };
     {

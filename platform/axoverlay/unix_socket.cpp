@@ -15,8 +15,8 @@ namespace {
 using platform::as_general;
 using platform::Descriptor;
 
-constexpr int kBacklog = 64;
-constexpr mode_t kEverybody = 0666;
+constexpr int backlog = 64;
+constexpr mode_t everybody = 0666;
 
 [[noreturn]] void fail(const std::string& why) {
     throw std::runtime_error(why);
@@ -85,7 +85,7 @@ void UnixSocket::listen_at(const std::string& path) {
     }
     m_socket = new_socket();
     if (bind(m_socket.get(), as_general(address), sizeof address) != 0 ||
-        fchmodat(folder, m_name.c_str(), kEverybody, 0) != 0 || listen(m_socket.get(), kBacklog) != 0 ||
+        fchmodat(folder, m_name.c_str(), everybody, 0) != 0 || listen(m_socket.get(), backlog) != 0 ||
         fstatat(folder, m_name.c_str(), &file, AT_SYMLINK_NOFOLLOW) != 0)
         fail_with_errno();
     m_device = file.st_dev;

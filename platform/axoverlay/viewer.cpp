@@ -12,7 +12,7 @@ namespace {
 /** What the connection's body is read through; lives as long as the response. */
 using Reading = std::shared_ptr<Viewer>;
 
-constexpr std::size_t kReadSize = 65536;
+constexpr std::size_t read_size = 65536;
 
 } // namespace
 
@@ -82,14 +82,14 @@ MHD_Response* Viewer::response(unsigned& status) {
             return (*static_cast<Reading*>(reading))->read(buffer, size);
         };
         const auto release = [](void* reading) { delete static_cast<Reading*>(reading); };
-        return streamed_response(read_from, kReadSize, new Reading(shared_from_this()), release, kMultipartType);
+        return streamed_response(read_from, read_size, new Reading(shared_from_this()), release, multipart_type);
     }
     m_done = true;
     auto* kept = new std::shared_ptr<const EncodedPicture>(std::exchange(m_next, nullptr));
     const auto release = [](void* picture) { delete static_cast<std::shared_ptr<const EncodedPicture>*>(picture); };
     auto* jpeg = const_cast<std::uint8_t*>((*kept)->part.data() + (*kept)->jpeg_begin); // is only read
     return typed_response(
-        MHD_create_response_from_buffer_with_free_callback_cls((*kept)->jpeg_size, jpeg, release, kept), kJpegType);
+        MHD_create_response_from_buffer_with_free_callback_cls((*kept)->jpeg_size, jpeg, release, kept), jpeg_type);
 }
 
 ssize_t Viewer::read(char* buffer, std::size_t size) {

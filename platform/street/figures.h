@@ -10,20 +10,20 @@ namespace host_scene {
 void draw_street(cairo_t* context);
 
 /** A walking person seen from the side, drawn anew for every step. */
-void paint_person(cairo_t* context, const actor& person);
+void paint_person(cairo_t* context, const Actor& person);
 
 /** A vehicle seen from its right side, driving to the right; its origin is on the ground below its middle. */
-struct vehicle_sprites {
+struct VehicleSprites {
     /** Body and shadow, with empty wheel arches. */
-    sprite body;
-    sprite wheel;
+    Sprite body;
+    Sprite wheel;
     /** Wheel hubs, from the origin; the wheels stand on the ground. */
     double rear_hub;
     double front_hub;
     double wheel_radius;
 };
 
-vehicle_sprites make_vehicle(kind what, paint_job paint, double scale_x, double scale_y);
-void paint_vehicle(cairo_t* context, const vehicle_sprites& sprites, const actor& vehicle);
+VehicleSprites make_vehicle(Kind what, PaintJob paint, double scale_x, double scale_y);
+void paint_vehicle(cairo_t* context, const VehicleSprites& sprites, const Actor& vehicle);
 
 } // namespace host_scene

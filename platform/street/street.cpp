@@ -13,7 +13,7 @@ constexpr double house_foot = 286.0;
 constexpr double far_kerb = 326.0;
 constexpr double near_kerb = 582.0;
 
-void band(cairo_t* context, double top, double bottom, std::initializer_list<colour> colours) {
+void band(cairo_t* context, double top, double bottom, std::initializer_list<Colour> colours) {
     set_vertical_gradient(context, top, bottom, colours);
     fill_rectangle(context, 0, top, width, bottom - top);
 }
@@ -30,7 +30,7 @@ void window(cairo_t* context, double x, double y, double w, double h) {
     line(context, x - 3, y + h + 4, x + w + 3, y + h + 4, 3);
 }
 
-void shop_front(cairo_t* context, double x, double w, const colour& awning) {
+void shop_front(cairo_t* context, double x, double w, const Colour& awning) {
     set_vertical_gradient(context, 216, house_foot, {{0.35, 0.40, 0.44}, {0.18, 0.21, 0.24}});
     fill_rectangle(context, x + 14, 216, w - 28, house_foot - 222);
     set_colour(context, {1, 1, 1}, 0.10);
@@ -47,15 +47,15 @@ void shop_front(cairo_t* context, double x, double w, const colour& awning) {
     }
 }
 
-struct house {
+struct House {
     double x;
     double width;
     double roof;
-    colour wall;
-    colour awning;
+    Colour wall;
+    Colour awning;
 };
 
-void draw_house(cairo_t* context, const house& what) {
+void draw_house(cairo_t* context, const House& what) {
     set_vertical_gradient(context, what.roof, house_foot, {shade(what.wall, 0.08), shade(what.wall, -0.18)});
     fill_rectangle(context, what.x, what.roof, what.width, house_foot - what.roof);
     set_colour(context, shade(what.wall, -0.45));
@@ -105,7 +105,7 @@ void draw_road(cairo_t* context, std::mt19937& random) {
     for (int speck = 0; speck < 6000; ++speck) {
         const double x = static_cast<double>(random() % 12800U) / 10.0;
         const double y = far_kerb + static_cast<double>(random() % 2560U) / 10.0;
-        set_colour(context, random() % 2U == 0 ? colour{0, 0, 0} : colour{1, 1, 1}, 0.07);
+        set_colour(context, random() % 2U == 0 ? Colour{0, 0, 0} : Colour{1, 1, 1}, 0.07);
         fill_rectangle(context, x, y, 2.2, 1.3);
     }
     for (const double kerb : {far_kerb, near_kerb}) {
@@ -141,7 +141,7 @@ void draw_street(cairo_t* context) {
     // A fixed seed: the street is the same in every run.
     std::mt19937 random(20);
     band(context, 0, house_foot, {{0.62, 0.74, 0.86}, {0.86, 0.90, 0.93}});
-    constexpr std::array<house, 6> houses = {{
+    constexpr std::array<House, 6> houses = {{
         {-20, 236, 26, {0.62, 0.42, 0.34}, {0.24, 0.42, 0.33}},
         {216, 198, 62, {0.80, 0.74, 0.62}, {0.60, 0.20, 0.18}},
         {414, 250, 14, {0.56, 0.58, 0.60}, {0.20, 0.30, 0.48}},
@@ -149,7 +149,7 @@ void draw_street(cairo_t* context) {
         {870, 232, 20, {0.66, 0.66, 0.60}, {0.38, 0.22, 0.34}},
         {1102, 200, 56, {0.60, 0.40, 0.35}, {0.20, 0.42, 0.42}},
     }};
-    for (const house& each : houses)
+    for (const House& each : houses)
         draw_house(context, each);
     draw_road(context, random);
     draw_bay(context);

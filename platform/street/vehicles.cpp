@@ -5,22 +5,22 @@
 namespace host_scene {
 namespace {
 
-constexpr colour tyre = {0.07, 0.07, 0.08};
-constexpr colour trim = {0.11, 0.11, 0.12};
-constexpr colour glass_top = {0.30, 0.38, 0.45};
-constexpr colour glass_bottom = {0.10, 0.13, 0.17};
+constexpr Colour tyre = {0.07, 0.07, 0.08};
+constexpr Colour trim = {0.11, 0.11, 0.12};
+constexpr Colour glass_top = {0.30, 0.38, 0.45};
+constexpr Colour glass_bottom = {0.10, 0.13, 0.17};
 
-colour paint_of(paint_job paint) {
+Colour paint_of(PaintJob paint) {
     switch (paint) {
-    case paint_job::red:
+    case PaintJob::red:
         return {0.72, 0.07, 0.08};
-    case paint_job::white:
+    case PaintJob::white:
         return {0.90, 0.91, 0.92};
-    case paint_job::yellow:
+    case PaintJob::yellow:
         return {0.95, 0.72, 0.10};
-    case paint_job::blue:
+    case PaintJob::blue:
         return {0.16, 0.28, 0.55};
-    case paint_job::green:
+    case PaintJob::green:
         break;
     }
     return {0.18, 0.42, 0.28};
@@ -31,13 +31,13 @@ void fill_glass(cairo_t* context, double top, double bottom) {
     cairo_fill(context);
 }
 
-void lamp(cairo_t* context, double x, double y, double width, double height, const colour& glow) {
+void lamp(cairo_t* context, double x, double y, double width, double height, const Colour& glow) {
     rounded_rectangle(context, x, y, width, height, std::min(width, height) * 0.45);
     set_vertical_gradient(context, y, y + height, {shade(glow, 0.4), glow});
     cairo_fill(context);
 }
 
-void wheel_arches(cairo_t* context, const vehicle_sprites& sprites) {
+void wheel_arches(cairo_t* context, const VehicleSprites& sprites) {
     set_colour(context, {0.03, 0.03, 0.04});
     disc(context, sprites.rear_hub, -sprites.wheel_radius, sprites.wheel_radius * 1.17);
     disc(context, sprites.front_hub, -sprites.wheel_radius, sprites.wheel_radius * 1.17);
@@ -59,7 +59,7 @@ void saloon_outline(cairo_t* context) {
     cairo_close_path(context);
 }
 
-void draw_saloon(cairo_t* context, const colour& paint) {
+void draw_saloon(cairo_t* context, const Colour& paint) {
     saloon_outline(context);
     set_vertical_gradient(context, -93, -12, {shade(paint, 0.25), paint, shade(paint, 0.10), shade(paint, -0.45)});
     cairo_fill_preserve(context);
@@ -96,7 +96,7 @@ void draw_saloon(cairo_t* context, const colour& paint) {
 /** The van is drawn in the saloon's proportions and stands this much taller. */
 constexpr double van_size = 1.2;
 
-void draw_van(cairo_t* context, const colour& paint) {
+void draw_van(cairo_t* context, const Colour& paint) {
     cairo_new_path(context);
     cairo_move_to(context, -133, -16);
     cairo_line_to(context, -134, -106);
@@ -134,7 +134,7 @@ void draw_van(cairo_t* context, const colour& paint) {
     lamp(context, -134, -72, 6, 22, {0.75, 0.06, 0.06});
 }
 
-void draw_bus(cairo_t* context, const colour& paint) {
+void draw_bus(cairo_t* context, const Colour& paint) {
     rounded_rectangle(context, -214, -150, 428, 136, 13);
     set_vertical_gradient(context, -150, -14,
                           {shade(paint, 0.35), paint, shade(paint, 0.05), shade(paint, -0.08), shade(paint, -0.4)});
@@ -179,9 +179,9 @@ void draw_bus(cairo_t* context, const colour& paint) {
     fill_rounded(context, 212, -122, 6, 22, 2);
 }
 
-sprite make_wheel(double radius, double scale_x, double scale_y) {
+Sprite make_wheel(double radius, double scale_x, double scale_y) {
     const double edge = radius + 1.0;
-    sprite made = make_sprite(edge, edge, edge, edge, scale_x, scale_y);
+    Sprite made = make_sprite(edge, edge, edge, edge, scale_x, scale_y);
     const CairoContext context = draw_on(made);
     set_colour(context.get(), tyre);
     disc(context.get(), 0, 0, radius);
@@ -203,21 +203,21 @@ sprite make_wheel(double radius, double scale_x, double scale_y) {
 
 } // namespace
 
-vehicle_sprites make_vehicle(kind what, paint_job paint, double scale_x, double scale_y) {
+VehicleSprites make_vehicle(Kind what, PaintJob paint, double scale_x, double scale_y) {
     const double half = length_of(what) / 2.0;
     const double height = height_of(what);
-    vehicle_sprites made{};
-    made.wheel_radius = what == kind::saloon ? 22.5 : what == kind::van ? 23.0 * van_size : 25.0;
-    made.rear_hub = what == kind::saloon ? -86.0 : what == kind::van ? -82.0 * van_size : -118.0;
-    made.front_hub = what == kind::saloon ? 90.0 : what == kind::van ? 84.0 * van_size : 106.0;
+    VehicleSprites made{};
+    made.wheel_radius = what == Kind::saloon ? 22.5 : what == Kind::van ? 23.0 * van_size : 25.0;
+    made.rear_hub = what == Kind::saloon ? -86.0 : what == Kind::van ? -82.0 * van_size : -118.0;
+    made.front_hub = what == Kind::saloon ? 90.0 : what == Kind::van ? 84.0 * van_size : 106.0;
     made.body = make_sprite(half + 24, height + 4, half + 24, 18, scale_x, scale_y);
     made.wheel = make_wheel(made.wheel_radius, scale_x, scale_y);
     const CairoContext context = draw_on(made.body);
     soft_shadow(context.get(), 0, 0, half + 20, 13, 0.6);
-    const colour coat = paint_of(paint);
-    if (what == kind::saloon) {
+    const Colour coat = paint_of(paint);
+    if (what == Kind::saloon) {
         draw_saloon(context.get(), coat);
-    } else if (what == kind::van) {
+    } else if (what == Kind::van) {
         cairo_save(context.get());
         cairo_scale(context.get(), van_size, van_size);
         draw_van(context.get(), coat);
@@ -229,7 +229,7 @@ vehicle_sprites make_vehicle(kind what, paint_job paint, double scale_x, double 
     return made;
 }
 
-void paint_vehicle(cairo_t* context, const vehicle_sprites& sprites, const actor& vehicle) {
+void paint_vehicle(cairo_t* context, const VehicleSprites& sprites, const Actor& vehicle) {
     cairo_save(context);
     cairo_translate(context, vehicle.x, vehicle.ground);
     cairo_scale(context, vehicle.to_the_left ? -vehicle.scale : vehicle.scale, vehicle.scale);

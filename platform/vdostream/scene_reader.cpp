@@ -16,7 +16,7 @@ constexpr int height = host_scene::design_height;
 
 class ScenePicture : public Picture {
   public:
-    explicit ScenePicture(std::shared_ptr<host_scene::street_scene> scene) : m_scene(std::move(scene)) {}
+    explicit ScenePicture(std::shared_ptr<host_scene::StreetScene> scene) : m_scene(std::move(scene)) {}
 
   protected:
     bool native(Nv12View& view) override {
@@ -29,7 +29,7 @@ class ScenePicture : public Picture {
     }
 
   private:
-    const std::shared_ptr<host_scene::street_scene> m_scene;
+    const std::shared_ptr<host_scene::StreetScene> m_scene;
     std::vector<std::uint8_t> m_pixels;
 };
 
@@ -39,7 +39,7 @@ SceneReader::SceneReader() = default;
 SceneReader::~SceneReader() = default;
 
 bool SceneReader::open(std::string& /*why*/) {
-    m_scene = std::make_shared<host_scene::street_scene>(width, height);
+    m_scene = std::make_shared<host_scene::StreetScene>(width, height);
     m_next = 0;
     return true;
 }

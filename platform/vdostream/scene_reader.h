@@ -6,7 +6,7 @@
 #include <memory>
 
 namespace host_scene {
-class street_scene;
+class StreetScene;
 }
 
 namespace vdostream {
@@ -23,7 +23,7 @@ class SceneReader : public Reader {
     SourceProperties properties() const override;
 
   private:
-    std::shared_ptr<host_scene::street_scene> m_scene;
+    std::shared_ptr<host_scene::StreetScene> m_scene;
     std::int64_t m_next = 0;
 };
 

@@ -101,9 +101,8 @@ gboolean KeyValueSet::update(const KeyValueSet& event, GError** error) {
 }
 
 const KeyValue* KeyValueSet::find(const std::string& key, const std::string& name_space) const {
-    const auto found = std::find_if(m_entries.begin(), m_entries.end(), [&](const KeyValue& entry) {
-        return entry.key == key && entry.name_space == name_space;
-    });
+    const auto found = std::ranges::find_if(
+        m_entries, [&](const KeyValue& entry) { return entry.key == key && entry.name_space == name_space; });
     return found == m_entries.end() ? nullptr : &*found;
 }
 

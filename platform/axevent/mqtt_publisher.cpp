@@ -66,7 +66,7 @@ class MqttPublisher::Worker {
     void announce(const MqttMessage& message) {
         {
             const std::lock_guard lock(m_mutex);
-            if (std::find(m_announcements.begin(), m_announcements.end(), message) != m_announcements.end())
+            if (std::ranges::find(m_announcements, message) != m_announcements.end())
                 return;
             m_announcements.push_back(message);
         }

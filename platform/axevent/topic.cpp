@@ -8,8 +8,7 @@ namespace {
 /** A level's name space is not fixed: the key alone tells it. */
 const KeyValue* level(const KeyValueSet& set, int number) {
     const std::string key = "topic" + std::to_string(number);
-    const auto found = std::find_if(set.entries().begin(), set.entries().end(),
-                                    [&](const KeyValue& entry) { return entry.key == key; });
+    const auto found = std::ranges::find(set.entries(), key, &KeyValue::key);
     return found == set.entries().end() ? nullptr : &*found;
 }
 

@@ -6,6 +6,7 @@
 #include "platform/axparameter/manifest.h"
 #include "platform/axparameter/store.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cmath>
@@ -76,14 +77,6 @@ std::string wanted_instead(const DeclaredParameter& declared, const std::string&
     return wanted_instead(declared.kind, text);
 }
 
-const DeclaredParameter* find(const Manifest& manifest, const std::string& name) {
-    for (const DeclaredParameter& parameter : manifest.parameters) {
-        if (parameter.name == name)
-            return &parameter;
-    }
-    return nullptr;
-}
-
 /** One argument: without a value the parameter is to be printed. */
 struct Wish {
     std::string name;
@@ -128,8 +121,8 @@ int main(int argc, char** argv) {
     std::vector<Wish> wishes;
     for (int i = 1; i < argc; ++i) {
         const Wish wish = wish_of(argv[i]);
-        const DeclaredParameter* declared = find(manifest, wish.name);
-        if (declared == nullptr) {
+        const auto declared = std::ranges::find(manifest.parameters, wish.name, &DeclaredParameter::name);
+        if (declared == manifest.parameters.end()) {
             std::fprintf(stderr, "There is no parameter \"%s\". There are:%s\n", wish.name.c_str(),
                          list_of(manifest).c_str());
             return 1;

@@ -13,10 +13,7 @@ void vdo_map_set_uint32(VdoMap* map, const gchar* name, guint32 value) {
 }
 
 guint32 vdo_map_get_uint32(const VdoMap* map, const gchar* name, guint32 default_value) {
-    if (map == nullptr || name == nullptr)
-        return default_value;
-    const auto found = map->state->find(name);
-    return found == map->state->end() ? default_value : found->second;
+    return map == nullptr || name == nullptr ? default_value : vdostream::value_or(*map->state, name, default_value);
 }
 
 void vdo_map_dump(const VdoMap* map) {

@@ -14,11 +14,6 @@ namespace {
 constexpr std::array<std::string_view, 7> known_names = {"channel",  "format",    "width",          "height",
                                                          "rotation", "framerate", "buffer.strategy"};
 
-std::uint32_t value_or(const MapValues& asked, const char* name, std::uint32_t fallback) {
-    const auto found = asked.find(name);
-    return found == asked.end() ? fallback : found->second;
-}
-
 bool read_aspect(AspectRule& aspect, std::string& why) {
     const std::string text = platform::environment("KORVEX_VDO_ASPECT");
     if (text.empty() || text == "fit") {

@@ -24,8 +24,9 @@ namespace host_events {
  * order, and after an interruption the last one may arrive twice. After a reconnection the last confirmed state of
  * each alert goes first, for a broker that forgot what it retained.
  *
- * The client library's own threaded loop would not do: it ends for good where a name or a certificate is wrong, it
- * cannot be left to itself while the name service hangs, and it reads before anybody can look at what has come.
+ * The client library's own threaded loop would not do: it reads before anybody can look at what has come (200 MiB of
+ * one packet, where 64 KiB are the limit), it ends for good at a certificate that is wrong, and it begins with asking
+ * the name service on its caller's thread.
  */
 class MqttPublisher {
   public:

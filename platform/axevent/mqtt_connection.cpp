@@ -29,7 +29,7 @@ constexpr int qos = 1;
  * What a broker may send without confirming anything: a TLS handshake has a few thousand bytes, an answer to a ping
  * has two.
  */
-constexpr std::uint64_t most_unasked_bytes = 64 * 1024;
+constexpr std::uint64_t most_unasked_bytes = std::uint64_t{64} * 1024;
 
 mosquitto* new_client(const MqttSettings& settings, void* owner) {
     // Nothing is cleaned up at the process's end: a connection that hangs in the name service may still be there.

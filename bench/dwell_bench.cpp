@@ -88,7 +88,7 @@ bench::StayBook replay(double minutes, const char* outputs, double period) {
             book.alert(now, level_of(occurrence.nice_name), occurrence.active.value_or(false));
         }
     });
-    const host_scene::street_scene scene(host_scene::design_width, host_scene::design_height);
+    const host_scene::StreetScene scene(host_scene::design_width, host_scene::design_height);
     std::ofstream recorded;
     if (outputs != nullptr) {
         recorded.open(outputs);

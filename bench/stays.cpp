@@ -26,7 +26,7 @@ struct StayBook::Box {
     }
 };
 
-StayBook::Box StayBook::box_of(const host_scene::truth_object& vehicle) const {
+StayBook::Box StayBook::box_of(const host_scene::TruthObject& vehicle) const {
     return {vehicle.left * scale_, vehicle.top * scale_, vehicle.width * scale_, vehicle.height * scale_};
 }
 
@@ -36,7 +36,7 @@ Stay* StayBook::last_stay(int vehicle) {
     return found != stays_.rend() ? &*found : nullptr;
 }
 
-void StayBook::look(double now, const std::vector<host_scene::truth_object>& truth) {
+void StayBook::look(double now, const std::vector<host_scene::TruthObject>& truth) {
     std::vector<int> inside;
     for (const auto& each : truth) {
         const Box box = box_of(each);
@@ -61,7 +61,7 @@ void StayBook::look(double now, const std::vector<host_scene::truth_object>& tru
     }
 }
 
-void StayBook::pass(double now, const std::vector<host_scene::truth_object>& truth, const t_findings_list& findings) {
+void StayBook::pass(double now, const std::vector<host_scene::TruthObject>& truth, const t_findings_list& findings) {
     for (const auto& each : truth) {
         Stay* stay = last_stay(each.id);
         // Its box may be found in the area a little longer than its centre is there.

@@ -40,9 +40,9 @@ class StayBook {
         : thresholds_(thresholds), tolerance_(tolerance), scale_(scale) {}
 
     /** The truth at that moment; called often, so that entering and leaving are known well. */
-    void look(double now, const std::vector<host_scene::truth_object>& truth);
+    void look(double now, const std::vector<host_scene::TruthObject>& truth);
     /** After the look at the same moment. */
-    void pass(double now, const std::vector<host_scene::truth_object>& truth, const t_findings_list& findings);
+    void pass(double now, const std::vector<host_scene::TruthObject>& truth, const t_findings_list& findings);
     void alert(double now, int level, bool active);
 
     const std::vector<Stay>& stays() const { return stays_; }
@@ -50,7 +50,7 @@ class StayBook {
 
   private:
     struct Box;
-    Box box_of(const host_scene::truth_object& vehicle) const;
+    Box box_of(const host_scene::TruthObject& vehicle) const;
     Stay* last_stay(int vehicle);
 
     const std::array<int, levels> thresholds_;

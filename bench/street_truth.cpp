@@ -15,17 +15,17 @@ int main(int argc, char** argv) {
         return 2;
     }
     t_Polygon area;
-    for (const host_scene::scene_point& corner : host_scene::suggested_area) {
+    for (const host_scene::ScenePoint& corner : host_scene::suggested_area) {
         area.emplace_back(corner.x, corner.y);
     }
     area_of_interest zones;
     zones.set_detection(1, area);
-    const host_scene::street_scene scene(host_scene::design_width, host_scene::design_height);
+    const host_scene::StreetScene scene(host_scene::design_width, host_scene::design_height);
     std::map<int, double> inside; // since when, by id
     for (int frame = 0; frame <= seconds * host_scene::frames_a_second; ++frame) {
         const double now = frame / host_scene::frames_a_second;
         std::map<int, double> still;
-        for (const host_scene::truth_object& object : scene.truth(now)) {
+        for (const host_scene::TruthObject& object : scene.truth(now)) {
             const std::pair<int, int> centre(static_cast<int>(object.left + object.width / 2),
                                              static_cast<int>(object.top + object.height / 2));
             const bool here = object.class_index != 0 && zones.is_detected(1, centre);

@@ -1,5 +1,4 @@
 // The C interface's handlers: who declares and sends. What they declare lives in the process's one event service.
-#include "platform/axevent/completion.h"
 #include "platform/axevent/event_service.h"
 #include "platform/axevent/failure.h"
 
@@ -7,12 +6,49 @@
 #include <mutex>
 
 using host_events::ErrorCode;
+using host_events::EventService;
 using host_events::fail;
 
+namespace {
+
+struct Call {
+    guint declaration;
+    AXDeclarationCompleteCallback callback;
+    gpointer user_data;
+};
+
+void withdraw(GSource* source) {
+    g_source_destroy(source);
+    g_source_unref(source);
+}
+
+/**
+ * The callback of a declaration: called once from the main loop of the thread that declared, never from inside the
+ * declaring call, and not any more once this handle is gone.
+ */
+using Completion = platform::Handle<GSource, withdraw>;
+
+Completion completion(const Call& call) {
+    Completion source(g_idle_source_new());
+    g_source_set_callback(
+        source.get(),
+        [](gpointer data) -> gboolean {
+            const auto* due = static_cast<const Call*>(data);
+            due->callback(due->declaration, due->user_data);
+            return G_SOURCE_REMOVE;
+        },
+        new Call(call), [](gpointer data) { delete static_cast<Call*>(data); });
+    g_autoptr(GMainContext) context = g_main_context_ref_thread_default();
+    g_source_attach(source.get(), context);
+    return source;
+}
+
+} // namespace
+
 struct _AXEventHandler {
-    std::shared_ptr<host_events::EventService> service = host_events::EventService::acquire();
+    std::shared_ptr<EventService> service = EventService::acquire();
     std::mutex mutex; // the completions
-    std::map<guint, host_events::Completion> completions;
+    std::map<guint, Completion> completions;
 };
 
 AXEventHandler* ax_event_handler_new(void) {
@@ -20,49 +56,43 @@ AXEventHandler* ax_event_handler_new(void) {
 }
 
 void ax_event_handler_free(AXEventHandler* handler) {
-    if (handler == nullptr) {
+    if (handler == nullptr)
         return;
-    }
     handler->completions.clear();
     handler->service->forget(handler);
-    host_events::EventService::release(std::move(handler->service));
+    EventService::release(std::move(handler->service));
     delete handler;
 }
 
 gboolean ax_event_handler_declare(AXEventHandler* handler, AXEventKeyValueSet* set, gboolean stateless,
                                   guint* declaration, AXDeclarationCompleteCallback callback, gpointer user_data,
                                   GError** error) {
-    if (handler == nullptr || set == nullptr || declaration == nullptr) {
+    if (handler == nullptr || set == nullptr || declaration == nullptr)
         return fail(error, ErrorCode::argument,
                     "The handler, the set and the place for the declaration must be given.");
-    }
     guint id = 0;
-    if (handler->service->declare(handler, set->values, stateless != FALSE, id, error) == FALSE) {
+    if (handler->service->declare(handler, set->values, stateless != FALSE, id, error) == FALSE)
         return FALSE;
-    }
     *declaration = id;
     if (callback != nullptr) {
         const std::lock_guard lock(handler->mutex);
-        handler->completions.try_emplace(id, id, callback, user_data);
+        handler->completions.try_emplace(id, completion({id, callback, user_data}));
     }
     return TRUE;
 }
 
 gboolean ax_event_handler_undeclare(AXEventHandler* handler, guint declaration, GError** error) {
-    if (handler == nullptr) {
+    if (handler == nullptr)
         return fail(error, ErrorCode::argument, "The handler is NULL.");
-    }
-    if (handler->service->undeclare(handler, declaration, error) == FALSE) {
+    if (handler->service->undeclare(handler, declaration, error) == FALSE)
         return FALSE;
-    }
     const std::lock_guard lock(handler->mutex);
     handler->completions.erase(declaration);
     return TRUE;
 }
 
 gboolean ax_event_handler_send_event(AXEventHandler* handler, guint declaration, AXEvent* event, GError** error) {
-    if (handler == nullptr || event == nullptr) {
+    if (handler == nullptr || event == nullptr)
         return fail(error, ErrorCode::argument, "The handler and the event must be given.");
-    }
     return handler->service->send(handler, declaration, *event, error);
 }

@@ -30,12 +30,10 @@ gboolean ax_event_key_value_set_add_key_value(AXEventKeyValueSet* set, const gch
 }
 
 gboolean ax_event_key_value_set_add_key_values(AXEventKeyValueSet* set, GError** error, const gchar* key, ...) {
-    if (set == nullptr) {
+    if (set == nullptr)
         return no_set(error);
-    }
-    if (key == nullptr) {
+    if (key == nullptr)
         return fail(error, ErrorCode::argument, "The list of keys is empty.");
-    }
     host_events::KeyValueSet grown = set->values; // all of the list or nothing
     gboolean added = TRUE;
     va_list rest;
@@ -46,14 +44,12 @@ gboolean ax_event_key_value_set_add_key_values(AXEventKeyValueSet* set, GError**
         gconstpointer value = va_arg(rest, gconstpointer);
         const int type = va_arg(rest, int);
         added = grown.add(key, name_space, value, type, error);
-        if (added != FALSE) {
+        if (added != FALSE)
             key = va_arg(rest, const gchar*);
-        }
     }
     va_end(rest);
-    if (added != FALSE) {
+    if (added != FALSE)
         set->values = std::move(grown);
-    }
     return added;
 }
 

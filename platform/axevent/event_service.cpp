@@ -24,17 +24,15 @@ Slot& slot() {
 /** An application that ends without freeing its handler still leaves the broker in order. */
 void close_at_exit() {
     const std::lock_guard lock(slot().mutex);
-    if (const std::shared_ptr<EventService> service = slot().service.lock()) {
+    if (const std::shared_ptr<EventService> service = slot().service.lock())
         service->close_outputs();
-    }
 }
 
 guint next_id() {
     static std::atomic<guint> last{0};
     guint id = 0;
-    while (id == 0) {
+    while (id == 0)
         id = ++last;
-    }
     return id;
 }
 
@@ -62,10 +60,9 @@ void EventService::release(std::shared_ptr<EventService> service) {
 
 gboolean EventService::declare(const void* owner, const KeyValueSet& set, bool stateless, guint& id, GError** error) {
     const std::optional<Topic> topic = topic_of(set);
-    if (!topic) {
+    if (!topic)
         return fail(error, ErrorCode::no_topic,
                     "The set to declare needs a topic0, and every topic level is a text that is not empty.");
-    }
     const std::lock_guard lock(m_mutex);
     id = next_id();
     const Declaration& added = m_declarations[id] = {owner, set, *topic, stateless};
@@ -76,9 +73,8 @@ gboolean EventService::declare(const void* owner, const KeyValueSet& set, bool s
 gboolean EventService::undeclare(const void* owner, guint id, GError** error) {
     const std::lock_guard lock(m_mutex);
     const auto found = find(owner, id, error);
-    if (found == m_declarations.end()) {
+    if (found == m_declarations.end())
         return FALSE;
-    }
     publish(Occurrence::What::undeclared, found->second, m_clock());
     m_declarations.erase(found);
     return TRUE;
@@ -87,9 +83,8 @@ gboolean EventService::undeclare(const void* owner, guint id, GError** error) {
 gboolean EventService::send(const void* owner, guint id, const AXEvent& event, GError** error) {
     const std::lock_guard lock(m_mutex);
     const auto found = find(owner, id, error);
-    if (found == m_declarations.end() || found->second.state.update(event.values, error) == FALSE) {
+    if (found == m_declarations.end() || found->second.state.update(event.values, error) == FALSE)
         return FALSE;
-    }
     publish(Occurrence::What::event, found->second, event.time);
     return TRUE;
 }

@@ -11,8 +11,10 @@
 
 namespace host_events {
 
-/** The declarations of a process and their outputs. Any thread; the order in which calls return on one thread is the
-    order in every output. */
+/**
+ * The declarations of a process and their outputs. Any thread; the order in which calls return on one thread is the
+ * order in every output.
+ */
 class EventService {
   public:
     using Clock = std::function<std::string()>;
@@ -25,8 +27,10 @@ class EventService {
     /** Gives it back; the last one ends the outputs before this returns. */
     static void release(std::shared_ptr<EventService> service);
 
-    /** An owner is any address; only it may send on or end its declarations. Gives an id that is never 0 and that no
-        other declaration of the process had before. */
+    /**
+     * An owner is any address; only it may send on or end its declarations. Gives an id that is never 0 and that no
+     * other declaration of the process had before.
+     */
     gboolean declare(const void* owner, const KeyValueSet& set, bool stateless, guint& id, GError** error);
     gboolean undeclare(const void* owner, guint id, GError** error);
     gboolean send(const void* owner, guint id, const AXEvent& event, GError** error);

@@ -1,8 +1,7 @@
 #pragma once
 
-#include <glib.h>
-
-#include <string>
+#include "platform/common/glib.h"
+#include "platform/common/report.h"
 
 namespace host_events {
 
@@ -20,10 +19,12 @@ inline constexpr const char* error_domain = "korvex-axevent";
 
 /** Fills `error` (which may be NULL) and gives FALSE, so that a failure is one `return`. */
 inline gboolean fail(GError** error, ErrorCode code, const std::string& text) {
-    // Keys of any bytes may stand in the text; a GError's message is UTF-8.
-    g_autofree gchar* message = g_utf8_make_valid(text.c_str(), -1);
-    g_set_error_literal(error, g_quark_from_static_string(error_domain), static_cast<gint>(code), message);
-    return FALSE;
+    return platform::set_error(error, error_domain, static_cast<gint>(code), platform::valid_utf8(text)) ? TRUE : FALSE;
+}
+
+/** One line on stderr. */
+inline void complain(const std::string& text) {
+    platform::report("axevent", text);
 }
 
 } // namespace host_events

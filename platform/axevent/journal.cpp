@@ -1,11 +1,10 @@
 #include "platform/axevent/journal.h"
 
-#include "platform/axevent/complain.h"
-#include "platform/axevent/json_object.h"
+#include "platform/axevent/failure.h"
+#include "platform/axevent/json.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
@@ -27,76 +26,63 @@ const char* name_of(Occurrence::What what) {
     return "undeclared";
 }
 
-std::uint64_t size_of(int file) {
+std::uint64_t size_of(const platform::Descriptor& file) {
     struct stat status = {};
-    return fstat(file, &status) == 0 ? static_cast<std::uint64_t>(status.st_size) : 0;
+    return fstat(file.get(), &status) == 0 ? static_cast<std::uint64_t>(status.st_size) : 0;
 }
 
 } // namespace
 
 std::string journal_line(const Occurrence& occurrence) {
-    JsonObjectWriter json;
-    json.text("time", occurrence.time)
-        .text("what", name_of(occurrence.what))
-        .text("topic", occurrence.topic)
-        .text("nice_name", occurrence.nice_name);
-    if (occurrence.active) {
-        json.boolean("active", *occurrence.active);
-    } else {
-        json.null("active");
-    }
-    return json.finish();
+    return json_object({{"time", json_text(occurrence.time)},
+                        {"what", json_text(name_of(occurrence.what))},
+                        {"topic", json_text(occurrence.topic)},
+                        {"nice_name", json_text(occurrence.nice_name)},
+                        {"active", !occurrence.active   ? "null"
+                                   : *occurrence.active ? "true"
+                                                        : "false"}});
 }
 
 Journal::Journal(std::string path, std::uint64_t limit_bytes, unsigned old_files)
     : m_path(std::move(path)), m_limit_bytes(limit_bytes), m_old_files(old_files) {}
 
 void Journal::write(const std::string& line) {
-    const bool written = append(line + "\n");
-    if (!written && !m_failing) {
-        complain("cannot write the journal " + m_path + ": " + std::strerror(errno) +
+    const int failure = append(line + "\n");
+    if (failure != 0 && !m_failing)
+        complain("cannot write the journal " + m_path + ": " + std::strerror(failure) +
                  "; events go on, without it until it can be written again");
-    }
-    m_failing = !written;
+    m_failing = failure != 0;
 }
 
-int Journal::open_for(std::uint64_t added) const {
+platform::Descriptor Journal::open_for(std::uint64_t added) const {
     // A pipe in the journal's place must not keep the sender waiting for somebody who reads it.
     const auto open_it = [this] {
-        return open(m_path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK, 0644);
+        return platform::Descriptor(open(m_path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK, 0644));
     };
-    const int file = open_it();
-    if (file < 0) {
+    platform::Descriptor file = open_it();
+    const std::uint64_t size = file ? size_of(file) : 0;
+    if (size == 0 || size + added <= m_limit_bytes)
         return file;
-    }
-    const std::uint64_t size = size_of(file);
-    if (size == 0 || size + added <= m_limit_bytes) {
-        return file;
-    }
-    close(file);
+    file.reset();
     rotate();
     return open_it();
 }
 
-bool Journal::append(const std::string& text) const {
-    const int file = open_for(text.size());
-    if (file < 0) {
-        return false;
-    }
+int Journal::append(const std::string& text) const {
+    const platform::Descriptor file = open_for(text.size());
+    if (!file)
+        return errno;
     const std::uint64_t before = size_of(file);
     ssize_t written = 0;
     do {
-        written = ::write(file, text.data(), text.size());
+        written = ::write(file.get(), text.data(), text.size());
     } while (written < 0 && errno == EINTR);
-    const bool whole = written == static_cast<ssize_t>(text.size());
-    int failure = errno;
-    if (!whole && written >= 0) {
-        // A disk that fills up in the middle of a line: half a line would spoil the next one, too.
-        failure = ftruncate(file, static_cast<off_t>(before)) == 0 ? ENOSPC : errno;
-    }
-    close(file);
-    errno = failure;
-    return whole;
+    if (written < 0)
+        return errno;
+    if (written == static_cast<ssize_t>(text.size()))
+        return 0;
+    // A disk that fills up in the middle of a line: half a line would spoil the next one, too.
+    return ftruncate(file.get(), static_cast<off_t>(before)) == 0 ? ENOSPC : errno;
 }
 
 void Journal::rotate() const {
@@ -105,9 +91,8 @@ void Journal::rotate() const {
         unlink(m_path.c_str());
         return;
     }
-    for (unsigned number = m_old_files; number > 1; --number) {
+    for (unsigned number = m_old_files; number > 1; --number)
         std::rename(old(number - 1).c_str(), old(number).c_str());
-    }
     std::rename(m_path.c_str(), old(1).c_str());
 }
 

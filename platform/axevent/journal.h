@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/axevent/host_events.h"
+#include "platform/common/descriptor.h"
 
 #include <cstdint>
 #include <string>
@@ -10,12 +11,14 @@ namespace host_events {
 /** {"time":…,"what":"declared"|"event"|"undeclared","topic":…,"nice_name":…,"active":true|false|null} */
 std::string journal_line(const Occurrence& occurrence);
 
-/** A file that only grows, one line for each occurrence. Before a line would make it larger than `limit_bytes` it
-    becomes PATH.1, that one PATH.2 and so on; the oldest beyond `old_files` goes. A line is whole or not there at all.
-
-    The file is opened for each line: they are rare, and so a journal that somebody moved away, or whose disk was full
-    for a while, goes on by itself. No fsync: a line survives the end of the process, not that of the power.
-    A line that cannot be written is lost, with one message on stderr until one can be again. Not thread-safe. */
+/**
+ * A file that only grows, one line for each occurrence. Before a line would make it larger than `limit_bytes` it
+ * becomes PATH.1, that one PATH.2 and so on; the oldest beyond `old_files` goes. A line is whole or not there at all.
+ *
+ * The file is opened for each line: they are rare, and so a journal that somebody moved away, or whose disk was full
+ * for a while, goes on by itself. No fsync: a line survives the end of the process, not that of the power.
+ * A line that cannot be written is lost, with one message on stderr until one can be again. Not thread-safe.
+ */
 class Journal {
   public:
     Journal(std::string path, std::uint64_t limit_bytes, unsigned old_files);
@@ -24,9 +27,10 @@ class Journal {
     void write(const std::string& line);
 
   private:
-    /** The file open for appending, rotated before if `added` more bytes would be too many; -1 with errno. */
-    int open_for(std::uint64_t added) const;
-    bool append(const std::string& text) const;
+    /** The file open for appending, rotated before if `added` more bytes would be too many; none with errno. */
+    platform::Descriptor open_for(std::uint64_t added) const;
+    /** 0, or the system's error. */
+    int append(const std::string& text) const;
     void rotate() const;
 
     const std::string m_path;

@@ -21,15 +21,19 @@ struct KeyValue {
     std::string value_nice_name; // empty: none
 };
 
-/** The keys of a declaration or an event in the order in which they were added, with copies of their values. A key is
-    known by its name and its name space together; no name space and an empty one are the same. Not thread-safe.
-
-    The methods take what the C interface takes: a NULL or malformed argument is an error, and a call that fails changes
-    nothing. */
+/**
+ * The keys of a declaration or an event in the order in which they were added, with copies of their values. A key is
+ * known by its name and its name space together; no name space and an empty one are the same. Not thread-safe.
+ *
+ * The methods take what the C interface takes: a NULL or malformed argument is an error, and a call that fails changes
+ * nothing.
+ */
 class KeyValueSet {
   public:
-    /** `value` points at a gint, a gboolean, a gdouble or, for a string or an element, is the text itself (UTF-8).
-        `type` is a plain int, so that a number which is no type can be told. */
+    /**
+     * `value` points at a gint, a gboolean, a gdouble or, for a string or an element, is the text itself (UTF-8).
+     * `type` is a plain int, so that a number which is no type can be told.
+     */
     gboolean add(const gchar* key, const gchar* name_space, gconstpointer value, int type, GError** error);
     gboolean mark_as_data(const gchar* key, const gchar* name_space, GError** error);
     /** A NULL nice name leaves the one that is there. */

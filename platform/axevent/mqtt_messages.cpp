@@ -1,6 +1,6 @@
 #include "platform/axevent/mqtt_messages.h"
 
-#include "platform/axevent/json_object.h"
+#include "platform/axevent/json.h"
 
 #include <algorithm>
 
@@ -30,37 +30,36 @@ MqttMessage availability_message(const MqttSettings& settings, bool online) {
 }
 
 MqttMessage state_message(const MqttSettings& settings, const Occurrence& alert) {
-    JsonObjectWriter json;
-    json.text("state", alert.active.value_or(false) ? "ON" : "OFF")
-        .text("time", alert.time)
-        .text("name", alert.nice_name);
-    return {state_topic(settings, alert), json.finish()};
+    return {state_topic(settings, alert),
+            json_object({{"state", json_text(alert.active.value_or(false) ? "ON" : "OFF")},
+                         {"time", json_text(alert.time)},
+                         {"name", json_text(alert.nice_name)}})};
 }
 
 MqttMessage discovery_message(const MqttSettings& settings, const Occurrence& alert) {
-    const std::string device = identifier(settings.prefix);
-    const std::string unique = device + "_" + identifier(alert.id);
-    JsonObjectWriter json;
-    json.text("name", name_within_device(alert.nice_name))
-        .text("unique_id", unique)
-        .text("object_id", unique)
-        .text("state_topic", state_topic(settings, alert))
-        .text("value_template", "{{ value_json.state }}")
-        .text("json_attributes_topic", state_topic(settings, alert))
-        .text("payload_on", "ON")
-        .text("payload_off", "OFF")
-        .text("availability_topic", availability_message(settings, true).topic)
-        .text("payload_available", "online")
-        .text("payload_not_available", "offline")
-        .text("device_class", "occupancy");
-    json.begin("device")
-        .list("identifiers", device)
-        .text("name", product)
-        .text("manufacturer", "Korvex")
-        .text("model", "Orvel")
-        .end();
-    json.begin("origin").text("name", product).end();
-    return {settings.discovery + "/binary_sensor/" + unique + "/config", json.finish()};
+    const std::string camera = identifier(settings.prefix);
+    const std::string unique = camera + "_" + identifier(alert.id);
+    const std::string state = json_text(state_topic(settings, alert));
+    const std::string name = json_text(product);
+    const std::string device = json_object({{"identifiers", "[" + json_text(camera) + "]"},
+                                            {"name", name},
+                                            {"manufacturer", json_text("Korvex")},
+                                            {"model", json_text("Orvel")}});
+    return {settings.discovery + "/binary_sensor/" + unique + "/config",
+            json_object({{"name", json_text(name_within_device(alert.nice_name))},
+                         {"unique_id", json_text(unique)},
+                         {"object_id", json_text(unique)},
+                         {"state_topic", state},
+                         {"value_template", json_text("{{ value_json.state }}")},
+                         {"json_attributes_topic", state},
+                         {"payload_on", json_text("ON")},
+                         {"payload_off", json_text("OFF")},
+                         {"availability_topic", json_text(availability_message(settings, true).topic)},
+                         {"payload_available", json_text("online")},
+                         {"payload_not_available", json_text("offline")},
+                         {"device_class", json_text("occupancy")},
+                         {"device", device},
+                         {"origin", json_object({{"name", name}})}})};
 }
 
 std::string identifier(const std::string& text) {

@@ -24,7 +24,8 @@ MqttMessage availability_message(const MqttSettings& settings, bool online);
 /** "<prefix>/<id>/state": {"state":"ON"|"OFF","time":…,"name":…}. REQUIRES: is_alert. */
 MqttMessage state_message(const MqttSettings& settings, const Occurrence& alert);
 
-/** "<discovery>/binary_sensor/<prefix>_<id>/config": what Home Assistant needs to show the alert. REQUIRES: is_alert.
+/**
+ * "<discovery>/binary_sensor/<prefix>_<id>/config": what Home Assistant needs to show the alert. REQUIRES: is_alert.
  */
 MqttMessage discovery_message(const MqttSettings& settings, const Occurrence& alert);
 

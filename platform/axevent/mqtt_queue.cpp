@@ -1,8 +1,6 @@
 #include "platform/axevent/mqtt_queue.h"
 
-#include "platform/axevent/complain.h"
-
-#include <sqlite3.h>
+#include "platform/axevent/failure.h"
 
 #include <cstdio>
 #include <utility>
@@ -10,8 +8,12 @@
 namespace host_events {
 namespace {
 
-constexpr const char* create_sql = "CREATE TABLE IF NOT EXISTS queue (number INTEGER PRIMARY KEY, topic TEXT NOT NULL, "
-                                   "payload TEXT NOT NULL)";
+// Even NORMAL waits for the disk each time the log begins anew, which a pass must not. tidy() keeps SQLite's default
+// for itself, so that the log is on the disk before the database changes.
+constexpr const char* prepare_sql =
+    "PRAGMA journal_mode = WAL; PRAGMA synchronous = OFF; PRAGMA wal_autocheckpoint = 0;"
+    "CREATE TABLE IF NOT EXISTS queue (number INTEGER PRIMARY KEY, "
+    "topic TEXT NOT NULL, payload TEXT NOT NULL)";
 constexpr const char* insert_sql = "INSERT INTO queue (number, topic, payload) VALUES (?, ?, ?)";
 constexpr const char* delete_sql = "DELETE FROM queue WHERE number = ?";
 constexpr const char* select_sql = "SELECT number, topic, payload FROM queue ORDER BY number";
@@ -25,91 +27,46 @@ constexpr int tidy_after = 100;
 /** Only another process with the same file can be in the way, and a pass must not wait for it for long. */
 constexpr int busy_timeout_ms = 20;
 
-struct Finalize {
-    void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
-};
-using Statement = std::unique_ptr<sqlite3_stmt, Finalize>;
-
-Statement prepare(sqlite3* database, const char* sql) {
-    sqlite3_stmt* raw = nullptr;
-    sqlite3_prepare_v2(database, sql, -1, &raw, nullptr);
-    return Statement(raw);
-}
-
-/** NULL when there is no memory for it; other failures show in the handle. */
-sqlite3* connect(const std::string& path) {
-    sqlite3* database = nullptr;
-    sqlite3_open_v2(path.c_str(), &database, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr);
-    sqlite3_busy_timeout(database, busy_timeout_ms);
-    return database;
-}
-
-bool prepare_file(sqlite3* database) {
-    // Even NORMAL waits for the disk each time the log begins anew, which a pass must not. tidy() keeps SQLite's
-    // default for itself, so that the log is on the disk before the database changes.
-    return database != nullptr && sqlite3_errcode(database) == SQLITE_OK &&
-           sqlite3_exec(database,
-                        "PRAGMA journal_mode = WAL; PRAGMA synchronous = OFF; "
-                        "PRAGMA wal_autocheckpoint = 0;",
-                        nullptr, nullptr, nullptr) == SQLITE_OK &&
-           sqlite3_exec(database, create_sql, nullptr, nullptr, nullptr) == SQLITE_OK;
-}
-
-std::string column(sqlite3_stmt* statement, int index) {
-    const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(statement, index));
-    return text == nullptr ? std::string() : std::string(text);
-}
-
 } // namespace
 
-void MqttQueue::Close::operator()(sqlite3* database) const {
-    sqlite3_close_v2(database);
-}
-
 MqttQueue::MqttQueue(const std::string& path, size_t limit) : m_path(path), m_limit(limit) {
-    if (!path.empty()) {
-        open_file();
-    }
-}
-
-MqttQueue::~MqttQueue() = default;
-
-void MqttQueue::open_file() {
-    m_database.reset(connect(m_path));
-    if (prepare_file(m_database.get()) && load()) {
+    const int code = path.empty() ? SQLITE_DONE : open_file();
+    if (code == SQLITE_DONE)
         return;
-    }
-    const int code = sqlite3_errcode(m_database.get());
     file_failed(sqlite3_errmsg(m_database.get()));
     m_database.reset();
     m_entries.clear();
-    if (code != SQLITE_CORRUPT && code != SQLITE_NOTADB) {
-        return;
-    }
-    const std::string aside = m_path + ".damaged";
-    if (std::rename(m_path.c_str(), aside.c_str()) == 0) {
-        std::remove((m_path + "-wal").c_str());
-        std::remove((m_path + "-shm").c_str());
-        m_database.reset(connect(m_path));
-        if (prepare_file(m_database.get())) {
-            complain("the damaged file is " + aside + " now, and a new one is begun");
-        } else {
-            m_database.reset();
-        }
-    }
+    if (platform::is_damage(code))
+        replace_file();
 }
 
-bool MqttQueue::load() {
-    const Statement rows = prepare(m_database.get(), select_sql);
-    if (rows == nullptr) {
-        return false;
-    }
-    int code = SQLITE_OK;
+int MqttQueue::open_file() {
+    int code = platform::open_database(m_path, 0, busy_timeout_ms, m_database);
+    platform::Statement rows;
+    if (code == SQLITE_OK)
+        code = platform::execute(m_database.get(), prepare_sql);
+    if (code == SQLITE_OK)
+        code = platform::prepare(m_database.get(), select_sql, rows);
+    if (code != SQLITE_OK)
+        return code;
     while ((code = sqlite3_step(rows.get())) == SQLITE_ROW) {
         m_last_number = sqlite3_column_int64(rows.get(), 0);
-        m_entries.push_back({m_last_number, {column(rows.get(), 1), column(rows.get(), 2)}});
+        m_entries.push_back(
+            {m_last_number, {platform::column_bytes(rows.get(), 1), platform::column_bytes(rows.get(), 2)}});
     }
-    return code == SQLITE_DONE;
+    return code;
+}
+
+void MqttQueue::replace_file() {
+    const std::string aside = m_path + ".damaged";
+    if (std::rename(m_path.c_str(), aside.c_str()) != 0)
+        return;
+    std::remove((m_path + "-wal").c_str());
+    std::remove((m_path + "-shm").c_str());
+    if (open_file() == SQLITE_DONE)
+        complain("the damaged file is " + aside + " now, and a new one is begun");
+    else
+        m_database.reset();
 }
 
 void MqttQueue::push(MqttMessage message) {
@@ -132,9 +89,8 @@ std::optional<MqttQueue::Entry> MqttQueue::front() const {
 
 void MqttQueue::pop(std::int64_t number) {
     const std::lock_guard lock(m_mutex);
-    if (!m_entries.empty() && m_entries.front().number == number) {
+    if (!m_entries.empty() && m_entries.front().number == number)
         remove_first();
-    }
     m_dropping = m_dropping && !m_entries.empty();
 }
 
@@ -146,14 +102,14 @@ size_t MqttQueue::size() const {
 void MqttQueue::tidy() {
     {
         const std::lock_guard lock(m_mutex);
-        if (m_database == nullptr || m_untidied < tidy_after) {
+        if (m_database == nullptr || m_untidied < tidy_after)
             return;
-        }
         m_untidied = 0;
     }
     // A connection of its own: pushing goes on while this one waits for the disk.
-    const Database database(connect(m_path));
-    sqlite3_exec(database.get(), tidy_sql, nullptr, nullptr, nullptr);
+    platform::Database database;
+    platform::open_database(m_path, 0, busy_timeout_ms, database);
+    platform::execute(database.get(), tidy_sql);
 }
 
 void MqttQueue::remove_first() {
@@ -162,10 +118,10 @@ void MqttQueue::remove_first() {
 }
 
 void MqttQueue::run(const char* sql, std::int64_t number, const MqttMessage* message) {
-    if (m_database == nullptr) {
+    if (m_database == nullptr)
         return;
-    }
-    const Statement statement = prepare(m_database.get(), sql);
+    platform::Statement statement;
+    platform::prepare(m_database.get(), sql, statement);
     sqlite3_bind_int64(statement.get(), 1, number);
     if (message != nullptr) {
         sqlite3_bind_text(statement.get(), 2, message->topic.c_str(), -1, SQLITE_STATIC);
@@ -180,10 +136,9 @@ void MqttQueue::run(const char* sql, std::int64_t number, const MqttMessage* mes
 }
 
 void MqttQueue::file_failed(const std::string& problem) {
-    if (!m_file_failing) {
+    if (!m_file_failing)
         complain("cannot keep the broker's queue in " + m_path + ": " + problem +
                  "; changes that wait are in memory only");
-    }
     m_file_failing = true;
 }
 

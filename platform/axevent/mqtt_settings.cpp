@@ -1,35 +1,19 @@
 #include "platform/axevent/mqtt_settings.h"
 
-#include "platform/axevent/environment.h"
+#include "platform/common/settings.h"
 
+#include <glib.h>
 #include <mosquitto.h>
 #include <unistd.h>
 
 namespace host_events {
 namespace {
 
-constexpr guint64 highest_port = 65535;
+using platform::environment;
+using platform::environment_or;
+
 /** A text goes to the broker with its length in two bytes. */
 constexpr size_t longest_text = 65535;
-
-/** "HOST:PORT", an IPv6 address in brackets. */
-bool split_address(const std::string& address, MqttSettings& settings) {
-    const size_t colon = address.rfind(':');
-    guint64 port = 0;
-    if (colon == std::string::npos || colon == 0 ||
-        g_ascii_string_to_unsigned(address.c_str() + colon + 1, 10, 1, highest_port, &port, nullptr) == FALSE) {
-        return false;
-    }
-    std::string host = address.substr(0, colon);
-    if (host.size() > 2 && host.front() == '[' && host.back() == ']') {
-        host = host.substr(1, host.size() - 2);
-    } else if (host.find(':') != std::string::npos) {
-        return false;
-    }
-    settings.host = host;
-    settings.port = static_cast<int>(port);
-    return true;
-}
 
 /** The beginning of a topic, with room for the rest of it. */
 bool begins_topic(const std::string& topic) {
@@ -44,13 +28,11 @@ bool read_password(const std::string& path, std::string& password) {
     g_autofree gchar* text = nullptr;
     // Anything but a file could keep the start waiting.
     if (g_file_test(path.c_str(), G_FILE_TEST_IS_REGULAR) == FALSE ||
-        g_file_get_contents(path.c_str(), &text, nullptr, nullptr) == FALSE) {
+        g_file_get_contents(path.c_str(), &text, nullptr, nullptr) == FALSE)
         return false;
-    }
     password = text;
-    while (!password.empty() && (password.back() == '\n' || password.back() == '\r')) {
+    while (password.ends_with('\n') || password.ends_with('\r'))
         password.pop_back();
-    }
     return true;
 }
 
@@ -62,50 +44,38 @@ std::string default_queue_path() {
 } // namespace
 
 std::optional<MqttSettings> mqtt_settings_from_environment(std::string& problem) {
+    const auto refuse = [&](const std::string& sentence) {
+        problem = sentence;
+        return std::nullopt;
+    };
     const std::string address = environment("KORVEX_MQTT");
-    if (address.empty()) {
+    if (address.empty())
         return std::nullopt;
-    }
+    const auto broker = platform::parse_host_port(address, 1);
+    if (!broker)
+        return refuse("KORVEX_MQTT is '" + address + "'; it must be HOST:PORT");
     MqttSettings settings;
-    if (!split_address(address, settings)) {
-        problem = "KORVEX_MQTT is '" + address + "'; it must be HOST:PORT";
-        return std::nullopt;
-    }
+    settings.host = broker->host;
+    settings.port = broker->port;
     settings.user = environment("KORVEX_MQTT_USER");
     const std::string password_file = environment("KORVEX_MQTT_PASSWORD_FILE");
-    if (!password_file.empty() && settings.user.empty()) {
-        problem = "KORVEX_MQTT_PASSWORD_FILE is set, but KORVEX_MQTT_USER is not";
-        return std::nullopt;
-    }
-    if (!password_file.empty() && !read_password(password_file, settings.password)) {
-        problem = "KORVEX_MQTT_PASSWORD_FILE: cannot read " + password_file;
-        return std::nullopt;
-    }
-    if (settings.user.size() > longest_text || settings.password.size() > longest_text) {
-        problem =
-            "KORVEX_MQTT_USER and the password must not be longer than " + std::to_string(longest_text) + " bytes";
-        return std::nullopt;
-    }
+    if (!password_file.empty() && settings.user.empty())
+        return refuse("KORVEX_MQTT_PASSWORD_FILE is set, but KORVEX_MQTT_USER is not");
+    if (!password_file.empty() && !read_password(password_file, settings.password))
+        return refuse("KORVEX_MQTT_PASSWORD_FILE: cannot read " + password_file);
+    if (settings.user.size() > longest_text || settings.password.size() > longest_text)
+        return refuse("KORVEX_MQTT_USER and the password must not be longer than " + std::to_string(longest_text) +
+                      " bytes");
     settings.ca_file = environment("KORVEX_MQTT_CA_FILE");
-    if (!settings.ca_file.empty() && access(settings.ca_file.c_str(), R_OK) != 0) {
-        problem = "KORVEX_MQTT_CA_FILE: cannot read " + settings.ca_file;
-        return std::nullopt;
-    }
-    if (const std::string prefix = environment("KORVEX_MQTT_PREFIX"); !prefix.empty()) {
-        settings.prefix = prefix;
-    }
-    if (std::getenv("KORVEX_MQTT_DISCOVERY") != nullptr) {
+    if (!settings.ca_file.empty() && access(settings.ca_file.c_str(), R_OK) != 0)
+        return refuse("KORVEX_MQTT_CA_FILE: cannot read " + settings.ca_file);
+    settings.prefix = environment_or("KORVEX_MQTT_PREFIX", settings.prefix);
+    if (std::getenv("KORVEX_MQTT_DISCOVERY") != nullptr)
         settings.discovery = environment("KORVEX_MQTT_DISCOVERY");
-    }
-    if (!begins_topic(settings.prefix) || (!settings.discovery.empty() && !begins_topic(settings.discovery))) {
-        problem = "KORVEX_MQTT_PREFIX and KORVEX_MQTT_DISCOVERY must be topics without wildcards, with no '/' at "
-                  "either end";
-        return std::nullopt;
-    }
-    settings.queue_path = environment("KORVEX_MQTT_QUEUE");
-    if (settings.queue_path.empty()) {
-        settings.queue_path = default_queue_path();
-    }
+    if (!begins_topic(settings.prefix) || (!settings.discovery.empty() && !begins_topic(settings.discovery)))
+        return refuse("KORVEX_MQTT_PREFIX and KORVEX_MQTT_DISCOVERY must be topics without wildcards, with no '/' at "
+                      "either end");
+    settings.queue_path = environment_or("KORVEX_MQTT_QUEUE", default_queue_path());
     return settings;
 }
 

@@ -18,8 +18,10 @@ struct MqttSettings {
     std::string queue_path;                  // empty: the queue is in memory only
 };
 
-/** Reads KORVEX_MQTT and its companions. Nothing without `problem` when KORVEX_MQTT is not set; nothing with a sentence
-    in it when a variable is wrong. */
+/**
+ * Reads KORVEX_MQTT and its companions. Nothing without `problem` when KORVEX_MQTT is not set; nothing with a sentence
+ * in it when a variable is wrong.
+ */
 std::optional<MqttSettings> mqtt_settings_from_environment(std::string& problem);
 
 /** A password that others may read on its way: it goes without TLS to another machine. */

@@ -1,55 +1,107 @@
 #include "platform/axevent/outputs.h"
 
-#include "platform/axevent/complain.h"
-#include "platform/axevent/environment.h"
-#include "platform/axevent/listener.h"
+#include "platform/axevent/failure.h"
+#include "platform/common/settings.h"
 
 #include <cstdio>
+#include <mutex>
+#include <utility>
 
 namespace host_events {
 namespace {
+
+using platform::environment;
 
 constexpr std::uint64_t default_journal_bytes = 1 << 20;
 constexpr std::uint64_t default_journal_files = 3;
 constexpr std::uint64_t most_journal_files = 1000;
 
+struct Slot {
+    std::mutex mutex;
+    Listener listener;
+};
+
+/** Never destroyed: the application's own process-wide objects send their last events while the process ends. */
+Slot& slot() {
+    static Slot* instance = new Slot;
+    return *instance;
+}
+
+const char* verb(const Occurrence& occurrence) {
+    switch (occurrence.what) {
+    case Occurrence::What::declared:
+        return "declared";
+    case Occurrence::What::undeclared:
+        return "undeclared";
+    case Occurrence::What::event:
+        break;
+    }
+    if (!occurrence.active)
+        return "sent";
+    return *occurrence.active ? "started" : "stopped";
+}
+
+/** The default when it is not set, and with a message when it is no number of that range. */
+std::uint64_t environment_number(const char* name, std::uint64_t otherwise, std::uint64_t least, std::uint64_t most) {
+    const std::string text = environment(name);
+    const auto number = platform::parse_number(text, least, most);
+    if (!number && !text.empty())
+        complain(std::string(name) + " is '" + text + "', which is no number from " + std::to_string(least) + " to " +
+                 std::to_string(most) + "; " + std::to_string(otherwise) + " is used");
+    return number.value_or(otherwise);
+}
+
 } // namespace
+
+void set_listener(Listener listener) {
+    const std::lock_guard lock(slot().mutex);
+    slot().listener = std::move(listener);
+}
+
+bool tell_listener(const Occurrence& occurrence) {
+    const std::lock_guard lock(slot().mutex);
+    if (!slot().listener)
+        return false;
+    slot().listener(occurrence);
+    return true;
+}
+
+std::string console_line(const Occurrence& occurrence) {
+    return occurrence.time + " " + occurrence.nice_name + ": " + verb(occurrence);
+}
 
 Outputs Outputs::from_environment() {
     Outputs outputs;
     const std::string journal = environment("KORVEX_AXEVENT_JOURNAL");
     if (!journal.empty()) {
-        outputs.m_journal.emplace(
-            journal, environment_number("KORVEX_AXEVENT_JOURNAL_BYTES", default_journal_bytes, 1, G_MAXINT64),
-            static_cast<unsigned>(
-                environment_number("KORVEX_AXEVENT_JOURNAL_FILES", default_journal_files, 0, most_journal_files)));
+        const auto bytes = environment_number("KORVEX_AXEVENT_JOURNAL_BYTES", default_journal_bytes, 1, G_MAXINT64);
+        const auto files =
+            environment_number("KORVEX_AXEVENT_JOURNAL_FILES", default_journal_files, 0, most_journal_files);
+        outputs.m_journal.emplace(journal, bytes, static_cast<unsigned>(files));
     }
     outputs.m_console = environment("KORVEX_AXEVENT_CONSOLE") == "1";
     std::string problem;
     const std::optional<MqttSettings> settings = mqtt_settings_from_environment(problem);
-    if (settings) {
-        if (shows_password(*settings)) {
-            complain("the password for the broker " + settings->host +
-                     " goes through the network for everybody to read; KORVEX_MQTT_CA_FILE (--mqtt-ca) turns TLS on");
-        }
-        outputs.m_mqtt = std::make_unique<MqttPublisher>(*settings);
-    } else if (!problem.empty()) {
+    if (!problem.empty())
         complain(problem + "; events do not go to a broker");
-    }
+    if (!settings)
+        return outputs;
+    if (shows_password(*settings))
+        complain("the password for the broker " + settings->host +
+                 " goes through the network for everybody to read; KORVEX_MQTT_CA_FILE (--mqtt-ca) turns TLS on");
+    outputs.m_mqtt = std::make_unique<MqttPublisher>(*settings);
     return outputs;
 }
 
 void Outputs::publish(const Occurrence& occurrence) {
-    if (m_journal) {
+    if (m_journal)
         m_journal->write(journal_line(occurrence));
-    }
     if (!tell_listener(occurrence) && m_console) {
         std::fprintf(stdout, "%s\n", console_line(occurrence).c_str());
         std::fflush(stdout);
     }
-    if (m_mqtt) {
+    if (m_mqtt)
         m_mqtt->publish(occurrence);
-    }
 }
 
 } // namespace host_events

@@ -9,14 +9,24 @@
 
 namespace host_events {
 
-/** Where occurrences go: journal, listener or console, broker, each as its environment variables say (README.md).
-    A bad variable is said on stderr and its output does without it. */
+/** Calls the listener; false when there is none. */
+bool tell_listener(const Occurrence& occurrence);
+
+/** The line for a person: "<time> <nice name>: started", or declared, stopped, sent, undeclared. No newline. */
+std::string console_line(const Occurrence& occurrence);
+
+/**
+ * Where occurrences go: journal, listener or console, broker, each as its environment variables say (README.md).
+ * A bad variable is said on stderr and its output does without it.
+ */
 class Outputs {
   public:
     static Outputs from_environment();
 
-    /** Costs a short write to each file; never waits for the broker. One call at a time: their order is the order of
-        every output. */
+    /**
+     * Costs a short write to each file; never waits for the broker. One call at a time: their order is the order of
+     * every output.
+     */
     void publish(const Occurrence& occurrence);
 
     /** Ends the broker's part: the camera goes offline there. Takes at most a third of a second. */

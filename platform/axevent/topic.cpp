@@ -8,8 +8,7 @@ namespace {
 /** A level's name space is not fixed: the key alone tells it. */
 const KeyValue* level(const KeyValueSet& set, int number) {
     const std::string key = "topic" + std::to_string(number);
-    const auto found = std::find_if(set.entries().begin(), set.entries().end(),
-                                    [&](const KeyValue& entry) { return entry.key == key; });
+    const auto found = std::ranges::find(set.entries(), key, &KeyValue::key);
     return found == set.entries().end() ? nullptr : &*found;
 }
 
@@ -19,38 +18,31 @@ std::optional<Topic> topic_of(const KeyValueSet& set) {
     Topic topic;
     for (int number = 0;; ++number) {
         const KeyValue* entry = level(set, number);
-        if (entry == nullptr) {
+        if (entry == nullptr)
             break;
-        }
         const auto* text = std::get_if<std::string>(&entry->value);
-        if (text == nullptr || text->empty()) {
+        if (text == nullptr || text->empty())
             return std::nullopt;
-        }
-        if (number == 0) {
+        if (number == 0)
             topic.path = entry->name_space.empty() ? "" : entry->name_space + ":";
-        } else {
+        else
             topic.path += '/';
-        }
         topic.path += *text;
         topic.last = *text;
-        if (!entry->value_nice_name.empty()) {
+        if (!entry->value_nice_name.empty())
             topic.nice_name = entry->value_nice_name;
-        }
     }
-    if (topic.path.empty()) {
+    if (topic.path.empty())
         return std::nullopt;
-    }
-    if (topic.nice_name.empty()) {
+    if (topic.nice_name.empty())
         topic.nice_name = topic.last;
-    }
     return topic;
 }
 
 std::optional<bool> active_of(const KeyValueSet& set) {
     const KeyValue* entry = set.find("active", "");
-    if (entry == nullptr || !std::holds_alternative<bool>(entry->value)) {
+    if (entry == nullptr || !std::holds_alternative<bool>(entry->value))
         return std::nullopt;
-    }
     return std::get<bool>(entry->value);
 }
 

@@ -7,8 +7,10 @@
 
 namespace host_events {
 
-/** How the outside knows an event, read from the keys topic0, topic1, ... of its declaration, up to the first that is
-    missing. */
+/**
+ * How the outside knows an event, read from the keys topic0, topic1, ... of its declaration, up to the first that is
+ * missing.
+ */
 struct Topic {
     std::string path;      // "tnsaxis:CameraApplicationPlatform/...": the name space stands before the first level only
     std::string last;      // the last level

@@ -9,8 +9,9 @@
 #include <stdexcept>
 
 namespace host_overlay {
-
 namespace {
+
+using platform::reason;
 
 /** Gives the buffer back when the picture has been copied. */
 class BorrowedBuffer {
@@ -18,9 +19,8 @@ class BorrowedBuffer {
     BorrowedBuffer(VdoStream* stream, GError** error)
         : m_stream(stream), m_buffer(vdo_stream_get_buffer(stream, error)) {}
     ~BorrowedBuffer() {
-        if (m_buffer != nullptr) {
+        if (m_buffer != nullptr)
             vdo_stream_buffer_unref(m_stream, &m_buffer, nullptr);
-        }
     }
     BorrowedBuffer(const BorrowedBuffer&) = delete;
     BorrowedBuffer& operator=(const BorrowedBuffer&) = delete;
@@ -31,10 +31,6 @@ class BorrowedBuffer {
     VdoStream* m_stream;
     VdoBuffer* m_buffer;
 };
-
-std::string reason(const GError* error) {
-    return error != nullptr ? error->message : "no reason given";
-}
 
 void copy(const std::uint8_t* nv12, bool mirrored, Nv12Picture& picture) {
     if (!mirrored) {
@@ -58,8 +54,8 @@ AnnotatedVideo::~AnnotatedVideo() {
 }
 
 void AnnotatedVideo::start() {
-    const std::unique_ptr<VdoMap, ObjectReleaser> settings(vdo_map_new());
-    vdo_map_set_uint32(settings.get(), "channel", kCamera);
+    const platform::ObjectHandle<VdoMap> settings(vdo_map_new());
+    vdo_map_set_uint32(settings.get(), "channel", only_camera);
     vdo_map_set_uint32(settings.get(), "format", VDO_FORMAT_YUV);
     vdo_map_set_uint32(settings.get(), "width", static_cast<guint32>(m_geometry.width));
     vdo_map_set_uint32(settings.get(), "height", static_cast<guint32>(m_geometry.height));
@@ -67,16 +63,14 @@ void AnnotatedVideo::start() {
     vdo_map_set_uint32(settings.get(), "buffer.strategy", VDO_BUFFER_STRATEGY_INFINITE);
 
     g_autoptr(GError) error = nullptr;
-    std::unique_ptr<VdoStream, ObjectReleaser> stream(vdo_stream_new(settings.get(), nullptr, &error));
+    platform::ObjectHandle<VdoStream> stream(vdo_stream_new(settings.get(), nullptr, &error));
     if (stream == nullptr || vdo_stream_attach(stream.get(), nullptr, &error) == FALSE ||
-        vdo_stream_start(stream.get(), &error) == FALSE) {
+        vdo_stream_start(stream.get(), &error) == FALSE)
         throw std::runtime_error("the camera's video does not start: " + reason(error));
-    }
     const std::lock_guard lock(m_lock);
     m_stream = std::move(stream);
-    if (m_stopped) {
+    if (m_stopped)
         vdo_stream_stop(m_stream.get());
-    }
 }
 
 bool AnnotatedVideo::next(std::string& why) {
@@ -96,9 +90,8 @@ bool AnnotatedVideo::next(std::string& why) {
 
 void AnnotatedVideo::stop() {
     const std::lock_guard lock(m_lock);
-    if (m_stream != nullptr && !m_stopped) {
+    if (m_stream != nullptr && !m_stopped)
         vdo_stream_stop(m_stream.get());
-    }
     m_stopped = true;
 }
 

@@ -3,18 +3,19 @@
 #include "platform/axoverlay/geometry.h"
 #include "platform/axoverlay/nv12_picture.h"
 #include "platform/axoverlay/overlay_target.h"
+#include "platform/common/glib.h"
 
 #include <vdo-stream.h>
 
+#include <chrono>
 #include <memory>
 #include <mutex>
 #include <string>
 
 namespace host_overlay {
 
-struct ObjectReleaser {
-    void operator()(gpointer object) const { g_object_unref(object); }
-};
+/** Pause after a failure, since a video service that has failed may fail again at once. */
+inline constexpr std::chrono::milliseconds failure_pause{50};
 
 /**
  * The camera's video in one geometry with the overlay in it: an open stream in the eyes of the overlay service, from
@@ -46,7 +47,7 @@ class AnnotatedVideo {
     bool m_overlay_settled = false;
 
     std::mutex m_lock; // start() against stop()
-    std::unique_ptr<VdoStream, ObjectReleaser> m_stream;
+    platform::ObjectHandle<VdoStream> m_stream;
     bool m_stopped = false;
 };
 

@@ -1,6 +1,7 @@
 #include "platform/axoverlay/host_streams.h"
 #include "platform/axoverlay/resolutions.h"
 #include "platform/axoverlay/service.h"
+#include "platform/common/glib.h"
 
 #include <axoverlay.h>
 
@@ -16,16 +17,15 @@ Result reporting(GError** error, Result failed, Call&& call) {
     try {
         return call();
     } catch (const std::exception& failure) {
-        g_set_error_literal(error, g_quark_from_static_string("axoverlay-error-quark"), 0, failure.what());
+        platform::set_error(error, "axoverlay-error-quark", 0, failure.what());
         return failed;
     }
 }
 
 VdoResolution max_resolution(gint camera) {
     Service::instance().require_init();
-    if (camera != host_overlay::kCamera) {
+    if (camera != host_overlay::only_camera)
         throw std::runtime_error("there is no camera " + std::to_string(camera) + "; the only one is camera 1");
-    }
     return host_overlay::largest(host_overlay::channel_resolutions());
 }
 
@@ -36,16 +36,14 @@ gboolean axoverlay_is_backend_supported(enum axoverlay_backend_type backend) {
 }
 
 void axoverlay_init_axoverlay_settings(struct axoverlay_settings* settings) {
-    if (settings != nullptr) {
+    if (settings != nullptr)
         *settings = {};
-    }
 }
 
 gboolean axoverlay_init(struct axoverlay_settings* settings, GError** error) {
     return reporting<gboolean>(error, FALSE, [&] {
-        if (settings == nullptr) {
+        if (settings == nullptr)
             throw std::runtime_error("there are no settings");
-        }
         Service::instance().init(*settings);
         return TRUE;
     });
@@ -64,16 +62,14 @@ gint axoverlay_get_max_resolution_height(gint camera, GError** error) {
 }
 
 void axoverlay_init_overlay_data(struct axoverlay_overlay_data* data) {
-    if (data != nullptr) {
+    if (data != nullptr)
         *data = {};
-    }
 }
 
 gint axoverlay_create_overlay(struct axoverlay_overlay_data* data, gpointer user_data, GError** error) {
     return reporting<gint>(error, 0, [&] {
-        if (data == nullptr) {
+        if (data == nullptr)
             throw std::runtime_error("there is no overlay data");
-        }
         return Service::instance().create_overlay(*data, user_data);
     });
 }

@@ -4,11 +4,10 @@
 #include <cstring>
 
 namespace host_overlay {
-
 namespace {
 
 /** Gaps shorter than this many pixels stay inside a run: visiting zeros is cheaper than starting anew. */
-constexpr int kJoinedGap = 16;
+constexpr int joined_gap = 16;
 
 bool empty_block(const std::uint32_t* upper, const std::uint32_t* lower, int x) {
     std::uint64_t above = 0;
@@ -32,17 +31,17 @@ std::uint8_t to_byte(int value) {
 
 // The colour weights are in 1/256, alpha in 1/255; both sums are kept over the common denominator so that only one
 // rounding happens. All terms stay below 2^27.
-constexpr int kOne = 256 * 255;
+constexpr int one = 256 * 255;
 
 std::uint8_t blend_luma(const Premultiplied& p, std::uint8_t below) {
     const int colour = 66 * p.r + 129 * p.g + 25 * p.b;
-    return to_byte((colour * 255 + 16 * 256 * p.a + 256 * (255 - p.a) * below + kOne / 2) / kOne);
+    return to_byte((colour * 255 + 16 * 256 * p.a + 256 * (255 - p.a) * below + one / 2) / one);
 }
 
 /** `colour` and `clear` (255 - alpha) are summed over the four pixels of the block. */
 std::uint8_t blend_chroma(int colour, int clear, std::uint8_t below) {
     const int sum = colour * 255 + 256 * clear * (below - 128);
-    return to_byte((sum + 128 * 4 * kOne + 2 * kOne) / (4 * kOne));
+    return to_byte((sum + 128 * 4 * one + 2 * one) / (4 * one));
 }
 
 } // namespace
@@ -54,10 +53,9 @@ void find_runs(const ArgbView& overlay, std::vector<Run>& runs) {
         const std::uint32_t* lower = overlay.row(y + 1);
         bool in_row = false;
         for (int x = 0; x < overlay.width; x += 2) {
-            if (empty_block(upper, lower, x)) {
+            if (empty_block(upper, lower, x))
                 continue;
-            }
-            if (in_row && x - runs.back().end < kJoinedGap) {
+            if (in_row && x - runs.back().end < joined_gap) {
                 runs.back().end = x + 2;
             } else {
                 runs.push_back({y, x, x + 2});
@@ -76,18 +74,16 @@ void clear_runs(const ArgbView& overlay, const std::vector<Run>& runs) {
 
 void blend_runs(const ArgbView& overlay, const std::vector<Run>& runs, Nv12Picture& picture) {
     for (const Run& run : runs) {
-        if (run.y >= picture.height) {
+        if (run.y >= picture.height)
             break;
-        }
         const std::uint32_t* argb[2] = {overlay.row(run.y), overlay.row(run.y + 1)};
         std::uint8_t* luma[2] = {picture.luma() + static_cast<std::ptrdiff_t>(run.y) * picture.width,
                                  picture.luma() + static_cast<std::ptrdiff_t>(run.y + 1) * picture.width};
         std::uint8_t* chroma = picture.chroma() + static_cast<std::ptrdiff_t>(run.y / 2) * picture.width;
         const int end = std::min(run.end, picture.width);
         for (int x = run.begin; x < end; x += 2) {
-            if (empty_block(argb[0], argb[1], x)) {
+            if (empty_block(argb[0], argb[1], x))
                 continue;
-            }
             int u = 0;
             int v = 0;
             int clear = 0;

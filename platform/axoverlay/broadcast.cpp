@@ -15,17 +15,14 @@
 #include <utility>
 
 namespace host_overlay {
-
 namespace {
 
 using Clock = std::chrono::steady_clock;
 
 /** A single picture waits so long for the overlay of a stream that has just been opened. */
-constexpr std::chrono::seconds kOverlayPatience{1};
-/** Pause after a failure, since a video service that has failed may fail again at once. */
-constexpr std::chrono::milliseconds kFailurePause{50};
+constexpr std::chrono::seconds overlay_patience{1};
 /** Nobody has watched for so long: who asks for one picture after the other must not pay for fresh memory each time. */
-constexpr std::chrono::milliseconds kAbandoned{500};
+constexpr std::chrono::milliseconds abandoned{500};
 
 std::shared_ptr<EncodedPicture> as_part(std::span<const std::uint8_t> jpeg) {
     const std::string head =
@@ -69,21 +66,19 @@ void Broadcasts::join(const Geometry& geometry, const std::shared_ptr<Viewer>& v
 
 /** The lock is held. */
 void Broadcasts::make_room() {
-    if (m_open.size() >= kMostGeometries) {
+    if (m_open.size() >= most_geometries) {
         std::erase_if(m_open, [](const auto& entry) {
             Broadcast& broadcast = *entry.second;
             const bool left = std::ranges::all_of(broadcast.viewers, [](const auto& viewer) { return viewer->done(); });
-            if (left) {
+            if (left)
                 broadcast.video->stop();
-            }
             return left;
         });
     }
     // Those that are ending hold their memory until they have; who comes and goes quickly must not pile them up.
-    if (m_open.size() >= kMostGeometries || m_all.size() >= 2 * kMostGeometries) {
-        throw std::runtime_error("The camera is shown in at most " + std::to_string(kMostGeometries) +
+    if (m_open.size() >= most_geometries || m_all.size() >= 2 * most_geometries)
+        throw std::runtime_error("The camera is shown in at most " + std::to_string(most_geometries) +
                                  " sizes and orientations at once, and viewers watch as many others already.");
-    }
 }
 
 void Broadcasts::stop() {
@@ -94,16 +89,14 @@ void Broadcasts::stop() {
         m_changed.notify_all();
         for (const auto& [geometry, broadcast] : m_open) {
             broadcast->video->stop();
-            for (const auto& viewer : broadcast->viewers) {
+            for (const auto& viewer : broadcast->viewers)
                 viewer->end();
-            }
         }
         ending = std::move(m_all);
         m_all.clear();
     }
-    for (const auto& broadcast : ending) {
+    for (const auto& broadcast : ending)
         broadcast->thread.join();
-    }
 }
 
 void Broadcasts::run(Broadcast& broadcast) {
@@ -124,9 +117,8 @@ void Broadcasts::run(Broadcast& broadcast) {
 
 void Broadcasts::give_back_memory() {
     std::unique_lock lock(m_lock);
-    if (m_changed.wait_for(lock, kAbandoned, [this] { return m_stopping || !m_open.empty(); })) {
+    if (m_changed.wait_for(lock, abandoned, [this] { return m_stopping || !m_open.empty(); }))
         return;
-    }
     lock.unlock();
     // Freed pictures lie in this thread's part of the heap, which the allocator would keep for the next one.
     malloc_trim(0);
@@ -134,7 +126,7 @@ void Broadcasts::give_back_memory() {
 
 void Broadcasts::show(Broadcast& broadcast) {
     JpegEncoder encoder(m_quality);
-    const Clock::time_point patience_ends = Clock::now() + kOverlayPatience;
+    const Clock::time_point patience_ends = Clock::now() + overlay_patience;
     bool watched = true;
     while (watched) {
         std::string why;
@@ -144,7 +136,7 @@ void Broadcasts::show(Broadcast& broadcast) {
             watched = tell_viewers(broadcast, [&](Viewer& viewer) { viewer.deliver(picture); });
         } else {
             watched = tell_viewers(broadcast, [&](Viewer& viewer) { viewer.fail(why); });
-            std::this_thread::sleep_for(kFailurePause);
+            std::this_thread::sleep_for(failure_pause);
         }
     }
 }
@@ -152,9 +144,8 @@ void Broadcasts::show(Broadcast& broadcast) {
 /** False when nobody watches any more; from then on nobody can join either. */
 bool Broadcasts::tell_viewers(Broadcast& broadcast, const std::function<void(Viewer&)>& tell) {
     const std::lock_guard lock(m_lock);
-    for (const auto& viewer : broadcast.viewers) {
+    for (const auto& viewer : broadcast.viewers)
         tell(*viewer);
-    }
     std::erase_if(broadcast.viewers, [](const auto& viewer) { return viewer->done(); });
     if (m_stopping || broadcast.viewers.empty()) {
         forget(broadcast);
@@ -171,9 +162,8 @@ void Broadcasts::forget(const Broadcast& broadcast) {
 void Broadcasts::close(Broadcast& broadcast, const std::string& why) {
     const std::lock_guard lock(m_lock);
     for (const auto& viewer : broadcast.viewers) {
-        if (!why.empty()) {
+        if (!why.empty())
             viewer->fail(why);
-        }
         viewer->end();
     }
     broadcast.viewers.clear();
@@ -188,9 +178,8 @@ void Broadcasts::reap() {
         std::move(ended, m_all.end(), std::back_inserter(finished));
         m_all.erase(ended, m_all.end());
     }
-    for (const auto& broadcast : finished) {
+    for (const auto& broadcast : finished)
         broadcast->thread.join();
-    }
 }
 
 } // namespace host_overlay

@@ -32,7 +32,7 @@ class Broadcasts {
     Broadcasts& operator=(const Broadcasts&) = delete;
 
     /** So many are watched at once: each costs as much as a pass has left of a small machine. */
-    static constexpr std::size_t kMostGeometries = 6;
+    static constexpr std::size_t most_geometries = 6;
 
     /**
      * Any thread. The viewer gets pictures, or a failure, from now on; after stop() it is ended at once. Throws
@@ -45,9 +45,9 @@ class Broadcasts {
   private:
     struct Broadcast {
         Geometry geometry;
-        std::optional<AnnotatedVideo> video;          ///< other threads: only while the broadcast is in m_open
-        std::vector<std::shared_ptr<Viewer>> viewers; ///< guarded by m_lock
-        bool finished = false;                        ///< the thread is at its end; guarded by m_lock
+        std::optional<AnnotatedVideo> video;          // other threads: only while the broadcast is in m_open
+        std::vector<std::shared_ptr<Viewer>> viewers; // guarded by m_lock
+        bool finished = false;                        // the thread is at its end; guarded by m_lock
         std::thread thread;
     };
 
@@ -66,7 +66,7 @@ class Broadcasts {
     std::map<Geometry, Broadcast*> m_open;
     std::vector<std::unique_ptr<Broadcast>> m_all;
     bool m_stopping = false;
-    std::condition_variable m_changed; ///< a geometry is opened, or m_stopping
+    std::condition_variable m_changed; // a geometry is opened, or m_stopping
 };
 
 } // namespace host_overlay

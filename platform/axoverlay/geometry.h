@@ -6,10 +6,10 @@ namespace host_overlay {
 
 /** How a viewer wants the picture. Viewers with equal geometry share one stream and one encoding. */
 struct Geometry {
-    int width = 0;         ///< pixels, before rotation; one of the channel's resolutions
-    int height = 0;        ///< pixels, before rotation
-    int rotation = 0;      ///< degrees clockwise: 0, 90, 180 or 270
-    bool mirrored = false; ///< left and right exchanged, after the rotation
+    int width = 0;         // pixels, before rotation; one of the channel's resolutions
+    int height = 0;        // pixels, before rotation
+    int rotation = 0;      // degrees clockwise: 0, 90, 180 or 270
+    bool mirrored = false; // left and right exchanged, after the rotation
 
     bool turned() const { return rotation == 90 || rotation == 270; }
     /** Size of the picture the viewer sees. */

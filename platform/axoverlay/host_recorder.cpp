@@ -6,7 +6,6 @@
 #include "platform/axoverlay/priority.h"
 #include "platform/axoverlay/resolutions.h"
 
-#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <exception>
@@ -14,21 +13,13 @@
 #include <thread>
 
 namespace host_overlay {
-
 namespace {
-
-/** Pause after a failure, since a video service that has failed may fail again at once. */
-constexpr std::chrono::milliseconds kFailurePause{50};
 
 Geometry checked_geometry(const RecorderOptions& options) {
     const auto offered = channel_resolutions();
-    const bool known = std::ranges::any_of(offered, [&](const VdoResolution& r) {
-        return static_cast<int>(r.width) == options.width && static_cast<int>(r.height) == options.height;
-    });
-    if (!known) {
+    if (!offers(offered, options.width, options.height))
         throw std::runtime_error("cannot record " + std::to_string(options.width) + "x" +
                                  std::to_string(options.height) + "; the camera offers " + list_text(offered));
-    }
     return {options.width, options.height, options.rotation, options.mirrored};
 }
 
@@ -52,17 +43,15 @@ class Recorder::Session {
 
     void take(double seconds) {
         std::string why;
-        if (!m_video.next(why)) {
+        if (!m_video.next(why))
             throw std::runtime_error(why);
-        }
         m_file.add(m_video.picture(), seconds);
     }
 
     void finish() {
         end_thread();
-        if (m_failure != nullptr) {
+        if (m_failure != nullptr)
             std::rethrow_exception(m_failure);
-        }
         m_file.finish();
     }
 
@@ -77,23 +66,21 @@ class Recorder::Session {
                     const std::chrono::duration<double> since = std::chrono::steady_clock::now() - begin;
                     m_file.add(m_video.picture(), since.count());
                 } else {
-                    std::this_thread::sleep_for(kFailurePause); // a silent camera may come back
+                    std::this_thread::sleep_for(failure_pause); // a silent camera may come back
                 }
             }
         } catch (const std::exception& failure) {
             m_failure = std::current_exception();
-            if (m_stopped) {
+            if (m_stopped)
                 m_stopped(failure.what());
-            }
         }
     }
 
     void end_thread() {
         m_ending = true;
         m_video.stop();
-        if (m_thread.joinable()) {
+        if (m_thread.joinable())
             m_thread.join();
-        }
     }
 
     const Geometry m_geometry;
@@ -101,7 +88,7 @@ class Recorder::Session {
     Mp4File m_file;
     const std::function<void(const std::string&)> m_stopped;
     std::atomic<bool> m_ending = false;
-    std::exception_ptr m_failure; ///< the thread's, read after it has been joined
+    std::exception_ptr m_failure; // the thread's, read after it has been joined
     std::thread m_thread;
 };
 
@@ -109,16 +96,14 @@ Recorder::Recorder(const RecorderOptions& options) : m_session(std::make_unique<
 Recorder::~Recorder() = default;
 
 void Recorder::take(double seconds) {
-    if (m_session == nullptr) {
+    if (m_session == nullptr)
         throw std::runtime_error("the recording has ended");
-    }
     m_session->take(seconds);
 }
 
 void Recorder::finish() {
-    if (const auto session = std::move(m_session)) {
+    if (const auto session = std::move(m_session))
         session->finish();
-    }
 }
 
 } // namespace host_overlay

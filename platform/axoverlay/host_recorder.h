@@ -7,10 +7,10 @@
 namespace host_overlay {
 
 struct RecorderOptions {
-    std::string path; ///< the MP4 file, overwritten
-    int width = 1280; ///< the stream, one of the channel's resolutions, before rotation
+    std::string path; // the MP4 file, overwritten
+    int width = 1280; // the stream, one of the channel's resolutions, before rotation
     int height = 720;
-    int rotation = 0; ///< degrees: 0, 90, 180 or 270
+    int rotation = 0; // degrees: 0, 90, 180 or 270
     bool mirrored = false;
     /** Pictures come by take() instead of at the video's own pace. */
     bool replay = false;

@@ -1,13 +1,10 @@
 #include "platform/axoverlay/jpeg_encoder.h"
 
-#include <turbojpeg.h>
-
 #include <algorithm>
 #include <stdexcept>
 #include <string>
 
 namespace host_overlay {
-
 namespace {
 
 // Video keeps luma in 16 to 235 and chroma in 16 to 240; JPEG uses the whole byte. Sums of 16 bits, so that the
@@ -28,14 +25,9 @@ std::uint8_t full_chroma(std::uint8_t value) {
 
 } // namespace
 
-void JpegEncoder::HandleDestroyer::operator()(void* handle) const {
-    tjDestroy(handle);
-}
-
 JpegEncoder::JpegEncoder(int quality) : m_quality(quality), m_handle(tjInitCompress()) {
-    if (m_handle == nullptr) {
+    if (m_handle == nullptr)
         fail(nullptr);
-    }
 }
 
 std::span<const std::uint8_t> JpegEncoder::encode(const Nv12Picture& picture) {
@@ -52,16 +44,14 @@ std::span<const std::uint8_t> JpegEncoder::encode(const Nv12Picture& picture) {
     }
 
     unsigned long size = tjBufSize(picture.width, picture.height, TJSAMP_420);
-    if (size == static_cast<unsigned long>(-1)) {
+    if (size == static_cast<unsigned long>(-1))
         fail(nullptr);
-    }
     m_file.resize(size);
     unsigned char* file = m_file.data();
     const unsigned char* planes[3] = {y, u, v};
     if (tjCompressFromYUVPlanes(m_handle.get(), planes, picture.width, nullptr, picture.height, TJSAMP_420, &file,
-                                &size, m_quality, TJFLAG_NOREALLOC) != 0) {
+                                &size, m_quality, TJFLAG_NOREALLOC) != 0)
         fail(m_handle.get());
-    }
     return {file, size};
 }
 

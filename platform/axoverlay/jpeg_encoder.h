@@ -1,9 +1,11 @@
 #pragma once
 
 #include "platform/axoverlay/nv12_picture.h"
+#include "platform/common/handle.h"
+
+#include <turbojpeg.h>
 
 #include <cstdint>
-#include <memory>
 #include <span>
 #include <vector>
 
@@ -19,13 +21,9 @@ class JpegEncoder {
     std::span<const std::uint8_t> encode(const Nv12Picture& picture);
 
   private:
-    struct HandleDestroyer {
-        void operator()(void* handle) const;
-    };
-
     int m_quality;
-    std::unique_ptr<void, HandleDestroyer> m_handle;
-    std::vector<std::uint8_t> m_planes; ///< Y, U, V of the picture in JPEG's full range
+    platform::Handle<void, tjDestroy> m_handle;
+    std::vector<std::uint8_t> m_planes; // Y, U, V of the picture in JPEG's full range
     std::vector<std::uint8_t> m_file;
 };
 

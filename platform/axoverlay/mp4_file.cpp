@@ -7,36 +7,29 @@
 #include <stdexcept>
 
 extern "C" {
-#include <libavcodec/avcodec.h>
-#include <libavformat/avformat.h>
 #include <libavutil/imgutils.h>
 #include <libavutil/opt.h>
 }
 
 namespace host_overlay {
-
 namespace {
 
-constexpr AVRational kTimeBase{1, 90000};
+constexpr AVRational time_base{1, 90000};
 /** Pictures between two that a player can jump to; a few seconds at any rate that a camera has. */
-constexpr int kKeyInterval = 50;
+constexpr int key_interval = 50;
 /** Of a fragment. With what the encoder looks ahead, a process that is killed loses less than a second. */
-constexpr auto kFragmentMicroseconds = "500000";
+constexpr auto fragment_microseconds = "500000";
 
 int check(int result, const std::string& what) {
-    if (result < 0) {
-        char text[AV_ERROR_MAX_STRING_SIZE] = {};
-        av_strerror(result, text, sizeof text);
-        throw std::runtime_error(what + ": " + text);
-    }
+    if (result < 0)
+        throw std::runtime_error(what + ": " + platform::ffmpeg_reason(result));
     return result;
 }
 
 template <typename Pointer>
 Pointer* check(Pointer* pointer, const std::string& what) {
-    if (pointer == nullptr) {
+    if (pointer == nullptr)
         throw std::runtime_error(what);
-    }
     return pointer;
 }
 
@@ -46,20 +39,6 @@ const AVCodec* find_encoder() {
 }
 
 } // namespace
-
-void Mp4File::Releaser::operator()(AVCodecContext* encoder) const {
-    avcodec_free_context(&encoder);
-}
-void Mp4File::Releaser::operator()(AVFrame* frame) const {
-    av_frame_free(&frame);
-}
-void Mp4File::Releaser::operator()(AVPacket* packet) const {
-    av_packet_free(&packet);
-}
-void Mp4File::Releaser::operator()(AVFormatContext* file) const {
-    avio_closep(&file->pb);
-    avformat_free_context(file);
-}
 
 Mp4File::Mp4File(const std::string& path, int width, int height)
     : m_frame(check(av_frame_alloc(), "out of memory")), m_packet(check(av_packet_alloc(), "out of memory")) {
@@ -73,16 +52,14 @@ Mp4File::Mp4File(const std::string& path, int width, int height)
     m_frame->height = height;
 }
 
-Mp4File::~Mp4File() = default;
-
 void Mp4File::open_encoder(int width, int height) {
     const AVCodec* codec = find_encoder();
     m_encoder.reset(check(avcodec_alloc_context3(codec), "out of memory"));
     m_encoder->width = width;
     m_encoder->height = height;
     m_encoder->pix_fmt = AV_PIX_FMT_NV12;
-    m_encoder->time_base = kTimeBase;
-    m_encoder->gop_size = kKeyInterval;
+    m_encoder->time_base = time_base;
+    m_encoder->gop_size = key_interval;
     m_encoder->max_b_frames = 0;
     m_encoder->color_range = AVCOL_RANGE_MPEG;
     m_encoder->colorspace = AVCOL_SPC_SMPTE170M;
@@ -100,7 +77,7 @@ void Mp4File::open_encoder(int width, int height) {
 
 void Mp4File::open_file(const std::string& path) {
     AVStream* stream = check(avformat_new_stream(m_file.get(), nullptr), "out of memory");
-    stream->time_base = kTimeBase;
+    stream->time_base = time_base;
     check(avcodec_parameters_from_context(stream->codecpar, m_encoder.get()), "cannot write MP4");
     // No date and no version string in the file, so that equal videos are equal files.
     m_file->flags |= AVFMT_FLAG_BITEXACT;
@@ -109,20 +86,18 @@ void Mp4File::open_file(const std::string& path) {
     m_file->flags |= AVFMT_FLAG_FLUSH_PACKETS;
     AVDictionary* options = nullptr;
     av_dict_set(&options, "movflags", "empty_moov+default_base_moof", 0);
-    av_dict_set(&options, "frag_duration", kFragmentMicroseconds, 0);
+    av_dict_set(&options, "frag_duration", fragment_microseconds, 0);
     const int written = avformat_write_header(m_file.get(), &options);
     av_dict_free(&options);
     check(written, "cannot write " + path);
 }
 
 void Mp4File::add(const Nv12Picture& picture, double seconds) {
-    if (m_last < 0) {
+    if (m_last < 0)
         m_begin = seconds;
-    }
-    const long long time = std::llround((seconds - m_begin) * kTimeBase.den);
-    if (time <= m_last) {
+    const long long time = std::llround((seconds - m_begin) * time_base.den);
+    if (time <= m_last)
         return;
-    }
     // The encoder only reads, and has taken what it wants when it returns.
     auto* bytes = const_cast<std::uint8_t*>(picture.luma());
     check(av_image_fill_arrays(m_frame->data, m_frame->linesize, bytes, AV_PIX_FMT_NV12, picture.width, picture.height,
@@ -140,12 +115,11 @@ void Mp4File::encode(AVFrame* frame) {
     while ((result = avcodec_receive_packet(m_encoder.get(), m_packet.get())) == 0) {
         m_packet->stream_index = 0;
         m_packet->duration = m_gap; // counts for the last picture only, which would not be shown without
-        av_packet_rescale_ts(m_packet.get(), kTimeBase, m_file->streams[0]->time_base);
+        av_packet_rescale_ts(m_packet.get(), time_base, m_file->streams[0]->time_base);
         write(m_packet.get());
     }
-    if (result != AVERROR(EAGAIN) && result != AVERROR_EOF) {
+    if (result != AVERROR(EAGAIN) && result != AVERROR_EOF)
         check(result, "cannot encode the picture");
-    }
 }
 
 void Mp4File::write(AVPacket* packet) {

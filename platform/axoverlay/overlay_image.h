@@ -1,21 +1,15 @@
 #pragma once
 
 #include "platform/axoverlay/blend.h"
-
-#include <cairo.h>
+#include "platform/common/cairo.h"
 
 #include <cstdint>
-#include <memory>
 #include <vector>
 
 namespace host_overlay {
 
-struct CairoDestroyer {
-    void operator()(cairo_surface_t* surface) const { cairo_surface_destroy(surface); }
-    void operator()(cairo_t* context) const { cairo_destroy(context); }
-};
-using CairoSurface = std::unique_ptr<cairo_surface_t, CairoDestroyer>;
-using CairoContext = std::unique_ptr<cairo_t, CairoDestroyer>;
+using platform::CairoContext;
+using platform::CairoSurface;
 
 /**
  * One ARGB32 image that the application draws on. Goes through these states:
@@ -33,8 +27,10 @@ class OverlayImage {
 
     /** A fresh drawing context, so that no font or operator of an earlier drawing remains. REQUIRES: clean. */
     CairoContext context();
-    /** Blends what was drawn over the picture; the first call after a drawing also looks for it (one pass over the
-     * image), the following ones visit only what is drawn. */
+    /**
+     * Blends what was drawn over the picture; the first call after a drawing also looks for it (one pass over the
+     * image), the following ones visit only what is drawn.
+     */
     void blend_onto(Nv12Picture& picture);
     void clear();
 

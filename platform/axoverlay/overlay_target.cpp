@@ -49,28 +49,24 @@ void OverlayTarget::ask(const axoverlay_settings& settings, const Overlay& overl
     axoverlay_position_type position = overlay.data.postype;
     gfloat x = overlay.data.x;
     gfloat y = overlay.data.y;
-    if (settings.adjustment_callback != nullptr) {
+    if (settings.adjustment_callback != nullptr)
         settings.adjustment_callback(overlay.id, &m_stream, &position, &x, &y, &m_width, &m_height, overlay.user_data);
-    }
-    if (position != AXOVERLAY_TOP_LEFT || x != 0.0F || y != 0.0F) {
+    if (position != AXOVERLAY_TOP_LEFT || x != 0.0F || y != 0.0F)
         throw std::runtime_error("the adjustment callback moved the overlay away from the top-left corner, which this "
                                  "service does not offer");
-    }
     m_canvases = std::make_shared<OverlayExchange>(m_width, m_height);
     m_asked_for = overlay.id;
 }
 
 void OverlayTarget::redraw(const axoverlay_settings& settings, const Overlay& overlay) {
-    if (m_asked_for != overlay.id) {
+    if (m_asked_for != overlay.id)
         ask(settings, overlay);
-    }
     if (m_canvases != nullptr) {
         const CairoContext context = m_canvases->canvas().context();
         settings.render_callback(context.get(), overlay.id, &m_stream, overlay.data.postype, overlay.data.x,
                                  overlay.data.y, m_width, m_height, overlay.user_data);
-        if (const cairo_status_t status = cairo_status(context.get()); status != CAIRO_STATUS_SUCCESS) {
+        if (const cairo_status_t status = cairo_status(context.get()); status != CAIRO_STATUS_SUCCESS)
             throw std::runtime_error(std::string("drawing the overlay failed: ") + cairo_status_to_string(status));
-        }
         m_canvases->publish();
     }
     const std::lock_guard lock(m_lock);
@@ -99,9 +95,8 @@ bool OverlayTarget::blend_onto(Nv12Picture& picture) {
         visible = m_visible;
         awaiting = m_awaiting;
     }
-    if (visible != nullptr) {
+    if (visible != nullptr)
         visible->blend_onto(picture);
-    }
     return !awaiting;
 }
 

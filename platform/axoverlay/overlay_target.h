@@ -12,7 +12,7 @@ namespace host_overlay {
 
 /** The one overlay of the service, as the application created it. */
 struct Overlay {
-    gint id = 0; ///< 0: none
+    gint id = 0; // 0: none
     axoverlay_overlay_data data{};
     gpointer user_data = nullptr;
 };
@@ -38,7 +38,7 @@ class OverlayExchange {
     OverlayImage m_shown; // showing thread
     std::mutex m_lock;    // guards the two below
     OverlayImage m_ready;
-    bool m_fresh = false; ///< m_ready is newer than m_shown
+    bool m_fresh = false; // m_ready is newer than m_shown
 };
 
 /** What the overlay service knows of one open stream, and the overlay that the stream shows. */
@@ -65,10 +65,10 @@ class OverlayTarget {
 
     // Drawing thread only.
     axoverlay_stream_data m_stream{};
-    gint m_asked_for = 0; ///< id of the overlay that the callbacks were asked about
-    int m_width = 0;      ///< the overlay's size on this stream, pixels
+    gint m_asked_for = 0; // id of the overlay that the callbacks were asked about
+    int m_width = 0;      // the overlay's size on this stream, pixels
     int m_height = 0;
-    std::shared_ptr<OverlayExchange> m_canvases; ///< null: not selected
+    std::shared_ptr<OverlayExchange> m_canvases; // null: not selected
 
     std::mutex m_lock; // guards the two below
     std::shared_ptr<OverlayExchange> m_visible;

@@ -8,26 +8,21 @@
 #include <string>
 
 namespace host_overlay {
-
 namespace {
 
 void check(const axoverlay_overlay_data& data) {
-    if (data.colorspace != AXOVERLAY_COLORSPACE_ARGB32) {
+    if (data.colorspace != AXOVERLAY_COLORSPACE_ARGB32)
         throw std::runtime_error("only the colour space ARGB32 is supported");
-    }
     if (data.postype != AXOVERLAY_TOP_LEFT || data.anchor_point != AXOVERLAY_ANCHOR_TOP_LEFT || data.x != 0.0F ||
-        data.y != 0.0F) {
+        data.y != 0.0F)
         throw std::runtime_error("only an overlay anchored and placed at the top-left corner is supported");
-    }
-    if (data.scale_to_stream != FALSE) {
+    if (data.scale_to_stream != FALSE)
         throw std::runtime_error("scaling an overlay to its stream is not supported");
-    }
     const VdoResolution limit = largest(channel_resolutions());
     if (data.width < 1 || data.height < 1 || static_cast<guint32>(data.width) > limit.width ||
-        static_cast<guint32>(data.height) > limit.height) {
+        static_cast<guint32>(data.height) > limit.height)
         throw std::runtime_error("an overlay of " + std::to_string(data.width) + "x" + std::to_string(data.height) +
                                  " is not possible; the camera's largest picture is " + list_text({limit}));
-    }
 }
 
 } // namespace
@@ -41,70 +36,59 @@ Service& Service::instance() {
 }
 
 void Service::init(const axoverlay_settings& settings) {
-    if (m_initialised) {
+    if (m_initialised)
         throw std::runtime_error("the overlay service is initialised already");
-    }
-    if (settings.backend != AXOVERLAY_CAIRO_IMAGE_BACKEND) {
+    if (settings.backend != AXOVERLAY_CAIRO_IMAGE_BACKEND)
         throw std::runtime_error("only the cairo image backend is supported");
-    }
-    if (settings.render_callback == nullptr) {
+    if (settings.render_callback == nullptr)
         throw std::runtime_error("there is no render callback");
-    }
     const int quality = jpeg_quality_setting();
-    if (const auto listen = listen_setting()) {
+    if (const auto listen = listen_setting())
         m_server = std::make_unique<StreamServer>(*listen, quality);
-    }
     m_settings = settings;
     m_initialised = true;
 }
 
 void Service::cleanup() {
-    if (m_overlay.id != 0) {
+    if (m_overlay.id != 0)
         destroy_overlay(m_overlay.id);
-    }
     m_server.reset();
     m_initialised = false;
 }
 
 void Service::require_init() const {
-    if (!m_initialised) {
+    if (!m_initialised)
         throw std::runtime_error("the overlay service is not initialised");
-    }
 }
 
 gint Service::create_overlay(const axoverlay_overlay_data& data, gpointer user_data) {
     require_init();
-    if (m_overlay.id != 0) {
+    if (m_overlay.id != 0)
         throw std::runtime_error("there is an overlay already; this service holds one");
-    }
     check(data);
     m_overlay = {++m_last_overlay_id, data, user_data};
     const std::lock_guard lock(m_lock);
     m_has_overlay = true;
-    for (const auto& target : m_targets) {
+    for (const auto& target : m_targets)
         target->expect_overlay();
-    }
     return m_overlay.id;
 }
 
 void Service::destroy_overlay(gint id) {
     require_init();
-    if (id == 0 || id != m_overlay.id) {
+    if (id == 0 || id != m_overlay.id)
         throw std::runtime_error("there is no overlay " + std::to_string(id));
-    }
     m_overlay = {};
     const std::lock_guard lock(m_lock);
     m_has_overlay = false;
-    for (const auto& target : m_targets) {
+    for (const auto& target : m_targets)
         target->withdraw();
-    }
 }
 
 void Service::redraw() {
     require_init();
-    if (m_overlay.id == 0) {
+    if (m_overlay.id == 0)
         throw std::runtime_error("there is no overlay to redraw");
-    }
     {
         const std::lock_guard lock(m_lock);
         m_redrawn = m_targets;
@@ -118,9 +102,8 @@ void Service::redraw() {
         }
     }
     m_redrawn.clear();
-    if (!failure.empty()) {
+    if (!failure.empty())
         throw std::runtime_error(failure);
-    }
 }
 
 std::string Service::listen_address() const {

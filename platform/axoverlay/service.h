@@ -49,7 +49,7 @@ class Service {
     Overlay m_overlay;
     gint m_last_overlay_id = 0;
     std::unique_ptr<StreamServer> m_server;
-    std::vector<std::shared_ptr<OverlayTarget>> m_redrawn; ///< kept for its memory
+    std::vector<std::shared_ptr<OverlayTarget>> m_redrawn; // kept for its memory
 
     std::mutex m_lock; // guards the rest
     std::vector<std::shared_ptr<OverlayTarget>> m_targets;

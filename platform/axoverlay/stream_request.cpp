@@ -1,39 +1,25 @@
 #include "platform/axoverlay/stream_request.h"
 
 #include "platform/axoverlay/resolutions.h"
-#include "platform/axoverlay/settings.h"
+#include "platform/common/settings.h"
 
-#include <algorithm>
 #include <string_view>
 
 namespace host_overlay {
-
 namespace {
 
-constexpr std::string_view kFolder = "/stream/";
-constexpr std::string_view kMotion = ".mjpg";
-constexpr std::string_view kPicture = ".jpg";
+constexpr std::string_view stream_folder = "/stream/";
+constexpr std::string_view motion_suffix = ".mjpg";
+constexpr std::string_view picture_suffix = ".jpg";
 
 StreamRequest refused(unsigned status, std::string sentence) {
     return {status, std::move(sentence), {}, false};
 }
 
-bool read_size(std::string_view text, Geometry& geometry) {
-    const std::size_t cross = text.find('x');
-    if (cross == std::string_view::npos) {
-        return false;
-    }
-    const auto width = parse_number(std::string(text.substr(0, cross)));
-    const auto height = parse_number(std::string(text.substr(cross + 1)));
-    geometry.width = width.value_or(0);
-    geometry.height = height.value_or(0);
-    return width.has_value() && height.has_value();
-}
-
 bool read_rotation(const std::string& text, int& rotation) {
-    const auto degrees = parse_number(text);
-    rotation = degrees.value_or(-1);
-    return rotation == 0 || rotation == 90 || rotation == 180 || rotation == 270;
+    const auto degrees = platform::parse_number(text, 0, 270);
+    rotation = static_cast<int>(degrees.value_or(0));
+    return degrees && rotation % 90 == 0;
 }
 
 bool read_switch(const std::string& text, bool& on) {
@@ -45,13 +31,11 @@ bool read_switch(const std::string& text, bool& on) {
 std::string read_query(const QueryArguments& query, Geometry& geometry) {
     for (const auto& [key, value] : query) {
         if (key == "rotation") {
-            if (!read_rotation(value, geometry.rotation)) {
+            if (!read_rotation(value, geometry.rotation))
                 return "The rotation must be 0, 90, 180 or 270.";
-            }
         } else if (key == "mirror") {
-            if (!read_switch(value, geometry.mirrored)) {
+            if (!read_switch(value, geometry.mirrored))
                 return "The value of mirror must be 0 or 1.";
-            }
         } else {
             return "The query may hold rotation (0, 90, 180, 270) and mirror (0, 1) only.";
         }
@@ -65,28 +49,23 @@ StreamRequest parse_stream_request(const std::string& path, const QueryArguments
                                    const std::vector<VdoResolution>& offered) {
     StreamRequest request;
     std::string_view name = path;
-    const std::string_view suffix = name.ends_with(kMotion) ? kMotion : kPicture;
-    if (!name.starts_with(kFolder) || !name.ends_with(suffix)) {
+    const std::string_view suffix = name.ends_with(motion_suffix) ? motion_suffix : picture_suffix;
+    if (!name.starts_with(stream_folder) || !name.ends_with(suffix))
         return refused(404, "There is nothing here; the camera's video is at /stream/WIDTHxHEIGHT.mjpg and "
                             "/stream/WIDTHxHEIGHT.jpg, in these sizes: " +
                                 list_text(offered) + ".");
-    }
-    name.remove_prefix(kFolder.size());
+    name.remove_prefix(stream_folder.size());
     name.remove_suffix(suffix.size());
-    request.motion = suffix == kMotion;
-    if (!read_size(name, request.geometry)) {
+    request.motion = suffix == motion_suffix;
+    const auto size = platform::parse_size(name);
+    if (!size)
         return refused(400, "The size must be two numbers joined by an x, like 1280x720.");
-    }
-    const bool known = std::ranges::any_of(offered, [&](const VdoResolution& r) {
-        return static_cast<int>(r.width) == request.geometry.width &&
-               static_cast<int>(r.height) == request.geometry.height;
-    });
-    if (!known) {
+    request.geometry.width = size->width;
+    request.geometry.height = size->height;
+    if (!offers(offered, size->width, size->height))
         return refused(404, "The camera has no video of that size; it offers " + list_text(offered) + ".");
-    }
-    if (std::string why = read_query(query, request.geometry); !why.empty()) {
+    if (std::string why = read_query(query, request.geometry); !why.empty())
         return refused(400, std::move(why));
-    }
     return request;
 }
 

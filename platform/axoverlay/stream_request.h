@@ -12,10 +12,10 @@ namespace host_overlay {
 
 /** What a request asks for, or why it is refused. */
 struct StreamRequest {
-    unsigned status = 200; ///< 200, 400 or 404; with the last two only `sentence` counts
+    unsigned status = 200; // 200, 400 or 404; with the last two only `sentence` counts
     std::string sentence;
     Geometry geometry;
-    bool motion = false; ///< the multipart stream (.mjpg), not one picture (.jpg)
+    bool motion = false; // the multipart stream (.mjpg), not one picture (.jpg)
 };
 
 using QueryArguments = std::vector<std::pair<std::string, std::string>>;

@@ -14,12 +14,11 @@
 #include <utility>
 
 namespace host_overlay {
-
 namespace {
 
-constexpr unsigned kConnections = 64;
+constexpr unsigned most_connections = 64;
 /** A viewer that takes no byte for so long is given up. */
-constexpr unsigned kStalledSeconds = 30;
+constexpr unsigned stalled_seconds = 30;
 
 /** What a connection holds between the calls of answer(): nothing at first, then that its head was read, then more. */
 struct Request {
@@ -27,12 +26,17 @@ struct Request {
 };
 
 MHD_Result queue(MHD_Connection* connection, unsigned status, MHD_Response* response) {
-    if (response == nullptr) {
+    if (response == nullptr)
         return MHD_NO;
-    }
     const MHD_Result result = MHD_queue_response(connection, status, response);
     MHD_destroy_response(response);
     return result;
+}
+
+MHD_Result queue_answer_of(Viewer& viewer, MHD_Connection* connection) {
+    unsigned status = 0;
+    MHD_Response* response = viewer.response(status);
+    return queue(connection, status, response);
 }
 
 MHD_Result collect(void* arguments, MHD_ValueKind, const char* key, const char* value) {
@@ -42,9 +46,8 @@ MHD_Result collect(void* arguments, MHD_ValueKind, const char* key, const char* 
 
 MHD_Result refuse_method(MHD_Connection* connection) {
     MHD_Response* response = text_response("The camera's video is read with GET.");
-    if (response != nullptr) {
+    if (response != nullptr)
         MHD_add_response_header(response, MHD_HTTP_HEADER_ALLOW, "GET, HEAD");
-    }
     return queue(connection, MHD_HTTP_METHOD_NOT_ALLOWED, response);
 }
 
@@ -53,11 +56,8 @@ MHD_Result answer_head(MHD_Connection* connection, bool motion) {
     const auto nothing = [](void*, uint64_t, char*, std::size_t) -> ssize_t {
         return MHD_CONTENT_READER_END_OF_STREAM;
     };
-    MHD_Response* response = MHD_create_response_from_callback(MHD_SIZE_UNKNOWN, 1, nothing, nullptr, nullptr);
-    if (response != nullptr) {
-        MHD_set_response_options(response, MHD_RF_HTTP_1_0_COMPATIBLE_STRICT, MHD_RO_END);
-    }
-    return queue(connection, MHD_HTTP_OK, typed_response(response, motion ? kMultipartType : kJpegType));
+    const char* type = motion ? multipart_type : jpeg_type;
+    return queue(connection, MHD_HTTP_OK, streamed_response(nothing, 1, nullptr, nullptr, type));
 }
 
 } // namespace
@@ -86,7 +86,8 @@ void StreamServer::listen_on(const ListenAddress& listen) {
         errno = 0;
         m_daemon.reset(MHD_start_daemon(flags, 0, nullptr, nullptr, answer, this, MHD_OPTION_ARRAY, where.data(),
                                         MHD_OPTION_NOTIFY_COMPLETED, completed, this, MHD_OPTION_CONNECTION_LIMIT,
-                                        kConnections, MHD_OPTION_CONNECTION_TIMEOUT, kStalledSeconds, MHD_OPTION_END));
+                                        most_connections, MHD_OPTION_CONNECTION_TIMEOUT, stalled_seconds,
+                                        MHD_OPTION_END));
         failure = errno;
     };
     {
@@ -94,9 +95,8 @@ void StreamServer::listen_on(const ListenAddress& listen) {
         const blocked_signals blocked;
         std::thread(start).join();
     }
-    if (m_daemon == nullptr) {
+    if (m_daemon == nullptr)
         throw std::runtime_error(std::strerror(failure));
-    }
     m_address = listen.text;
     if (listen.path.empty()) {
         const MHD_DaemonInfo* info = MHD_get_daemon_info(m_daemon.get(), MHD_DAEMON_INFO_BIND_PORT);
@@ -121,30 +121,24 @@ MHD_Result StreamServer::answer(void* server, MHD_Connection* connection, const 
         return MHD_YES;
     }
     auto* current = static_cast<Request*>(*request);
-    if (current->viewer == nullptr) {
+    if (current->viewer == nullptr)
         return static_cast<StreamServer*>(server)->begin(connection, path, method, request);
-    }
-    unsigned status = 0;
-    MHD_Response* response = current->viewer->response(status);
-    return queue(connection, status, response);
+    return queue_answer_of(*current->viewer, connection);
 }
 
 MHD_Result StreamServer::begin(MHD_Connection* connection, const std::string& path, const std::string& method,
                                void** request) {
-    if (method != MHD_HTTP_METHOD_GET && method != MHD_HTTP_METHOD_HEAD) {
+    if (method != MHD_HTTP_METHOD_GET && method != MHD_HTTP_METHOD_HEAD)
         return refuse_method(connection);
-    }
     std::shared_ptr<Viewer>& viewer = static_cast<Request*>(*request)->viewer;
     QueryArguments query;
     MHD_get_connection_values(connection, MHD_GET_ARGUMENT_KIND, collect, &query);
     try {
         const StreamRequest wanted = parse_stream_request(path, query, channel_resolutions());
-        if (wanted.status != MHD_HTTP_OK) {
+        if (wanted.status != MHD_HTTP_OK)
             return queue(connection, wanted.status, text_response(wanted.sentence));
-        }
-        if (method == MHD_HTTP_METHOD_HEAD) {
+        if (method == MHD_HTTP_METHOD_HEAD)
             return answer_head(connection, wanted.motion);
-        }
         const auto wish = wanted.motion ? Viewer::Wish::all_pictures : Viewer::Wish::one_picture;
         viewer = std::make_shared<Viewer>(connection, wish);
         m_broadcasts.join(wanted.geometry, viewer);
@@ -152,20 +146,14 @@ MHD_Result StreamServer::begin(MHD_Connection* connection, const std::string& pa
         viewer.reset();
         return queue(connection, MHD_HTTP_SERVICE_UNAVAILABLE, text_response(failure.what()));
     }
-    if (viewer->suspend_until_ready()) {
-        return MHD_YES;
-    }
-    unsigned status = 0;
-    MHD_Response* response = viewer->response(status);
-    return queue(connection, status, response);
+    return viewer->suspend_until_ready() ? MHD_YES : queue_answer_of(*viewer, connection);
 }
 
 void StreamServer::completed(void*, MHD_Connection*, void** request, MHD_RequestTerminationCode) {
     const std::unique_ptr<Request> ended(static_cast<Request*>(*request));
     *request = nullptr;
-    if (ended != nullptr && ended->viewer != nullptr) {
+    if (ended != nullptr && ended->viewer != nullptr)
         ended->viewer->leave();
-    }
 }
 
 } // namespace host_overlay

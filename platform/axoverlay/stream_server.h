@@ -3,6 +3,7 @@
 #include "platform/axoverlay/broadcast.h"
 #include "platform/axoverlay/settings.h"
 #include "platform/axoverlay/unix_socket.h"
+#include "platform/common/handle.h"
 
 #include <microhttpd.h>
 
@@ -28,10 +29,6 @@ class StreamServer {
     const std::string& address() const { return m_address; }
 
   private:
-    struct DaemonStopper {
-        void operator()(MHD_Daemon* daemon) const { MHD_stop_daemon(daemon); }
-    };
-
     static MHD_Result answer(void* server, MHD_Connection* connection, const char* path, const char* method,
                              const char* version, const char* upload, std::size_t* upload_size, void** request);
     static void completed(void* server, MHD_Connection* connection, void** request, MHD_RequestTerminationCode code);
@@ -40,7 +37,7 @@ class StreamServer {
 
     Broadcasts m_broadcasts;
     std::optional<UnixSocket> m_socket;
-    std::unique_ptr<MHD_Daemon, DaemonStopper> m_daemon;
+    platform::Handle<MHD_Daemon, MHD_stop_daemon> m_daemon;
     std::string m_address;
 };
 

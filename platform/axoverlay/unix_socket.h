@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/common/descriptor.h"
+
 #include <sys/types.h>
 
 #include <string>
@@ -24,17 +26,15 @@ class UnixSocket {
     UnixSocket& operator=(const UnixSocket&) = delete;
 
     /** The listening descriptor, which the caller closes. REQUIRES: not taken yet. */
-    int take();
+    int take() { return m_socket.release(); }
 
   private:
     void listen_at(const std::string& path);
-    bool is_served(const std::string& path) const;
-    void close_all();
 
-    std::string m_name; ///< in the folder
-    int m_folder = -1;  ///< kept open, so that the file is found again wherever the folder goes
-    int m_socket = -1;  ///< -1 also when taken
-    dev_t m_device = 0; ///< of the file, with m_inode
+    std::string m_name;            // in the folder
+    platform::Descriptor m_folder; // kept open, so that the file is found again wherever the folder goes
+    platform::Descriptor m_socket; // none also when taken
+    dev_t m_device = 0;            // of the file, with m_inode
     ino_t m_inode = 0;
 };
 

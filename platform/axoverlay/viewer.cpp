@@ -7,13 +7,12 @@
 #include <utility>
 
 namespace host_overlay {
-
 namespace {
 
 /** What the connection's body is read through; lives as long as the response. */
 using Reading = std::shared_ptr<Viewer>;
 
-constexpr std::size_t kReadSize = 65536;
+constexpr std::size_t read_size = 65536;
 
 } // namespace
 
@@ -26,18 +25,16 @@ void Viewer::resume() {
 
 void Viewer::deliver(const std::shared_ptr<const EncodedPicture>& picture) {
     const std::lock_guard lock(m_lock);
-    if (m_done || m_ended || (m_wish == Wish::one_picture && !picture->complete)) {
+    if (m_done || m_ended || (m_wish == Wish::one_picture && !picture->complete))
         return;
-    }
     m_next = picture;
     resume();
 }
 
 void Viewer::fail(const std::string& why) {
     const std::lock_guard lock(m_lock);
-    if (m_done || m_served || m_next != nullptr) {
+    if (m_done || m_served || m_next != nullptr)
         return;
-    }
     m_failure = why;
     resume();
 }
@@ -64,9 +61,8 @@ void Viewer::leave() {
 
 bool Viewer::suspend_until_ready() {
     const std::lock_guard lock(m_lock);
-    if (ready()) {
+    if (ready())
         return false;
-    }
     m_suspended = true;
     MHD_suspend_connection(m_connection);
     return true;
@@ -86,20 +82,14 @@ MHD_Response* Viewer::response(unsigned& status) {
             return (*static_cast<Reading*>(reading))->read(buffer, size);
         };
         const auto release = [](void* reading) { delete static_cast<Reading*>(reading); };
-        MHD_Response* stream = MHD_create_response_from_callback(MHD_SIZE_UNKNOWN, kReadSize, read_from,
-                                                                 new Reading(shared_from_this()), release);
-        if (stream != nullptr) {
-            // Bytes as they are until the connection ends: simple players do not know the chunked encoding.
-            MHD_set_response_options(stream, MHD_RF_HTTP_1_0_COMPATIBLE_STRICT, MHD_RO_END);
-        }
-        return typed_response(stream, kMultipartType);
+        return streamed_response(read_from, read_size, new Reading(shared_from_this()), release, multipart_type);
     }
     m_done = true;
     auto* kept = new std::shared_ptr<const EncodedPicture>(std::exchange(m_next, nullptr));
     const auto release = [](void* picture) { delete static_cast<std::shared_ptr<const EncodedPicture>*>(picture); };
     auto* jpeg = const_cast<std::uint8_t*>((*kept)->part.data() + (*kept)->jpeg_begin); // is only read
     return typed_response(
-        MHD_create_response_from_buffer_with_free_callback_cls((*kept)->jpeg_size, jpeg, release, kept), kJpegType);
+        MHD_create_response_from_buffer_with_free_callback_cls((*kept)->jpeg_size, jpeg, release, kept), jpeg_type);
 }
 
 ssize_t Viewer::read(char* buffer, std::size_t size) {
@@ -108,9 +98,8 @@ ssize_t Viewer::read(char* buffer, std::size_t size) {
         m_current = std::exchange(m_next, nullptr);
         m_sent = 0;
         if (m_current == nullptr) {
-            if (m_ended) {
+            if (m_ended)
                 return MHD_CONTENT_READER_END_OF_STREAM;
-            }
             m_suspended = true;
             MHD_suspend_connection(m_connection);
             return 0;

@@ -13,10 +13,10 @@ namespace host_overlay {
 
 /** One encoded picture as a part of the multipart stream, shared by all its viewers. */
 struct EncodedPicture {
-    std::vector<std::uint8_t> part; ///< boundary, part headers, JPEG file, line end
+    std::vector<std::uint8_t> part; // boundary, part headers, JPEG file, line end
     std::size_t jpeg_begin = 0;
     std::size_t jpeg_size = 0;
-    bool complete = false; ///< nothing is missing in it that is about to come: good as a single picture
+    bool complete = false; // nothing is missing in it that is about to come: good as a single picture
 };
 
 /**
@@ -49,8 +49,10 @@ class Viewer : public std::enable_shared_from_this<Viewer> {
     MHD_Response* response(unsigned& status);
     /** The connection is closed; it is not touched any more. */
     void leave();
-    /** Copies the next bytes of the multipart stream: their number, 0 (then suspended) or
-     * MHD_CONTENT_READER_END_OF_STREAM. */
+    /**
+     * Copies the next bytes of the multipart stream: their number, 0 (then suspended) or
+     * MHD_CONTENT_READER_END_OF_STREAM.
+     */
     ssize_t read(char* buffer, std::size_t size);
 
   private:
@@ -62,7 +64,7 @@ class Viewer : public std::enable_shared_from_this<Viewer> {
 
     // Server's thread only.
     std::shared_ptr<const EncodedPicture> m_current;
-    std::size_t m_sent = 0; ///< bytes of m_current
+    std::size_t m_sent = 0; // bytes of m_current
 
     std::mutex m_lock; // guards the rest
     std::shared_ptr<const EncodedPicture> m_next;

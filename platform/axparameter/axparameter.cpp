@@ -40,35 +40,37 @@ struct Handle {
     host_parameters::Settler settler{[this] { settle(); }}; // the last member: its thread uses the others
 };
 
-/** The live handles. The address given out is never read, only looked up, and stays reserved for the life of the
-   process (one byte each): so a released handle, NULL or a stray pointer is told from a live one, and a released one
-   never comes to mean another store. */
+/**
+ * The live handles. The address given out is never read, only looked up, and stays reserved for the life of the
+ * process (one byte each): so a released handle, NULL or a stray pointer is told from a live one, and a released one
+ * never comes to mean another store.
+ */
 class HandleTable {
   public:
     AXParameter* insert(std::shared_ptr<Handle> handle) {
-        const std::lock_guard lock(mutex_);
-        AXParameter* token = &tokens_.emplace_back();
-        live_.emplace(token, std::move(handle));
+        const std::lock_guard lock(m_mutex);
+        AXParameter* token = &m_tokens.emplace_back();
+        m_live.emplace(token, std::move(handle));
         return token;
     }
 
     std::shared_ptr<Handle> find(AXParameter* token) {
-        const std::lock_guard lock(mutex_);
-        const auto entry = live_.find(token);
-        return entry == live_.end() ? nullptr : entry->second;
+        const std::lock_guard lock(m_mutex);
+        const auto entry = m_live.find(token);
+        return entry == m_live.end() ? nullptr : entry->second;
     }
 
     /** An operation that another thread has under way keeps the handle until it is done. */
     std::shared_ptr<Handle> take(AXParameter* token) {
-        const std::lock_guard lock(mutex_);
-        const auto entry = live_.extract(token);
+        const std::lock_guard lock(m_mutex);
+        const auto entry = m_live.extract(token);
         return entry.empty() ? nullptr : entry.mapped();
     }
 
   private:
-    std::mutex mutex_;
-    std::deque<_AXParameter> tokens_;
-    std::map<AXParameter*, std::shared_ptr<Handle>> live_;
+    std::mutex m_mutex;
+    std::deque<_AXParameter> m_tokens;
+    std::map<AXParameter*, std::shared_ptr<Handle>> m_live;
 };
 
 /** Never destroyed: a thread may still save while the process ends. */
@@ -101,17 +103,14 @@ bool attempt(Handle& handle, bool writes, GError** error,
     const std::lock_guard lock(handle.mutex);
     g_autoptr(GError) cause = nullptr;
     const bool done = operation(handle.store, &cause);
-    if (cause != nullptr && cause->code == static_cast<gint>(ErrorCode::store)) {
+    if (cause != nullptr && cause->code == static_cast<gint>(ErrorCode::store))
         handle.outage.failed(cause->message, handle.store.is_open());
-    } else {
+    else
         handle.outage.works(done && writes);
-    }
-    if (done && writes) {
+    if (done && writes)
         handle.settler.written();
-    }
-    if (cause != nullptr) {
+    if (cause != nullptr)
         g_propagate_error(error, g_steal_pointer(&cause));
-    }
     return done;
 }
 
@@ -124,13 +123,11 @@ gboolean missing_value(const gchar* name, GError** error) {
 bool refuse_camera_parameter(host_parameters::Store& store, const std::string& name, GError** error) {
     std::string present;
     g_autoptr(GError) cause = nullptr;
-    if (store.get("", name, present, &cause)) {
+    if (store.get("", name, present, &cause))
         return host_parameters::exists_already(name, error);
-    }
-    if (cause->code == static_cast<gint>(ErrorCode::unknown_name)) {
+    if (cause->code == static_cast<gint>(ErrorCode::unknown_name))
         return fail(error, ErrorCode::argument,
                     "\"" + name + "\" would be a parameter of the camera's own; none can be added.");
-    }
     g_propagate_error(error, g_steal_pointer(&cause));
     return false;
 }
@@ -165,12 +162,10 @@ void ax_parameter_free(AXParameter* parameter) {
 gboolean ax_parameter_add(AXParameter* parameter, const gchar* name, const gchar* initial_value, const gchar* /*type*/,
                           GError** error) {
     const auto handle = checked(parameter, name, error);
-    if (!handle) {
+    if (!handle)
         return FALSE;
-    }
-    if (initial_value == nullptr) {
+    if (initial_value == nullptr)
         return missing_value(name, error);
-    }
     const std::string owner = owner_of(*handle, name);
     return static_cast<gboolean>(attempt(*handle, true, error, [&](host_parameters::Store& store, GError** cause) {
         return owner.empty() ? refuse_camera_parameter(store, name, cause)
@@ -180,18 +175,15 @@ gboolean ax_parameter_add(AXParameter* parameter, const gchar* name, const gchar
 
 gboolean ax_parameter_get(AXParameter* parameter, const gchar* name, gchar** value, GError** error) {
     const auto handle = checked(parameter, name, error);
-    if (!handle) {
+    if (!handle)
         return FALSE;
-    }
-    if (value == nullptr) {
+    if (value == nullptr)
         return static_cast<gboolean>(fail(error, ErrorCode::argument, "There is no place for the value."));
-    }
     std::string text;
     if (!attempt(*handle, false, error, [&](host_parameters::Store& store, GError** cause) {
             return store.get(owner_of(*handle, name), name, text, cause);
-        })) {
+        }))
         return FALSE;
-    }
     *value = g_strdup(text.c_str());
     return TRUE;
 }
@@ -200,12 +192,10 @@ gboolean ax_parameter_get(AXParameter* parameter, const gchar* name, gchar** val
 gboolean ax_parameter_set(AXParameter* parameter, const gchar* name, const gchar* value, gboolean /*do_sync*/,
                           GError** error) {
     const auto handle = checked(parameter, name, error);
-    if (!handle) {
+    if (!handle)
         return FALSE;
-    }
-    if (value == nullptr) {
+    if (value == nullptr)
         return missing_value(name, error);
-    }
     return static_cast<gboolean>(attempt(*handle, true, error, [&](host_parameters::Store& store, GError** cause) {
         return store.set(owner_of(*handle, name), name, value, cause);
     }));
@@ -213,18 +203,15 @@ gboolean ax_parameter_set(AXParameter* parameter, const gchar* name, const gchar
 
 GList* ax_parameter_list(AXParameter* parameter, GError** error) {
     const auto handle = checked(parameter, "all", error);
-    if (!handle) {
+    if (!handle)
         return nullptr;
-    }
     std::vector<std::string> names;
     if (!attempt(*handle, false, error, [&](host_parameters::Store& store, GError** cause) {
             return store.list(handle->group, names, cause);
-        })) {
+        }))
         return nullptr;
-    }
     GList* list = nullptr;
-    for (auto name = names.rbegin(); name != names.rend(); ++name) {
+    for (auto name = names.rbegin(); name != names.rend(); ++name)
         list = g_list_prepend(list, g_strdup(name->c_str()));
-    }
     return list;
 }

@@ -1,8 +1,7 @@
 #pragma once
 
-#include <glib.h>
-
-#include <string>
+#include "platform/common/glib.h"
+#include "platform/common/report.h"
 
 namespace host_parameters {
 
@@ -11,14 +10,16 @@ enum class ErrorCode : gint { handle = 1, argument = 2, manifest = 3, store = 4,
 
 /** Fills `error` (which may be NULL) and gives false, so that a failure is one `return`. */
 inline bool fail(GError** error, ErrorCode code, const std::string& text) {
-    // Names and values of any bytes may stand in the text; a GError's message is UTF-8.
-    g_autofree gchar* message = g_utf8_make_valid(text.c_str(), -1);
-    g_set_error_literal(error, g_quark_from_static_string("korvex-axparameter"), static_cast<gint>(code), message);
-    return false;
+    return platform::set_error(error, "korvex-axparameter", static_cast<gint>(code), platform::valid_utf8(text));
 }
 
 inline bool exists_already(const std::string& name, GError** error) {
     return fail(error, ErrorCode::exists, "The parameter \"" + name + "\" exists already.");
+}
+
+/** One line on stderr. */
+inline void complain(const std::string& sentence) {
+    platform::report("korvex axparameter", sentence + ".");
 }
 
 } // namespace host_parameters

@@ -1,6 +1,7 @@
 #include "platform/axparameter/manifest.h"
 
 #include "platform/axparameter/failure.h"
+#include "platform/common/settings.h"
 
 #include <json-glib/json-glib.h>
 
@@ -13,9 +14,8 @@ namespace {
 
 std::optional<std::string> text_member(JsonObject* object, const char* name) {
     JsonNode* node = json_object_get_member(object, name);
-    if (node == nullptr || json_node_get_value_type(node) != G_TYPE_STRING) {
+    if (node == nullptr || json_node_get_value_type(node) != G_TYPE_STRING)
         return std::nullopt;
-    }
     return json_node_get_string(node);
 }
 
@@ -23,32 +23,28 @@ std::optional<Kind> kind_named(const std::string& name) {
     const std::pair<const char*, Kind> kinds[] = {
         {"integer", Kind::integer}, {"number", Kind::number}, {"boolean", Kind::boolean}, {"text", Kind::text}};
     for (const auto& [text, kind] : kinds) {
-        if (name == text) {
+        if (name == text)
             return kind;
-        }
     }
     return std::nullopt;
 }
 
 std::optional<DeclaredParameter> parameter_from(JsonNode* node) {
-    if (!JSON_NODE_HOLDS_OBJECT(node)) {
+    if (!JSON_NODE_HOLDS_OBJECT(node))
         return std::nullopt;
-    }
     JsonObject* object = json_node_get_object(node);
     const auto name = text_member(object, "name");
     const auto value = text_member(object, "default");
     const auto kind = kind_named(text_member(object, "kind").value_or(""));
-    if (!name || name->empty() || !value || !kind) {
+    if (!name || name->empty() || !value || !kind)
         return std::nullopt;
-    }
     return DeclaredParameter{*name, *value, *kind};
 }
 
 } // namespace
 
 std::string manifest_path() {
-    const gchar* path = g_getenv("KORVEX_AXPARAMETER_MANIFEST");
-    return path != nullptr && *path != '\0' ? path : KORVEX_DEFAULT_MANIFEST;
+    return platform::environment_or("KORVEX_AXPARAMETER_MANIFEST", KORVEX_DEFAULT_MANIFEST);
 }
 
 bool read_manifest(const std::string& path, Manifest& manifest, GError** error) {
@@ -57,34 +53,28 @@ bool read_manifest(const std::string& path, Manifest& manifest, GError** error) 
     };
     g_autoptr(JsonParser) parser = json_parser_new_immutable();
     g_autoptr(GError) cause = nullptr;
-    if (json_parser_load_from_file(parser, path.c_str(), &cause) == FALSE) {
+    if (json_parser_load_from_file(parser, path.c_str(), &cause) == FALSE)
         return refuse(std::string("cannot be read: ") + cause->message);
-    }
     JsonNode* root = json_parser_get_root(parser);
-    if (root == nullptr || !JSON_NODE_HOLDS_OBJECT(root)) {
+    if (root == nullptr || !JSON_NODE_HOLDS_OBJECT(root))
         return refuse("holds no JSON object.");
-    }
     JsonObject* object = json_node_get_object(root);
     Manifest result;
     result.package = text_member(object, "package").value_or("");
-    if (result.package.empty()) {
+    if (result.package.empty())
         return refuse("names no \"package\".");
-    }
     JsonNode* list = json_object_get_member(object, "parameters");
-    if (list == nullptr || !JSON_NODE_HOLDS_ARRAY(list)) {
+    if (list == nullptr || !JSON_NODE_HOLDS_ARRAY(list))
         return refuse("has no array \"parameters\".");
-    }
     std::set<std::string> seen;
     JsonArray* array = json_node_get_array(list);
     for (guint i = 0; i < json_array_get_length(array); ++i) {
         auto parameter = parameter_from(json_array_get_element(array, i));
-        if (!parameter) {
+        if (!parameter)
             return refuse("has an entry " + std::to_string(i) +
                           " in \"parameters\" that lacks a \"name\", a \"default\" text or a known \"kind\".");
-        }
-        if (!seen.insert(parameter->name).second) {
+        if (!seen.insert(parameter->name).second)
             return refuse("declares \"" + parameter->name + "\" twice.");
-        }
         result.parameters.push_back(std::move(*parameter));
     }
     manifest = std::move(result);

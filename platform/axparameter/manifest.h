@@ -25,8 +25,10 @@ struct Manifest {
 /** KORVEX_AXPARAMETER_MANIFEST, or the manifest of the source tree this was built from. */
 std::string manifest_path();
 
-/** Reads the file at `path` (its shape: package/README.md). False with `error` set when it is missing or is not of that
-    shape; `manifest` is then unchanged. */
+/**
+ * Reads the file at `path` (its shape: package/README.md). False with `error` set when it is missing or is not of that
+ * shape; `manifest` is then unchanged.
+ */
 bool read_manifest(const std::string& path, Manifest& manifest, GError** error);
 
 } // namespace host_parameters

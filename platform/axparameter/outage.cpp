@@ -1,30 +1,24 @@
 #include "platform/axparameter/outage.h"
 
-#include <cstdio>
+#include "platform/axparameter/failure.h"
 
 namespace host_parameters {
 
-void complain(const std::string& sentence) {
-    std::fprintf(stderr, "korvex axparameter: %s.\n", sentence.c_str());
-}
-
 void Outage::failed(const std::string& reason, bool while_writing) {
-    if (!failing_ || while_writing_ != while_writing) {
+    if (!m_failing || m_while_writing != while_writing)
         complain(reason);
-    }
-    failing_ = true;
-    while_writing_ = while_writing;
+    m_failing = true;
+    m_while_writing = while_writing;
 }
 
 void Outage::works(bool wrote) {
-    failing_ = failing_ && while_writing_ && !wrote;
+    m_failing = m_failing && m_while_writing && !wrote;
 }
 
 void Outage::given_up() const {
-    if (failing_) {
+    if (m_failing)
         complain("the camera works with these settings but could not store them, and has to be started again once they "
                  "can be stored");
-    }
 }
 
 } // namespace host_parameters

@@ -4,10 +4,12 @@
 
 namespace host_parameters {
 
-/** What is said on stderr of a store that cannot be opened or written, since the application's log has no room for the
-    reason: one sentence when it begins, not one for each call. Belongs to whoever serialises the calls.
-
-        fine --failed: said--> failing --works, and for an outage of writing: a write works--> fine */
+/**
+ * What is said on stderr of a store that cannot be opened or written, since the application's log has no room for the
+ * reason: one sentence when it begins, not one for each call. Belongs to whoever serialises the calls.
+ *
+ *     fine --failed: said--> failing --works, and for an outage of writing: a write works--> fine
+ */
 class Outage {
   public:
     /** `while_writing`: the store is open, and may be read. */
@@ -17,11 +19,8 @@ class Outage {
     void given_up() const;
 
   private:
-    bool failing_ = false;
-    bool while_writing_ = false;
+    bool m_failing = false;
+    bool m_while_writing = false;
 };
-
-/** One line on stderr. */
-void complain(const std::string& sentence);
 
 } // namespace host_parameters

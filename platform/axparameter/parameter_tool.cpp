@@ -6,6 +6,7 @@
 #include "platform/axparameter/manifest.h"
 #include "platform/axparameter/store.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cmath>
@@ -62,27 +63,18 @@ std::string wanted_instead(Kind kind, const std::string& text) {
     return "";
 }
 
-/** The same for a parameter. The camera turns its picture by right angles only; any other number would count as 0. With
-    a period of 0 the analysis would leave no time to anything else. */
+/**
+ * The same for a parameter. The camera turns its picture by right angles only; any other number would count as 0. With
+ * a period of 0 the analysis would leave no time to anything else.
+ */
 std::string wanted_instead(const DeclaredParameter& declared, const std::string& text) {
     const bool turns = text == "0" || text == "90" || text == "180" || text == "270";
-    if (declared.name == rotation && !turns) {
+    if (declared.name == rotation && !turns)
         return "0, 90, 180 or 270";
-    }
     const bool passes = is_integer(text) && std::stol(text) >= 1 && std::stol(text) <= longest_period;
-    if (declared.name == period && !passes) {
+    if (declared.name == period && !passes)
         return "a whole number from 1 to " + std::to_string(longest_period) + ", in milliseconds";
-    }
     return wanted_instead(declared.kind, text);
-}
-
-const DeclaredParameter* find(const Manifest& manifest, const std::string& name) {
-    for (const DeclaredParameter& parameter : manifest.parameters) {
-        if (parameter.name == name) {
-            return &parameter;
-        }
-    }
-    return nullptr;
 }
 
 /** One argument: without a value the parameter is to be printed. */
@@ -93,30 +85,26 @@ struct Wish {
 
 Wish wish_of(const std::string& argument) {
     const size_t equals = argument.find('=');
-    if (equals == std::string::npos) {
+    if (equals == std::string::npos)
         return {argument, std::nullopt};
-    }
     return {argument.substr(0, equals), argument.substr(equals + 1)};
 }
 
 bool carry_out(Store& store, const std::string& package, const Wish& wish, GError** error) {
     const std::string owner = wish.name == rotation ? "" : package;
-    if (wish.value) {
+    if (wish.value)
         return store.set(owner, wish.name, *wish.value, error);
-    }
     std::string value;
-    if (!store.get(owner, wish.name, value, error)) {
+    if (!store.get(owner, wish.name, value, error))
         return false;
-    }
     std::puts(value.c_str());
     return true;
 }
 
 std::string list_of(const Manifest& manifest) {
     std::string text;
-    for (const DeclaredParameter& parameter : manifest.parameters) {
+    for (const DeclaredParameter& parameter : manifest.parameters)
         text += "\n  " + parameter.name;
-    }
     return text;
 }
 
@@ -125,26 +113,24 @@ std::string list_of(const Manifest& manifest) {
 int main(int argc, char** argv) {
     Manifest manifest;
     g_autoptr(GError) error = nullptr;
-    if (!read_manifest(host_parameters::manifest_path(), manifest, &error)) {
+    if (!read_manifest(host_parameters::manifest_path(), manifest, &error))
         return refuse(error->message);
-    }
     Store store(host_parameters::store_path(), manifest);
     manifest.parameters.push_back({rotation, "0", Kind::integer});
 
     std::vector<Wish> wishes;
     for (int i = 1; i < argc; ++i) {
         const Wish wish = wish_of(argv[i]);
-        const DeclaredParameter* declared = find(manifest, wish.name);
-        if (declared == nullptr) {
+        const auto declared = std::ranges::find(manifest.parameters, wish.name, &DeclaredParameter::name);
+        if (declared == manifest.parameters.end()) {
             std::fprintf(stderr, "There is no parameter \"%s\". There are:%s\n", wish.name.c_str(),
                          list_of(manifest).c_str());
             return 1;
         }
         const std::string wanted = wish.value ? wanted_instead(*declared, *wish.value) : "";
-        if (!wanted.empty()) {
+        if (!wanted.empty())
             return refuse("\"" + *wish.value + "\" does not suit the parameter " + wish.name + ": it takes " + wanted +
                           ".");
-        }
         wishes.push_back(wish);
     }
 

@@ -7,31 +7,29 @@
 namespace host_parameters {
 
 Settler::Settler(std::function<void()> settle, std::chrono::milliseconds quiet)
-    : settle_(std::move(settle)), quiet_(quiet) {}
+    : m_settle(std::move(settle)), m_quiet(quiet) {}
 
 void Settler::written() {
-    const std::lock_guard lock(mutex_);
-    unsettled_ = true;
-    last_ = Clock::now();
-    if (!thread_.joinable()) {
+    const std::lock_guard lock(m_mutex);
+    m_unsettled = true;
+    m_last = Clock::now();
+    if (!m_thread.joinable()) {
         const blocked_signals during_creation;
-        thread_ = std::jthread([this](const std::stop_token& stop) { run(stop); });
+        m_thread = std::jthread([this](const std::stop_token& stop) { run(stop); });
     }
-    changed_.notify_all();
+    m_changed.notify_all();
 }
 
 void Settler::run(const std::stop_token& stop) {
-    std::unique_lock lock(mutex_);
-    while (changed_.wait(lock, stop, [this] { return unsettled_; })) {
-        while (!stop.stop_requested() && Clock::now() < last_ + quiet_) {
-            changed_.wait_until(lock, stop, last_ + quiet_, [] { return false; });
-        }
-        if (stop.stop_requested()) {
+    std::unique_lock lock(m_mutex);
+    while (m_changed.wait(lock, stop, [this] { return m_unsettled; })) {
+        while (!stop.stop_requested() && Clock::now() < m_last + m_quiet)
+            m_changed.wait_until(lock, stop, m_last + m_quiet, [] { return false; });
+        if (stop.stop_requested())
             return;
-        }
-        unsettled_ = false;
+        m_unsettled = false;
         lock.unlock();
-        settle_();
+        m_settle();
         lock.lock();
     }
 }

@@ -2,10 +2,10 @@
 
 #include "platform/axparameter/damage.h"
 #include "platform/axparameter/failure.h"
+#include "platform/common/settings.h"
 
 #include <array>
 #include <cerrno>
-#include <cstdio>
 #include <initializer_list>
 #include <string_view>
 
@@ -20,16 +20,17 @@ constexpr std::array<std::pair<std::string_view, std::string_view>, 1> camera_pa
 constexpr const char* insert_sql =
     "INSERT INTO parameters (owner, name, value) VALUES (?1, ?2, ?3) ON CONFLICT (owner, name) DO NOTHING";
 
-/** Prepares, binds and makes the first step: SQLITE_ROW, SQLITE_DONE or what went wrong. The arguments' bytes must
-    outlive the statement. */
+/**
+ * Prepares, binds and makes the first step: SQLITE_ROW, SQLITE_DONE or what went wrong. The arguments' bytes must
+ * outlive the statement.
+ */
 int start(sqlite3* connection, const char* sql, std::initializer_list<std::string_view> arguments,
           Statement& statement) {
     int code = prepare(connection, sql, statement);
     int index = 0;
     for (const std::string_view argument : arguments) {
-        if (code == SQLITE_OK) {
+        if (code == SQLITE_OK)
             code = bind_bytes(statement.get(), ++index, argument);
-        }
     }
     return code == SQLITE_OK ? sqlite3_step(statement.get()) : code;
 }
@@ -46,43 +47,34 @@ bool unknown(const std::string& name, GError** error) {
 } // namespace
 
 std::string store_path() {
-    const gchar* path = g_getenv("KORVEX_AXPARAMETER_STORE");
-    if (path != nullptr && *path != '\0') {
-        return path;
-    }
-    return std::string(g_get_user_state_dir()) + "/korvex_orvel/parameters.sqlite";
+    return platform::environment_or("KORVEX_AXPARAMETER_STORE",
+                                    std::string(g_get_user_state_dir()) + "/korvex_orvel/parameters.sqlite");
 }
 
 bool Store::open(GError** error) {
     OpeningLock lock;
-    return make_folders_above(path_, error) && lock.take(path_, error) && leave(error) && open_locked(error);
+    return make_folders_above(m_path, error) && lock.take(m_path, error) && leave(error) && open_locked(error);
 }
 
 bool Store::leave(GError** error) {
-    if (!connection_) {
+    if (!m_connection)
         return true;
-    }
     if (!file_has_moved()) {
-        if (log_ != FileIdentity() && identity_of(path_ + "-wal") == FileIdentity() && !rescue_log(error)) {
+        if (m_log != FileIdentity() && identity_of(m_path + "-wal") == FileIdentity() && !rescue_log(error))
             return false;
-        }
         // A log that is there now is not this connection's, or the file beside it is damaged: nothing is mixed.
-        sqlite3_db_config(connection_.get(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
+        sqlite3_db_config(m_connection.get(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
     }
-    connection_.reset();
+    m_connection.reset();
     return true;
 }
 
 bool Store::rescue_log(GError** error) {
-    const int code = sqlite3_wal_checkpoint_v2(connection_.get(), "main", SQLITE_CHECKPOINT_FULL, nullptr, nullptr);
-    if (code != SQLITE_OK && !is_damage(code)) {
-        return store_failure(code, sqlite3_errmsg(connection_.get()), error);
-    }
-    std::fprintf(
-        stderr,
-        "korvex axparameter: the log of the parameter store %s was removed while it was in use; its values are "
-        "in the store all the same.\n",
-        path_.c_str());
+    const int code = sqlite3_wal_checkpoint_v2(m_connection.get(), "main", SQLITE_CHECKPOINT_FULL, nullptr, nullptr);
+    if (code != SQLITE_OK && !is_damage(code))
+        return store_failure(code, sqlite3_errmsg(m_connection.get()), error);
+    complain("the log of the parameter store " + m_path +
+             " was removed while it was in use; its values are in the store all the same");
     return true;
 }
 
@@ -90,60 +82,53 @@ bool Store::open_locked(GError** error) {
     std::string reason;
     int code = try_open(reason);
     if (is_damage(code)) {
-        connection_.reset();
-        if (!replace_damaged_store(path_, reason, error)) {
+        m_connection.reset();
+        if (!replace_damaged_store(m_path, reason, error))
             return false;
-        }
         code = try_open(reason);
     }
     if (code != SQLITE_OK) {
         store_failure(code, reason, error);
-        connection_.reset();
+        m_connection.reset();
         return false;
     }
-    log_ = identity_of(path_ + "-wal");
+    m_log = identity_of(m_path + "-wal");
     return true;
 }
 
 /** SQLITE_OK, or what failed with its text in `reason`. */
 int Store::try_open(std::string& reason) {
-    int code = open_database(path_, connection_);
-    if (code == SQLITE_OK) {
-        code = check_soundness(connection_.get());
-    }
-    if (code == SQLITE_OK) {
-        code = execute(connection_.get(), schema);
-    }
-    if (code == SQLITE_OK) {
+    int code = open_store(m_path, m_connection);
+    if (code == SQLITE_OK)
+        code = check_soundness(m_connection.get());
+    if (code == SQLITE_OK)
+        code = execute(m_connection.get(), schema);
+    if (code == SQLITE_OK)
         code = add_declared();
-    }
     if (code != SQLITE_OK) {
         // The checks that find damage by themselves leave no message in the connection.
-        const bool has_message = connection_ && sqlite3_errcode(connection_.get()) == code;
-        reason = has_message ? sqlite3_errmsg(connection_.get()) : sqlite3_errstr(code);
+        const bool has_message = m_connection && sqlite3_errcode(m_connection.get()) == code;
+        reason = has_message ? sqlite3_errmsg(m_connection.get()) : sqlite3_errstr(code);
     }
     return code;
 }
 
 /** One commit for all; nothing is written when all are there. */
 int Store::add_declared() {
-    int code = execute(connection_.get(), "BEGIN IMMEDIATE");
-    if (code != SQLITE_OK) {
+    int code = execute(m_connection.get(), "BEGIN IMMEDIATE");
+    if (code != SQLITE_OK)
         return code;
-    }
     for (const auto& [name, value] : camera_parameters) {
-        code = insert(connection_.get(), "", name, value);
-        if (code != SQLITE_DONE) {
+        code = insert(m_connection.get(), "", name, value);
+        if (code != SQLITE_DONE)
             return code;
-        }
     }
-    for (const DeclaredParameter& parameter : manifest_.parameters) {
-        code = insert(connection_.get(), manifest_.package, parameter.name, parameter.default_value);
-        if (code != SQLITE_DONE) {
+    for (const DeclaredParameter& parameter : m_manifest.parameters) {
+        code = insert(m_connection.get(), m_manifest.package, parameter.name, parameter.default_value);
+        if (code != SQLITE_DONE)
             return code;
-        }
     }
-    return execute(connection_.get(), "COMMIT");
+    return execute(m_connection.get(), "COMMIT");
 }
 
 bool Store::ensure_open(GError** error) {
@@ -151,27 +136,25 @@ bool Store::ensure_open(GError** error) {
 }
 
 bool Store::is_in_place() const {
-    return connection_ && !file_has_moved() && identity_of(path_ + "-wal") == log_;
+    return m_connection && !file_has_moved() && identity_of(m_path + "-wal") == m_log;
 }
 
 bool Store::file_has_moved() const {
     int moved = 0;
-    sqlite3_file_control(connection_.get(), "main", SQLITE_FCNTL_HAS_MOVED, &moved);
+    sqlite3_file_control(m_connection.get(), "main", SQLITE_FCNTL_HAS_MOVED, &moved);
     return moved != 0;
 }
 
 void Store::settle() {
-    if (is_in_place()) {
-        sqlite3_wal_checkpoint_v2(connection_.get(), "main", SQLITE_CHECKPOINT_PASSIVE, nullptr, nullptr);
-    } else if (connection_ && !file_has_moved()) {
+    if (is_in_place())
+        sqlite3_wal_checkpoint_v2(m_connection.get(), "main", SQLITE_CHECKPOINT_PASSIVE, nullptr, nullptr);
+    else if (m_connection && !file_has_moved())
         open(nullptr);
-    }
 }
 
 bool Store::check_room(GError** error) {
-    if (!has_room_for_saves(path_)) {
-        return no_room(path_, error);
-    }
+    if (!has_room_for_saves(m_path))
+        return no_room(m_path, error);
     return run(
         [](sqlite3* connection) {
             Statement statement;
@@ -181,31 +164,27 @@ bool Store::check_room(GError** error) {
 }
 
 bool Store::run(const std::function<int(sqlite3*)>& operation, GError** error) {
-    if (!ensure_open(error)) {
+    if (!ensure_open(error))
         return false;
-    }
-    int code = operation(connection_.get());
+    int code = operation(m_connection.get());
     if (is_damage(code)) {
-        if (!open(error)) {
+        if (!open(error))
             return false;
-        }
-        code = operation(connection_.get());
+        code = operation(m_connection.get());
     }
-    if (code == SQLITE_DONE || code == SQLITE_ROW) {
+    if (code == SQLITE_DONE || code == SQLITE_ROW)
         return true;
-    }
-    return store_failure(code, sqlite3_errmsg(connection_.get()), error);
+    return store_failure(code, sqlite3_errmsg(m_connection.get()), error);
 }
 
 bool Store::store_failure(int code, const std::string& reason, GError** error) const {
-    const int system_error = connection_ ? sqlite3_system_errno(connection_.get()) : 0;
+    const int system_error = m_connection ? sqlite3_system_errno(m_connection.get()) : 0;
     // Where the log's index does not fit, SQLite has no error for it.
     const bool may_be_full = (code & 0xff) == SQLITE_IOERR || (code & 0xff) == SQLITE_CANTOPEN;
-    if ((code & 0xff) == SQLITE_FULL || is_lack_of_room(system_error) || (may_be_full && !has_room_for_saves(path_))) {
-        return no_room(path_, error);
-    }
+    if ((code & 0xff) == SQLITE_FULL || is_lack_of_room(system_error) || (may_be_full && !has_room_for_saves(m_path)))
+        return no_room(m_path, error);
     return fail(error, ErrorCode::store,
-                "The parameter store " + path_ + " cannot be used: " + reason +
+                "The parameter store " + m_path + " cannot be used: " + reason +
                     "; see to it that this user can read and write it");
 }
 
@@ -216,9 +195,8 @@ bool Store::add(const std::string& owner, const std::string& name, const std::st
         added = code == SQLITE_DONE && sqlite3_changes(connection) == 1;
         return code;
     };
-    if (!run(operation, error)) {
+    if (!run(operation, error))
         return false;
-    }
     return added || exists_already(name, error);
 }
 
@@ -229,9 +207,8 @@ bool Store::get(const std::string& owner, const std::string& name, std::string& 
         const int code =
             start(connection, "SELECT value FROM parameters WHERE owner = ?1 AND name = ?2", {owner, name}, statement);
         found = code == SQLITE_ROW;
-        if (found) {
+        if (found)
             value = column_bytes(statement.get(), 0);
-        }
         return code;
     };
     return run(operation, error) && (found || unknown(name, error));
@@ -255,9 +232,8 @@ bool Store::list(const std::string& owner, std::vector<std::string>& names, GErr
         Statement statement;
         int code =
             start(connection, "SELECT name FROM parameters WHERE owner = ?1 ORDER BY number", {owner}, statement);
-        for (; code == SQLITE_ROW; code = sqlite3_step(statement.get())) {
+        for (; code == SQLITE_ROW; code = sqlite3_step(statement.get()))
             names.push_back(column_bytes(statement.get(), 0));
-        }
         return code;
     };
     return run(operation, error);

@@ -11,18 +11,20 @@
 
 namespace host_parameters {
 
-/** One connection to the store file. A value whose `set` or `add` returned true is on the disk.
-
-    Processes may share the file: writers wait for each other (busy_timeout_ms). A file that turns out damaged, when it
-    is opened or later, is replaced as damage.h says and the operation is tried again on the new one; so is one that
-    another process has replaced meanwhile. When somebody removes the log beside the file, where the latest values are,
-    the next operation first brings what it held into the file. After a failure each operation tries to open it again.
-
-    One thread at a time (the handle's mutex, axparameter.cpp). Failure: false with `error` set. */
+/**
+ * One connection to the store file. A value whose `set` or `add` returned true is on the disk.
+ *
+ * Processes may share the file: writers wait for each other (busy_timeout_ms). A file that turns out damaged, when it
+ * is opened or later, is replaced as damage.h says and the operation is tried again on the new one; so is one that
+ * another process has replaced meanwhile. When somebody removes the log beside the file, where the latest values are,
+ * the next operation first brings what it held into the file. After a failure each operation tries to open it again.
+ *
+ * One thread at a time (the handle's mutex, axparameter.cpp). Failure: false with `error` set.
+ */
 class Store {
   public:
     /** `path` of the file; its folder is made. Nothing is opened before `open`. */
-    Store(std::string path, Manifest manifest) : path_(std::move(path)), manifest_(std::move(manifest)) {}
+    Store(std::string path, Manifest manifest) : m_path(std::move(path)), m_manifest(std::move(manifest)) {}
 
     /** Opens the file, and adds the manifest's parameters and the camera's own that it lacks, with their defaults. */
     bool open(GError** error);
@@ -37,11 +39,13 @@ class Store {
 
     /** Whether there is room for a save of all parameters, found out by writing. */
     bool check_room(GError** error);
-    /** Brings the log's values into the file, so that they do not depend on it. Costs what two sets do. What goes wrong
-        shows in the next operation. */
+    /**
+     * Brings the log's values into the file, so that they do not depend on it. Costs what two sets do. What goes wrong
+     * shows in the next operation.
+     */
     void settle();
-    bool is_open() const { return connection_ != nullptr; }
-    const std::string& path() const { return path_; }
+    bool is_open() const { return m_connection != nullptr; }
+    const std::string& path() const { return m_path; }
 
   private:
     /** Opens when nothing is open or the file has been replaced. */
@@ -59,10 +63,10 @@ class Store {
     bool run(const std::function<int(sqlite3*)>& operation, GError** error);
     bool store_failure(int code, const std::string& reason, GError** error) const;
 
-    std::string path_;
-    Manifest manifest_;
-    Connection connection_;
-    FileIdentity log_; // of the connection's own
+    std::string m_path;
+    Manifest m_manifest;
+    Database m_connection;
+    FileIdentity m_log; // of the connection's own
 };
 
 /** KORVEX_AXPARAMETER_STORE, or korvex_orvel/parameters.sqlite in the user's state folder. */

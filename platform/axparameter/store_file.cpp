@@ -6,7 +6,6 @@
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <chrono>
@@ -15,6 +14,8 @@
 
 namespace host_parameters {
 namespace {
+
+using platform::Descriptor;
 
 /** A save sets each of about 70 parameters, and each set takes a page of the log. */
 constexpr off_t room_for_saves = 1 << 20;
@@ -25,23 +26,17 @@ std::string folder_of(const std::string& path) {
 }
 
 bool make_folder(const std::filesystem::path& folder, GError** error) {
-    if (folder.empty() || access(folder.c_str(), F_OK) == 0) {
+    if (folder.empty() || access(folder.c_str(), F_OK) == 0)
         return true;
-    }
     const std::filesystem::path parent = folder.parent_path();
-    if (!make_folder(parent, error)) {
+    if (!make_folder(parent, error))
         return false;
-    }
-    if (mkdir(folder.c_str(), 0700) != 0 && errno != EEXIST) {
+    if (mkdir(folder.c_str(), 0700) != 0 && errno != EEXIST)
         return fail(error, ErrorCode::store,
                     "The folder " + folder.string() + " of the parameter store cannot be made: " + g_strerror(errno));
-    }
     // A folder whose entry is lost with the power would take the synchronised store along.
-    const int descriptor = open(parent.empty() ? "." : parent.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (descriptor >= 0) {
-        fsync(descriptor);
-        close(descriptor);
-    }
+    const Descriptor above(open(parent.empty() ? "." : parent.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    fsync(above.get());
     return true;
 }
 
@@ -58,13 +53,8 @@ bool is_lack_of_room(int system_error) {
 
 bool has_room_for_saves(const std::string& path) {
     // A file without a name: nothing is left of it, whatever happens.
-    const int descriptor = open(folder_of(path).c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, 0600);
-    if (descriptor < 0) {
-        return !is_lack_of_room(errno);
-    }
-    const int failure = posix_fallocate(descriptor, 0, room_for_saves);
-    close(descriptor);
-    return !is_lack_of_room(failure);
+    const Descriptor file(open(folder_of(path).c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, 0600));
+    return !is_lack_of_room(file ? posix_fallocate(file.get(), 0, room_for_saves) : errno);
 }
 
 bool no_room(const std::string& path, GError** error) {
@@ -77,28 +67,20 @@ bool make_folders_above(const std::string& path, GError** error) {
     return make_folder(std::filesystem::path(path).parent_path(), error);
 }
 
-OpeningLock::~OpeningLock() {
-    if (descriptor_ >= 0) {
-        close(descriptor_);
-    }
-}
-
 bool OpeningLock::take(const std::string& path, GError** error) {
     const std::string name = path + ".lock";
-    descriptor_ = open(name.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
-    if (descriptor_ < 0) {
-        if (is_lack_of_room(errno)) {
+    m_file = Descriptor(open(name.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
+    if (!m_file) {
+        if (is_lack_of_room(errno))
             return no_room(path, error);
-        }
         return fail(error, ErrorCode::store,
                     "The parameter store cannot be opened: " + name + ": " + g_strerror(errno));
     }
     const auto limit = std::chrono::steady_clock::now() + std::chrono::milliseconds(busy_timeout_ms);
-    while (flock(descriptor_, LOCK_EX | LOCK_NB) != 0) {
-        if (std::chrono::steady_clock::now() > limit) {
+    while (flock(m_file.get(), LOCK_EX | LOCK_NB) != 0) {
+        if (std::chrono::steady_clock::now() > limit)
             return fail(error, ErrorCode::store,
                         "The parameter store " + path + " is being opened by another process that does not finish.");
-        }
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
     return true;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/common/descriptor.h"
+
 #include <glib.h>
 #include <sys/types.h>
 
@@ -26,19 +28,17 @@ bool has_room_for_saves(const std::string& path);
 /** Fails with the sentence for a full disk. */
 bool no_room(const std::string& path, GError** error);
 
-/** Held while a store is opened, checked, replaced and filled, so that of several processes one does it. It is the
-    kernel's lock on `path`.lock: it ends with the process, whatever way the process ends. */
+/**
+ * Held while a store is opened, checked, replaced and filled, so that of several processes one does it. It is the
+ * kernel's lock on `path`.lock: it ends with the process, whatever way the process ends.
+ */
 class OpeningLock {
   public:
-    OpeningLock() = default;
-    OpeningLock(const OpeningLock&) = delete;
-    OpeningLock& operator=(const OpeningLock&) = delete;
-    ~OpeningLock();
     /** Waits up to busy_timeout_ms for other processes. */
     bool take(const std::string& path, GError** error);
 
   private:
-    int descriptor_ = -1;
+    platform::Descriptor m_file;
 };
 
 } // namespace host_parameters

@@ -7,7 +7,6 @@
 #include <cstring>
 
 namespace korvex::larod {
-
 namespace {
 
 constexpr std::size_t most_model_bytes = std::size_t{512} << 20;

@@ -5,7 +5,6 @@
 #include <string_view>
 
 namespace korvex::larod {
-
 namespace {
 
 template <typename Function>

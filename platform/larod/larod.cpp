@@ -82,10 +82,7 @@ larodTensor** make_tensors(const larodModel* model, bool inputs, size_t* count, 
     std::vector<std::unique_ptr<larodTensor>> made(number);
     for (std::size_t i = 0; i < number; ++i) {
         made[i] = std::make_unique<larodTensor>();
-        made[i]->binding = std::make_shared<Binding>();
-        made[i]->binding->owner = model->held;
-        made[i]->binding->index = i;
-        made[i]->binding->is_input = inputs;
+        made[i]->binding = std::make_shared<Binding>(model->held, i, inputs);
     }
     auto list = std::make_unique<larodTensor*[]>(std::max<std::size_t>(number, 1));
     for (std::size_t i = 0; i < number; ++i)

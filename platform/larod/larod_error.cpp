@@ -4,7 +4,6 @@
 #include <utility>
 
 namespace korvex::larod {
-
 namespace {
 
 /** What the interface's record points into; it is handed out as its base. */

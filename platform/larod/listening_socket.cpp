@@ -1,8 +1,8 @@
 #include "platform/larod/listening_socket.h"
 
-#include <sys/socket.h>
+#include "platform/common/unix_address.h"
+
 #include <sys/stat.h>
-#include <sys/un.h>
 
 #include <cerrno>
 #include <cstring>
@@ -10,25 +10,15 @@
 #include <stdexcept>
 
 namespace korvex::larod {
-
 namespace {
+
+using platform::as_general;
+using platform::unix_address;
 
 constexpr int backlog = 64;
 
 [[noreturn]] void refuse(const std::string& path, const std::string& what) {
     throw std::runtime_error("the socket " + path + " cannot be used: " + what + ".");
-}
-
-bool to_address(const std::string& path, sockaddr_un& address) {
-    address.sun_family = AF_UNIX;
-    if (path.size() >= sizeof address.sun_path)
-        return false;
-    path.copy(address.sun_path, path.size());
-    return true;
-}
-
-const sockaddr* as_general(const sockaddr_un& address) {
-    return reinterpret_cast<const sockaddr*>(&address);
 }
 
 /** Whoever may reach the socket may use the service: its folder decides who that is. */
@@ -46,9 +36,9 @@ void need_own_folder(const std::string& path) {
 } // namespace
 
 ListeningSocket::ListeningSocket(const std::string& path) : m_path(path) {
-    sockaddr_un address{};
-    if (!to_address(path, address))
-        refuse(path, "its path is longer than " + std::to_string(sizeof address.sun_path - 1) + " characters");
+    const auto address = unix_address(path);
+    if (!address)
+        refuse(path, "its path is longer than " + std::to_string(platform::longest_socket_path) + " characters");
     need_own_folder(path);
     std::string ignored;
     if (connect_to(path, ignored))
@@ -60,7 +50,7 @@ ListeningSocket::ListeningSocket(const std::string& path) : m_path(path) {
         unlink(path.c_str());
     }
     m_socket = Descriptor(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
-    if (bind(m_socket.get(), as_general(address), sizeof address) != 0 || listen(m_socket.get(), backlog) != 0)
+    if (bind(m_socket.get(), as_general(*address), sizeof *address) != 0 || listen(m_socket.get(), backlog) != 0)
         refuse(path, std::strerror(errno));
 }
 
@@ -69,13 +59,13 @@ ListeningSocket::~ListeningSocket() {
 }
 
 Descriptor connect_to(const std::string& path, std::string& why) {
-    sockaddr_un address{};
-    if (!to_address(path, address)) {
+    const auto address = unix_address(path);
+    if (!address) {
         why = "The path of the inference service's socket " + path + " is too long.";
         return {};
     }
     Descriptor connection(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-    if (connect(connection.get(), as_general(address), sizeof address) == 0)
+    if (connect(connection.get(), as_general(*address), sizeof *address) == 0)
         return connection;
     why = "No inference service answers at " + path + ": " + std::strerror(errno) + ".";
     return {};

@@ -1,10 +1,12 @@
 #pragma once
 
-#include "platform/larod/descriptor.h"
+#include "platform/common/descriptor.h"
 
 #include <string>
 
 namespace korvex::larod {
+
+using platform::Descriptor;
 
 /**
  * A Unix socket that listens, in a folder that is this user's alone (made with mode 0700 when it is missing). The

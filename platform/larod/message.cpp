@@ -38,6 +38,14 @@ bool is_valid(Message& message) {
 
 } // namespace
 
+Message message_of(Message::Kind kind, std::uint32_t model, std::uint32_t request) {
+    Message message;
+    message.kind = kind;
+    message.model = model;
+    message.request = request;
+    return message;
+}
+
 Message failure(Code code, const std::string& sentence) {
     Message message;
     message.kind = Message::Kind::failed;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/larod/descriptor.h"
+#include "platform/common/descriptor.h"
 #include "platform/larod/larod_error.h"
 #include "platform/larod/tensor.h"
 
@@ -12,6 +12,8 @@
 #include <vector>
 
 namespace korvex::larod {
+
+using platform::Descriptor;
 
 constexpr std::size_t most_tensors = 16; // inputs and outputs of a model together
 
@@ -49,6 +51,8 @@ struct Message {
     std::size_t tensor_count() const { return std::size_t{inputs} + outputs; }
 };
 
+/** One that says no more than what it is about. */
+Message message_of(Message::Kind kind, std::uint32_t model = 0, std::uint32_t request = 0);
 Message failure(Code code, const std::string& sentence);
 std::string sentence_of(const Message& failed);
 

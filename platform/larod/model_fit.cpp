@@ -1,18 +1,57 @@
 #include "platform/larod/model_fit.h"
 
-#include "platform/larod/checksum.h"
-#include "platform/larod/engine_location.h"
+#include "platform/common/handle.h"
 #include "platform/larod/service_link.h"
+#include "platform/larod/service_settings.h"
 
 #include <fcntl.h>
+#include <glib.h>
 #include <sys/mman.h>
 
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <system_error>
 
 namespace korvex::larod {
-
 namespace {
+
+/** Empty when there is none. */
+std::string noted_checksum(const std::filesystem::path& file) {
+    std::ifstream notes(file.parent_path() / "model.sha256");
+    std::string checksum;
+    std::string name;
+    while (notes >> checksum >> name) {
+        if (name == file.filename())
+            return checksum;
+    }
+    return {};
+}
+
+std::string checksum_of(const std::filesystem::path& file) {
+    const platform::Handle<GChecksum, g_checksum_free> sum(g_checksum_new(G_CHECKSUM_SHA256));
+    std::ifstream bytes(file, std::ios::binary);
+    std::vector<char> block(1 << 16);
+    while (bytes.read(block.data(), static_cast<std::streamsize>(block.size())) || bytes.gcount() > 0)
+        g_checksum_update(sum.get(), reinterpret_cast<const guchar*>(block.data()),
+                          static_cast<gssize>(bytes.gcount()));
+    return g_checksum_get_string(sum.get());
+}
+
+/**
+ * Whether a file is still what was made: its SHA-256 beside the one that `model.sha256` in the file's own folder (links
+ * are followed) has for its name, in the form of sha256sum. Gives a sentence when it is not, and an empty string when
+ * it is or when no checksum is there: another model than the default one has none.
+ */
+std::string why_file_is_damaged(const std::string& path) {
+    std::error_code unknown;
+    const std::filesystem::path file = std::filesystem::canonical(path, unknown);
+    const std::string noted = unknown ? "" : noted_checksum(file);
+    if (noted.empty() || noted == checksum_of(file))
+        return {};
+    return "The file " + file.string() + " is damaged: it is not what was made. model/make.sh makes it anew.";
+}
 
 TensorInfo picture(int width, int height) {
     return {uint8_type, 4, {1, height, width, 3}};
@@ -43,10 +82,7 @@ bool run_once(ServiceLink& service, const std::shared_ptr<HeldModel>& model, off
     request.model = model;
     std::vector<Descriptor> files;
     const auto add = [&](bool is_input, std::size_t index) {
-        const auto binding = std::make_shared<Binding>();
-        binding->owner = model;
-        binding->index = index;
-        binding->is_input = is_input;
+        const auto binding = std::make_shared<Binding>(model, index, is_input);
         files.emplace_back(memfd_create("tensor", MFD_CLOEXEC));
         binding->bind_to(files.back().get());
         request.tensors.push_back(binding);

@@ -1,64 +1,37 @@
 #include "platform/larod/sandbox.h"
 
+#include "platform/common/report.h"
+
 #include <seccomp.h>
 #include <sys/resource.h>
 
 #include <cerrno>
-#include <cstdio>
+#include <initializer_list>
+#include <span>
 
 namespace korvex::larod {
-
 namespace {
 
-constexpr int for_both[] = {
-    SCMP_SYS(read),
-    SCMP_SYS(write),
-    SCMP_SYS(pread64),
-    SCMP_SYS(pwrite64),
-    SCMP_SYS(lseek),
-    SCMP_SYS(close),
-    SCMP_SYS(close_range),
-    SCMP_SYS(dup2),
-    SCMP_SYS(dup3),
-    SCMP_SYS(fstat),
-    SCMP_SYS(newfstatat),
-    SCMP_SYS(fcntl),
-    SCMP_SYS(recvmsg),
-    SCMP_SYS(sendmsg),
-    SCMP_SYS(poll),
-    SCMP_SYS(ppoll),
-    SCMP_SYS(mmap),
-    SCMP_SYS(munmap),
-    SCMP_SYS(mremap),
-    SCMP_SYS(mprotect),
-    SCMP_SYS(madvise),
-    SCMP_SYS(brk),
-    SCMP_SYS(futex),
-    SCMP_SYS(clone),
-    SCMP_SYS(clone3),
-    SCMP_SYS(set_robust_list),
-    SCMP_SYS(rseq),
-    SCMP_SYS(set_tid_address),
-    SCMP_SYS(gettid),
-    SCMP_SYS(getpid),
-    SCMP_SYS(tgkill),
-    SCMP_SYS(rt_sigaction),
-    SCMP_SYS(rt_sigprocmask),
-    SCMP_SYS(rt_sigreturn),
-    SCMP_SYS(sigaltstack),
-    SCMP_SYS(restart_syscall),
-    SCMP_SYS(exit),
-    SCMP_SYS(exit_group),
-    SCMP_SYS(sched_yield),
-    SCMP_SYS(sched_getaffinity),
-    SCMP_SYS(getrandom),
-    SCMP_SYS(clock_gettime),
-    SCMP_SYS(clock_nanosleep),
-    SCMP_SYS(nanosleep),
-    SCMP_SYS(getrusage),
-    SCMP_SYS(prlimit64),
-    SCMP_SYS(membarrier),
-    SCMP_SYS(prctl),
+constexpr int files[] = {
+    SCMP_SYS(read),  SCMP_SYS(write), SCMP_SYS(pread64),     SCMP_SYS(pwrite64),
+    SCMP_SYS(lseek), SCMP_SYS(close), SCMP_SYS(close_range), SCMP_SYS(dup2),
+    SCMP_SYS(dup3),  SCMP_SYS(fstat), SCMP_SYS(newfstatat),  SCMP_SYS(fcntl),
+};
+constexpr int messages[] = {SCMP_SYS(recvmsg), SCMP_SYS(sendmsg), SCMP_SYS(poll), SCMP_SYS(ppoll)};
+constexpr int memory[] = {SCMP_SYS(mmap),     SCMP_SYS(munmap),  SCMP_SYS(mremap),
+                          SCMP_SYS(mprotect), SCMP_SYS(madvise), SCMP_SYS(brk)};
+constexpr int threads[] = {
+    SCMP_SYS(futex),  SCMP_SYS(clone),           SCMP_SYS(clone3),     SCMP_SYS(set_robust_list),
+    SCMP_SYS(rseq),   SCMP_SYS(set_tid_address), SCMP_SYS(gettid),     SCMP_SYS(getpid),
+    SCMP_SYS(tgkill), SCMP_SYS(sched_yield),     SCMP_SYS(membarrier),
+};
+constexpr int signals_and_ends[] = {
+    SCMP_SYS(rt_sigaction),    SCMP_SYS(rt_sigprocmask), SCMP_SYS(rt_sigreturn), SCMP_SYS(sigaltstack),
+    SCMP_SYS(restart_syscall), SCMP_SYS(exit),           SCMP_SYS(exit_group),
+};
+constexpr int what_libraries_ask[] = {
+    SCMP_SYS(getrandom),         SCMP_SYS(clock_gettime), SCMP_SYS(clock_nanosleep), SCMP_SYS(nanosleep),
+    SCMP_SYS(sched_getaffinity), SCMP_SYS(getrusage),     SCMP_SYS(prlimit64),       SCMP_SYS(prctl),
     SCMP_SYS(seccomp),
 };
 
@@ -68,12 +41,13 @@ constexpr int for_the_service[] = {
     SCMP_SYS(waitid),  SCMP_SYS(unlink),     SCMP_SYS(unlinkat), SCMP_SYS(getsockopt),
 };
 
-template <typename Calls>
-bool allow(scmp_filter_ctx filter, const Calls& calls) {
-    for (const int call : calls) {
-        // A call that this architecture has not is none to allow.
-        if (call >= 0 && seccomp_rule_add(filter, SCMP_ACT_ALLOW, call, 0) != 0)
-            return false;
+bool allow(scmp_filter_ctx filter, std::initializer_list<std::span<const int>> groups) {
+    for (const std::span<const int> calls : groups) {
+        for (const int call : calls) {
+            // A call that this architecture has not is none to allow.
+            if (call >= 0 && seccomp_rule_add(filter, SCMP_ACT_ALLOW, call, 0) != 0)
+                return false;
+        }
     }
     return true;
 }
@@ -84,13 +58,14 @@ void give_up_rights(Role role) {
     const rlimit none{0, 0};
     setrlimit(RLIMIT_CORE, &none); // a model that ends its worker would leave pictures on the disk
     scmp_filter_ctx filter = seccomp_init(SCMP_ACT_ERRNO(EPERM));
-    const bool done = filter != nullptr && allow(filter, for_both) &&
-                      (role == Role::worker || allow(filter, for_the_service)) && seccomp_load(filter) == 0;
+    const bool done = filter != nullptr &&
+                      allow(filter, {files, messages, memory, threads, signals_and_ends, what_libraries_ask}) &&
+                      (role == Role::worker || allow(filter, {for_the_service})) && seccomp_load(filter) == 0;
     if (filter != nullptr)
         seccomp_release(filter);
     if (!done && role == Role::service)
-        std::fputs("korvex_larod: this system has no filter of system calls; models run with all rights of the user.\n",
-                   stderr);
+        platform::report("korvex_larod",
+                         "this system has no filter of system calls; models run with all rights of the user.");
 }
 
 } // namespace korvex::larod

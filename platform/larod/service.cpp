@@ -9,7 +9,6 @@
 #include <utility>
 
 namespace korvex::larod {
-
 namespace {
 
 using namespace std::chrono_literals;
@@ -27,13 +26,11 @@ std::string seconds(std::chrono::milliseconds time) {
 } // namespace
 
 void Service::add_client(Descriptor socket) {
-    Message ready;
-    ready.kind = Message::Kind::ready;
     if (m_clients.size() >= most_clients) {
         send_message(socket.get(), failure(Code::engine, "The inference service has as many clients as it can have."));
         return;
     }
-    if (send_message(socket.get(), ready))
+    if (send_message(socket.get(), message_of(Message::Kind::ready)))
         m_clients.emplace_back().socket = std::move(socket);
 }
 
@@ -279,16 +276,13 @@ Service::Worker* Service::worker_for(std::uint32_t model) {
 }
 
 bool Service::give(Worker& worker, Job job) {
-    Message order;
-    order.model = job.model;
+    const int socket = worker.process->socket();
     bool sent = false;
     if (!worker.process->models.contains(job.model)) {
-        order.kind = Message::Kind::load;
         const int file = m_models.at(job.model).bytes->file();
-        sent = send_message(worker.process->socket(), order, {&file, 1});
+        sent = send_message(socket, message_of(Message::Kind::load, job.model), {&file, 1});
     } else {
-        order.kind = Message::Kind::run;
-        sent = send_message(worker.process->socket(), order, job.files);
+        sent = send_message(socket, message_of(Message::Kind::run, job.model), job.files);
     }
     worker.job = std::move(job);
     if (!sent)
@@ -341,12 +335,9 @@ void Service::forget_unused_models() {
             ++model;
             continue;
         }
-        Message order;
-        order.kind = Message::Kind::unload;
-        order.model = number;
         for (Worker& worker : m_workers) {
             if (worker.process->models.erase(number) != 0)
-                send_message(worker.process->socket(), order);
+                send_message(worker.process->socket(), message_of(Message::Kind::unload, number));
         }
         model = m_models.erase(model);
     }

@@ -37,7 +37,8 @@ class Service {
     /** A listening socket; it stays the caller's. */
     void listen_on(int socket) { m_listening = socket; }
 
-    /** Serves until `end` can be read from (-1: never), or the last client of a service that does not listen is gone.
+    /**
+     * Serves until `end` can be read from (-1: never), or the last client of a service that does not listen is gone.
      */
     void run(int end);
 

@@ -1,15 +1,14 @@
 #include "platform/larod/service_link.h"
 
+#include "platform/common/settings.h"
 #include "platform/larod/listening_socket.h"
 #include "platform/larod/service_settings.h"
 
 #include <fcntl.h>
 
 #include <algorithm>
-#include <cstdlib>
 
 namespace korvex::larod {
-
 namespace {
 
 using namespace std::chrono_literals;
@@ -46,10 +45,7 @@ void ServiceLink::unload(HeldModel& model) {
     const std::lock_guard lock(m_mutex);
     if (!m_socket || model.known_since != m_connection)
         return;
-    Message order;
-    order.kind = Message::Kind::unload;
-    order.model = model.number;
-    send_message(m_socket.get(), order);
+    send_message(m_socket.get(), message_of(Message::Kind::unload, model.number));
     model.known_since = 0;
 }
 
@@ -61,21 +57,15 @@ bool ServiceLink::run(HeldRequest& request, Failure& failure) {
         return false;
     if (!bind(request, failure))
         return false;
-    Message order;
-    order.kind = Message::Kind::run;
-    order.request = request.number;
     Message answer;
-    return ask(order, {}, answer, failure);
+    return ask(message_of(Message::Kind::run, 0, request.number), {}, answer, failure);
 }
 
 void ServiceLink::forget(HeldRequest& request) {
     const std::lock_guard lock(m_mutex);
     if (!m_socket || request.bound_since != m_connection)
         return;
-    Message order;
-    order.kind = Message::Kind::unbind;
-    order.request = request.number;
-    send_message(m_socket.get(), order);
+    send_message(m_socket.get(), message_of(Message::Kind::unbind, 0, request.number));
     request.bound_since = 0;
 }
 
@@ -92,8 +82,8 @@ bool ServiceLink::is_up(Failure& failure) {
 
 bool ServiceLink::connect(Failure& failure) {
     std::string why;
-    const char* shared = std::getenv("KORVEX_INFERENCE");
-    m_socket = shared != nullptr && *shared != '\0' ? connect_to(shared, why) : m_process.start(why);
+    const std::string shared = platform::environment("KORVEX_INFERENCE");
+    m_socket = !shared.empty() ? connect_to(shared, why) : m_process.start(why);
     if (!m_socket) {
         leave();
         return failed(failure, Code::engine, why);
@@ -107,11 +97,9 @@ bool ServiceLink::connect(Failure& failure) {
 }
 
 bool ServiceLink::hand_over(HeldModel& model, Failure& failure) {
-    Message order;
-    order.kind = Message::Kind::load;
     const int file = model.bytes->file();
     Message loaded;
-    if (!ask(order, {&file, 1}, loaded, failure))
+    if (!ask(message_of(Message::Kind::load), {&file, 1}, loaded, failure))
         return false;
     const auto* first = loaded.tensors.data();
     std::vector<TensorInfo> inputs(first, first + loaded.inputs);
@@ -140,11 +128,7 @@ bool ServiceLink::bind(HeldRequest& request, Failure& failure) {
         return true;
     if (request.number == 0)
         request.number = ++m_last_request;
-    Message order;
-    order.kind = Message::Kind::bind;
-    order.model = request.model->number;
-    order.request = request.number;
-    if (!send_message(m_socket.get(), order, files))
+    if (!send_message(m_socket.get(), message_of(Message::Kind::bind, request.model->number, request.number), files))
         return lose("it has ended", failure);
     request.link = weak_from_this();
     request.bound_since = m_connection;

@@ -26,9 +26,12 @@ struct HeldModel {
 
 /** One tensor of a model, shared by the handles and the requests that use it. */
 struct Binding {
-    std::shared_ptr<HeldModel> owner;
-    std::size_t index = 0;
-    bool is_input = false;
+    Binding(std::shared_ptr<HeldModel> model, std::size_t place, bool input)
+        : owner(std::move(model)), index(place), is_input(input) {}
+
+    const std::shared_ptr<HeldModel> owner;
+    const std::size_t index;
+    const bool is_input;
     /** -1 before a descriptor is bound, and after the tensor has been destroyed. */
     std::atomic<int> fd{-1};
     /** Counts the bindings: another file may have the same number. */

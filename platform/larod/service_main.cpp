@@ -4,7 +4,7 @@
 // --workers N and --threads N say how many inferences run at once, on how many threads each (default: as many workers
 // as there are processors, on one thread each).
 
-#include "platform/larod/engine_location.h"
+#include "platform/common/report.h"
 #include "platform/larod/listening_socket.h"
 #include "platform/larod/sandbox.h"
 #include "platform/larod/service.h"
@@ -17,13 +17,14 @@
 
 #include <algorithm>
 #include <csignal>
-#include <cstdio>
 #include <cstdlib>
 #include <stdexcept>
 
 using namespace korvex::larod;
 
 namespace {
+
+constexpr const char* program = "korvex_larod"; // its name on stderr
 
 struct Arguments {
     int client = -1;
@@ -70,8 +71,8 @@ void give_way_to_the_pass() {
 /** What the engine reads of the machine when it is first used is read here, before that is not allowed any more. */
 void prepare(const Engine& engine, const Descriptor& nothing) {
     if (engine.delegate_create == nullptr) {
-        std::fprintf(stderr, "korvex_larod: the engine %s (version %s) runs without fast convolutions.\n",
-                     engine_location().c_str(), engine.version());
+        platform::report(program, "the engine " + engine_location() + " (version " + engine.version() +
+                                      ") runs without fast convolutions.");
         return;
     }
     const Descriptor own_stderr(dup(STDERR_FILENO));
@@ -105,7 +106,7 @@ void serve(const Arguments& arguments) {
     const ListeningSocket listening(arguments.socket);
     give_up_rights(Role::service);
     service.listen_on(listening.get());
-    std::fprintf(stderr, "korvex_larod: waiting for applications at %s.\n", arguments.socket.c_str());
+    platform::report(program, "waiting for applications at " + arguments.socket + ".");
     service.run(end.get());
 }
 
@@ -116,7 +117,7 @@ int main(int count, char** values) {
     try {
         serve(parse(count, values));
     } catch (const std::exception& problem) {
-        std::fprintf(stderr, "korvex_larod: %s\n", problem.what());
+        platform::report(program, problem.what());
         status = 1;
     }
     // Without what others have registered for the exit: it may need rights that have been given up.

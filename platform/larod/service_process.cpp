@@ -1,29 +1,28 @@
 #include "platform/larod/service_process.h"
 
+#include "platform/common/settings.h"
+
 #include <spawn.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 
 #include <array>
 #include <csignal>
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 
 namespace korvex::larod {
-
 namespace {
 
 constexpr int services_socket = 3; // the first after the standard ones
 
 /** KORVEX_LAROD_SERVICE, or korvex_larod beside the program that runs, or else the one that was built with it. */
 std::string program() {
-    const char* told = std::getenv("KORVEX_LAROD_SERVICE");
-    if (told != nullptr && *told != '\0')
-        return told;
     std::error_code ignored;
     const auto beside = std::filesystem::read_symlink("/proc/self/exe", ignored).replace_filename("korvex_larod");
-    return std::filesystem::exists(beside, ignored) ? beside.string() : KORVEX_LAROD_DEFAULT_SERVICE;
+    return platform::environment_or("KORVEX_LAROD_SERVICE", std::filesystem::exists(beside, ignored)
+                                                                ? beside.string()
+                                                                : KORVEX_LAROD_DEFAULT_SERVICE);
 }
 
 /** A child's signals as a program expects them, whatever this process blocks and ignores. */

@@ -1,12 +1,14 @@
 #pragma once
 
-#include "platform/larod/descriptor.h"
+#include "platform/common/descriptor.h"
 
 #include <sys/types.h>
 
 #include <string>
 
 namespace korvex::larod {
+
+using platform::Descriptor;
 
 /** The inference service of this application alone: a child process, ended with the object at the latest. */
 class ServiceProcess {

@@ -1,25 +1,18 @@
 #include "platform/larod/service_settings.h"
 
+#include "platform/common/settings.h"
+
 #include <algorithm>
-#include <charconv>
-#include <cstdlib>
-#include <cstring>
 #include <thread>
 
 namespace korvex::larod {
-
 namespace {
 
 using namespace std::chrono_literals;
 
 int number(const char* variable, int most, int otherwise) {
-    const char* text = std::getenv(variable);
-    if (text == nullptr)
-        return otherwise;
-    int value = 0;
-    const char* end = text + std::strlen(text);
-    const auto [stop, failure] = std::from_chars(text, end, value);
-    return failure == std::errc{} && stop == end && value >= 1 && value <= most ? value : otherwise;
+    const auto value = platform::parse_number(platform::environment(variable), 1, static_cast<std::uint64_t>(most));
+    return value ? static_cast<int>(*value) : otherwise;
 }
 
 std::chrono::milliseconds limit() {
@@ -38,6 +31,10 @@ ServiceOptions service_options() {
         static_cast<std::size_t>(number("KORVEX_LAROD_WORKERS", 64, std::max(processors / options.threads, 1)));
     options.limit = limit();
     return options;
+}
+
+std::string engine_location() {
+    return platform::environment_or("KORVEX_LAROD_LIBRARY", KORVEX_LAROD_DEFAULT_LIBRARY);
 }
 
 std::chrono::milliseconds longest_answer() {

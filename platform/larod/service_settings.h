@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <string>
 
 namespace korvex::larod {
 
@@ -18,8 +19,13 @@ struct ServiceOptions {
  */
 ServiceOptions service_options();
 
-/** How long a client waits for an answer: as long as the service lets it wait for a worker, and then for the worker,
- * and a second. */
+/** The inference engine's library: KORVEX_LAROD_LIBRARY, or else the one that the build has chosen. */
+std::string engine_location();
+
+/**
+ * How long a client waits for an answer: as long as the service lets it wait for a worker, and then for the worker,
+ * and a second.
+ */
 std::chrono::milliseconds longest_answer();
 
 } // namespace korvex::larod

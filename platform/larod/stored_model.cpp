@@ -12,7 +12,6 @@
 #include <vector>
 
 namespace korvex::larod {
-
 namespace {
 
 constexpr int unchangeable = F_SEAL_WRITE | F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_SEAL;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/larod/descriptor.h"
+#include "platform/common/descriptor.h"
 
 #include <cstddef>
 #include <memory>
@@ -8,6 +8,8 @@
 #include <string>
 
 namespace korvex::larod {
+
+using platform::Descriptor;
 
 /**
  * A model's bytes in a file in memory that nobody can change any more, so that whoever has its descriptor may map it.

@@ -1,7 +1,6 @@
 #include "platform/larod/tensor.h"
 
 namespace korvex::larod {
-
 namespace {
 
 constexpr std::array<const char*, 12> type_names = {"no type", "float32", "int32",     "uint8", "int64",   "string",

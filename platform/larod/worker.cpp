@@ -12,7 +12,6 @@
 #include <map>
 
 namespace korvex::larod {
-
 namespace {
 
 struct LoadedModel {
@@ -53,9 +52,7 @@ class Worker {
         if (model.interpreter == nullptr)
             return failure(Code::model, why);
         const Interpreter& loaded = *model.interpreter;
-        Message answer;
-        answer.kind = Message::Kind::loaded;
-        answer.model = number;
+        Message answer = message_of(Message::Kind::loaded, number);
         const std::size_t inputs = loaded.input_count();
         const std::size_t outputs = loaded.output_count();
         if (inputs + outputs > most_tensors)
@@ -102,9 +99,7 @@ class Worker {
             if (!write_on(files[i].get(), model.output(i - inputs).bytes, why))
                 return failed("Output", i - inputs, why);
         }
-        Message answer;
-        answer.kind = Message::Kind::done;
-        return answer;
+        return message_of(Message::Kind::done);
     }
 
     const int m_socket;

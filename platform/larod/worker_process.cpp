@@ -11,7 +11,6 @@
 #include <csignal>
 
 namespace korvex::larod {
-
 namespace {
 
 constexpr int workers_socket = 3; // the first after the standard ones

@@ -5,34 +5,43 @@
 
 namespace host_scene {
 
-colour shade(const colour& base, double amount) {
+Colour shade(const Colour& base, double amount) {
     const double target = amount > 0.0 ? 1.0 : 0.0;
     const double share = std::abs(amount);
     const auto mix = [target, share](double value) { return value + (target - value) * share; };
     return {mix(base.red), mix(base.green), mix(base.blue)};
 }
 
-void set_colour(cairo_t* context, const colour& paint, double alpha) {
+void set_colour(cairo_t* context, const Colour& paint, double alpha) {
     cairo_set_source_rgba(context, paint.red, paint.green, paint.blue, alpha);
 }
 
-void set_vertical_gradient(cairo_t* context, double y0, double y1, std::initializer_list<colour> colours) {
-    const pattern_handle pattern(cairo_pattern_create_linear(0.0, y0, 0.0, y1));
+void set_vertical_gradient(cairo_t* context, double y0, double y1, std::initializer_list<Colour> colours) {
+    const CairoPattern pattern(cairo_pattern_create_linear(0.0, y0, 0.0, y1));
     const double steps = static_cast<double>(colours.size() - 1);
     double step = 0.0;
-    for (const colour& stop : colours) {
+    for (const Colour& stop : colours) {
         cairo_pattern_add_color_stop_rgb(pattern.get(), step / steps, stop.red, stop.green, stop.blue);
         step += 1.0;
     }
     cairo_set_source(context, pattern.get());
 }
 
-void polygon(cairo_t* context, std::initializer_list<point> corners) {
+void polygon(cairo_t* context, std::initializer_list<Point> corners) {
     cairo_new_sub_path(context);
-    for (const point& corner : corners) {
+    for (const Point& corner : corners)
         cairo_line_to(context, corner.x, corner.y);
-    }
     cairo_close_path(context);
+}
+
+void fill_polygon(cairo_t* context, std::initializer_list<Point> corners) {
+    polygon(context, corners);
+    cairo_fill(context);
+}
+
+void fill_rectangle(cairo_t* context, double x, double y, double width, double height) {
+    cairo_rectangle(context, x, y, width, height);
+    cairo_fill(context);
 }
 
 void rounded_rectangle(cairo_t* context, double x, double y, double width, double height, double radius) {
@@ -43,6 +52,11 @@ void rounded_rectangle(cairo_t* context, double x, double y, double width, doubl
     cairo_arc(context, x + radius, y + height - radius, radius, quarter, 2.0 * quarter);
     cairo_arc(context, x + radius, y + radius, radius, 2.0 * quarter, 3.0 * quarter);
     cairo_close_path(context);
+}
+
+void fill_rounded(cairo_t* context, double x, double y, double width, double height, double radius) {
+    rounded_rectangle(context, x, y, width, height, radius);
+    cairo_fill(context);
 }
 
 void line(cairo_t* context, double x0, double y0, double x1, double y1, double width) {
@@ -62,7 +76,7 @@ void soft_shadow(cairo_t* context, double x, double y, double half_width, double
     cairo_save(context);
     cairo_translate(context, x, y);
     cairo_scale(context, half_width, half_height);
-    const pattern_handle pattern(cairo_pattern_create_radial(0.0, 0.0, 0.0, 0.0, 0.0, 1.0));
+    const CairoPattern pattern(cairo_pattern_create_radial(0.0, 0.0, 0.0, 0.0, 0.0, 1.0));
     cairo_pattern_add_color_stop_rgba(pattern.get(), 0.0, 0.0, 0.0, 0.0, darkness);
     cairo_pattern_add_color_stop_rgba(pattern.get(), 0.75, 0.0, 0.0, 0.0, darkness * 0.7);
     cairo_pattern_add_color_stop_rgba(pattern.get(), 1.0, 0.0, 0.0, 0.0, 0.0);
@@ -71,26 +85,25 @@ void soft_shadow(cairo_t* context, double x, double y, double half_width, double
     cairo_restore(context);
 }
 
-sprite make_sprite(double left, double above, double right, double below, double scale_x, double scale_y) {
+Sprite make_sprite(double left, double above, double right, double below, double scale_x, double scale_y) {
     const int width = static_cast<int>(std::ceil((left + right) * scale_x));
     const int height = static_cast<int>(std::ceil((above + below) * scale_y));
-    sprite made{surface_handle(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, width, height)), left, above};
+    Sprite made{CairoSurface(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, width, height)), left, above};
     cairo_surface_set_device_scale(made.surface.get(), scale_x, scale_y);
     return made;
 }
 
-context_handle draw_on(const sprite& target) {
-    context_handle context(cairo_create(target.surface.get()));
+CairoContext draw_on(const Sprite& target) {
+    CairoContext context(cairo_create(target.surface.get()));
     cairo_translate(context.get(), target.origin_x, target.origin_y);
     return context;
 }
 
-void paint(cairo_t* context, const sprite& source, double x, double y, bool mirrored) {
+void paint(cairo_t* context, const Sprite& source, double x, double y, bool mirrored) {
     cairo_save(context);
     cairo_translate(context, x, y);
-    if (mirrored) {
+    if (mirrored)
         cairo_scale(context, -1.0, 1.0);
-    }
     cairo_set_source_surface(context, source.surface.get(), -source.origin_x, -source.origin_y);
     cairo_pattern_set_filter(cairo_get_source(context), CAIRO_FILTER_BILINEAR);
     cairo_paint(context);

@@ -1,58 +1,54 @@
 #pragma once
 
-#include <cairo.h>
+#include "platform/common/cairo.h"
 
-#include <array>
 #include <initializer_list>
-#include <memory>
 
 /** Small tools for drawing with cairo. */
 namespace host_scene {
 
-struct cairo_deleter {
-    void operator()(cairo_t* context) const { cairo_destroy(context); }
-    void operator()(cairo_surface_t* surface) const { cairo_surface_destroy(surface); }
-    void operator()(cairo_pattern_t* pattern) const { cairo_pattern_destroy(pattern); }
-};
-using context_handle = std::unique_ptr<cairo_t, cairo_deleter>;
-using surface_handle = std::unique_ptr<cairo_surface_t, cairo_deleter>;
-using pattern_handle = std::unique_ptr<cairo_pattern_t, cairo_deleter>;
+using platform::CairoContext;
+using platform::CairoPattern;
+using platform::CairoSurface;
 
 /** Red, green and blue from 0 to 1. */
-struct colour {
+struct Colour {
     double red;
     double green;
     double blue;
 };
 
 /** Towards white (amount > 0) or black (amount < 0); 1 and -1 reach it. */
-colour shade(const colour& base, double amount);
-void set_colour(cairo_t* context, const colour& paint, double alpha = 1.0);
+Colour shade(const Colour& base, double amount);
+void set_colour(cairo_t* context, const Colour& paint, double alpha = 1.0);
 /** From `top` at y0 to `bottom` at y1, as the source of the next fill. */
-void set_vertical_gradient(cairo_t* context, double y0, double y1, std::initializer_list<colour> colours);
+void set_vertical_gradient(cairo_t* context, double y0, double y1, std::initializer_list<Colour> colours);
 
-struct point {
+struct Point {
     double x;
     double y;
 };
-void polygon(cairo_t* context, std::initializer_list<point> corners);
+void polygon(cairo_t* context, std::initializer_list<Point> corners);
+void fill_polygon(cairo_t* context, std::initializer_list<Point> corners);
+void fill_rectangle(cairo_t* context, double x, double y, double width, double height);
 void rounded_rectangle(cairo_t* context, double x, double y, double width, double height, double radius);
+void fill_rounded(cairo_t* context, double x, double y, double width, double height, double radius);
 void line(cairo_t* context, double x0, double y0, double x1, double y1, double width);
 void disc(cairo_t* context, double x, double y, double radius);
 /** A soft dark ellipse on the ground. */
 void soft_shadow(cairo_t* context, double x, double y, double half_width, double half_height, double darkness);
 
 /** A transparent picture drawn once and painted many times; (origin_x, origin_y) of it is the object's own (0, 0). */
-struct sprite {
-    surface_handle surface;
+struct Sprite {
+    CairoSurface surface;
     double origin_x = 0.0;
     double origin_y = 0.0;
 };
 /** An empty sprite that holds x from -left to right and y from -above to below, at `scale` picture pixels a unit. */
-sprite make_sprite(double left, double above, double right, double below, double scale_x, double scale_y);
+Sprite make_sprite(double left, double above, double right, double below, double scale_x, double scale_y);
 /** A context on it in the object's own units. */
-context_handle draw_on(const sprite& target);
+CairoContext draw_on(const Sprite& target);
 /** Paints it with its origin at (x, y), mirrored left to right when asked; the context is in the same units. */
-void paint(cairo_t* context, const sprite& source, double x, double y, bool mirrored);
+void paint(cairo_t* context, const Sprite& source, double x, double y, bool mirrored);
 
 } // namespace host_scene

@@ -1,4 +1,4 @@
-#include "platform/street/persons.h"
+#include "platform/street/figures.h"
 
 #include <cmath>
 #include <numbers>
@@ -6,20 +6,20 @@
 namespace host_scene {
 namespace {
 
-constexpr colour skin = {0.80, 0.60, 0.48};
-constexpr colour hair = {0.16, 0.11, 0.08};
-constexpr colour trousers = {0.13, 0.16, 0.25};
-constexpr colour shoes = {0.08, 0.07, 0.07};
+constexpr Colour skin = {0.80, 0.60, 0.48};
+constexpr Colour hair = {0.16, 0.11, 0.08};
+constexpr Colour trousers = {0.13, 0.16, 0.25};
+constexpr Colour shoes = {0.08, 0.07, 0.07};
 constexpr double hip = -76.0;
 constexpr double shoulder = -122.0;
 /** Ground covered by one full turn of both legs. */
 constexpr double two_steps = 92.0;
 
-colour jacket_of(paint_job paint) {
+Colour jacket_of(PaintJob paint) {
     switch (paint) {
-    case paint_job::red:
+    case PaintJob::red:
         return {0.66, 0.16, 0.14};
-    case paint_job::green:
+    case PaintJob::green:
         return {0.24, 0.40, 0.24};
     default:
         break;
@@ -28,9 +28,9 @@ colour jacket_of(paint_job paint) {
 }
 
 /** Two straight pieces from (x, y), each `length` long, at angles from hanging straight down. */
-point limb(cairo_t* context, double x, double y, double upper, double lower, double length) {
-    const point joint = {x + std::sin(upper) * length, y + std::cos(upper) * length};
-    const point end = {joint.x + std::sin(lower) * length, joint.y + std::cos(lower) * length};
+Point limb(cairo_t* context, double x, double y, double upper, double lower, double length) {
+    const Point joint = {x + std::sin(upper) * length, y + std::cos(upper) * length};
+    const Point end = {joint.x + std::sin(lower) * length, joint.y + std::cos(lower) * length};
     cairo_move_to(context, x, y);
     cairo_line_to(context, joint.x, joint.y);
     cairo_line_to(context, end.x, end.y);
@@ -41,7 +41,7 @@ point limb(cairo_t* context, double x, double y, double upper, double lower, dou
 void leg(cairo_t* context, double swing, double lift, double dark) {
     set_colour(context, shade(trousers, dark));
     cairo_set_line_width(context, 14.0);
-    const point ankle = limb(context, 0, hip, swing, swing - lift, 36.0);
+    const Point ankle = limb(context, 0, hip, swing, swing - lift, 36.0);
     set_colour(context, shoes);
     cairo_set_line_width(context, 7.5);
     cairo_move_to(context, ankle.x - 2.0, std::min(ankle.y + 1.0, -4.0));
@@ -49,17 +49,17 @@ void leg(cairo_t* context, double swing, double lift, double dark) {
     cairo_stroke(context);
 }
 
-void arm(cairo_t* context, const colour& jacket, double swing) {
+void arm(cairo_t* context, const Colour& jacket, double swing) {
     set_colour(context, jacket);
     cairo_set_line_width(context, 9.5);
-    const point hand = limb(context, 0, shoulder + 4.0, swing, swing + 0.35, 23.0);
+    const Point hand = limb(context, 0, shoulder + 4.0, swing, swing + 0.35, 23.0);
     set_colour(context, skin);
     disc(context, hand.x, hand.y, 4.6);
 }
 
 } // namespace
 
-void paint_person(cairo_t* context, const actor& person) {
+void paint_person(cairo_t* context, const Actor& person) {
     cairo_save(context);
     cairo_translate(context, person.x, person.ground);
     cairo_scale(context, person.to_the_left ? -person.scale : person.scale, person.scale);
@@ -69,7 +69,7 @@ void paint_person(cairo_t* context, const actor& person) {
     const double phase = person.travelled / person.scale / two_steps * 2.0 * std::numbers::pi;
     // Swung further for longer than a pendulum: a silhouette with its legs together reads as a post.
     const double swing = 0.52 * std::tanh(1.8 * std::sin(phase)) / std::tanh(1.8);
-    const colour jacket = jacket_of(person.paint);
+    const Colour jacket = jacket_of(person.paint);
     arm(context, shade(jacket, -0.35), swing * 0.9);
     leg(context, -swing, 0.12 + 0.5 * std::max(0.0, -std::cos(phase)), -0.25);
     leg(context, swing, 0.12 + 0.5 * std::max(0.0, std::cos(phase)), 0.05);

@@ -4,14 +4,14 @@
 
 namespace host_scene {
 
-enum class kind { saloon, van, bus, person };
-enum class paint_job { red, white, yellow, blue, green };
+enum class Kind { saloon, van, bus, person };
+enum class PaintJob { red, white, yellow, blue, green };
 
 /** One thing in sight at one moment; 1280x720 units. */
-struct actor {
+struct Actor {
     int id;
-    kind what;
-    paint_job paint;
+    Kind what;
+    PaintJob paint;
     /** Middle of the box, and the line its wheels or feet stand on. */
     double x;
     double ground;
@@ -23,10 +23,10 @@ struct actor {
 };
 
 /** Size of a kind's box at scale 1. */
-double length_of(kind what);
-double height_of(kind what);
+double length_of(Kind what);
+double height_of(Kind what);
 
 /** Who is in sight at `seconds` (0 to 1e9), sorted by `ground`, the far ones first. */
-std::vector<actor> actors_at(double seconds);
+std::vector<Actor> actors_at(double seconds);
 
 } // namespace host_scene

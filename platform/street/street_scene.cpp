@@ -1,10 +1,6 @@
 #include "platform/street/street_scene.h"
 
-#include "platform/street/painter.h"
-#include "platform/street/persons.h"
-#include "platform/street/schedule.h"
-#include "platform/street/street.h"
-#include "platform/street/vehicles.h"
+#include "platform/street/figures.h"
 
 #include <libyuv.h>
 
@@ -35,18 +31,9 @@ std::vector<std::uint8_t> make_noise() {
     return tile;
 }
 
-int class_of(kind what) {
-    switch (what) {
-    case kind::person:
-        return 0;
-    case kind::saloon:
-        return 2;
-    case kind::bus:
-        return 5;
-    case kind::van:
-        break;
-    }
-    return 7;
+int class_of(Kind what) {
+    constexpr std::array<int, 4> classes = {2, 7, 5, 0}; // in the kinds' order
+    return classes[static_cast<std::size_t>(what)];
 }
 
 double sane(double seconds) {
@@ -56,34 +43,33 @@ double sane(double seconds) {
 
 } // namespace
 
-struct street_scene::picture_parts {
+struct StreetScene::PictureParts {
     int width;
     int height;
     double scale_x;
     double scale_y;
-    surface_handle background;
-    surface_handle canvas;
-    std::map<std::pair<kind, paint_job>, vehicle_sprites> vehicles;
+    CairoSurface background;
+    CairoSurface canvas;
+    std::map<std::pair<Kind, PaintJob>, VehicleSprites> vehicles;
     std::vector<std::uint8_t> noise = make_noise();
     std::mutex lock;
 
-    picture_parts(int picture_width, int picture_height)
+    PictureParts(int picture_width, int picture_height)
         : width(picture_width), height(picture_height), scale_x(static_cast<double>(picture_width) / design_width),
           scale_y(static_cast<double>(picture_height) / design_height),
           background(cairo_image_surface_create(CAIRO_FORMAT_RGB24, picture_width, picture_height)),
           canvas(cairo_image_surface_create(CAIRO_FORMAT_RGB24, picture_width, picture_height)) {
-        const context_handle context(cairo_create(background.get()));
+        const CairoContext context(cairo_create(background.get()));
         cairo_scale(context.get(), scale_x, scale_y);
         draw_street(context.get());
         cairo_surface_flush(background.get());
     }
 
-    const vehicle_sprites& sprites_of(const actor& vehicle) {
+    const VehicleSprites& sprites_of(const Actor& vehicle) {
         const auto key = std::make_pair(vehicle.what, vehicle.paint);
         auto found = vehicles.find(key);
-        if (found == vehicles.end()) {
+        if (found == vehicles.end())
             found = vehicles.emplace(key, make_vehicle(vehicle.what, vehicle.paint, scale_x, scale_y)).first;
-        }
         return found->second;
     }
 
@@ -91,14 +77,13 @@ struct street_scene::picture_parts {
         std::memcpy(cairo_image_surface_get_data(canvas.get()), cairo_image_surface_get_data(background.get()),
                     static_cast<std::size_t>(stride()) * static_cast<std::size_t>(height));
         cairo_surface_mark_dirty(canvas.get());
-        const context_handle context(cairo_create(canvas.get()));
+        const CairoContext context(cairo_create(canvas.get()));
         cairo_scale(context.get(), scale_x, scale_y);
-        for (const actor& each : actors_at(sane(seconds))) {
-            if (each.what == kind::person) {
+        for (const Actor& each : actors_at(sane(seconds))) {
+            if (each.what == Kind::person)
                 paint_person(context.get(), each);
-            } else {
+            else
                 paint_vehicle(context.get(), sprites_of(each), each);
-            }
         }
         cairo_surface_flush(canvas.get());
         return cairo_image_surface_get_data(canvas.get());
@@ -117,9 +102,8 @@ struct street_scene::picture_parts {
             std::size_t from = first_column % tile_size;
             for (std::size_t column = 0; column < columns; from = 0) {
                 const std::size_t run = std::min(columns - column, tile_size - from);
-                for (std::size_t i = 0; i < run; ++i) {
+                for (std::size_t i = 0; i < run; ++i)
                     out[column + i] = static_cast<std::uint8_t>(out[column + i] + noise_row[from + i]);
-                }
                 column += run;
             }
         }
@@ -128,41 +112,40 @@ struct street_scene::picture_parts {
     int stride() const { return cairo_image_surface_get_stride(canvas.get()); }
 };
 
-street_scene::street_scene(int width, int height) : m_Parts(std::make_unique<picture_parts>(width, height)) {}
-street_scene::~street_scene() = default;
+StreetScene::StreetScene(int width, int height) : m_parts(std::make_unique<PictureParts>(width, height)) {}
+StreetScene::~StreetScene() = default;
 
-int street_scene::width() const {
-    return m_Parts->width;
+int StreetScene::width() const {
+    return m_parts->width;
 }
-int street_scene::height() const {
-    return m_Parts->height;
+int StreetScene::height() const {
+    return m_parts->height;
 }
 
-void street_scene::draw_nv12(double seconds, std::uint8_t* pixels) {
-    const std::lock_guard<std::mutex> guard(m_Parts->lock);
+void StreetScene::draw_nv12(double seconds, std::uint8_t* pixels) {
+    const std::lock_guard guard(m_parts->lock);
     std::uint8_t* chroma = pixels + std::ptrdiff_t{width()} * height();
-    libyuv::ARGBToNV12(m_Parts->draw(seconds), m_Parts->stride(), pixels, width(), chroma, width(), width(), height());
-    m_Parts->add_noise(seconds, pixels);
+    libyuv::ARGBToNV12(m_parts->draw(seconds), m_parts->stride(), pixels, width(), chroma, width(), width(), height());
+    m_parts->add_noise(seconds, pixels);
 }
 
-void street_scene::draw_rgb(double seconds, std::uint32_t* pixels) {
-    const std::lock_guard<std::mutex> guard(m_Parts->lock);
-    const std::uint8_t* drawn = m_Parts->draw(seconds);
-    for (std::ptrdiff_t row = 0; row < height(); ++row) {
-        std::memcpy(pixels + row * width(), drawn + row * m_Parts->stride(),
+void StreetScene::draw_rgb(double seconds, std::uint32_t* pixels) {
+    const std::lock_guard guard(m_parts->lock);
+    const std::uint8_t* drawn = m_parts->draw(seconds);
+    for (std::ptrdiff_t row = 0; row < height(); ++row)
+        std::memcpy(pixels + row * width(), drawn + row * m_parts->stride(),
                     static_cast<std::size_t>(width()) * sizeof *pixels);
-    }
 }
 
-std::vector<truth_object> street_scene::truth(double seconds) const {
-    std::vector<truth_object> objects;
-    for (const actor& each : actors_at(sane(seconds))) {
+std::vector<TruthObject> StreetScene::truth(double seconds) const {
+    std::vector<TruthObject> objects;
+    for (const Actor& each : actors_at(sane(seconds))) {
         const double half = length_of(each.what) * each.scale / 2.0;
         const double left = std::max(each.x - half, 0.0);
         const double right = std::min(each.x + half, static_cast<double>(design_width));
         const double top = each.ground - height_of(each.what) * each.scale;
-        objects.push_back({each.id, class_of(each.what), left * m_Parts->scale_x, top * m_Parts->scale_y,
-                           (right - left) * m_Parts->scale_x, (each.ground - top) * m_Parts->scale_y});
+        objects.push_back({each.id, class_of(each.what), left * m_parts->scale_x, top * m_parts->scale_y,
+                           (right - left) * m_parts->scale_x, (each.ground - top) * m_parts->scale_y});
     }
     return objects;
 }

@@ -15,7 +15,7 @@ inline constexpr double frames_a_second = 25.0;
 inline constexpr double cycle_seconds = 90.0;
 
 /** A corner in pixels of the 1280x720 picture. */
-struct scene_point {
+struct ScenePoint {
     int x;
     int y;
 };
@@ -25,10 +25,10 @@ struct scene_point {
  * whose box centre is inside: those that drive through for less than 2 s, those that stop for 6, 12 and 25 s and about
  * 0.85 s more at either end (so that 6 s raise the first of the alerts at 5, 10 and 15 s, 12 s the second, 25 s all).
  */
-inline constexpr std::array<scene_point, 4> suggested_area = {{{545, 290}, {735, 290}, {765, 570}, {515, 570}}};
+inline constexpr std::array<ScenePoint, 4> suggested_area = {{{545, 290}, {735, 290}, {765, 570}, {515, 570}}};
 
 /** One object in sight. */
-struct truth_object {
+struct TruthObject {
     /** Unique to one appearance, over all cycles; from 0. */
     int id;
     /** As the application's class table: 0 person, 2 car, 5 bus, 7 truck (the vans). */
@@ -44,13 +44,13 @@ struct truth_object {
  * Draws the street at any moment. A frame is a pure function of the size and the time. Locked inside, any thread; about
  * 1.6 ms a frame at 1280x720 on one core. Other shapes than 16:9 are stretched.
  */
-class street_scene {
+class StreetScene {
   public:
     /** REQUIRES: both even, from 16 to 4096. */
-    street_scene(int width, int height);
-    ~street_scene();
-    street_scene(const street_scene&) = delete;
-    street_scene& operator=(const street_scene&) = delete;
+    StreetScene(int width, int height);
+    ~StreetScene();
+    StreetScene(const StreetScene&) = delete;
+    StreetScene& operator=(const StreetScene&) = delete;
 
     int width() const;
     int height() const;
@@ -61,11 +61,11 @@ class street_scene {
     void draw_rgb(double seconds, std::uint32_t* pixels);
 
     /** Everything of which something can be seen, far lane first. Any thread. */
-    std::vector<truth_object> truth(double seconds) const;
+    std::vector<TruthObject> truth(double seconds) const;
 
   private:
-    struct picture_parts;
-    std::unique_ptr<picture_parts> m_Parts;
+    struct PictureParts;
+    std::unique_ptr<PictureParts> m_parts;
 };
 
 } // namespace host_scene

@@ -1,26 +1,26 @@
-#include "platform/street/vehicles.h"
+#include "platform/street/figures.h"
 
 #include <numbers>
 
 namespace host_scene {
 namespace {
 
-constexpr colour tyre = {0.07, 0.07, 0.08};
-constexpr colour trim = {0.11, 0.11, 0.12};
-constexpr colour glass_top = {0.30, 0.38, 0.45};
-constexpr colour glass_bottom = {0.10, 0.13, 0.17};
+constexpr Colour tyre = {0.07, 0.07, 0.08};
+constexpr Colour trim = {0.11, 0.11, 0.12};
+constexpr Colour glass_top = {0.30, 0.38, 0.45};
+constexpr Colour glass_bottom = {0.10, 0.13, 0.17};
 
-colour paint_of(paint_job paint) {
+Colour paint_of(PaintJob paint) {
     switch (paint) {
-    case paint_job::red:
+    case PaintJob::red:
         return {0.72, 0.07, 0.08};
-    case paint_job::white:
+    case PaintJob::white:
         return {0.90, 0.91, 0.92};
-    case paint_job::yellow:
+    case PaintJob::yellow:
         return {0.95, 0.72, 0.10};
-    case paint_job::blue:
+    case PaintJob::blue:
         return {0.16, 0.28, 0.55};
-    case paint_job::green:
+    case PaintJob::green:
         break;
     }
     return {0.18, 0.42, 0.28};
@@ -31,13 +31,13 @@ void fill_glass(cairo_t* context, double top, double bottom) {
     cairo_fill(context);
 }
 
-void lamp(cairo_t* context, double x, double y, double width, double height, const colour& glow) {
+void lamp(cairo_t* context, double x, double y, double width, double height, const Colour& glow) {
     rounded_rectangle(context, x, y, width, height, std::min(width, height) * 0.45);
     set_vertical_gradient(context, y, y + height, {shade(glow, 0.4), glow});
     cairo_fill(context);
 }
 
-void wheel_arches(cairo_t* context, const vehicle_sprites& sprites) {
+void wheel_arches(cairo_t* context, const VehicleSprites& sprites) {
     set_colour(context, {0.03, 0.03, 0.04});
     disc(context, sprites.rear_hub, -sprites.wheel_radius, sprites.wheel_radius * 1.17);
     disc(context, sprites.front_hub, -sprites.wheel_radius, sprites.wheel_radius * 1.17);
@@ -59,7 +59,7 @@ void saloon_outline(cairo_t* context) {
     cairo_close_path(context);
 }
 
-void draw_saloon(cairo_t* context, const colour& paint) {
+void draw_saloon(cairo_t* context, const Colour& paint) {
     saloon_outline(context);
     set_vertical_gradient(context, -93, -12, {shade(paint, 0.25), paint, shade(paint, 0.10), shade(paint, -0.45)});
     cairo_fill_preserve(context);
@@ -80,18 +80,15 @@ void draw_saloon(cairo_t* context, const colour& paint) {
     set_colour(context, {1, 1, 1}, 0.28);
     line(context, -134, -55, 128, -53, 1.6);
     set_colour(context, shade(paint, -0.65), 0.8);
-    for (const double door : {-66.0, -17.0, 42.0}) {
+    for (const double door : {-66.0, -17.0, 42.0})
         line(context, door, -64, door + (door > 0 ? 4 : 1), -20, 1.2);
-    }
     set_colour(context, shade(paint, -0.7));
     line(context, -32, -56, -22, -56, 2.2);
     line(context, 26, -56, 36, -56, 2.2);
-    rounded_rectangle(context, 46, -71, 11, 7, 3);
     set_colour(context, shade(paint, -0.2));
-    cairo_fill(context);
+    fill_rounded(context, 46, -71, 11, 7, 3);
     set_colour(context, trim);
-    rounded_rectangle(context, -140, -20, 282, 7, 3);
-    cairo_fill(context);
+    fill_rounded(context, -140, -20, 282, 7, 3);
     lamp(context, 122, -52, 18, 8, {0.95, 0.94, 0.85});
     lamp(context, -143, -56, 12, 11, {0.75, 0.05, 0.06});
 }
@@ -99,7 +96,7 @@ void draw_saloon(cairo_t* context, const colour& paint) {
 /** The van is drawn in the saloon's proportions and stands this much taller. */
 constexpr double van_size = 1.2;
 
-void draw_van(cairo_t* context, const colour& paint) {
+void draw_van(cairo_t* context, const Colour& paint) {
     cairo_new_path(context);
     cairo_move_to(context, -133, -16);
     cairo_line_to(context, -134, -106);
@@ -121,27 +118,23 @@ void draw_van(cairo_t* context, const colour& paint) {
     polygon(context, {{74, -99}, {79, -94}, {95, -67}, {91, -67}});
     fill_glass(context, -104, -68);
     set_colour(context, {1, 1, 1}, 0.16);
-    polygon(context, {{44, -68}, {56, -104}, {62, -103}, {52, -68}});
-    cairo_fill(context);
+    fill_polygon(context, {{44, -68}, {56, -104}, {62, -103}, {52, -68}});
     set_colour(context, {0.05, 0.05, 0.06}, 0.7);
     disc(context, 62, -80, 6.5);
     set_colour(context, shade(paint, -0.45), 0.85);
-    for (const double seam : {-126.0, -52.0, 28.0}) {
+    for (const double seam : {-126.0, -52.0, 28.0})
         line(context, seam, -112, seam, -22, 1.2);
-    }
     line(context, 88, -64, 84, -22, 1.2);
     set_colour(context, trim);
     line(context, -60, -64, -48, -64, 2.5);
     line(context, 34, -62, 44, -62, 2.5);
-    rounded_rectangle(context, 78, -84, 8, 15, 3);
-    cairo_fill(context);
-    rounded_rectangle(context, -134, -24, 268, 9, 3);
-    cairo_fill(context);
+    fill_rounded(context, 78, -84, 8, 15, 3);
+    fill_rounded(context, -134, -24, 268, 9, 3);
     lamp(context, 116, -58, 14, 12, {0.95, 0.94, 0.86});
     lamp(context, -134, -72, 6, 22, {0.75, 0.06, 0.06});
 }
 
-void draw_bus(cairo_t* context, const colour& paint) {
+void draw_bus(cairo_t* context, const Colour& paint) {
     rounded_rectangle(context, -214, -150, 428, 136, 13);
     set_vertical_gradient(context, -150, -14,
                           {shade(paint, 0.35), paint, shade(paint, 0.05), shade(paint, -0.08), shade(paint, -0.4)});
@@ -149,57 +142,47 @@ void draw_bus(cairo_t* context, const colour& paint) {
     set_colour(context, shade(paint, -0.6), 0.9);
     cairo_set_line_width(context, 1.5);
     cairo_stroke(context);
-    rounded_rectangle(context, -206, -132, 386, 50, 5);
     set_colour(context, {0.06, 0.07, 0.08});
-    cairo_fill(context);
+    fill_rounded(context, -206, -132, 386, 50, 5);
     for (int pane = 0; pane < 6; ++pane) {
         const double x = -202.0 + pane * 57.0;
         rounded_rectangle(context, x, -129, 53, 44, 4);
         fill_glass(context, -129, -85);
         set_colour(context, {1, 1, 1}, 0.13);
-        polygon(context, {{x + 12, -86}, {x + 28, -128}, {x + 38, -128}, {x + 22, -86}});
-        cairo_fill(context);
+        fill_polygon(context, {{x + 12, -86}, {x + 28, -128}, {x + 38, -128}, {x + 22, -86}});
         set_colour(context, {0.04, 0.04, 0.05}, 0.55);
         disc(context, x + 20 + pane % 3 * 5, -95, 7);
     }
     polygon(context, {{186, -130}, {206, -130}, {212, -84}, {186, -84}});
     fill_glass(context, -130, -84);
     for (const double door : {138.0, -22.0}) {
-        rounded_rectangle(context, door, -128, 40, 108, 3);
         set_colour(context, {0.08, 0.08, 0.09});
-        cairo_fill(context);
+        fill_rounded(context, door, -128, 40, 108, 3);
         for (const double leaf : {door + 3.0, door + 21.5}) {
             rounded_rectangle(context, leaf, -124, 15.5, 100, 2);
             fill_glass(context, -124, -24);
         }
     }
     set_colour(context, shade(paint, -0.55));
-    rounded_rectangle(context, -214, -24, 428, 10, 4);
-    cairo_fill(context);
+    fill_rounded(context, -214, -24, 428, 10, 4);
     set_colour(context, {0.95, 0.95, 0.95}, 0.9);
-    for (const double part : {-208.0, 24.0}) {
-        rounded_rectangle(context, part, -72, part < 0 ? 180 : 108, 5, 2);
-        cairo_fill(context);
-    }
-    rounded_rectangle(context, 60, -147, 74, 12, 3);
+    for (const double part : {-208.0, 24.0})
+        fill_rounded(context, part, -72, part < 0 ? 180 : 108, 5, 2);
     set_colour(context, {0.05, 0.05, 0.05});
-    cairo_fill(context);
+    fill_rounded(context, 60, -147, 74, 12, 3);
     set_colour(context, {1.0, 0.65, 0.1});
-    for (int letter = 0; letter < 6; ++letter) {
-        rounded_rectangle(context, 66.0 + letter * 11.0, -144, 6 + letter % 2 * 2, 6, 1);
-        cairo_fill(context);
-    }
+    for (int letter = 0; letter < 6; ++letter)
+        fill_rounded(context, 66.0 + letter * 11.0, -144, 6 + letter % 2 * 2, 6, 1);
     lamp(context, 200, -52, 13, 12, {0.96, 0.95, 0.86});
     lamp(context, -214, -58, 7, 18, {0.78, 0.06, 0.06});
-    rounded_rectangle(context, 212, -122, 6, 22, 2);
     set_colour(context, trim);
-    cairo_fill(context);
+    fill_rounded(context, 212, -122, 6, 22, 2);
 }
 
-sprite make_wheel(double radius, double scale_x, double scale_y) {
+Sprite make_wheel(double radius, double scale_x, double scale_y) {
     const double edge = radius + 1.0;
-    sprite made = make_sprite(edge, edge, edge, edge, scale_x, scale_y);
-    const context_handle context = draw_on(made);
+    Sprite made = make_sprite(edge, edge, edge, edge, scale_x, scale_y);
+    const CairoContext context = draw_on(made);
     set_colour(context.get(), tyre);
     disc(context.get(), 0, 0, radius);
     set_colour(context.get(), {0.62, 0.64, 0.67});
@@ -220,21 +203,21 @@ sprite make_wheel(double radius, double scale_x, double scale_y) {
 
 } // namespace
 
-vehicle_sprites make_vehicle(kind what, paint_job paint, double scale_x, double scale_y) {
+VehicleSprites make_vehicle(Kind what, PaintJob paint, double scale_x, double scale_y) {
     const double half = length_of(what) / 2.0;
     const double height = height_of(what);
-    vehicle_sprites made{};
-    made.wheel_radius = what == kind::saloon ? 22.5 : what == kind::van ? 23.0 * van_size : 25.0;
-    made.rear_hub = what == kind::saloon ? -86.0 : what == kind::van ? -82.0 * van_size : -118.0;
-    made.front_hub = what == kind::saloon ? 90.0 : what == kind::van ? 84.0 * van_size : 106.0;
+    VehicleSprites made{};
+    made.wheel_radius = what == Kind::saloon ? 22.5 : what == Kind::van ? 23.0 * van_size : 25.0;
+    made.rear_hub = what == Kind::saloon ? -86.0 : what == Kind::van ? -82.0 * van_size : -118.0;
+    made.front_hub = what == Kind::saloon ? 90.0 : what == Kind::van ? 84.0 * van_size : 106.0;
     made.body = make_sprite(half + 24, height + 4, half + 24, 18, scale_x, scale_y);
     made.wheel = make_wheel(made.wheel_radius, scale_x, scale_y);
-    const context_handle context = draw_on(made.body);
+    const CairoContext context = draw_on(made.body);
     soft_shadow(context.get(), 0, 0, half + 20, 13, 0.6);
-    const colour coat = paint_of(paint);
-    if (what == kind::saloon) {
+    const Colour coat = paint_of(paint);
+    if (what == Kind::saloon) {
         draw_saloon(context.get(), coat);
-    } else if (what == kind::van) {
+    } else if (what == Kind::van) {
         cairo_save(context.get());
         cairo_scale(context.get(), van_size, van_size);
         draw_van(context.get(), coat);
@@ -246,7 +229,7 @@ vehicle_sprites make_vehicle(kind what, paint_job paint, double scale_x, double 
     return made;
 }
 
-void paint_vehicle(cairo_t* context, const vehicle_sprites& sprites, const actor& vehicle) {
+void paint_vehicle(cairo_t* context, const VehicleSprites& sprites, const Actor& vehicle) {
     cairo_save(context);
     cairo_translate(context, vehicle.x, vehicle.ground);
     cairo_scale(context, vehicle.to_the_left ? -vehicle.scale : vehicle.scale, vehicle.scale);

@@ -1,41 +1,31 @@
 #include "platform/vdostream/channel.h"
 
+#include "platform/common/settings.h"
 #include "platform/vdostream/error.h"
 #include "platform/vdostream/object.h"
 #include "platform/vdostream/settings.h"
 #include "vdo-channel.h"
 
 #include <algorithm>
-#include <charconv>
-#include <cstdlib>
 #include <memory>
 #include <string_view>
 
 namespace vdostream {
 namespace {
 
-struct channel_state {
-    guint number;
-};
-
 bool parse_resolution(std::string_view text, VdoResolution& resolution) {
-    const char* end = text.data() + text.size();
-    const auto width = std::from_chars(text.data(), end, resolution.width);
-    if (width.ec != std::errc() || width.ptr == end || *width.ptr != 'x') {
-        return false;
-    }
-    const auto height = std::from_chars(width.ptr + 1, end, resolution.height);
-    return height.ec == std::errc() && height.ptr == end && is_possible_size(resolution.width, resolution.height);
+    const auto [width, height] = platform::parse_size(text).value_or(platform::Size());
+    resolution = {static_cast<guint32>(width), static_cast<guint32>(height)};
+    return is_possible_size(resolution.width, resolution.height);
 }
 
 } // namespace
 
 bool offered_resolutions(std::vector<VdoResolution>& offered, std::string& why) {
     offered = {{1920, 1080}, {1280, 960}, {1280, 720}, {800, 600}, {800, 450}, {640, 480}, {640, 360}};
-    const char* variable = std::getenv("KORVEX_VDO_RESOLUTIONS");
-    if (variable == nullptr || *variable == '\0') {
+    const std::string variable = platform::environment("KORVEX_VDO_RESOLUTIONS");
+    if (variable.empty())
         return true;
-    }
     offered.clear();
     std::string_view rest(variable);
     for (;;) {
@@ -48,25 +38,24 @@ bool offered_resolutions(std::vector<VdoResolution>& offered, std::string& why) 
             return false;
         }
         offered.push_back(resolution);
-        if (comma == std::string_view::npos) {
+        if (comma == std::string_view::npos)
             return true;
-        }
         rest.remove_prefix(comma + 1);
     }
 }
 
 } // namespace vdostream
 
-struct _VdoChannel : vdostream::object<vdostream::channel_state> {};
+using vdostream::Failure;
+using vdostream::nothing;
+
+struct _VdoChannel : vdostream::Object<guint> {};
 
 VdoChannel* vdo_channel_get(guint channel_nbr, GError** error) {
-    if (channel_nbr != vdostream::only_channel) {
-        vdostream::set_error(error, vdostream::failure::bad_argument,
-                             "There is no video channel " + std::to_string(channel_nbr) + "; the only one is 1");
-        return nullptr;
-    }
-    return vdostream::make_object<VdoChannel>(
-        "KorvexVdoChannel", std::make_unique<vdostream::channel_state>(vdostream::channel_state{channel_nbr}));
+    if (channel_nbr != vdostream::only_channel)
+        return nothing(error, Failure::bad_argument,
+                       "There is no video channel " + std::to_string(channel_nbr) + "; the only one is 1");
+    return vdostream::make_object<VdoChannel>("KorvexVdoChannel", std::make_unique<guint>(channel_nbr));
 }
 
 GList* vdo_channel_get_all(GError** error) {
@@ -74,16 +63,12 @@ GList* vdo_channel_get_all(GError** error) {
 }
 
 VdoResolutionSet* vdo_channel_get_resolutions(VdoChannel* channel, VdoMap* /*filter*/, GError** error) {
-    if (channel == nullptr) {
-        vdostream::set_error(error, vdostream::failure::bad_argument, "No video channel was given");
-        return nullptr;
-    }
+    if (channel == nullptr)
+        return nothing(error, Failure::bad_argument, "No video channel was given");
     std::vector<VdoResolution> offered;
     std::string why;
-    if (!vdostream::offered_resolutions(offered, why)) {
-        vdostream::set_error(error, vdostream::failure::bad_setting, why);
-        return nullptr;
-    }
+    if (!vdostream::offered_resolutions(offered, why))
+        return nothing(error, Failure::bad_setting, why);
     auto* set =
         static_cast<VdoResolutionSet*>(g_malloc(sizeof(VdoResolutionSet) + offered.size() * sizeof(VdoResolution)));
     set->count = offered.size();

@@ -2,6 +2,7 @@
 // sentence on stderr. A file or the scene has to show at least one picture; a camera may come later. The application
 // itself would only show a failed set-up, pass after pass.
 
+#include "platform/common/glib.h"
 #include "platform/vdostream/host_video.h"
 #include "platform/vdostream/reader.h"
 #include "platform/vdostream/source_name.h"
@@ -23,30 +24,24 @@ int refuse(const std::string& sentence) {
 int main() {
     std::string name;
     std::string why;
-    if (!vdostream::read_source_name(name, why)) {
+    if (!vdostream::read_source_name(name, why))
         return refuse(why);
-    }
-    if (vdostream::make_reader(name)->is_live()) {
+    if (vdostream::make_reader(name)->is_live())
         return 0;
-    }
     // In the video's own time the first picture is there at once or never.
     setenv("KORVEX_VDO_REPLAY", "1", 1);
-    g_autoptr(GObject) settings = G_OBJECT(vdo_map_new());
-    vdo_map_set_uint32(reinterpret_cast<VdoMap*>(settings), "width", 640);
-    vdo_map_set_uint32(reinterpret_cast<VdoMap*>(settings), "height", 360);
+    const platform::ObjectHandle<VdoMap> settings(vdo_map_new());
+    vdo_map_set_uint32(settings.get(), "width", 640);
+    vdo_map_set_uint32(settings.get(), "height", 360);
     g_autoptr(GError) error = nullptr;
-    g_autoptr(GObject) stream =
-        reinterpret_cast<GObject*>(vdo_stream_new(reinterpret_cast<VdoMap*>(settings), nullptr, &error));
-    if (stream == nullptr) {
+    const platform::ObjectHandle<VdoStream> video(vdo_stream_new(settings.get(), nullptr, &error));
+    if (video == nullptr)
         return refuse(error->message);
-    }
-    auto* video = reinterpret_cast<VdoStream*>(stream);
-    vdo_stream_start(video, nullptr);
+    vdo_stream_start(video.get(), nullptr);
     host_video::replay_advance(0.0);
-    VdoBuffer* picture = vdo_stream_get_buffer(video, nullptr);
-    if (picture == nullptr) {
+    VdoBuffer* picture = vdo_stream_get_buffer(video.get(), nullptr);
+    if (picture == nullptr)
         return refuse("The video source " + host_video::statistics().source + " holds no picture that can be decoded");
-    }
-    vdo_stream_buffer_unref(video, &picture, nullptr);
+    vdo_stream_buffer_unref(video.get(), &picture, nullptr);
     return 0;
 }

@@ -1,17 +1,23 @@
 #pragma once
 
-#include <glib.h>
+#include "platform/common/glib.h"
 
-#include <string>
+#include <cstddef>
 
 namespace vdostream {
 
 /** Codes of this library's GErrors; their domain is "korvex-vdostream". */
-enum class failure { bad_argument = 1, bad_setting, no_source, not_running, silent };
+enum class Failure { bad_argument = 1, bad_setting, no_source, not_running, silent };
 
-void set_error(GError** error, failure code, const std::string& message);
+/** Fills `error`, which may be NULL, and gives false, so that a failure is one `return`. */
+inline bool fail(GError** error, Failure code, const std::string& message) {
+    return platform::set_error(error, "korvex-vdostream", static_cast<int>(code), message);
+}
 
-/** One line "korvex vdostream: <text>" on standard error. */
-void say(const std::string& text);
+/** The same where a pointer is given. */
+inline std::nullptr_t nothing(GError** error, Failure code, const std::string& message) {
+    fail(error, code, message);
+    return nullptr;
+}
 
 } // namespace vdostream

@@ -22,27 +22,20 @@ constexpr double assumed_fps = 25.0;
 /** Four times what a stream can show. A few bytes of a broken file may ask for gigabytes. */
 constexpr std::int64_t most_pixels = std::int64_t{8192} * 8192;
 
-std::string error_text(int code) {
-    char text[AV_ERROR_MAX_STRING_SIZE] = {};
-    av_strerror(code, text, sizeof text);
-    return text;
-}
-
 double frames_a_second(AVFormatContext* format, AVStream* stream) {
     const double fps = av_q2d(av_guess_frame_rate(format, stream, nullptr));
     return std::isfinite(fps) && fps > 0.0 && fps <= 1000.0 ? fps : assumed_fps;
 }
 
-orientation upright_in(const std::uint8_t* matrix, std::size_t size) {
+Orientation upright_in(const std::uint8_t* matrix, std::size_t size) {
     std::int32_t numbers[9];
-    if (matrix == nullptr || size < sizeof numbers) {
+    if (matrix == nullptr || size < sizeof numbers)
         return {};
-    }
     std::memcpy(numbers, matrix, sizeof numbers);
     return orientation_of(numbers);
 }
 
-orientation upright_of(const AVStream* stream) {
+Orientation upright_of(const AVStream* stream) {
     std::size_t size = 0;
     const std::uint8_t* matrix = av_stream_get_side_data(stream, AV_PKT_DATA_DISPLAYMATRIX, &size);
     return upright_in(matrix, size);
@@ -60,34 +53,33 @@ void prepare_ffmpeg() {
 
 } // namespace
 
-ffmpeg_reader::ffmpeg_reader(std::string address, access way) : m_Address(std::move(address)), m_Access(way) {
+FfmpegReader::FfmpegReader(std::string address, Access way) : m_address(std::move(address)), m_access(way) {
     prepare_ffmpeg();
 }
 
-bool ffmpeg_reader::open(std::string& why) {
+bool FfmpegReader::open(std::string& why) {
     close();
-    if (open_input(why) && open_decoder(why)) {
+    if (open_input(why) && open_decoder(why))
         return true;
-    }
     close();
     return false;
 }
 
-bool ffmpeg_reader::open_input(std::string& why) {
+bool FfmpegReader::open_input(std::string& why) {
     AVFormatContext* format = avformat_alloc_context();
     if (format == nullptr) {
         why = "needs more memory than there is";
         return false;
     }
-    format->interrupt_callback = {&ffmpeg_reader::give_up, this};
+    format->interrupt_callback = {&FfmpegReader::give_up, this};
     AVDictionary* options = nullptr;
     const AVInputFormat* demuxer = nullptr;
-    std::string url = m_Address;
-    if (m_Access == access::file) {
+    std::string url = m_address;
+    if (m_access == Access::file) {
         // A playlist is a video file too, but it shall not make the host fetch things from elsewhere.
-        url = "file:" + m_Address;
+        url = "file:" + m_address;
         av_dict_set(&options, "protocol_whitelist", "file", 0);
-    } else if (m_Access == access::rtsp) {
+    } else if (m_access == Access::rtsp) {
         av_dict_set(&options, "rtsp_transport", "tcp", 0);
         // An audio track that is silent would be waited for.
         av_dict_set(&options, "allowed_media_types", "video", 0);
@@ -96,159 +88,152 @@ bool ffmpeg_reader::open_input(std::string& why) {
         demuxer = av_find_input_format("video4linux2");
         format->flags |= AVFMT_FLAG_NONBLOCK;
     }
-    m_Deadline = std::chrono::steady_clock::now() + answer_limit;
+    m_deadline = std::chrono::steady_clock::now() + answer_limit;
     int code = avformat_open_input(&format, url.c_str(), demuxer, &options);
     av_dict_free(&options);
     if (code < 0) {
         why = failed("cannot be opened", code);
         return false;
     }
-    m_Format.reset(format);
-    m_Deadline = std::chrono::steady_clock::now() + answer_limit;
+    m_format.reset(format);
+    m_deadline = std::chrono::steady_clock::now() + answer_limit;
     code = avformat_find_stream_info(format, nullptr);
-    m_StreamIndex = code < 0 ? code : av_find_best_stream(format, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
-    if (m_StreamIndex < 0) {
-        why = failed("has no video", m_StreamIndex);
+    m_stream_index = code < 0 ? code : av_find_best_stream(format, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
+    if (m_stream_index < 0) {
+        why = failed("has no video", m_stream_index);
         return false;
     }
     return true;
 }
 
-bool ffmpeg_reader::open_decoder(std::string& why) {
-    AVStream* stream = m_Format->streams[m_StreamIndex];
+bool FfmpegReader::open_decoder(std::string& why) {
+    AVStream* stream = m_format->streams[m_stream_index];
     const AVCodec* decoder = avcodec_find_decoder(stream->codecpar->codec_id);
     if (decoder == nullptr) {
         why = "uses a codec that cannot be decoded, " + std::string(avcodec_get_name(stream->codecpar->codec_id));
         return false;
     }
-    m_Codec.reset(avcodec_alloc_context3(decoder));
-    m_Packet.reset(av_packet_alloc());
-    if (m_Codec == nullptr || m_Packet == nullptr) {
+    m_codec.reset(avcodec_alloc_context3(decoder));
+    m_packet.reset(av_packet_alloc());
+    if (m_codec == nullptr || m_packet == nullptr) {
         why = "needs more memory than there is";
         return false;
     }
-    int code = avcodec_parameters_to_context(m_Codec.get(), stream->codecpar);
+    int code = avcodec_parameters_to_context(m_codec.get(), stream->codecpar);
     if (code >= 0) {
-        m_Codec->thread_count = 1;
-        m_Codec->max_pixels = most_pixels;
-        m_Codec->pkt_timebase = stream->time_base;
-        code = avcodec_open2(m_Codec.get(), decoder, nullptr);
+        m_codec->thread_count = 1;
+        m_codec->max_pixels = most_pixels;
+        m_codec->pkt_timebase = stream->time_base;
+        code = avcodec_open2(m_codec.get(), decoder, nullptr);
     }
     if (code < 0) {
         why = failed("cannot be decoded", code);
         return false;
     }
-    m_Upright = upright_of(stream);
-    m_Properties = {stream->codecpar->width, stream->codecpar->height, frames_a_second(m_Format.get(), stream)};
-    if (m_Upright.lies_on_its_side()) {
-        std::swap(m_Properties.width, m_Properties.height);
-    }
-    m_FirstRead = false;
-    m_Draining = false;
+    m_upright = upright_of(stream);
+    m_properties = {stream->codecpar->width, stream->codecpar->height, frames_a_second(m_format.get(), stream)};
+    if (m_upright.lies_on_its_side())
+        std::swap(m_properties.width, m_properties.height);
+    m_first_read = false;
+    m_draining = false;
     return true;
 }
 
-void ffmpeg_reader::close() {
-    m_Packet.reset();
-    m_Codec.reset();
-    m_Format.reset();
+void FfmpegReader::close() {
+    m_packet.reset();
+    m_codec.reset();
+    m_format.reset();
 }
 
-read_result ffmpeg_reader::read(std::shared_ptr<picture>& next, std::string& why) {
-    m_Deadline = std::chrono::steady_clock::now() + answer_limit;
-    frame_handle frame(av_frame_alloc());
+ReadResult FfmpegReader::read(std::shared_ptr<Picture>& next, std::string& why) {
+    m_deadline = std::chrono::steady_clock::now() + answer_limit;
+    platform::FrameHandle frame(av_frame_alloc());
     while (frame != nullptr) {
-        const int code = avcodec_receive_frame(m_Codec.get(), frame.get());
-        if (code == AVERROR_EOF) {
-            return read_result::end;
-        }
+        const int code = avcodec_receive_frame(m_codec.get(), frame.get());
+        if (code == AVERROR_EOF)
+            return ReadResult::end;
         if (code >= 0 && frame->width > 0 && frame->height > 0 && frame->width < 32768 && frame->height < 32768) {
             const double seconds = media_time(*frame);
-            const orientation upright = orientation_for(*frame);
-            next = std::make_shared<ffmpeg_picture>(std::move(frame), upright, m_Converter);
+            const Orientation upright = orientation_for(*frame);
+            next = std::make_shared<FfmpegPicture>(std::move(frame), upright, m_converter);
             next->seconds = seconds;
-            return read_result::picture;
+            return ReadResult::picture;
         }
         if (code == AVERROR(EAGAIN)) {
-            const read_result result = feed(why);
-            if (result != read_result::picture) {
+            const ReadResult result = feed(why);
+            if (result != ReadResult::picture)
                 return result;
-            }
         }
         // Any other code is a picture that could not be decoded: the one after it may be.
-        if (cancelled()) {
+        if (cancelled())
             break;
-        }
     }
     why = "was given up";
-    return read_result::lost;
+    return ReadResult::lost;
 }
 
-read_result ffmpeg_reader::feed(std::string& why) {
-    int code = av_read_frame(m_Format.get(), m_Packet.get());
+ReadResult FfmpegReader::feed(std::string& why) {
+    int code = av_read_frame(m_format.get(), m_packet.get());
     if (code == AVERROR(EAGAIN)) {
         if (give_up(this) != 0) {
             why = "sends no pictures";
-            return read_result::lost;
+            return ReadResult::lost;
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
-        return read_result::picture;
+        return ReadResult::picture;
     }
     if (code < 0) {
         if (is_live() || code == AVERROR_EXIT) {
             why = failed("was lost", code);
-            return read_result::lost;
+            return ReadResult::lost;
         }
         // The end, or a file that is cut short: what the decoder still holds comes first.
-        if (std::exchange(m_Draining, true)) {
-            return read_result::end;
-        }
-        avcodec_send_packet(m_Codec.get(), nullptr);
-        return read_result::picture;
+        if (std::exchange(m_draining, true))
+            return ReadResult::end;
+        avcodec_send_packet(m_codec.get(), nullptr);
+        return ReadResult::picture;
     }
-    if (m_Packet->stream_index == m_StreamIndex) {
-        avcodec_send_packet(m_Codec.get(), m_Packet.get());
-    }
-    av_packet_unref(m_Packet.get());
-    return read_result::picture;
+    if (m_packet->stream_index == m_stream_index)
+        avcodec_send_packet(m_codec.get(), m_packet.get());
+    av_packet_unref(m_packet.get());
+    return ReadResult::picture;
 }
 
-double ffmpeg_reader::media_time(const AVFrame& frame) {
-    const double interval = 1.0 / m_Properties.fps;
+double FfmpegReader::media_time(const AVFrame& frame) {
+    const double interval = 1.0 / m_properties.fps;
     const bool stamped = frame.best_effort_timestamp != AV_NOPTS_VALUE;
-    const double stamp =
-        stamped ? static_cast<double>(frame.best_effort_timestamp) * av_q2d(m_Format->streams[m_StreamIndex]->time_base)
-                : 0.0;
-    if (!std::exchange(m_FirstRead, true)) {
-        m_Offset = -stamp;
-        m_LastTime = 0.0;
-        return m_LastTime;
+    const double stamp = stamped ? static_cast<double>(frame.best_effort_timestamp) *
+                                       av_q2d(m_format->streams[m_stream_index]->time_base)
+                                 : 0.0;
+    if (!std::exchange(m_first_read, true)) {
+        m_offset = -stamp;
+        m_last_time = 0.0;
+        return m_last_time;
     }
-    const double expected = m_LastTime + interval;
-    double time = stamp + m_Offset;
-    if (!stamped || !(time > m_LastTime) || time > m_LastTime + longest_pause_seconds) {
+    const double expected = m_last_time + interval;
+    double time = stamp + m_offset;
+    if (!stamped || !(time > m_last_time) || time > m_last_time + longest_pause_seconds) {
         time = expected;
-        m_Offset = stamped ? expected - stamp : m_Offset;
+        m_offset = stamped ? expected - stamp : m_offset;
     }
-    m_LastTime = time;
+    m_last_time = time;
     return time;
 }
 
-orientation ffmpeg_reader::orientation_for(const AVFrame& frame) const {
+Orientation FfmpegReader::orientation_for(const AVFrame& frame) const {
     const AVFrameSideData* own = av_frame_get_side_data(&frame, AV_FRAME_DATA_DISPLAYMATRIX);
-    return own == nullptr ? m_Upright : upright_in(own->data, own->size);
+    return own == nullptr ? m_upright : upright_in(own->data, own->size);
 }
 
-std::string ffmpeg_reader::failed(const std::string& what, int code) const {
-    if (code == AVERROR_EXIT && !cancelled()) {
+std::string FfmpegReader::failed(const std::string& what, int code) const {
+    if (code == AVERROR_EXIT && !cancelled())
         return what + " (no answer for " + std::to_string(answer_limit.count()) + " s)";
-    }
-    return what + " (" + error_text(code) + ")";
+    return what + " (" + platform::ffmpeg_reason(code) + ")";
 }
 
-int ffmpeg_reader::give_up(void* self) {
-    const auto* reader = static_cast<const ffmpeg_reader*>(self);
-    const bool late = reader->is_live() && std::chrono::steady_clock::now() >= reader->m_Deadline;
+int FfmpegReader::give_up(void* self) {
+    const auto* reader = static_cast<const FfmpegReader*>(self);
+    const bool late = reader->is_live() && std::chrono::steady_clock::now() >= reader->m_deadline;
     return reader->cancelled() || late ? 1 : 0;
 }
 

@@ -6,7 +6,7 @@
 namespace vdostream {
 
 /** How a picture of another shape fills a stream's frame. */
-enum class aspect_rule {
+enum class AspectRule {
     /** The whole picture, centred, with black bars. */
     fit,
     /** The largest centred part of the frame's shape. */
@@ -16,31 +16,31 @@ enum class aspect_rule {
 };
 
 /** What a stream's frames look like. */
-struct geometry {
+struct Geometry {
     /** Pixels before rotation, both even. */
     int width;
     int height;
     /** Degrees clockwise: 0, 90, 180 or 270. */
     int rotation;
-    aspect_rule aspect;
+    AspectRule aspect;
 
-    bool operator==(const geometry&) const = default;
+    bool operator==(const Geometry&) const = default;
 };
 
 /** What makes a picture upright that was taken with the camera on its side, as its file says. */
-struct orientation {
+struct Orientation {
     /** Its top and bottom change places, before it is turned. */
     bool flipped = false;
     /** Degrees clockwise: 0, 90, 180 or 270. */
     int turn = 0;
 
-    bool operator==(const orientation&) const = default;
+    bool operator==(const Orientation&) const = default;
     /** Its width becomes its height. */
     bool lies_on_its_side() const { return turn == 90 || turn == 270; }
 };
 
 /** Someone else's NV12 picture; any size from 1x1, the chroma planes rounded up. */
-struct nv12_view {
+struct Nv12View {
     const std::uint8_t* luma;
     int luma_stride;
     const std::uint8_t* chroma;
@@ -50,17 +50,17 @@ struct nv12_view {
     /** Shape of one pixel, wide : high, each from 1 to 1024; 1 : 1 when unknown. */
     int pixel_width = 1;
     int pixel_height = 1;
-    orientation upright{};
+    Orientation upright{};
 };
 
 /** Bytes of one tightly packed NV12 frame. */
-std::size_t frame_size(const geometry& shape);
+std::size_t frame_size(const Geometry& shape);
 
 /**
  * Scales, places and rotates `picture`, made upright, into `frame` (frame_size bytes, NV12; height x width pixels when
  * turned by 90 or 270). Parts and bars begin at even pixels, so that luma and chroma stay aligned; bars are Y 16, U and
  * V 128. Allocates one frame when it has to rotate. False when memory is short.
  */
-bool convert(const nv12_view& picture, const geometry& shape, std::uint8_t* frame);
+bool convert(const Nv12View& picture, const Geometry& shape, std::uint8_t* frame);
 
 } // namespace vdostream

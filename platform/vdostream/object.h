@@ -10,7 +10,7 @@ namespace vdostream {
 
 /** The memory layout of every object here. `_VdoMap` and its like derive from it and add nothing. */
 template <typename State>
-struct object {
+struct Object {
     GObject parent;
     State* state;
 };

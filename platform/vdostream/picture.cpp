@@ -4,40 +4,35 @@
 
 namespace vdostream {
 
-frame_bytes picture::in_geometry(const geometry& shape) {
-    nv12_view view{};
+FrameBytes Picture::in_geometry(const Geometry& shape) {
+    Nv12View view{};
     {
-        const std::lock_guard<std::mutex> guard(m_Lock);
-        if (frame_bytes made = made_in(shape)) {
+        const std::lock_guard guard(m_lock);
+        if (FrameBytes made = made_in(shape))
             return made;
-        }
-        if (!native(view)) {
+        if (!native(view))
             return nullptr;
-        }
     }
-    frame_bytes bytes(new (std::nothrow) std::uint8_t[frame_size(shape)]);
-    if (bytes == nullptr || !convert(view, shape, bytes.get())) {
+    FrameBytes bytes(new (std::nothrow) std::uint8_t[frame_size(shape)]);
+    if (bytes == nullptr || !convert(view, shape, bytes.get()))
         return nullptr;
-    }
-    const std::lock_guard<std::mutex> guard(m_Lock);
-    if (frame_bytes made = made_in(shape)) {
+    const std::lock_guard guard(m_lock);
+    if (FrameBytes made = made_in(shape))
         return made;
-    }
-    m_Converted.emplace_back(shape, bytes);
+    m_converted.emplace_back(shape, bytes);
     return bytes;
 }
 
-void picture::prepare() {
-    nv12_view view{};
-    const std::lock_guard<std::mutex> guard(m_Lock);
+void Picture::prepare() {
+    Nv12View view{};
+    const std::lock_guard guard(m_lock);
     native(view);
 }
 
-frame_bytes picture::made_in(const geometry& shape) const {
-    for (const auto& [made, bytes] : m_Converted) {
-        if (made == shape) {
+FrameBytes Picture::made_in(const Geometry& shape) const {
+    for (const auto& [made, bytes] : m_converted) {
+        if (made == shape)
             return bytes;
-        }
     }
     return nullptr;
 }

@@ -11,7 +11,7 @@
 namespace vdostream {
 
 /** One stream frame's bytes. Shared by every stream of that geometry, so whoever holds them only reads. */
-using frame_bytes = std::shared_ptr<std::uint8_t[]>;
+using FrameBytes = std::shared_ptr<std::uint8_t[]>;
 
 /**
  * One picture of a source, in the source's own size. Nothing is converted, or drawn, before a stream asks; then once
@@ -20,12 +20,12 @@ using frame_bytes = std::shared_ptr<std::uint8_t[]>;
  * Nobody waits for another's conversion: the other may be a viewer's thread, which gets a processor only when nothing
  * else wants one. So two that ask for the same geometry at the same time both convert, and the first to end is taken.
  */
-class picture {
+class Picture {
   public:
-    virtual ~picture() = default;
+    virtual ~Picture() = default;
 
     /** The picture as a frame of that geometry; null when it cannot be converted or memory is short. */
-    frame_bytes in_geometry(const geometry& shape);
+    FrameBytes in_geometry(const Geometry& shape);
 
     /** Draws or decodes now what every geometry is converted from, so that no stream has to wait while another does. */
     void prepare();
@@ -36,15 +36,17 @@ class picture {
     double seconds = 0.0;
 
   protected:
-    /** The pixels, valid and unchanged as long as the picture; false when there are none. Called with the lock held;
-     * when it has worked it only hands them out. */
-    virtual bool native(nv12_view& view) = 0;
+    /**
+     * The pixels, valid and unchanged as long as the picture; false when there are none. Called with the lock held;
+     * when it has worked it only hands them out.
+     */
+    virtual bool native(Nv12View& view) = 0;
 
   private:
-    frame_bytes made_in(const geometry& shape) const;
+    FrameBytes made_in(const Geometry& shape) const;
 
-    std::mutex m_Lock; // guards the rest
-    std::vector<std::pair<geometry, frame_bytes>> m_Converted;
+    std::mutex m_lock; // guards the rest
+    std::vector<std::pair<Geometry, FrameBytes>> m_converted;
 };
 
 } // namespace vdostream

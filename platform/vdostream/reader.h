@@ -8,7 +8,7 @@
 
 namespace vdostream {
 
-enum class read_result {
+enum class ReadResult {
     /** The next picture was read. */
     picture,
     /** The video is over; `open` begins it again. */
@@ -18,7 +18,7 @@ enum class read_result {
 };
 
 /** What a source is. */
-struct source_properties {
+struct SourceProperties {
     int width = 0;
     int height = 0;
     /** Frames a second; 0 when the source does not say. */
@@ -29,31 +29,31 @@ struct source_properties {
  * Reads one source from its beginning to its end. Not locked: one thread at a time.
  * State: closed -> open (`open` succeeded) -> closed (`end`, `lost`); `open` is allowed in either.
  */
-class reader {
+class Reader {
   public:
-    virtual ~reader() = default;
+    virtual ~Reader() = default;
 
     /** Opens, or begins again. False with `why` set when that is not possible now. */
     virtual bool open(std::string& why) = 0;
     /** REQUIRES: open. Sets the picture's `seconds`, counted from this opening's first picture; `why` with `lost`. */
-    virtual read_result read(std::shared_ptr<picture>& next, std::string& why) = 0;
+    virtual ReadResult read(std::shared_ptr<Picture>& next, std::string& why) = 0;
     /** Passes over what lies before `seconds` where that costs nothing; a video of encoded pictures has to be read. */
     virtual void skip_to(double /*seconds*/) {}
     /** Of the open source. */
-    virtual source_properties properties() const = 0;
+    virtual SourceProperties properties() const = 0;
     /** Pictures come in their own time (a camera), or as fast as they are read (a file)? */
     virtual bool is_live() const { return false; }
     /** Any thread: makes a running or later `open` or `read` give up soon. */
-    void cancel() { m_Cancelled = true; }
+    void cancel() { m_cancelled = true; }
 
   protected:
-    bool cancelled() const { return m_Cancelled; }
+    bool cancelled() const { return m_cancelled; }
 
   private:
-    std::atomic<bool> m_Cancelled = false;
+    std::atomic<bool> m_cancelled = false;
 };
 
 /** The reader of a source's name; see read_source_name. */
-std::unique_ptr<reader> make_reader(const std::string& name);
+std::unique_ptr<Reader> make_reader(const std::string& name);
 
 } // namespace vdostream

@@ -1,105 +1,114 @@
 #include "platform/vdostream/registry.h"
 
+#include "platform/common/settings.h"
 #include "platform/vdostream/ffmpeg_reader.h"
+#include "platform/vdostream/host_video.h"
 #include "platform/vdostream/scene_reader.h"
 #include "platform/vdostream/source_name.h"
+#include "platform/vdostream/stream.h"
 
 #include <cmath>
-#include <cstdlib>
 #include <filesystem>
 #include <map>
-#include <string_view>
 
 namespace vdostream {
 namespace {
 
-struct registry {
+struct Registry {
     std::mutex lock;
-    std::map<std::string, std::weak_ptr<video_source>> sources;
-    std::weak_ptr<video_source> last;
+    std::map<std::string, std::weak_ptr<VideoSource>> sources;
+    std::weak_ptr<VideoSource> last;
     double replay_seconds = 0.0;
 };
 
-/** Never destroyed: the application's own process-wide objects drop their streams after this library's would be gone.
+/**
+ * Never destroyed: the application's own process-wide objects drop their streams after this library's would be gone.
  */
-registry& the_registry() {
-    static auto& instance = *new registry; // NOLINT(cppcoreguidelines-owning-memory)
+Registry& the_registry() {
+    static auto& instance = *new Registry; // NOLINT(cppcoreguidelines-owning-memory)
     return instance;
-}
-
-bool is_replay() {
-    const char* value = std::getenv("KORVEX_VDO_REPLAY");
-    return value != nullptr && std::string_view(value) == "1";
 }
 
 /** Ordinary files may lie below /dev, too, in memory; a device that is not plugged in yet is one all the same. */
 bool is_camera(const std::string& name) {
     std::error_code ignored;
-    return name.rfind("/dev/", 0) == 0 && !std::filesystem::is_regular_file(name, ignored);
+    return name.starts_with("/dev/") && !std::filesystem::is_regular_file(name, ignored);
+}
+
+/** The source that was acquired last, or null when no stream holds it any more. */
+std::shared_ptr<VideoSource> current_source() {
+    Registry& all = the_registry();
+    const std::lock_guard guard(all.lock);
+    return all.last.lock();
 }
 
 } // namespace
 
-std::unique_ptr<reader> make_reader(const std::string& name) {
-    const auto begins_with = [&name](std::string_view prefix) { return name.compare(0, prefix.size(), prefix) == 0; };
-    if (name == "scene") {
-        return std::make_unique<scene_reader>();
-    }
-    if (begins_with("rtsp://") || begins_with("rtsps://")) {
-        return std::make_unique<ffmpeg_reader>(name, access::rtsp);
-    }
-    return std::make_unique<ffmpeg_reader>(name, is_camera(name) ? access::v4l2 : access::file);
+std::unique_ptr<Reader> make_reader(const std::string& name) {
+    if (name == "scene")
+        return std::make_unique<SceneReader>();
+    if (name.starts_with("rtsp://") || name.starts_with("rtsps://"))
+        return std::make_unique<FfmpegReader>(name, Access::rtsp);
+    return std::make_unique<FfmpegReader>(name, is_camera(name) ? Access::v4l2 : Access::file);
 }
 
-std::shared_ptr<video_source> acquire_source(std::string& why) {
+std::shared_ptr<VideoSource> acquire_source(std::string& why) {
     std::string name;
-    if (!read_source_name(name, why)) {
+    if (!read_source_name(name, why))
         return nullptr;
-    }
-    const bool replay = is_replay();
-    registry& all = the_registry();
-    const std::lock_guard<std::mutex> guard(all.lock);
+    const bool replay = platform::environment("KORVEX_VDO_REPLAY") == "1";
+    Registry& all = the_registry();
+    const std::lock_guard guard(all.lock);
     std::erase_if(all.sources, [](const auto& entry) { return entry.second.expired(); });
-    if (all.sources.empty()) {
+    if (all.sources.empty())
         all.replay_seconds = 0.0;
-    }
-    std::weak_ptr<video_source>& kept = all.sources[(replay ? "replay " : "") + name];
-    std::shared_ptr<video_source> source = kept.lock();
+    std::weak_ptr<VideoSource>& kept = all.sources[(replay ? "replay " : "") + name];
+    std::shared_ptr<VideoSource> source = kept.lock();
     if (source == nullptr) {
-        source = video_source::make(name, make_reader(name), replay);
+        source = VideoSource::make(name, make_reader(name), replay);
         std::string reason;
         if (!source->open(reason)) {
             why = "The video source " + source->name() + " " + reason;
             return nullptr;
         }
-        if (replay) {
+        if (replay)
             source->advance(all.replay_seconds);
-        }
         kept = source;
     }
     all.last = source;
     return source;
 }
 
-std::shared_ptr<video_source> current_source() {
-    registry& all = the_registry();
-    const std::lock_guard<std::mutex> guard(all.lock);
-    return all.last.lock();
-}
+} // namespace vdostream
 
-bool advance_all_sources(double seconds) {
-    registry& all = the_registry();
-    const std::lock_guard<std::mutex> guard(all.lock);
-    if (!std::isfinite(seconds)) {
+namespace host_video {
+
+bool replay_advance(double seconds) {
+    auto& all = vdostream::the_registry();
+    const std::lock_guard guard(all.lock);
+    if (!std::isfinite(seconds))
         return false;
-    }
     all.replay_seconds = seconds;
     bool within = true;
     for (const auto& [name, weak] : all.sources) {
-        const std::shared_ptr<video_source> source = weak.lock();
+        const auto source = weak.lock();
         within = (source == nullptr || !source->is_replay() || source->advance(seconds)) && within;
     }
     return within;
 }
 
-} // namespace vdostream
+Statistics statistics() {
+    Statistics now;
+    now.frames_handed = vdostream::StreamState::frames_handed();
+    if (const auto source = vdostream::current_source()) {
+        const auto properties = source->properties();
+        now.frames_decoded = source->frames_decoded();
+        now.source_fps = properties.fps;
+        now.source_width = properties.width;
+        now.source_height = properties.height;
+        now.source = source->name();
+    }
+    return now;
+}
+
+} // namespace host_video

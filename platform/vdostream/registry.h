@@ -4,7 +4,10 @@
 
 namespace vdostream {
 
-/** Of the replay: see host_video.h. */
-bool advance_all_sources(double seconds);
+/**
+ * The source that the environment names, opened; the same one as long as some stream holds it. Null with `why` set
+ * when it cannot be opened.
+ */
+std::shared_ptr<VideoSource> acquire_source(std::string& why);
 
 } // namespace vdostream

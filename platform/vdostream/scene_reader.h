@@ -6,25 +6,25 @@
 #include <memory>
 
 namespace host_scene {
-class street_scene;
+class StreetScene;
 }
 
 namespace vdostream {
 
 /** The drawn street, 1280x720 at 25 frames a second. A picture is drawn when a stream asks for it, not before. */
-class scene_reader : public reader {
+class SceneReader : public Reader {
   public:
-    scene_reader();
-    ~scene_reader() override;
+    SceneReader();
+    ~SceneReader() override;
 
     bool open(std::string& why) override;
-    read_result read(std::shared_ptr<picture>& next, std::string& why) override;
+    ReadResult read(std::shared_ptr<Picture>& next, std::string& why) override;
     void skip_to(double seconds) override;
-    source_properties properties() const override;
+    SourceProperties properties() const override;
 
   private:
-    std::shared_ptr<host_scene::street_scene> m_Scene;
-    std::int64_t m_Next = 0;
+    std::shared_ptr<host_scene::StreetScene> m_scene;
+    std::int64_t m_next = 0;
 };
 
 } // namespace vdostream

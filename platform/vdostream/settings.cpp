@@ -1,11 +1,11 @@
 #include "platform/vdostream/settings.h"
 
+#include "platform/common/settings.h"
 #include "platform/vdostream/channel.h"
 #include "vdo-types.h"
 
 #include <algorithm>
 #include <array>
-#include <cstdlib>
 #include <string_view>
 
 namespace vdostream {
@@ -14,22 +14,16 @@ namespace {
 constexpr std::array<std::string_view, 7> known_names = {"channel",  "format",    "width",          "height",
                                                          "rotation", "framerate", "buffer.strategy"};
 
-std::uint32_t value_or(const map_values& asked, const char* name, std::uint32_t fallback) {
-    const auto found = asked.find(name);
-    return found == asked.end() ? fallback : found->second;
-}
-
-bool read_aspect(aspect_rule& aspect, std::string& why) {
-    const char* variable = std::getenv("KORVEX_VDO_ASPECT");
-    const std::string_view text = variable == nullptr ? "" : variable;
+bool read_aspect(AspectRule& aspect, std::string& why) {
+    const std::string text = platform::environment("KORVEX_VDO_ASPECT");
     if (text.empty() || text == "fit") {
-        aspect = aspect_rule::fit;
+        aspect = AspectRule::fit;
     } else if (text == "crop") {
-        aspect = aspect_rule::crop;
+        aspect = AspectRule::crop;
     } else if (text == "stretch") {
-        aspect = aspect_rule::stretch;
+        aspect = AspectRule::stretch;
     } else {
-        why = "KORVEX_VDO_ASPECT is \"" + std::string(text) + "\"; it must be fit, crop or stretch";
+        why = "KORVEX_VDO_ASPECT is \"" + text + "\"; it must be fit, crop or stretch";
         return false;
     }
     return true;
@@ -42,7 +36,7 @@ bool is_possible_size(std::uint32_t width, std::uint32_t height) {
     return possible(width) && possible(height);
 }
 
-bool read_settings(const map_values& asked, stream_settings& settings, std::string& why) {
+bool read_settings(const MapValues& asked, StreamSettings& settings, std::string& why) {
     for (const auto& [name, value] : asked) {
         if (std::find(known_names.begin(), known_names.end(), name) == known_names.end()) {
             why = "Unknown stream setting \"" + name + "\"";
@@ -55,23 +49,21 @@ bool read_settings(const map_values& asked, stream_settings& settings, std::stri
     const std::uint32_t height = value_or(asked, "height", 0);
     const std::uint32_t rotation = value_or(asked, "rotation", 0);
     const std::uint32_t strategy = value_or(asked, "buffer.strategy", VDO_BUFFER_STRATEGY_INFINITE);
-    if (channel != only_channel) {
+    if (channel != only_channel)
         why = "There is no video channel " + std::to_string(channel) + "; the only one is 1";
-    } else if (format != VDO_FORMAT_YUV) {
+    else if (format != VDO_FORMAT_YUV)
         why = "Stream format " + std::to_string(format) + " is not offered; only 3 (YUV, NV12) is";
-    } else if (!is_possible_size(width, height)) {
+    else if (!is_possible_size(width, height))
         why = "Stream size " + std::to_string(width) + "x" + std::to_string(height) +
               " is not possible; both must be even and from 16 to 4096";
-    } else if (rotation != 0 && rotation != 90 && rotation != 180 && rotation != 270) {
+    else if (rotation != 0 && rotation != 90 && rotation != 180 && rotation != 270)
         why = "Stream rotation " + std::to_string(rotation) + " is not possible; it must be 0, 90, 180 or 270";
-    } else if (strategy != VDO_BUFFER_STRATEGY_NONE && strategy != VDO_BUFFER_STRATEGY_EXPLICIT &&
-               strategy != VDO_BUFFER_STRATEGY_INFINITE) {
+    else if (strategy != VDO_BUFFER_STRATEGY_NONE && strategy != VDO_BUFFER_STRATEGY_EXPLICIT &&
+             strategy != VDO_BUFFER_STRATEGY_INFINITE)
         why = "Buffer strategy " + std::to_string(strategy) + " is not offered; 3 (explicit) and 4 (infinite) are";
-    }
-    aspect_rule aspect{};
-    if (!why.empty() || !read_aspect(aspect, why)) {
+    AspectRule aspect{};
+    if (!why.empty() || !read_aspect(aspect, why))
         return false;
-    }
     settings.shape = {static_cast<int>(width), static_cast<int>(height), static_cast<int>(rotation), aspect};
     settings.framerate = value_or(asked, "framerate", 0);
     settings.explicit_buffers = strategy == VDO_BUFFER_STRATEGY_EXPLICIT;

@@ -9,8 +9,8 @@
 namespace vdostream {
 
 /** A stream's settings after they have been found possible. */
-struct stream_settings {
-    geometry shape;
+struct StreamSettings {
+    Geometry shape;
     /** Frames a second asked for; 0 for the source's own. */
     std::uint32_t framerate;
     /** The application allocates and enqueues the buffers. */
@@ -24,6 +24,6 @@ bool is_possible_size(std::uint32_t width, std::uint32_t height);
  * Reads `asked` and KORVEX_VDO_ASPECT. A missing "channel" is 1, a missing "format" YUV, a missing "rotation" or
  * "framerate" 0; the size is needed. False with `why` set for anything that cannot be honoured, unknown names included.
  */
-bool read_settings(const map_values& asked, stream_settings& settings, std::string& why);
+bool read_settings(const MapValues& asked, StreamSettings& settings, std::string& why);
 
 } // namespace vdostream

@@ -1,11 +1,12 @@
 #include "platform/vdostream/source_name.h"
 
+#include "platform/common/descriptor.h"
+#include "platform/common/settings.h"
+
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
 
 namespace vdostream {
@@ -13,17 +14,11 @@ namespace {
 
 constexpr std::size_t longest_name = 4096;
 
-const char* variable(const char* name) {
-    const char* value = std::getenv(name);
-    return value == nullptr || *value == '\0' ? nullptr : value;
-}
-
 /** Empty for what is no ordinary file: nothing else can be read again, and without waiting. */
 std::string beginning_of(int file) {
     struct stat status {};
-    if (fstat(file, &status) != 0 || !S_ISREG(status.st_mode)) {
+    if (fstat(file, &status) != 0 || !S_ISREG(status.st_mode))
         return "";
-    }
     std::string text(longest_name, '\0');
     const ssize_t size = read(file, text.data(), text.size());
     text.resize(size < 0 ? 0 : static_cast<std::size_t>(size));
@@ -37,17 +32,15 @@ std::string first_line(const std::string& text) {
 }
 
 bool read_named_file(const std::string& path, std::string& name, std::string& why) {
-    const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    if (file < 0) {
+    const platform::Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    if (!file) {
         why = "The file " + path + " with the video source cannot be read: " + std::strerror(errno);
         return false;
     }
-    name = first_line(beginning_of(file));
-    close(file);
-    if (name.empty()) {
+    name = first_line(beginning_of(file.get()));
+    if (name.empty())
         why = "The file " + path + " must be an ordinary one whose first line is a video source, such as " +
               "rtsp://camera/stream";
-    }
     return !name.empty();
 }
 
@@ -55,20 +48,17 @@ bool read_named_file(const std::string& path, std::string& name, std::string& wh
 
 bool read_source_name(std::string& name, std::string& why) {
     name.clear();
-    if (const char* path = variable("KORVEX_VDO_SOURCE_FILE")) {
+    if (const std::string path = platform::environment("KORVEX_VDO_SOURCE_FILE"); !path.empty())
         return read_named_file(path, name, why);
-    }
-    const char* source = variable("KORVEX_VDO_SOURCE");
-    name = source == nullptr ? "scene" : source;
+    name = platform::environment_or("KORVEX_VDO_SOURCE", "scene");
     return true;
 }
 
 std::string printable(const std::string& name) {
     const auto scheme = name.find("://");
     const auto at = name.rfind('@');
-    if (scheme == std::string::npos || at == std::string::npos || at < scheme) {
+    if (scheme == std::string::npos || at == std::string::npos || at < scheme)
         return name;
-    }
     return name.substr(0, scheme + 3) + "..." + name.substr(at);
 }
 

@@ -9,51 +9,39 @@
 
 namespace vdostream {
 
-VdoStream* make_stream(const stream_settings& settings, VdoBufferFinalizer finalizer,
-                       std::shared_ptr<video_source> source) {
+VdoStream* make_stream(const StreamSettings& settings, VdoBufferFinalizer finalizer,
+                       std::shared_ptr<VideoSource> source) {
     return make_object<VdoStream>("KorvexVdoStream",
-                                  std::make_unique<stream_state>(settings, finalizer, std::move(source)));
+                                  std::make_unique<StreamState>(settings, finalizer, std::move(source)));
 }
 
 namespace {
 
 bool is_given(const VdoStream* stream, GError** error) {
-    if (stream == nullptr) {
-        set_error(error, failure::bad_argument, "No video stream was given");
-    }
-    return stream != nullptr;
+    return stream != nullptr || fail(error, Failure::bad_argument, "No video stream was given");
 }
 
 bool is_given(const VdoBuffer* buffer, GError** error) {
-    if (buffer == nullptr) {
-        set_error(error, failure::bad_argument, "No video buffer was given");
-    }
-    return buffer != nullptr;
+    return buffer != nullptr || fail(error, Failure::bad_argument, "No video buffer was given");
 }
 
 } // namespace
 } // namespace vdostream
 
-using vdostream::failure;
+using vdostream::Failure;
 using vdostream::is_given;
-using vdostream::set_error;
+using vdostream::nothing;
 
 VdoStream* vdo_stream_new(VdoMap* settings, VdoBufferFinalizer finalizer, GError** error) {
-    if (settings == nullptr) {
-        set_error(error, failure::bad_argument, "No stream settings were given");
-        return nullptr;
-    }
-    vdostream::stream_settings wanted{};
+    if (settings == nullptr)
+        return nothing(error, Failure::bad_argument, "No stream settings were given");
+    vdostream::StreamSettings wanted{};
     std::string why;
-    if (!vdostream::read_settings(*settings->state, wanted, why)) {
-        set_error(error, failure::bad_setting, why);
-        return nullptr;
-    }
-    std::shared_ptr<vdostream::video_source> source = vdostream::acquire_source(why);
-    if (source == nullptr) {
-        set_error(error, failure::no_source, why);
-        return nullptr;
-    }
+    if (!vdostream::read_settings(*settings->state, wanted, why))
+        return nothing(error, Failure::bad_setting, why);
+    std::shared_ptr<vdostream::VideoSource> source = vdostream::acquire_source(why);
+    if (source == nullptr)
+        return nothing(error, Failure::no_source, why);
     return vdostream::make_stream(wanted, finalizer, std::move(source));
 }
 
@@ -62,10 +50,9 @@ gboolean vdo_stream_attach(VdoStream* stream, VdoMap* /*intent*/, GError** error
 }
 
 VdoMap* vdo_stream_get_settings(VdoStream* stream, GError** error) {
-    if (!is_given(stream, error)) {
+    if (!is_given(stream, error))
         return nullptr;
-    }
-    const vdostream::stream_settings& settings = stream->state->settings();
+    const vdostream::StreamSettings& settings = stream->state->settings();
     VdoMap* map = vdo_map_new();
     vdo_map_set_uint32(map, "channel", vdostream::only_channel);
     vdo_map_set_uint32(map, "format", VDO_FORMAT_YUV);
@@ -79,17 +66,15 @@ VdoMap* vdo_stream_get_settings(VdoStream* stream, GError** error) {
 }
 
 gboolean vdo_stream_start(VdoStream* stream, GError** error) {
-    if (!is_given(stream, error)) {
+    if (!is_given(stream, error))
         return FALSE;
-    }
     stream->state->start();
     return TRUE;
 }
 
 void vdo_stream_stop(VdoStream* stream) {
-    if (stream != nullptr) {
+    if (stream != nullptr)
         stream->state->stop();
-    }
 }
 
 VdoBuffer* vdo_stream_get_buffer(VdoStream* stream, GError** error) {
@@ -98,9 +83,8 @@ VdoBuffer* vdo_stream_get_buffer(VdoStream* stream, GError** error) {
 
 gboolean vdo_stream_buffer_unref(VdoStream* stream, VdoBuffer** buffer, GError** error) {
     if (!is_given(stream, error) || !is_given(buffer == nullptr ? nullptr : *buffer, error) ||
-        !stream->state->unref(*buffer, error)) {
+        !stream->state->unref(*buffer, error))
         return FALSE;
-    }
     *buffer = nullptr;
     return TRUE;
 }

@@ -15,7 +15,7 @@
 namespace vdostream {
 
 /** What outlives the stream's GObject as long as one of its buffers does: who holds which buffer. */
-struct buffer_book {
+struct BufferBook {
     std::mutex lock;
     /** Every buffer made and not yet given back; the stream owns one reference to each. */
     std::set<VdoBuffer*> outstanding;
@@ -28,29 +28,30 @@ struct buffer_book {
     bool remove(VdoBuffer* buffer);
 };
 
-struct buffer_state {
+struct BufferState {
     VdoBuffer* self = nullptr;
-    std::shared_ptr<buffer_book> book;
-    /** Infinite strategy: shared with other streams. Explicit strategy: the buffer's own, all zero until it is filled.
+    std::shared_ptr<BufferBook> book;
+    /**
+     * Infinite strategy: shared with other streams. Explicit strategy: the buffer's own, all zero until it is filled.
      */
-    frame_bytes bytes;
+    FrameBytes bytes;
     gpointer opaque = nullptr;
     /** Called with `opaque` when the buffer goes; null for none. */
     VdoBufferFinalizer finalizer = nullptr;
 
-    ~buffer_state();
+    ~BufferState();
 };
 
 /**
  * One stream of a source. Frames are taken from the source's newest picture when the caller asks, so a stream that
  * nobody reads costs nothing. Any thread may call anything; get and stop may meet.
  */
-class stream_state {
+class StreamState {
   public:
-    stream_state(const stream_settings& settings, VdoBufferFinalizer finalizer, std::shared_ptr<video_source> source);
-    ~stream_state();
+    StreamState(const StreamSettings& settings, VdoBufferFinalizer finalizer, std::shared_ptr<VideoSource> source);
+    ~StreamState();
 
-    const stream_settings& settings() const { return m_Settings; }
+    const StreamSettings& settings() const { return m_settings; }
     /** Frames a second in effect: what was asked for, but no more than the source has; 0 when nobody knows. */
     guint32 framerate() const;
 
@@ -65,33 +66,33 @@ class stream_state {
     static std::uint64_t frames_handed();
 
   private:
-    using clock = video_source::clock;
+    using Clock = VideoSource::Clock;
 
-    frame_bytes next_frame(clock::time_point deadline, GError** error);
-    bool is_due(const picture& candidate) const;
-    void mark_taken(const picture& taken);
-    VdoBuffer* make_buffer(frame_bytes bytes, gpointer opaque);
+    FrameBytes next_frame(Clock::time_point deadline, GError** error);
+    bool is_due(const Picture& candidate) const;
+    void mark_taken(const Picture& taken);
+    VdoBuffer* make_buffer(FrameBytes bytes, gpointer opaque);
     void take_back_the_oldest();
-    VdoBuffer* get_explicit(clock::time_point deadline, GError** error);
+    VdoBuffer* get_explicit(Clock::time_point deadline, GError** error);
     bool take_enqueued(VdoBuffer*& buffer);
 
-    const stream_settings m_Settings;
-    const VdoBufferFinalizer m_Finalizer;
-    const std::shared_ptr<video_source> m_Source;
-    const std::shared_ptr<buffer_book> m_Book = std::make_shared<buffer_book>();
-    std::atomic<bool> m_Running = false;
+    const StreamSettings m_settings;
+    const VdoBufferFinalizer m_finalizer;
+    const std::shared_ptr<VideoSource> m_source;
+    const std::shared_ptr<BufferBook> m_book = std::make_shared<BufferBook>();
+    std::atomic<bool> m_running = false;
 
     /** One caller at a time takes frames; it also guards the two below. */
-    std::mutex m_TakeLock;
-    std::uint64_t m_LastSequence = 0;
-    double m_NextDue = 0.0;
+    std::mutex m_take_lock;
+    std::uint64_t m_last_sequence = 0;
+    double m_next_due = 0.0;
 };
 
 /** A stopped stream on a source of the caller's choice; vdo_stream_new uses the one that the environment names. */
-VdoStream* make_stream(const stream_settings& settings, VdoBufferFinalizer finalizer,
-                       std::shared_ptr<video_source> source);
+VdoStream* make_stream(const StreamSettings& settings, VdoBufferFinalizer finalizer,
+                       std::shared_ptr<VideoSource> source);
 
 } // namespace vdostream
 
-struct _VdoBuffer : vdostream::object<vdostream::buffer_state> {};
-struct _VdoStream : vdostream::object<vdostream::stream_state> {};
+struct _VdoBuffer : vdostream::Object<vdostream::BufferState> {};
+struct _VdoStream : vdostream::Object<vdostream::StreamState> {};

@@ -15,229 +15,205 @@ std::atomic<std::uint64_t> handed_out = 0;
 /** Frames of one stream that may be out at once: more than any camera has. */
 constexpr std::size_t most_handed = 16;
 
-using buffer_reference = std::unique_ptr<VdoBuffer, decltype(&g_object_unref)>;
+using BufferReference = std::unique_ptr<VdoBuffer, decltype(&g_object_unref)>;
 
 } // namespace
 
-buffer_state::~buffer_state() {
+BufferState::~BufferState() {
     {
         // Also for a buffer that was dropped with g_object_unref instead of being given back.
-        const std::lock_guard<std::mutex> guard(book->lock);
+        const std::lock_guard guard(book->lock);
         book->remove(self);
     }
-    if (finalizer != nullptr) {
+    if (finalizer != nullptr)
         finalizer(opaque);
-    }
 }
 
-bool buffer_book::remove(VdoBuffer* buffer) {
+bool BufferBook::remove(VdoBuffer* buffer) {
     std::erase(handed, buffer);
     std::erase(enqueued, buffer);
     return outstanding.erase(buffer) != 0;
 }
 
-stream_state::stream_state(const stream_settings& settings, VdoBufferFinalizer finalizer,
-                           std::shared_ptr<video_source> source)
-    : m_Settings(settings), m_Finalizer(finalizer), m_Source(std::move(source)) {
-    m_Source->count_stream(1);
+StreamState::StreamState(const StreamSettings& settings, VdoBufferFinalizer finalizer,
+                         std::shared_ptr<VideoSource> source)
+    : m_settings(settings), m_finalizer(finalizer), m_source(std::move(source)) {
+    m_source->count_stream(1);
 }
 
-stream_state::~stream_state() {
-    m_Source->count_stream(-1);
+StreamState::~StreamState() {
+    m_source->count_stream(-1);
     std::set<VdoBuffer*> left;
     {
-        const std::lock_guard<std::mutex> guard(m_Book->lock);
-        left.swap(m_Book->outstanding);
-        m_Book->handed.clear();
-        m_Book->enqueued.clear();
+        const std::lock_guard guard(m_book->lock);
+        left.swap(m_book->outstanding);
+        m_book->handed.clear();
+        m_book->enqueued.clear();
     }
     std::for_each(left.begin(), left.end(), &g_object_unref);
 }
 
-guint32 stream_state::framerate() const {
-    const auto own = static_cast<guint32>(std::lround(m_Source->properties().fps));
-    if (m_Settings.framerate == 0 || own == 0) {
-        return std::max(m_Settings.framerate, own);
-    }
-    return std::min(m_Settings.framerate, own);
+guint32 StreamState::framerate() const {
+    const auto own = static_cast<guint32>(std::lround(m_source->properties().fps));
+    if (m_settings.framerate == 0 || own == 0)
+        return std::max(m_settings.framerate, own);
+    return std::min(m_settings.framerate, own);
 }
 
-void stream_state::start() {
-    m_Source->start();
-    m_Running = true;
+void StreamState::start() {
+    m_source->start();
+    m_running = true;
 }
 
-void stream_state::stop() {
-    m_Running = false;
-    m_Source->wake();
+void StreamState::stop() {
+    m_running = false;
+    m_source->wake();
 }
 
-VdoBuffer* stream_state::get_buffer(GError** error) {
-    const std::lock_guard<std::mutex> guard(m_TakeLock);
+VdoBuffer* StreamState::get_buffer(GError** error) {
+    const std::lock_guard guard(m_take_lock);
     // Who asked for few pictures may wait for one.
-    const double fps = m_Settings.framerate;
-    const clock::time_point deadline = m_Source->deadline(std::chrono::duration<double>(fps > 0.0 ? 1.0 / fps : 0.0));
-    if (m_Settings.explicit_buffers) {
+    const double fps = m_settings.framerate;
+    const Clock::time_point deadline = m_source->deadline(std::chrono::duration<double>(fps > 0.0 ? 1.0 / fps : 0.0));
+    if (m_settings.explicit_buffers)
         return get_explicit(deadline, error);
-    }
-    frame_bytes bytes = next_frame(deadline, error);
+    FrameBytes bytes = next_frame(deadline, error);
     return bytes == nullptr ? nullptr : make_buffer(std::move(bytes), nullptr);
 }
 
-VdoBuffer* stream_state::get_explicit(clock::time_point deadline, GError** error) {
+VdoBuffer* StreamState::get_explicit(Clock::time_point deadline, GError** error) {
     VdoBuffer* taken = nullptr;
-    if (!m_Source->wait_until([this, &taken] { return take_enqueued(taken); }, m_Running, deadline)) {
-        set_error(error, m_Running ? failure::silent : failure::not_running,
-                  m_Running ? "No buffer was enqueued to be filled" : "The stream is not running");
-        return nullptr;
-    }
+    if (!m_source->wait_until([this, &taken] { return take_enqueued(taken); }, m_running, deadline))
+        return nothing(error, m_running ? Failure::silent : Failure::not_running,
+                       m_running ? "No buffer was enqueued to be filled" : "The stream is not running");
     // Held while it is filled, because another thread may give it back meanwhile.
-    const buffer_reference hold(taken, &g_object_unref);
-    const frame_bytes bytes = next_frame(deadline, error);
+    const BufferReference hold(taken, &g_object_unref);
+    const FrameBytes bytes = next_frame(deadline, error);
     if (bytes == nullptr) {
-        const std::lock_guard<std::mutex> guard(m_Book->lock);
-        if (m_Book->outstanding.contains(taken)) {
-            m_Book->enqueued.push_front(taken);
-        }
+        const std::lock_guard guard(m_book->lock);
+        if (m_book->outstanding.contains(taken))
+            m_book->enqueued.push_front(taken);
         return nullptr;
     }
-    std::memcpy(taken->state->bytes.get(), bytes.get(), frame_size(m_Settings.shape));
-    const std::lock_guard<std::mutex> guard(m_Book->lock);
-    if (!m_Book->outstanding.contains(taken)) {
-        set_error(error, failure::bad_argument, "The buffer was given back while it was being filled");
-        return nullptr;
-    }
+    std::memcpy(taken->state->bytes.get(), bytes.get(), frame_size(m_settings.shape));
+    const std::lock_guard guard(m_book->lock);
+    if (!m_book->outstanding.contains(taken))
+        return nothing(error, Failure::bad_argument, "The buffer was given back while it was being filled");
     return taken;
 }
 
-bool stream_state::take_enqueued(VdoBuffer*& buffer) {
-    const std::lock_guard<std::mutex> guard(m_Book->lock);
-    if (m_Book->enqueued.empty()) {
+bool StreamState::take_enqueued(VdoBuffer*& buffer) {
+    const std::lock_guard guard(m_book->lock);
+    if (m_book->enqueued.empty())
         return false;
-    }
-    buffer = m_Book->enqueued.front();
-    m_Book->enqueued.pop_front();
+    buffer = m_book->enqueued.front();
+    m_book->enqueued.pop_front();
     g_object_ref(buffer);
     return true;
 }
 
-frame_bytes stream_state::next_frame(clock::time_point deadline, GError** error) {
+FrameBytes StreamState::next_frame(Clock::time_point deadline, GError** error) {
     std::string why;
-    const std::shared_ptr<picture> next = m_Source->wait_for_picture(
-        [this](const picture& candidate) { return is_due(candidate); }, m_Running, deadline, why);
-    if (next == nullptr) {
-        set_error(error, m_Running ? failure::silent : failure::not_running, why);
-        return nullptr;
-    }
+    const std::shared_ptr<Picture> next = m_source->wait_for_picture(
+        [this](const Picture& candidate) { return is_due(candidate); }, m_running, deadline, why);
+    if (next == nullptr)
+        return nothing(error, m_running ? Failure::silent : Failure::not_running, why);
     mark_taken(*next);
-    frame_bytes bytes = next->in_geometry(m_Settings.shape);
-    if (bytes == nullptr) {
-        set_error(error, failure::no_source, "A picture of " + m_Source->name() + " could not be converted");
-        return nullptr;
-    }
+    FrameBytes bytes = next->in_geometry(m_settings.shape);
+    if (bytes == nullptr)
+        return nothing(error, Failure::no_source, "A picture of " + m_source->name() + " could not be converted");
     ++handed_out;
     return bytes;
 }
 
-bool stream_state::is_due(const picture& candidate) const {
-    if (candidate.sequence <= m_LastSequence) {
+bool StreamState::is_due(const Picture& candidate) const {
+    if (candidate.sequence <= m_last_sequence)
         return false;
-    }
     // A little early is nearer to the rate asked for than the whole source frame later.
-    const double fps = m_Source->is_replay() ? 0.0 : static_cast<double>(m_Settings.framerate);
-    return fps == 0.0 || m_LastSequence == 0 || candidate.seconds >= m_NextDue - 0.25 / fps;
+    const double fps = m_source->is_replay() ? 0.0 : static_cast<double>(m_settings.framerate);
+    return fps == 0.0 || m_last_sequence == 0 || candidate.seconds >= m_next_due - 0.25 / fps;
 }
 
-void stream_state::mark_taken(const picture& taken) {
-    m_LastSequence = taken.sequence;
-    if (m_Settings.framerate != 0) {
-        const double period = 1.0 / static_cast<double>(m_Settings.framerate);
+void StreamState::mark_taken(const Picture& taken) {
+    m_last_sequence = taken.sequence;
+    if (m_settings.framerate != 0) {
+        const double period = 1.0 / static_cast<double>(m_settings.framerate);
         // A caller who came late goes on from now; otherwise the mean rate stays what was asked for.
-        m_NextDue = std::abs(taken.seconds - m_NextDue) < period ? m_NextDue + period : taken.seconds + period;
+        m_next_due = std::abs(taken.seconds - m_next_due) < period ? m_next_due + period : taken.seconds + period;
     }
 }
 
-VdoBuffer* stream_state::make_buffer(frame_bytes bytes, gpointer opaque) {
-    auto state = std::make_unique<buffer_state>();
-    state->book = m_Book;
+VdoBuffer* StreamState::make_buffer(FrameBytes bytes, gpointer opaque) {
+    auto state = std::make_unique<BufferState>();
+    state->book = m_book;
     state->bytes = std::move(bytes);
     state->opaque = opaque;
-    state->finalizer = m_Settings.explicit_buffers ? m_Finalizer : nullptr;
+    state->finalizer = m_settings.explicit_buffers ? m_finalizer : nullptr;
     auto* buffer = make_object<VdoBuffer>("KorvexVdoBuffer", std::move(state));
     buffer->state->self = buffer;
     {
-        const std::lock_guard<std::mutex> guard(m_Book->lock);
-        m_Book->outstanding.insert(buffer);
-        if (!m_Settings.explicit_buffers) {
-            m_Book->handed.push_back(buffer);
-        }
+        const std::lock_guard guard(m_book->lock);
+        m_book->outstanding.insert(buffer);
+        if (!m_settings.explicit_buffers)
+            m_book->handed.push_back(buffer);
     }
     take_back_the_oldest();
     return buffer;
 }
 
-void stream_state::take_back_the_oldest() {
+void StreamState::take_back_the_oldest() {
     VdoBuffer* oldest = nullptr;
     {
-        const std::lock_guard<std::mutex> guard(m_Book->lock);
-        if (m_Book->handed.size() <= most_handed) {
+        const std::lock_guard guard(m_book->lock);
+        if (m_book->handed.size() <= most_handed)
             return;
-        }
-        oldest = m_Book->handed.front();
-        m_Book->remove(oldest);
+        oldest = m_book->handed.front();
+        m_book->remove(oldest);
     }
     g_object_unref(oldest);
 }
 
-bool stream_state::unref(VdoBuffer* buffer, GError** error) {
+bool StreamState::unref(VdoBuffer* buffer, GError** error) {
     {
-        const std::lock_guard<std::mutex> guard(m_Book->lock);
-        if (!m_Book->remove(buffer)) {
-            set_error(error, failure::bad_argument,
-                      "The buffer is not one of this stream's, or was given back already");
-            return false;
-        }
+        const std::lock_guard guard(m_book->lock);
+        if (!m_book->remove(buffer))
+            return fail(error, Failure::bad_argument,
+                        "The buffer is not one of this stream's, or was given back already");
     }
     g_object_unref(buffer);
     return true;
 }
 
-VdoBuffer* stream_state::alloc(gpointer opaque, GError** error) {
-    if (!m_Settings.explicit_buffers) {
-        set_error(error, failure::bad_argument, "Only a stream with \"buffer.strategy\" 3 has buffers of the caller's");
-        return nullptr;
-    }
-    frame_bytes bytes(new (std::nothrow) std::uint8_t[frame_size(m_Settings.shape)]());
-    if (bytes == nullptr) {
-        set_error(error, failure::bad_argument, "There is no memory for another buffer");
-        return nullptr;
-    }
+VdoBuffer* StreamState::alloc(gpointer opaque, GError** error) {
+    if (!m_settings.explicit_buffers)
+        return nothing(error, Failure::bad_argument,
+                       "Only a stream with \"buffer.strategy\" 3 has buffers of the caller's");
+    FrameBytes bytes(new (std::nothrow) std::uint8_t[frame_size(m_settings.shape)]());
+    if (bytes == nullptr)
+        return nothing(error, Failure::bad_argument, "There is no memory for another buffer");
     return make_buffer(std::move(bytes), opaque);
 }
 
-bool stream_state::enqueue(VdoBuffer* buffer, GError** error) {
+bool StreamState::enqueue(VdoBuffer* buffer, GError** error) {
     const char* problem = nullptr;
     {
-        const std::lock_guard<std::mutex> guard(m_Book->lock);
-        if (!m_Settings.explicit_buffers) {
+        const std::lock_guard guard(m_book->lock);
+        if (!m_settings.explicit_buffers)
             problem = "Only a stream with \"buffer.strategy\" 3 takes buffers";
-        } else if (!m_Book->outstanding.contains(buffer)) {
+        else if (!m_book->outstanding.contains(buffer))
             problem = "The buffer is not one of this stream's, or was given back already";
-        } else if (std::find(m_Book->enqueued.begin(), m_Book->enqueued.end(), buffer) != m_Book->enqueued.end()) {
+        else if (std::find(m_book->enqueued.begin(), m_book->enqueued.end(), buffer) != m_book->enqueued.end())
             problem = "The buffer is enqueued already";
-        } else {
-            m_Book->enqueued.push_back(buffer);
-        }
+        else
+            m_book->enqueued.push_back(buffer);
     }
-    if (problem != nullptr) {
-        set_error(error, failure::bad_argument, problem);
-        return false;
-    }
-    m_Source->wake();
+    if (problem != nullptr)
+        return fail(error, Failure::bad_argument, problem);
+    m_source->wake();
     return true;
 }
 
-std::uint64_t stream_state::frames_handed() {
+std::uint64_t StreamState::frames_handed() {
     return handed_out;
 }
 

@@ -1,7 +1,7 @@
 #include "platform/vdostream/video_source.h"
 
 #include "base/blocked_signals.h"
-#include "platform/vdostream/error.h"
+#include "platform/common/report.h"
 #include "platform/vdostream/source_name.h"
 
 #include <algorithm>
@@ -11,159 +11,154 @@
 namespace vdostream {
 namespace {
 
+constexpr const char* library = "korvex vdostream"; // on stderr
 /** Further behind than this the clock is set anew instead of rushing after it. */
 constexpr double largest_lag_seconds = 1.0;
 /** Times are sums and quotients in double; they are compared to a microsecond. */
 constexpr double time_tolerance = 1e-6;
 
-double frame_interval(const source_properties& properties) {
+double frame_interval(const SourceProperties& properties) {
     return properties.fps > 0.0 ? 1.0 / properties.fps : 0.04;
 }
 
 } // namespace
 
-video_source::video_source(const std::string& name, std::unique_ptr<reader> reader, bool replay, source_timing timing)
-    : m_Name(printable(name)), m_Reader(std::move(reader)), m_Replay(replay), m_Timing(timing),
-      m_Retry(timing.first_retry) {}
+VideoSource::VideoSource(const std::string& name, std::unique_ptr<Reader> reader, bool replay, SourceTiming timing)
+    : m_name(printable(name)), m_reader(std::move(reader)), m_replay(replay), m_timing(timing),
+      m_retry(timing.first_retry) {}
 
-std::shared_ptr<video_source> video_source::make(const std::string& name, std::unique_ptr<reader> reader, bool replay,
-                                                 source_timing timing) {
-    std::shared_ptr<video_source> own(new video_source(name, std::move(reader), replay, timing));
-    video_source* const address = own.get();
-    return {address, [own = std::move(own)](video_source*) { own->end(); }};
+std::shared_ptr<VideoSource> VideoSource::make(const std::string& name, std::unique_ptr<Reader> reader, bool replay,
+                                               SourceTiming timing) {
+    std::shared_ptr<VideoSource> own(new VideoSource(name, std::move(reader), replay, timing));
+    VideoSource* const address = own.get();
+    return {address, [own = std::move(own)](VideoSource*) { own->end(); }};
 }
 
-void video_source::end() {
-    m_Reader->cancel();
-    std::unique_lock<std::mutex> lock(m_Lock);
-    m_Quit = true;
-    m_Changed.notify_all();
-    if (!m_Thread.joinable()) {
+void VideoSource::end() {
+    m_reader->cancel();
+    std::unique_lock lock(m_lock);
+    m_quit = true;
+    m_changed.notify_all();
+    if (!m_thread.joinable())
         return;
-    }
-    if (!m_Changed.wait_for(lock, m_Timing.goodbye, [this] { return m_ThreadEnded; })) {
-        m_Thread.detach();
+    if (!m_changed.wait_for(lock, m_timing.goodbye, [this] { return m_thread_ended; })) {
+        m_thread.detach();
         return;
     }
     lock.unlock();
-    m_Thread.join();
+    m_thread.join();
 }
 
-bool video_source::open(std::string& why) {
-    if (!m_Reader->is_live()) {
+bool VideoSource::open(std::string& why) {
+    if (!m_reader->is_live()) {
         const blocked_signals guard;
-        m_Opened = reopen(why);
-        return m_Opened;
+        m_opened = reopen(why);
+        return m_opened;
     }
-    if (m_Replay) {
+    if (m_replay) {
         why = "cannot be replayed; a file or the scene can";
         return false;
     }
     start();
-    std::unique_lock<std::mutex> lock(m_Lock);
-    m_Changed.wait_for(lock, m_Timing.first_answer, [this] { return m_FirstTryDone; });
+    std::unique_lock lock(m_lock);
+    m_changed.wait_for(lock, m_timing.first_answer, [this] { return m_first_try_done; });
     return true;
 }
 
-void video_source::start() {
-    const std::lock_guard<std::mutex> guard(m_Lock);
-    if (!m_Started && !m_Replay) {
-        m_Started = true;
+void VideoSource::start() {
+    const std::lock_guard guard(m_lock);
+    if (!m_started && !m_replay) {
+        m_started = true;
         const blocked_signals blocked;
-        m_Thread = std::thread([self = shared_from_this()] { self->run(); });
+        m_thread = std::thread([self = shared_from_this()] { self->run(); });
     }
 }
 
-video_source::clock::time_point video_source::deadline(std::chrono::duration<double> least) const {
-    return clock::now() + std::max(m_Timing.patience, std::chrono::ceil<std::chrono::milliseconds>(least));
+VideoSource::Clock::time_point VideoSource::deadline(std::chrono::duration<double> least) const {
+    return Clock::now() + std::max(m_timing.patience, std::chrono::ceil<std::chrono::milliseconds>(least));
 }
 
-std::shared_ptr<picture> video_source::wait_for_picture(const std::function<bool(const picture&)>& wanted,
-                                                        const std::atomic<bool>& running, clock::time_point deadline,
-                                                        std::string& why) {
-    std::unique_lock<std::mutex> lock(m_Lock);
+std::shared_ptr<Picture> VideoSource::wait_for_picture(const std::function<bool(const Picture&)>& wanted,
+                                                       const std::atomic<bool>& running, Clock::time_point deadline,
+                                                       std::string& why) {
+    std::unique_lock lock(m_lock);
     for (;;) {
         if (!running) {
             why = "The stream is not running";
             return nullptr;
         }
-        if (m_Newest != nullptr && (m_Replay || wanted(*m_Newest))) {
-            return m_Newest;
+        if (m_newest != nullptr && (m_replay || wanted(*m_newest)))
+            return m_newest;
+        if (m_replay || Clock::now() >= deadline) {
+            why = "No picture came from " + m_name;
+            return is_recent() ? m_newest : nullptr;
         }
-        if (m_Replay || clock::now() >= deadline) {
-            why = "No picture came from " + m_Name;
-            return is_recent() ? m_Newest : nullptr;
-        }
-        m_Changed.wait_until(lock, deadline);
+        m_changed.wait_until(lock, deadline);
     }
 }
 
-bool video_source::is_recent() const {
-    const std::chrono::duration<double> apart(std::max(m_LastGap, frame_interval(m_Properties)));
-    const std::chrono::duration<double> allowed = std::max<std::chrono::duration<double>>(m_Timing.silence, 2 * apart);
-    return !m_Lost && clock::now() - m_LastPublished < allowed;
+bool VideoSource::is_recent() const {
+    const std::chrono::duration<double> apart(std::max(m_last_gap, frame_interval(m_properties)));
+    const std::chrono::duration<double> allowed = std::max<std::chrono::duration<double>>(m_timing.silence, 2 * apart);
+    return !m_lost && Clock::now() - m_last_published < allowed;
 }
 
-bool video_source::wait_until(const std::function<bool()>& ready, const std::atomic<bool>& running,
-                              clock::time_point deadline) {
-    std::unique_lock<std::mutex> lock(m_Lock);
+bool VideoSource::wait_until(const std::function<bool()>& ready, const std::atomic<bool>& running,
+                             Clock::time_point deadline) {
+    std::unique_lock lock(m_lock);
     bool met = false;
-    m_Changed.wait_until(lock, deadline, [&] { return !running || (met = ready()); });
+    m_changed.wait_until(lock, deadline, [&] { return !running || (met = ready()); });
     return met;
 }
 
-void video_source::wake() {
+void VideoSource::wake() {
     // Taking the lock once keeps the change that is announced from falling between a waiter's look and its sleep.
-    { const std::lock_guard<std::mutex> guard(m_Lock); }
-    m_Changed.notify_all();
+    { const std::lock_guard guard(m_lock); }
+    m_changed.notify_all();
 }
 
-bool video_source::advance(double seconds) {
-    const std::lock_guard<std::mutex> guard(m_ReplayLock);
-    if (!std::isfinite(seconds)) {
+bool VideoSource::advance(double seconds) {
+    const std::lock_guard guard(m_replay_lock);
+    if (!std::isfinite(seconds))
         return false;
-    }
-    m_Reader->skip_to(seconds);
+    m_reader->skip_to(seconds);
     std::string why;
-    while (!m_AtEnd) {
-        if (m_Ahead == nullptr && m_Reader->read(m_Ahead, why) != read_result::picture) {
-            m_AtEnd = true;
-        } else if (m_Ahead->seconds > seconds + time_tolerance) {
+    while (!m_at_end) {
+        if (m_ahead == nullptr && m_reader->read(m_ahead, why) != ReadResult::picture)
+            m_at_end = true;
+        else if (m_ahead->seconds > seconds + time_tolerance)
             return true;
-        } else {
-            publish(std::exchange(m_Ahead, nullptr));
-        }
+        else
+            publish(std::exchange(m_ahead, nullptr));
     }
-    return m_LastSeconds >= 0.0 && seconds < m_LastSeconds + frame_interval(properties()) - time_tolerance;
+    return m_last_seconds >= 0.0 && seconds < m_last_seconds + frame_interval(properties()) - time_tolerance;
 }
 
-source_properties video_source::properties() const {
-    const std::lock_guard<std::mutex> guard(m_Lock);
-    return m_Properties;
+SourceProperties VideoSource::properties() const {
+    const std::lock_guard guard(m_lock);
+    return m_properties;
 }
 
-std::uint64_t video_source::frames_decoded() const {
-    const std::lock_guard<std::mutex> guard(m_Lock);
-    return m_Decoded;
+std::uint64_t VideoSource::frames_decoded() const {
+    const std::lock_guard guard(m_lock);
+    return m_decoded;
 }
 
-void video_source::run() {
+void VideoSource::run() {
     for (;;) {
         std::string why;
-        if (m_Opened || reopen(why)) {
+        if (m_opened || reopen(why))
             read_until_it_ends(why);
-        }
-        m_Opened = false;
+        m_opened = false;
         {
-            const std::lock_guard<std::mutex> guard(m_Lock);
-            m_FirstTryDone = true;
-            m_Lost = !why.empty();
-            m_ThreadEnded = m_Quit;
+            const std::lock_guard guard(m_lock);
+            m_first_try_done = true;
+            m_lost = !why.empty();
+            m_thread_ended = m_quit;
         }
-        m_Changed.notify_all();
-        if (m_ThreadEnded) {
+        m_changed.notify_all();
+        if (m_thread_ended)
             return;
-        }
         if (!why.empty()) {
             report_outage(why);
             retry_later();
@@ -171,90 +166,81 @@ void video_source::run() {
     }
 }
 
-bool video_source::reopen(std::string& why) {
-    if (!m_Reader->open(why)) {
+bool VideoSource::reopen(std::string& why) {
+    if (!m_reader->open(why))
         return false;
-    }
     {
-        const std::lock_guard<std::mutex> guard(m_Lock);
-        m_Properties = m_Reader->properties();
+        const std::lock_guard guard(m_lock);
+        m_properties = m_reader->properties();
     }
-    m_LoopBase = m_LastSeconds < 0.0 ? 0.0 : m_LastSeconds + frame_interval(m_Reader->properties());
-    m_ReadSinceOpen = 0;
+    m_loop_base = m_last_seconds < 0.0 ? 0.0 : m_last_seconds + frame_interval(m_reader->properties());
+    m_read_since_open = 0;
     return true;
 }
 
-void video_source::read_until_it_ends(std::string& why) {
+void VideoSource::read_until_it_ends(std::string& why) {
     for (;;) {
-        std::shared_ptr<picture> next;
-        const read_result result = m_Reader->read(next, why);
-        if (result == read_result::lost) {
+        std::shared_ptr<Picture> next;
+        const ReadResult result = m_reader->read(next, why);
+        if (result == ReadResult::lost)
             return;
-        }
-        if (result == read_result::end) {
-            if (m_ReadSinceOpen == 0) {
+        if (result == ReadResult::end) {
+            if (m_read_since_open == 0)
                 why = "holds no picture that can be decoded";
-            }
             return;
         }
-        next->seconds += m_LoopBase;
-        ++m_ReadSinceOpen;
-        if (m_Streams > 1) {
+        next->seconds += m_loop_base;
+        ++m_read_since_open;
+        if (m_streams > 1)
             next->prepare();
-        }
-        if (!wait_for_turn(next->seconds)) {
+        if (!wait_for_turn(next->seconds))
             return;
-        }
         publish(std::move(next));
-        if (std::exchange(m_OutageSaid, false)) {
-            say(m_Name + " is back");
-        }
-        m_Retry = m_Timing.first_retry;
+        if (std::exchange(m_outage_said, false))
+            platform::report(library, m_name + " is back");
+        m_retry = m_timing.first_retry;
     }
 }
 
-void video_source::report_outage(const std::string& why) {
-    if (!std::exchange(m_OutageSaid, true)) {
-        say(m_Name + " " + why + "; trying again");
-    }
+void VideoSource::report_outage(const std::string& why) {
+    if (!std::exchange(m_outage_said, true))
+        platform::report(library, m_name + " " + why + "; trying again");
 }
 
-void video_source::retry_later() {
-    pause_until(clock::now() + m_Retry);
-    m_Retry = std::min(m_Retry * 2, m_Timing.last_retry);
+void VideoSource::retry_later() {
+    pause_until(Clock::now() + m_retry);
+    m_retry = std::min(m_retry * 2, m_timing.last_retry);
 }
 
-bool video_source::pause_until(clock::time_point moment) {
-    std::unique_lock<std::mutex> lock(m_Lock);
-    return !m_Changed.wait_until(lock, moment, [this] { return m_Quit; });
+bool VideoSource::pause_until(Clock::time_point moment) {
+    std::unique_lock lock(m_lock);
+    return !m_changed.wait_until(lock, moment, [this] { return m_quit; });
 }
 
-bool video_source::wait_for_turn(double seconds) {
-    if (m_Reader->is_live()) {
-        return pause_until(clock::now());
-    }
-    const auto offset = std::chrono::duration_cast<clock::duration>(std::chrono::duration<double>(seconds));
-    const std::chrono::duration<double> lag = clock::now() - (m_ClockBase + offset);
-    if (lag.count() > largest_lag_seconds) {
-        m_ClockBase = clock::now() - offset;
-    }
-    return pause_until(m_ClockBase + offset);
+bool VideoSource::wait_for_turn(double seconds) {
+    if (m_reader->is_live())
+        return pause_until(Clock::now());
+    const auto offset = std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
+    const std::chrono::duration<double> lag = Clock::now() - (m_clock_base + offset);
+    if (lag.count() > largest_lag_seconds)
+        m_clock_base = Clock::now() - offset;
+    return pause_until(m_clock_base + offset);
 }
 
-void video_source::publish(std::shared_ptr<picture> next) {
-    next->sequence = ++m_Sequence;
-    const double gap = m_LastSeconds < 0.0 ? 0.0 : next->seconds - m_LastSeconds;
-    m_LastSeconds = next->seconds;
+void VideoSource::publish(std::shared_ptr<Picture> next) {
+    next->sequence = ++m_sequence;
+    const double gap = m_last_seconds < 0.0 ? 0.0 : next->seconds - m_last_seconds;
+    m_last_seconds = next->seconds;
     {
-        const std::lock_guard<std::mutex> guard(m_Lock);
-        m_FirstTryDone = true;
-        m_Lost = false;
-        m_LastGap = gap;
-        m_Newest.swap(next);
-        m_LastPublished = clock::now();
-        ++m_Decoded;
+        const std::lock_guard guard(m_lock);
+        m_first_try_done = true;
+        m_lost = false;
+        m_last_gap = gap;
+        m_newest.swap(next);
+        m_last_published = Clock::now();
+        ++m_decoded;
     }
-    m_Changed.notify_all();
+    m_changed.notify_all();
 }
 
 } // namespace vdostream

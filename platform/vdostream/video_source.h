@@ -15,7 +15,7 @@
 namespace vdostream {
 
 /** How a source behaves in time; tests shorten it. */
-struct source_timing {
+struct SourceTiming {
     /** A caller waits so long for something new: well below a second, within which a program has to be able to end. */
     std::chrono::milliseconds patience{500};
     /** So old, or twice as old as the source's pictures are apart, the newest picture may be to be given again. */
@@ -41,53 +41,56 @@ struct source_timing {
  * In replay there is no thread and no clock: `advance` reads up to a moment of the video's own time.
  * Any thread may call anything.
  */
-class video_source : public std::enable_shared_from_this<video_source> {
+class VideoSource : public std::enable_shared_from_this<VideoSource> {
   public:
-    using clock = std::chrono::steady_clock;
+    using Clock = std::chrono::steady_clock;
 
     /**
      * Its reading ends with the last of these pointers. A reader that hangs where nothing can be cancelled, in the name
      * service, is then left to itself, with the object: nobody waits for it longer than `goodbye`.
      */
-    static std::shared_ptr<video_source> make(const std::string& name, std::unique_ptr<reader> reader, bool replay,
-                                              source_timing timing = {});
-    video_source(const video_source&) = delete;
-    video_source& operator=(const video_source&) = delete;
+    static std::shared_ptr<VideoSource> make(const std::string& name, std::unique_ptr<Reader> reader, bool replay,
+                                             SourceTiming timing = {});
+    VideoSource(const VideoSource&) = delete;
+    VideoSource& operator=(const VideoSource&) = delete;
 
-    /** Opens the source. False with `why` set when it cannot be. A camera has `first_answer` to show something, and
-        may come later. */
+    /**
+     * Opens the source. False with `why` set when it cannot be. A camera has `first_answer` to show something, and
+     * may come later.
+     */
     bool open(std::string& why);
     /** Begins to read; nothing happens the second time. */
     void start();
 
     /** When a call that begins now has to answer; `least` is how long it may wait at any rate. */
-    clock::time_point deadline(std::chrono::duration<double> least) const;
+    Clock::time_point deadline(std::chrono::duration<double> least) const;
     /**
      * Waits until `deadline` for a picture that `wanted` accepts, as long as `running` holds. When none comes, the
      * newest one is given again, unless it is too old or the source is lost: then null with `why` set. In replay it
      * does not wait: the current picture is taken, asked or not.
      */
-    std::shared_ptr<picture> wait_for_picture(const std::function<bool(const picture&)>& wanted,
-                                              const std::atomic<bool>& running, clock::time_point deadline,
+    std::shared_ptr<Picture> wait_for_picture(const std::function<bool(const Picture&)>& wanted,
+                                              const std::atomic<bool>& running, Clock::time_point deadline,
                                               std::string& why);
     /** Waits until `deadline` for `ready` to hold; false when it does not or `running` ended. */
-    bool wait_until(const std::function<bool()>& ready, const std::atomic<bool>& running, clock::time_point deadline);
+    bool wait_until(const std::function<bool()>& ready, const std::atomic<bool>& running, Clock::time_point deadline);
     /** Makes every waiting thread look again. */
     void wake();
     /** A stream comes (1) or goes (-1). With several of them each picture is prepared before they get it. */
-    void count_stream(int change) { m_Streams += change; }
+    void count_stream(int change) { m_streams += change; }
 
-    /** Replay only: makes the last picture at or before `seconds` the current one; false beyond the end of the video.
+    /**
+     * Replay only: makes the last picture at or before `seconds` the current one; false beyond the end of the video.
      */
     bool advance(double seconds);
 
-    const std::string& name() const { return m_Name; }
-    source_properties properties() const;
+    const std::string& name() const { return m_name; }
+    SourceProperties properties() const;
     std::uint64_t frames_decoded() const;
-    bool is_replay() const { return m_Replay; }
+    bool is_replay() const { return m_replay; }
 
   private:
-    video_source(const std::string& name, std::unique_ptr<reader> reader, bool replay, source_timing timing);
+    VideoSource(const std::string& name, std::unique_ptr<Reader> reader, bool replay, SourceTiming timing);
     void end();
     void run();
     bool reopen(std::string& why);
@@ -96,50 +99,44 @@ class video_source : public std::enable_shared_from_this<video_source> {
     bool is_recent() const;
     void retry_later();
     /** Both are false when the source is to end. */
-    bool pause_until(clock::time_point moment);
+    bool pause_until(Clock::time_point moment);
     bool wait_for_turn(double seconds);
-    void publish(std::shared_ptr<picture> next);
+    void publish(std::shared_ptr<Picture> next);
 
-    const std::string m_Name;
-    const std::unique_ptr<reader> m_Reader;
-    const bool m_Replay;
-    const source_timing m_Timing;
-    std::atomic<int> m_Streams = 0;
+    const std::string m_name;
+    const std::unique_ptr<Reader> m_reader;
+    const bool m_replay;
+    const SourceTiming m_timing;
+    std::atomic<int> m_streams = 0;
 
-    // Reading thread, or whoever holds m_ReplayLock.
-    double m_LoopBase = 0.0;
-    double m_LastSeconds = -1.0;
-    std::uint64_t m_Sequence = 0;
-    std::uint64_t m_ReadSinceOpen = 0;
-    bool m_Opened = false;
-    bool m_OutageSaid = false;
-    std::chrono::milliseconds m_Retry{0};
-    clock::time_point m_ClockBase{};
-    std::shared_ptr<picture> m_Ahead;
-    bool m_AtEnd = false;
-    std::mutex m_ReplayLock;
+    // Reading thread, or whoever holds m_replay_lock.
+    double m_loop_base = 0.0;
+    double m_last_seconds = -1.0;
+    std::uint64_t m_sequence = 0;
+    std::uint64_t m_read_since_open = 0;
+    bool m_opened = false;
+    bool m_outage_said = false;
+    std::chrono::milliseconds m_retry{0};
+    Clock::time_point m_clock_base{};
+    std::shared_ptr<Picture> m_ahead;
+    bool m_at_end = false;
+    std::mutex m_replay_lock;
 
-    // Shared, by m_Lock.
-    mutable std::mutex m_Lock;
-    std::condition_variable m_Changed;
-    std::shared_ptr<picture> m_Newest;
-    clock::time_point m_LastPublished{};
+    // Shared, by m_lock.
+    mutable std::mutex m_lock;
+    std::condition_variable m_changed;
+    std::shared_ptr<Picture> m_newest;
+    Clock::time_point m_last_published{};
     /** Seconds from the last picture but one to the last. */
-    double m_LastGap = 0.0;
-    source_properties m_Properties;
-    std::uint64_t m_Decoded = 0;
-    bool m_Started = false;
-    bool m_FirstTryDone = false;
-    bool m_Lost = false;
-    bool m_Quit = false;
-    bool m_ThreadEnded = false;
-    std::thread m_Thread;
+    double m_last_gap = 0.0;
+    SourceProperties m_properties;
+    std::uint64_t m_decoded = 0;
+    bool m_started = false;
+    bool m_first_try_done = false;
+    bool m_lost = false;
+    bool m_quit = false;
+    bool m_thread_ended = false;
+    std::thread m_thread;
 };
-
-/** The source that the environment names, opened; the same one as long as some stream holds it. Null with `why` set
-    when it cannot be opened. */
-std::shared_ptr<video_source> acquire_source(std::string& why);
-/** The source that was acquired last, or null when no stream holds it any more. */
-std::shared_ptr<video_source> current_source();
 
 } // namespace vdostream

@@ -123,7 +123,7 @@ class Detector {
 };
 
 Picture street_at(double seconds) {
-    static host_scene::street_scene street(width, height);
+    static host_scene::StreetScene street(width, height);
     std::vector<std::uint32_t> words(std::size_t{width} * height);
     street.draw_rgb(seconds, words.data());
     Picture picture{width, height, {}};
@@ -136,7 +136,7 @@ Picture street_at(double seconds) {
 
 /** The vehicles and persons that the picture shows whole. */
 std::vector<Object> truth_at(double seconds) {
-    static const host_scene::street_scene street(width, height);
+    static const host_scene::StreetScene street(width, height);
     std::vector<Object> objects;
     for (const auto& object : street.truth(seconds)) {
         const Object found{object.class_index,         object.left, object.top, object.left + object.width,

@@ -16,7 +16,6 @@ int main(int argc, char** argv) {
         kept = handler;
         return kept == nullptr ? 1 : 0;
     }
-    while (true) {
+    while (true)
         pause();
-    }
 }

@@ -184,9 +184,8 @@ TEST(AxEventHandler, GivesIdsThatAreUniqueAcrossHandlersAndThreads) {
             }
         });
     }
-    for (std::thread& thread : threads) {
+    for (std::thread& thread : threads)
         thread.join();
-    }
     EXPECT_EQ(ids.count(0), 0U);
     EXPECT_EQ(std::set<guint>(ids.begin(), ids.end()).size(), size_t{thread_count * declarations});
 }
@@ -221,10 +220,9 @@ TEST(AxEventHandler, DoesNotCallBackForADeclarationThatIsGone) {
     Completed completed;
     Handler handler = new_handler();
     guint ids[2] = {};
-    for (guint& id : ids) {
+    for (guint& id : ids)
         ASSERT_TRUE(ax_event_handler_declare(handler.get(), alert_set("A", "Alert").get(), FALSE, &id, note_completion,
                                              &completed, nullptr));
-    }
     ASSERT_TRUE(ax_event_handler_undeclare(handler.get(), ids[0], nullptr));
     handler.reset();
     run_main_loop_dry();

@@ -11,9 +11,8 @@ namespace {
 TEST(AxEventKeyValueSet, AddsAListOfKeysInItsOrder) {
     const Set set = alert_set("KorvexOrvelFirstAlert", "Korvex Orvel First Alert");
     std::vector<std::string> keys;
-    for (const host_events::KeyValue& entry : set->values.entries()) {
+    for (const host_events::KeyValue& entry : set->values.entries())
         keys.push_back(entry.name_space + ":" + entry.key);
-    }
     EXPECT_EQ(keys, (std::vector<std::string>{"tnsaxis:topic0", "tnsaxis:topic1", "tnsaxis:topic2", ":active"}));
     EXPECT_TRUE(set->values.find("active", "")->is_data);
     EXPECT_FALSE(set->values.find("topic2", "tnsaxis")->is_data);

@@ -1,4 +1,4 @@
-#include "platform/axevent/broker_news.h"
+#include "platform/axevent/mqtt_publisher.h"
 
 #include <gtest/gtest.h>
 

@@ -17,14 +17,12 @@ FakeBroker::FakeBroker(std::function<void(const Client&)> serve)
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     socklen_t size = sizeof(address);
     auto* any = reinterpret_cast<sockaddr*>(&address);
-    if (bind(m_listener, any, size) != 0 || listen(m_listener, 5) != 0 || getsockname(m_listener, any, &size) != 0) {
+    if (bind(m_listener, any, size) != 0 || listen(m_listener, 5) != 0 || getsockname(m_listener, any, &size) != 0)
         throw std::runtime_error("no port for the fake broker");
-    }
     m_port = ntohs(address.sin_port);
     m_thread = std::thread([this, serve = std::move(serve)] {
-        for (int file = 0; (file = accept4(m_listener, nullptr, nullptr, SOCK_CLOEXEC)) >= 0; close(file)) {
+        for (int file = 0; (file = accept4(m_listener, nullptr, nullptr, SOCK_CLOEXEC)) >= 0; close(file))
             serve(Client(file));
-        }
     });
 }
 
@@ -40,21 +38,18 @@ bool FakeBroker::Client::receive(char& byte) const {
 
 std::string FakeBroker::Client::packet() const {
     char byte = 0;
-    if (!receive(byte)) {
+    if (!receive(byte))
         return "";
-    }
     std::string whole(1, byte);
     size_t length = 0;
     for (int shift = 0; receive(byte); shift += 7) {
         whole += byte;
         length |= static_cast<size_t>(byte & 0x7f) << shift;
-        if ((byte & 0x80) == 0) {
+        if ((byte & 0x80) == 0)
             break;
-        }
     }
-    while (length-- > 0 && receive(byte)) {
+    while (length-- > 0 && receive(byte))
         whole += byte;
-    }
     return whole;
 }
 

@@ -1,4 +1,4 @@
-#include "platform/axevent/listener.h"
+#include "platform/axevent/outputs.h"
 
 #include <gtest/gtest.h>
 
@@ -25,9 +25,8 @@ TEST(ConsoleLine, SaysWhatHappened) {
         {Occurrence::What::event, std::nullopt, "12:00 Alert: sent"},
         {Occurrence::What::undeclared, true, "12:00 Alert: undeclared"},
     };
-    for (const auto& [what, active, line] : table) {
+    for (const auto& [what, active, line] : table)
         EXPECT_EQ(host_events::console_line({what, "12:00", "a/b", "b", "Alert", active, true}), line);
-    }
 }
 
 } // namespace

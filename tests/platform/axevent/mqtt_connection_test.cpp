@@ -71,9 +71,8 @@ TEST(MqttConnection, TakesNoMoreThan64KiBFromABroker) {
                   client.packet();
                   client.send(FakeBroker::accepted + "\x30\x80\x80\x80\x64");
                   const std::string part(1 << 16, 'x');
-                  while (taken < 200 * part.size() * 16 && client.send(part)) {
+                  while (taken < 200 * part.size() * 16 && client.send(part))
                       taken += part.size();
-                  }
               }),
               "it sends what nobody asked for");
     // What the two sockets hold, and no more of 200 MiB.
@@ -186,9 +185,8 @@ std::string distrust(const std::string& name, int days, const std::string& host 
     settings.host = host;
     settings.ca_file = broker.directory() / "cert.pem";
     MqttConnection connection(settings);
-    if (comes_up(connection)) {
+    if (comes_up(connection))
         return "fits";
-    }
     EXPECT_TRUE(connection.is_distrusted()) << connection.problem();
     return connection.problem();
 }

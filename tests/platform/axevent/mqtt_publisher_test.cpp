@@ -28,9 +28,8 @@ class Application {
   public:
     explicit Application(const std::string& address)
         : m_address("KORVEX_MQTT", address), m_queue("KORVEX_MQTT_QUEUE", queue_path()), m_handler(new_handler()) {
-        for (size_t number = 0; number < std::size(names); ++number) {
+        for (size_t number = 0; number < std::size(names); ++number)
             m_ids.push_back(declare(m_handler, alert_set(keys[number], names[number])));
-        }
     }
 
     bool set(size_t alert, bool active) { return send(m_handler, m_ids[alert], active); }
@@ -55,9 +54,8 @@ TEST(MqttPublisher, BringsSixChangesInOrderAndLeavesTheStates) {
         Application application(broker.address());
         EXPECT_EQ(watcher.states(3), all_off);
         for (const bool active : {true, false}) {
-            for (size_t alert = 0; alert < 3; ++alert) {
+            for (size_t alert = 0; alert < 3; ++alert)
                 EXPECT_TRUE(application.set(alert, active));
-            }
         }
         EXPECT_THAT(watcher.states(6), ElementsAre("KorvexOrvelFirstAlert ON", "KorvexOrvelSecondAlert ON",
                                                    "KorvexOrvelThirdAlert ON", "KorvexOrvelFirstAlert OFF",
@@ -68,10 +66,9 @@ TEST(MqttPublisher, BringsSixChangesInOrderAndLeavesTheStates) {
                   std::vector<std::string>{"korvex_orvel/availability online"});
         const std::vector<std::string> states = broker.retained("korvex_orvel/+/state", 3);
         ASSERT_EQ(states.size(), 3U);
-        for (const std::string& state : states) {
+        for (const std::string& state : states)
             EXPECT_EQ(state.find("SecondAlert") != std::string::npos, state.find("\"ON\"") != std::string::npos)
                 << state;
-        }
     }
     EXPECT_EQ(watcher.message(), "korvex_orvel/availability offline");
 }
@@ -136,9 +133,8 @@ TEST(MqttPublisher, SendsWithoutWaitingForABrokerThatIsAway) {
         }
         Application application("127.0.0.1:" + std::to_string(ntohs(address.sin_port)));
         constexpr int changes = 200;
-        for (int change = 0; change < changes; ++change) {
+        for (int change = 0; change < changes; ++change)
             EXPECT_TRUE(application.set(0, change % 2 == 0));
-        }
         EXPECT_EQ(MqttQueue(application.queue_path(), any_limit).size(), size_t{changes + 3});
         close(silent);
     }
@@ -146,18 +142,16 @@ TEST(MqttPublisher, SendsWithoutWaitingForABrokerThatIsAway) {
 
 std::set<std::string> threads() {
     std::set<std::string> all;
-    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/task")) {
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/task"))
         all.insert(entry.path().string());
-    }
     return all;
 }
 
 /** Signal number n is bit n - 1 of the mask, as in /proc/self/task/.../status. */
 bool blocks(const std::string& thread, int signal) {
     for (const std::string& line : lines(thread + "/status")) {
-        if (line.starts_with("SigBlk:")) {
+        if (line.starts_with("SigBlk:"))
             return ((std::stoull(line.substr(line.find('\t') + 1), nullptr, 16) >> (signal - 1)) & 1U) != 0;
-        }
     }
     return false;
 }
@@ -172,9 +166,8 @@ TEST(MqttPublisher, RunsOnAThreadThatTakesNoSignalsAndEndsWithTheHandler) {
         for (const std::string& thread : threads()) {
             if (!before.contains(thread)) {
                 ++added;
-                for (const int signal : {SIGTERM, SIGINT, SIGHUP, SIGUSR1, SIGPIPE, SIGCHLD}) {
+                for (const int signal : {SIGTERM, SIGINT, SIGHUP, SIGUSR1, SIGPIPE, SIGCHLD})
                     EXPECT_TRUE(blocks(thread, signal)) << signal;
-                }
             }
         }
         EXPECT_EQ(added, 1);
@@ -205,9 +198,8 @@ TEST(MqttPublisher, TakesLeaveForAProcessThatFreesNothing) {
     std::string last;
     while (const std::optional<std::string> news = watcher.message()) {
         last = *news;
-        if (last == "korvex_orvel/availability offline") {
+        if (last == "korvex_orvel/availability offline")
             break;
-        }
     }
     EXPECT_EQ(last, "korvex_orvel/availability offline");
     EXPECT_TRUE(eventually([&] {

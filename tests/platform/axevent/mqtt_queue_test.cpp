@@ -35,9 +35,8 @@ std::vector<MqttMessage> drain(MqttQueue& queue) {
 TEST(MqttQueue, GivesMessagesInTheOrderTheyCame) {
     MqttQueue queue("", limit);
     EXPECT_FALSE(queue.front());
-    for (int number = 0; number < 3; ++number) {
+    for (int number = 0; number < 3; ++number)
         queue.push(message(number));
-    }
     EXPECT_EQ(queue.size(), 3U);
     EXPECT_EQ(drain(queue), (std::vector{message(0), message(1), message(2)}));
     EXPECT_EQ(queue.size(), 0U);
@@ -47,9 +46,8 @@ TEST(MqttQueue, HandsOverToTheNextProcess) {
     const ScratchDirectory scratch;
     {
         MqttQueue queue(scratch / "queue", limit);
-        for (int number = 0; number < 3; ++number) {
+        for (int number = 0; number < 3; ++number)
             queue.push(message(number));
-        }
         queue.pop(queue.front()->number);
     }
     MqttQueue queue(scratch / "queue", limit);
@@ -79,9 +77,8 @@ TEST(MqttQueue, DropsTheOldestBeyondItsLimitAndSaysSoOnce) {
     {
         MqttQueue queue(scratch / "queue", 3);
         testing::internal::CaptureStderr();
-        for (int number = 0; number < 6; ++number) {
+        for (int number = 0; number < 6; ++number)
             queue.push(message(number));
-        }
         EXPECT_EQ(testing::internal::GetCapturedStderr(),
                   "axevent: the broker's queue is full with 3 changes; the oldest go\n");
         EXPECT_EQ(queue.size(), 3U);
@@ -134,9 +131,8 @@ TEST(MqttQueue, IsWhatAPlainListWouldBe) {
         default:
             queue->push(message(step));
             model.push_back(message(step));
-            if (model.size() > small_limit) {
+            if (model.size() > small_limit)
                 model.pop_front();
-            }
         }
         ASSERT_EQ(queue->size(), model.size());
         if (!model.empty()) {

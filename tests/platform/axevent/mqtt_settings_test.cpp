@@ -16,9 +16,8 @@ using Variables = std::map<const char*, std::string>;
 std::optional<MqttSettings> read(const Variables& variables, std::string& problem) {
     std::vector<std::unique_ptr<Variable>> set;
     set.reserve(variables.size());
-    for (const auto& [name, value] : variables) {
+    for (const auto& [name, value] : variables)
         set.push_back(std::make_unique<Variable>(name, value));
-    }
     return mqtt_settings_from_environment(problem);
 }
 

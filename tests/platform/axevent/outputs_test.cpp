@@ -47,9 +47,8 @@ TEST(Outputs, RotateTheJournalAsTheVariablesSay) {
     const Variable bytes("KORVEX_AXEVENT_JOURNAL_BYTES", "1");
     const Variable files("KORVEX_AXEVENT_JOURNAL_FILES", "2");
     Outputs outputs = Outputs::from_environment();
-    for (int count = 0; count < 5; ++count) {
+    for (int count = 0; count < 5; ++count)
         outputs.publish(started);
-    }
     EXPECT_EQ(lines(scratch / "journal").size(), 1U);
     EXPECT_TRUE(std::filesystem::exists(scratch / "journal.2"));
     EXPECT_FALSE(std::filesystem::exists(scratch / "journal.3"));

@@ -43,9 +43,8 @@ std::string text_member(const std::string& json, const std::string& name) {
 /** "<last topic level but one> <ON or OFF>", if the message is about a state. */
 std::optional<std::string> state_in(const std::string& message) {
     const std::string topic = message.substr(0, message.find(' '));
-    if (!topic.ends_with("/state")) {
+    if (!topic.ends_with("/state"))
         return std::nullopt;
-    }
     const std::string alert = topic.substr(0, topic.rfind('/'));
     return alert.substr(alert.rfind('/') + 1) + " " + text_member(message, "state");
 }
@@ -55,9 +54,8 @@ std::optional<std::string> state_in(const std::string& message) {
 bool eventually(const std::function<bool()>& condition) {
     const auto until = std::chrono::steady_clock::now() + patience;
     while (!condition()) {
-        if (std::chrono::steady_clock::now() > until) {
+        if (std::chrono::steady_clock::now() > until)
             return false;
-        }
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
     return true;
@@ -68,29 +66,25 @@ int free_port() {
     sockaddr_in address = loopback(0);
     socklen_t size = sizeof(address);
     if (bind(file, reinterpret_cast<const sockaddr*>(&address), size) != 0 ||
-        getsockname(file, reinterpret_cast<sockaddr*>(&address), &size) != 0) {
+        getsockname(file, reinterpret_cast<sockaddr*>(&address), &size) != 0)
         throw std::runtime_error("no free port");
-    }
     close(file);
     return ntohs(address.sin_port);
 }
 
 Process::Process(const std::vector<std::string>& arguments, Stderr what) {
     int pipe_ends[2] = {};
-    if (pipe2(pipe_ends, O_CLOEXEC) != 0) {
+    if (pipe2(pipe_ends, O_CLOEXEC) != 0)
         throw std::runtime_error("no pipe");
-    }
     std::vector<char*> argv;
-    for (const std::string& argument : arguments) {
+    for (const std::string& argument : arguments)
         argv.push_back(const_cast<char*>(argument.c_str()));
-    }
     argv.push_back(nullptr);
     m_pid = fork();
     if (m_pid == 0) {
         dup2(pipe_ends[1], STDOUT_FILENO);
-        if (what == Stderr::dropped) {
+        if (what == Stderr::dropped)
             dup2(open("/dev/null", O_WRONLY | O_CLOEXEC), STDERR_FILENO);
-        }
         execvp(argv[0], argv.data());
         _exit(127);
     }
@@ -113,14 +107,12 @@ std::optional<std::string> Process::line() {
         }
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(until - std::chrono::steady_clock::now());
         pollfd file = {m_output, POLLIN, 0};
-        if (left.count() <= 0 || poll(&file, 1, static_cast<int>(left.count())) <= 0) {
+        if (left.count() <= 0 || poll(&file, 1, static_cast<int>(left.count())) <= 0)
             return std::nullopt;
-        }
         char buffer[4096];
         const ssize_t count = read(m_output, buffer, sizeof(buffer));
-        if (count <= 0) {
+        if (count <= 0)
             return std::nullopt;
-        }
         m_read.append(buffer, static_cast<size_t>(count));
     }
 }
@@ -142,17 +134,15 @@ int Process::wait() {
 std::vector<std::string> output_of(const std::vector<std::string>& arguments) {
     Process process(arguments, Process::Stderr::dropped);
     std::vector<std::string> all;
-    while (std::optional<std::string> line = process.line()) {
+    while (std::optional<std::string> line = process.line())
         all.push_back(std::move(*line));
-    }
     return all;
 }
 
 Broker::Broker(const std::string& configuration) : m_port(free_port()) {
     std::string lines = configuration;
-    for (size_t at = 0; (at = lines.find("%DIR%", at)) != std::string::npos;) {
+    for (size_t at = 0; (at = lines.find("%DIR%", at)) != std::string::npos;)
         lines.replace(at, std::strlen("%DIR%"), m_directory / "");
-    }
     // As root it would change to a user that may not write here; for any other user the line means nothing.
     std::ofstream(m_directory / "mosquitto.conf")
         << "listener " << m_port << " 127.0.0.1\nuser root\nlog_type error\n"
@@ -167,9 +157,8 @@ void Broker::start() {
         std::make_unique<Process>(std::vector<std::string>{access(beside_path, X_OK) == 0 ? beside_path : "mosquitto",
                                                            "-c", m_directory / "mosquitto.conf"},
                                   Process::Stderr::dropped);
-    if (!eventually([this] { return accepts(m_port); })) {
+    if (!eventually([this] { return accepts(m_port); }))
         throw std::runtime_error("mosquitto does not start; is it installed?");
-    }
 }
 
 void Broker::stop() {
@@ -208,9 +197,8 @@ Watcher::Watcher(const Broker& broker) {
 
 std::optional<std::string> Watcher::message() {
     while (std::optional<std::string> line = m_process->line()) {
-        if (line->starts_with("0 ")) {
+        if (line->starts_with("0 "))
             return line->substr(2);
-        }
     }
     return std::nullopt;
 }
@@ -227,9 +215,8 @@ std::optional<std::string> Watcher::state() {
 
 std::vector<std::string> Watcher::states(int count) {
     std::vector<std::string> all;
-    for (int number = 0; number < count; ++number) {
+    for (int number = 0; number < count; ++number)
         all.push_back(state().value_or("nothing"));
-    }
     return all;
 }
 
@@ -237,13 +224,11 @@ std::vector<std::string> Watcher::new_states(int count) {
     std::vector<std::string> all;
     while (all.size() < static_cast<size_t>(count)) {
         const std::optional<std::string> news = message();
-        if (!news) {
+        if (!news)
             break;
-        }
         const std::optional<std::string> state = state_in(*news);
-        if (state && m_known.insert(*news).second) {
+        if (state && m_known.insert(*news).second)
             all.push_back(*state);
-        }
     }
     return all;
 }

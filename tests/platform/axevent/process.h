@@ -44,8 +44,10 @@ class Process {
 /** Runs a program to its end and gives the lines it wrote. */
 std::vector<std::string> output_of(const std::vector<std::string>& arguments);
 
-/** A mosquitto on a free port of the loopback interface. It keeps what it knows over a stop and a start, unless it is
-    told to forget. */
+/**
+ * A mosquitto on a free port of the loopback interface. It keeps what it knows over a stop and a start, unless it is
+ * told to forget.
+ */
 class Broker {
   public:
     /** `configuration`: further lines; they may say %DIR% for the broker's directory. */
@@ -79,8 +81,10 @@ class Watcher {
     std::optional<std::string> state();
     /** That many of them. */
     std::vector<std::string> states(int count);
-    /** The same, without those that came before, to the same millisecond: after an interruption both the sender and the
-        broker may repeat what was under way. */
+    /**
+     * The same, without those that came before, to the same millisecond: after an interruption both the sender and the
+     * broker may repeat what was under way.
+     */
     std::vector<std::string> new_states(int count);
 
   private:

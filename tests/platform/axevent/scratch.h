@@ -48,8 +48,7 @@ inline std::string content(const std::string& path) {
 inline std::vector<std::string> lines(const std::string& path) {
     std::ifstream file(path);
     std::vector<std::string> all;
-    for (std::string line; std::getline(file, line);) {
+    for (std::string line; std::getline(file, line);)
         all.push_back(line);
-    }
     return all;
 }

@@ -20,9 +20,8 @@ TEST(Topic, PutsTheNameSpaceBeforeTheFirstLevelOnly) {
 
 TEST(Topic, EndsAtTheFirstMissingLevelWhateverTheOrder) {
     KeyValueSet set;
-    for (const auto& [key, value] : {std::pair("topic3", "four"), {"topic1", "two"}, {"topic0", "one"}}) {
+    for (const auto& [key, value] : {std::pair("topic3", "four"), {"topic1", "two"}, {"topic0", "one"}})
         ASSERT_TRUE(set.add(key, nullptr, value, AX_VALUE_TYPE_STRING, nullptr));
-    }
     EXPECT_EQ(topic_of(set)->path, "one/two");
     EXPECT_EQ(topic_of(set)->nice_name, "two");
 }

@@ -17,9 +17,8 @@ class AnnotatedVideoTest : public test_video::OverlayApplication {};
 /** Luma 50 everywhere but in the left quarter; chroma likewise. */
 void paint_left(std::uint8_t* nv12, int width, int height, unsigned) {
     for (int y = 0; y < height * 3 / 2; ++y) {
-        for (int x = 0; x < width; ++x) {
+        for (int x = 0; x < width; ++x)
             nv12[y * width + x] = static_cast<std::uint8_t>(x < width / 4 ? 200 : 50);
-        }
     }
 }
 

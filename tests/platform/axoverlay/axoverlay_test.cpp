@@ -16,9 +16,8 @@ template <typename Call>
 std::string message_of(Call&& call) {
     GError* error = nullptr;
     call(&error);
-    if (error == nullptr) {
+    if (error == nullptr)
         return "";
-    }
     const std::string message = error->message;
     g_error_free(error);
     return message;
@@ -58,7 +57,7 @@ class Axoverlay : public testing::Test {
     gint id = 0;
 };
 
-constexpr const char* kNotInitialised = "the overlay service is not initialised";
+constexpr const char* not_initialised = "the overlay service is not initialised";
 
 TEST_F(Axoverlay, only_the_cairo_image_backend_is_supported) {
     EXPECT_TRUE(axoverlay_is_backend_supported(AXOVERLAY_CAIRO_IMAGE_BACKEND));
@@ -66,14 +65,14 @@ TEST_F(Axoverlay, only_the_cairo_image_backend_is_supported) {
 }
 
 TEST_F(Axoverlay, everything_but_init_needs_init_first) {
-    EXPECT_EQ(create(), kNotInitialised);
+    EXPECT_EQ(create(), not_initialised);
     EXPECT_EQ(id, 0);
-    EXPECT_EQ(redraw(), kNotInitialised);
-    EXPECT_EQ(destroy(1), kNotInitialised);
+    EXPECT_EQ(redraw(), not_initialised);
+    EXPECT_EQ(destroy(1), not_initialised);
     EXPECT_EQ(message_of([](GError** error) { EXPECT_EQ(axoverlay_get_max_resolution_width(1, error), -1); }),
-              kNotInitialised);
+              not_initialised);
     EXPECT_EQ(message_of([](GError** error) { EXPECT_EQ(axoverlay_get_max_resolution_height(1, error), -1); }),
-              kNotInitialised);
+              not_initialised);
     axoverlay_cleanup();
     EXPECT_EQ(init(), "");
 }

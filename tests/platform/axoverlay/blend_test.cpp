@@ -76,13 +76,11 @@ TEST(Blend, equals_the_naive_model_on_random_overlays_of_any_density_and_size) {
         const auto side = [&] { return 2 * static_cast<int>(1 + random() % 40); };
         Overlay overlay(side(), side());
         const auto emptiness = 1 + random() % 30;
-        for (std::uint32_t& pixel : overlay.pixels) {
+        for (std::uint32_t& pixel : overlay.pixels)
             pixel = random() % emptiness == 0 ? random_premultiplied(random) : 0;
-        }
         Nv12Picture picture = solid_picture(side(), side(), 0, 0, 0);
-        for (std::uint8_t& byte : picture.bytes) {
+        for (std::uint8_t& byte : picture.bytes)
             byte = static_cast<std::uint8_t>(random());
-        }
         Nv12Picture expected = picture;
         naive_blend(overlay, expected);
 

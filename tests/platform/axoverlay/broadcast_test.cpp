@@ -19,7 +19,8 @@ using test_video::becomes_true;
 
 class BroadcastTest : public test_video::OverlayApplication {};
 
-/** A stream's thread destroys its encoder when it has found itself without viewers; it is held there while this is set.
+/**
+ * A stream's thread destroys its encoder when it has found itself without viewers; it is held there while this is set.
  */
 std::atomic<bool> hold_ending_stream = false;
 std::atomic<bool> stream_is_held = false;
@@ -30,7 +31,7 @@ std::shared_ptr<host_overlay::Viewer> new_viewer() {
     return std::make_shared<host_overlay::Viewer>(nullptr, host_overlay::Viewer::Wish::all_pictures);
 }
 
-constexpr int kMark = 16;
+constexpr int mark = 16;
 
 /** Noise, which makes large files, with the picture's number in two squares at the top left, 64 shades each. */
 void paint_numbered_noise(std::uint8_t* nv12, int width, int height, unsigned number) {
@@ -40,16 +41,16 @@ void paint_numbered_noise(std::uint8_t* nv12, int width, int height, unsigned nu
         nv12[i] = static_cast<std::uint8_t>(64 + (state >> 25));
     }
     std::fill_n(nv12 + width * height, width * height / 2, std::uint8_t{128});
-    for (int y = 0; y < kMark; ++y) {
-        std::fill_n(nv12 + y * width, kMark, static_cast<std::uint8_t>(16 + number % 64 * 3));
-        std::fill_n(nv12 + y * width + kMark, kMark, static_cast<std::uint8_t>(16 + number / 64 * 3));
+    for (int y = 0; y < mark; ++y) {
+        std::fill_n(nv12 + y * width, mark, static_cast<std::uint8_t>(16 + number % 64 * 3));
+        std::fill_n(nv12 + y * width + mark, mark, static_cast<std::uint8_t>(16 + number / 64 * 3));
     }
 }
 
 int number_of(const std::vector<std::uint8_t>& jpeg) {
     const auto image = test_video::decode(jpeg);
-    const auto digit = [&](int x) { return (image.at(x, kMark / 2).g * 219 / 255 + 1) / 3; };
-    return digit(kMark / 2) + 64 * digit(kMark + kMark / 2);
+    const auto digit = [&](int x) { return (image.at(x, mark / 2).g * 219 / 255 + 1) / 3; };
+    return digit(mark / 2) + 64 * digit(mark + mark / 2);
 }
 
 TEST_F(BroadcastTest, twenty_viewers_share_one_stream_and_a_stalled_one_delays_nobody) {
@@ -75,9 +76,8 @@ TEST_F(BroadcastTest, twenty_viewers_share_one_stream_and_a_stalled_one_delays_n
     // A picture that two viewers have is the same file: it was encoded once.
     int shared = 0;
     for (const auto& picture : seen[0]) {
-        for (std::size_t other = 1; other < seen.size(); ++other) {
+        for (std::size_t other = 1; other < seen.size(); ++other)
             shared += static_cast<int>(std::ranges::count(seen[other], picture));
-        }
     }
     EXPECT_GT(shared, 0);
 
@@ -122,27 +122,24 @@ TEST_F(BroadcastTest, a_viewer_outlives_a_silence_of_the_camera) {
     fake_vdo::behave({.dead = true});
     std::this_thread::sleep_for(std::chrono::milliseconds(150));
     fake_vdo::behave({});
-    for (int i = 0; i < 10; ++i) {
+    for (int i = 0; i < 10; ++i)
         EXPECT_FALSE(motion.next_picture().empty());
-    }
 }
 
 TEST_F(BroadcastTest, cleanup_ends_connected_stalled_and_waiting_viewers_at_once) {
     fake_vdo::behave({.paint = paint_numbered_noise});
     start();
     std::list<Motion> playing;
-    for (int i = 0; i < 10; ++i) {
+    for (int i = 0; i < 10; ++i)
         playing.emplace_back(address(), i % 2 == 0 ? "/stream/640x360.mjpg" : "/stream/320x240.mjpg", i == 0 ? 4096 : 0)
             .head();
-    }
     fake_vdo::behave({.silent = true});
     Motion waiting(address(), "/stream/1280x720.mjpg");
     ASSERT_TRUE(becomes_true([] { return fake_vdo::open_streams() == 3; }));
     axoverlay_cleanup();
     EXPECT_EQ(fake_vdo::open_streams(), 0);
-    for (Motion& motion : playing) {
+    for (Motion& motion : playing)
         motion.drain();
-    }
 }
 
 TEST_F(BroadcastTest, a_stream_that_is_ending_leaves_the_next_one_of_its_size_to_its_viewers) {
@@ -166,10 +163,10 @@ TEST_F(BroadcastTest, a_stream_that_is_ending_leaves_the_next_one_of_its_size_to
     broadcasts.stop();
 }
 
-constexpr host_overlay::Geometry kSix[] = {{320, 240, 0, false},   {320, 240, 90, false}, {320, 240, 180, false},
-                                           {320, 240, 270, false}, {640, 360, 0, false},  {640, 360, 0, true}};
-constexpr host_overlay::Geometry kSeventh = {640, 360, 90, false};
-constexpr const char* kTooMany =
+constexpr host_overlay::Geometry six_sizes[] = {{320, 240, 0, false},   {320, 240, 90, false}, {320, 240, 180, false},
+                                                {320, 240, 270, false}, {640, 360, 0, false},  {640, 360, 0, true}};
+constexpr host_overlay::Geometry seventh_size = {640, 360, 90, false};
+constexpr const char* too_many =
     "The camera is shown in at most 6 sizes and orientations at once, and viewers watch as "
     "many others already.";
 
@@ -186,13 +183,12 @@ TEST_F(BroadcastTest, six_geometries_are_watched_at_once_and_a_seventh_is_refuse
     start();
     std::list<Motion> watching;
     for (const std::string target : {"320x240.mjpg", "320x240.mjpg?mirror=1", "640x360.mjpg",
-                                     "640x360.mjpg?rotation=90", "640x360.mjpg?rotation=180", "1280x720.mjpg"}) {
+                                     "640x360.mjpg?rotation=90", "640x360.mjpg?rotation=180", "1280x720.mjpg"})
         EXPECT_EQ(watching.emplace_back(address(), "/stream/" + target).head().status, 200) << target;
-    }
     for (const std::string target : {"/stream/640x360.mjpg?mirror=1", "/stream/320x240.jpg?rotation=90"}) {
         const auto reply = http_client::request(address(), "GET", target);
         EXPECT_EQ(reply.head.status, 503) << target;
-        EXPECT_EQ(reply.body, kTooMany + std::string("\n")) << target;
+        EXPECT_EQ(reply.body, too_many + std::string("\n")) << target;
     }
     EXPECT_EQ(Motion(address(), "/stream/320x240.mjpg").head().status, 200);
     EXPECT_EQ(fake_vdo::streams_started(), 6);
@@ -208,19 +204,18 @@ TEST_F(BroadcastTest, a_geometry_that_nobody_watches_any_more_leaves_its_place_a
     fake_vdo::behave({.silent = true}); // so that no stream notices it by itself
     host_overlay::Broadcasts broadcasts(80);
     std::vector<std::shared_ptr<host_overlay::Viewer>> watching;
-    for (const auto& geometry : kSix) {
+    for (const auto& geometry : six_sizes)
         broadcasts.join(geometry, watching.emplace_back(new_viewer()));
-    }
-    EXPECT_EQ(refusal_of(broadcasts, kSeventh), kTooMany);
+    EXPECT_EQ(refusal_of(broadcasts, seventh_size), too_many);
     watching[2]->leave();
-    EXPECT_EQ(refusal_of(broadcasts, kSeventh), "");
-    EXPECT_EQ(refusal_of(broadcasts, kSix[2]), kTooMany);
+    EXPECT_EQ(refusal_of(broadcasts, seventh_size), "");
+    EXPECT_EQ(refusal_of(broadcasts, six_sizes[2]), too_many);
     ASSERT_TRUE(becomes_true([] { return fake_vdo::open_streams() == 6; }));
     // The one that left its place does not take another's with it.
     watching[5]->leave();
-    EXPECT_EQ(refusal_of(broadcasts, kSix[2]), "");
+    EXPECT_EQ(refusal_of(broadcasts, six_sizes[2]), "");
     ASSERT_TRUE(becomes_true([] { return fake_vdo::streams_started() == 8 && fake_vdo::open_streams() == 6; }));
-    EXPECT_EQ(refusal_of(broadcasts, kSix[5]), kTooMany);
+    EXPECT_EQ(refusal_of(broadcasts, six_sizes[5]), too_many);
     broadcasts.stop();
 }
 
@@ -232,14 +227,14 @@ TEST_F(BroadcastTest, streams_that_are_ending_do_not_pile_up) {
     while (refusal.empty() && fake_vdo::streams_started() < 30) {
         const auto viewer = new_viewer();
         try {
-            broadcasts.join(kSeventh, viewer);
+            broadcasts.join(seventh_size, viewer);
         } catch (const std::runtime_error& failure) {
             refusal = failure.what();
         }
         viewer->leave();
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
-    EXPECT_EQ(refusal, kTooMany);
+    EXPECT_EQ(refusal, too_many);
     EXPECT_TRUE(becomes_true([] { return fake_vdo::streams_started() == 12; }));
     hold_ending_stream = false;
     broadcasts.stop();
@@ -250,10 +245,10 @@ TEST_F(BroadcastTest, memory_goes_back_once_when_nobody_watches_any_more) {
     host_overlay::Broadcasts broadcasts(80);
     times_given_back = 0;
     const auto stays = new_viewer();
-    broadcasts.join(kSix[0], stays);
+    broadcasts.join(six_sizes[0], stays);
     for (int visit = 0; visit < 3; ++visit) {
         const auto visitor = new_viewer();
-        broadcasts.join(kSeventh, visitor);
+        broadcasts.join(seventh_size, visitor);
         visitor->leave();
         ASSERT_TRUE(becomes_true([] { return fake_vdo::open_streams() == 1; }));
     }
@@ -262,7 +257,7 @@ TEST_F(BroadcastTest, memory_goes_back_once_when_nobody_watches_any_more) {
     EXPECT_TRUE(becomes_true([] { return times_given_back == 1; }));
 
     // Nobody waits for that when it ends.
-    broadcasts.join(kSix[0], new_viewer());
+    broadcasts.join(six_sizes[0], new_viewer());
     broadcasts.stop();
     EXPECT_EQ(times_given_back, 1);
 }

@@ -30,19 +30,19 @@ void set_error(GError** error, const std::string& text) {
     g_set_error_literal(error, g_quark_from_static_string("fake-vdo"), 1, text.c_str());
 }
 
-constexpr const char* kContent = "content";
+constexpr const char* content_key = "content";
 
 /** A GObject that owns one C++ object. */
 template <typename Content>
 GObject* make_object(Content* content) {
     auto* object = static_cast<GObject*>(g_object_new(G_TYPE_OBJECT, nullptr));
-    g_object_set_data_full(object, kContent, content, [](gpointer owned) { delete static_cast<Content*>(owned); });
+    g_object_set_data_full(object, content_key, content, [](gpointer owned) { delete static_cast<Content*>(owned); });
     return object;
 }
 
 template <typename Content>
 Content& content_of(const void* object) {
-    return *static_cast<Content*>(g_object_get_data(static_cast<GObject*>(const_cast<void*>(object)), kContent));
+    return *static_cast<Content*>(g_object_get_data(static_cast<GObject*>(const_cast<void*>(object)), content_key));
 }
 
 using Map = std::map<std::string, guint32>;
@@ -185,9 +185,8 @@ VdoBuffer* vdo_stream_get_buffer(VdoStream* handle, GError** error) {
     const fake_vdo::Painter paint = state().behaviour.paint;
     lock.unlock();
     auto* buffer = new Buffer(static_cast<std::size_t>(stream.width * stream.height * 3 / 2), std::uint8_t{128});
-    if (paint) {
+    if (paint)
         paint(buffer->data(), stream.width, stream.height, stream.number);
-    }
     ++stream.number;
     return reinterpret_cast<VdoBuffer*>(make_object(buffer));
 }

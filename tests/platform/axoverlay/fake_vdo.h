@@ -20,11 +20,11 @@ using Painter = std::function<void(std::uint8_t* nv12, int width, int height, un
 struct Behaviour {
     std::vector<VdoResolution> resolutions{{1280, 720}, {640, 360}, {320, 240}};
     std::chrono::milliseconds period{10};
-    Painter paint{};               ///< empty: all bytes 128
-    std::string channel_failure{}; ///< not empty: there is no channel, for this reason
-    std::string start_failure{};   ///< not empty: streams do not start, for this reason
-    bool silent = false;           ///< streams deliver nothing until they are stopped or this ends
-    bool dead = false;             ///< asking for a picture fails at once
+    Painter paint{};               // empty: all bytes 128
+    std::string channel_failure{}; // not empty: there is no channel, for this reason
+    std::string start_failure{};   // not empty: streams do not start, for this reason
+    bool silent = false;           // streams deliver nothing until they are stopped or this ends
+    bool dead = false;             // asking for a picture fails at once
 };
 
 /** Takes effect at once, for open streams too. */

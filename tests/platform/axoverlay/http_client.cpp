@@ -10,7 +10,6 @@
 #include <cctype>
 
 namespace http_client {
-
 namespace {
 
 int connect_to(const std::string& address, int receive_buffer) {
@@ -30,9 +29,8 @@ int connect_to(const std::string& address, int receive_buffer) {
         size = sizeof host;
     }
     const int socket = ::socket(to.ss_family, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    if (receive_buffer != 0) {
+    if (receive_buffer != 0)
         setsockopt(socket, SOL_SOCKET, SO_RCVBUF, &receive_buffer, sizeof receive_buffer);
-    }
     const timeval limit{10, 0};
     setsockopt(socket, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
     EXPECT_EQ(connect(socket, reinterpret_cast<const sockaddr*>(&to), size), 0) << address;
@@ -69,9 +67,8 @@ Reply request(const std::string& address, const std::string& method, const std::
     std::string all;
     char block[4096];
     ssize_t count = 0;
-    while ((count = recv(socket, block, sizeof block, 0)) > 0) {
+    while ((count = recv(socket, block, sizeof block, 0)) > 0)
         all.append(block, static_cast<std::size_t>(count));
-    }
     close(socket);
     EXPECT_EQ(count, 0) << "no answer to " << target;
     const std::size_t end = all.find("\r\n\r\n");
@@ -97,9 +94,8 @@ bool Motion::fill() {
     char block[65536];
     const ssize_t count = recv(m_socket, block, sizeof block, 0);
     EXPECT_GE(count, 0) << "the stream has stalled";
-    if (count <= 0) {
+    if (count <= 0)
         return false;
-    }
     m_buffer.append(block, static_cast<std::size_t>(count));
     return true;
 }
@@ -107,9 +103,8 @@ bool Motion::fill() {
 std::string Motion::read_line() {
     std::size_t end = 0;
     while ((end = m_buffer.find("\r\n", m_position)) == std::string::npos) {
-        if (!fill()) {
+        if (!fill())
             return "";
-        }
     }
     const std::string line = m_buffer.substr(m_position, end - m_position);
     m_position = end + 2;
@@ -118,9 +113,8 @@ std::string Motion::read_line() {
 
 std::string Motion::read_exactly(std::size_t size) {
     while (m_buffer.size() - m_position < size) {
-        if (!fill()) {
+        if (!fill())
             return "";
-        }
     }
     m_position += size;
     return m_buffer.substr(m_position - size, size);
@@ -128,17 +122,15 @@ std::string Motion::read_exactly(std::size_t size) {
 
 Head Motion::head() {
     std::string text;
-    for (std::string line; !(line = read_line()).empty();) {
+    for (std::string line; !(line = read_line()).empty();)
         text += line + "\r\n";
-    }
     return text.empty() ? Head{} : parse_head(text);
 }
 
 std::vector<std::uint8_t> Motion::next_picture() {
     const std::string boundary = read_line();
-    if (boundary.empty()) {
+    if (boundary.empty())
         return {};
-    }
     EXPECT_EQ(boundary, "--picture");
     EXPECT_EQ(read_line(), "Content-Type: image/jpeg");
     const std::string length = read_line();
@@ -152,9 +144,8 @@ std::vector<std::uint8_t> Motion::next_picture() {
 }
 
 void Motion::drain() {
-    while (fill()) {
+    while (fill())
         m_position = m_buffer.size();
-    }
 }
 
 } // namespace http_client

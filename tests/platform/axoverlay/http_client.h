@@ -10,7 +10,7 @@ namespace http_client {
 
 struct Head {
     int status = 0;
-    std::map<std::string, std::string> headers; ///< names in lower case
+    std::map<std::string, std::string> headers; // names in lower case
 };
 
 struct Reply {
@@ -18,8 +18,10 @@ struct Reply {
     std::string body;
 };
 
-/** An address is like "127.0.0.1:8080" or "unix:PATH". One request, read to the end of the connection. Fails the test
- * after 10 s without a byte. */
+/**
+ * An address is like "127.0.0.1:8080" or "unix:PATH". One request, read to the end of the connection. Fails the test
+ * after 10 s without a byte.
+ */
 Reply request(const std::string& address, const std::string& method, const std::string& target);
 
 /** An open multipart stream. */

@@ -31,17 +31,15 @@ TEST(JpegEncoder, stretches_the_studio_range_to_jpegs_full_range) {
              {82, 90, 240, {255, 0, 0}},
              {144, 54, 34, {0, 255, 0}},
              {41, 240, 110, {0, 0, 255}},
-         }) {
+         })
         EXPECT_TRUE(near(decode(encoder.encode(solid(32, 32, y, u, v))).at(16, 16), expected, 3)) << y;
-    }
 }
 
 TEST(JpegEncoder, keeps_sizes_that_are_no_multiple_of_its_blocks_and_every_pixel_in_place) {
     JpegEncoder encoder(95);
     Nv12Picture picture = solid(450, 34, 16, 128, 128);
-    for (int y = 20; y < 34; ++y) {
+    for (int y = 20; y < 34; ++y)
         std::fill_n(picture.luma() + y * 450 + 225, 225, std::uint8_t{235});
-    }
     const auto image = decode(encoder.encode(picture));
     ASSERT_EQ(image.width, 450);
     ASSERT_EQ(image.height, 34);
@@ -53,9 +51,8 @@ TEST(JpegEncoder, keeps_sizes_that_are_no_multiple_of_its_blocks_and_every_pixel
 
 TEST(JpegEncoder, a_higher_quality_takes_more_bytes) {
     Nv12Picture picture = solid(64, 64, 16, 128, 128);
-    for (std::size_t i = 0; i < picture.luma_size(); ++i) {
+    for (std::size_t i = 0; i < picture.luma_size(); ++i)
         picture.luma()[i] = static_cast<std::uint8_t>(i * i % 220);
-    }
     EXPECT_LT(JpegEncoder(30).encode(picture).size(), JpegEncoder(90).encode(picture).size());
 }
 

@@ -41,9 +41,8 @@ class Mp4FileTest : public testing::Test {
 
 TEST_F(Mp4FileTest, keeps_every_picture_with_its_time) {
     Mp4File file(path, 320, 180);
-    for (int i = 0; i < 60; ++i) {
+    for (int i = 0; i < 60; ++i)
         file.add(grey(320, 180, 20 + 3 * i), 100.0 + 0.2 * i);
-    }
     file.finish();
     const Mp4Content content = read_mp4(path);
     EXPECT_EQ(content.codec, "h264");
@@ -59,9 +58,8 @@ TEST_F(Mp4FileTest, keeps_every_picture_with_its_time) {
 
 TEST_F(Mp4FileTest, leaves_out_a_picture_that_is_not_later_than_the_one_before) {
     Mp4File file(path, 64, 48);
-    for (const double seconds : {1.0, 1.0, 0.5, 2.0}) {
+    for (const double seconds : {1.0, 1.0, 0.5, 2.0})
         file.add(grey(64, 48, 100), seconds);
-    }
     file.finish();
     EXPECT_EQ(read_mp4(path).seconds, (std::vector<double>{0.0, 1.0}));
 }
@@ -70,13 +68,11 @@ TEST_F(Mp4FileTest, equal_videos_are_equal_files) {
     std::string first;
     for (int round = 0; round < 2; ++round) {
         Mp4File file(path, 64, 48);
-        for (int i = 0; i < 5; ++i) {
+        for (int i = 0; i < 5; ++i)
             file.add(grey(64, 48, 50 * i), 0.04 * i);
-        }
         file.finish();
-        if (round == 0) {
+        if (round == 0)
             first = contents();
-        }
     }
     EXPECT_FALSE(first.empty());
     EXPECT_EQ(contents(), first);
@@ -99,9 +95,8 @@ TEST_F(Mp4FileTest, a_place_that_cannot_be_written_is_a_clear_error) {
 
 TEST_F(Mp4FileTest, is_playable_to_its_last_second_when_nobody_finishes_it) {
     Mp4File file(path, 320, 180);
-    for (int i = 0; i < 250; ++i) {
+    for (int i = 0; i < 250; ++i)
         file.add(grey(320, 180, 20 + i % 200), 0.04 * i);
-    }
     // As a process that is killed now would leave it.
     const Mp4Content content = read_mp4(path);
     ASSERT_FALSE(content.seconds.empty());
@@ -140,9 +135,8 @@ TEST_F(Mp4FileTest, a_full_disk_is_an_error) {
     EXPECT_THROW(
         {
             Mp4File file("/dev/full", 64, 48);
-            for (int i = 0; i < 5; ++i) {
+            for (int i = 0; i < 5; ++i)
                 file.add(grey(64, 48, 50 * i), 0.04 * i);
-            }
             file.finish();
         },
         std::runtime_error);

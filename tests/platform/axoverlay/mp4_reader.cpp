@@ -19,9 +19,8 @@ void take_pictures(AVCodecContext* decoder, AVFrame* frame, AVRational time_base
 Mp4Content read_mp4(const std::string& path) {
     Mp4Content content;
     AVFormatContext* file = nullptr;
-    if (avformat_open_input(&file, path.c_str(), nullptr, nullptr) != 0) {
+    if (avformat_open_input(&file, path.c_str(), nullptr, nullptr) != 0)
         return content;
-    }
     avformat_find_stream_info(file, nullptr);
     const AVStream* stream = file->streams[0];
     content.codec = avcodec_get_name(stream->codecpar->codec_id);

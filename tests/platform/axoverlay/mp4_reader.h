@@ -8,8 +8,8 @@ struct Mp4Content {
     std::string codec;
     int width = 0;
     int height = 0;
-    std::vector<double> seconds; ///< when each picture is shown
-    std::vector<int> luma;       ///< of each picture's pixel (8, 8)
+    std::vector<double> seconds; // when each picture is shown
+    std::vector<int> luma;       // of each picture's pixel (8, 8)
 };
 
 /** Empty when it is no video. */

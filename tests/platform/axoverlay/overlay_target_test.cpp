@@ -94,14 +94,12 @@ TEST_F(OverlayTargetTest, every_redraw_begins_with_an_empty_image_however_many_p
     for (const int pictures : {0, 1, 2, 0, 0, 0, 3}) {
         application.draw = [](cairo_t* context) { cairo_paint(context); };
         target.redraw(settings, overlay);
-        for (int i = 0; i < pictures; ++i) {
+        for (int i = 0; i < pictures; ++i)
             EXPECT_EQ(shown_luma(), 16);
-        }
         application.draw = [](cairo_t*) {};
         target.redraw(settings, overlay);
-        for (int i = 0; i < pictures; ++i) {
+        for (int i = 0; i < pictures; ++i)
             EXPECT_EQ(shown_luma(), 0);
-        }
     }
 }
 

@@ -6,7 +6,7 @@ namespace {
 
 using namespace host_overlay;
 
-const std::vector<VdoResolution> kOffered{{1280, 720}, {640, 360}};
+const std::vector<VdoResolution> offered_sizes{{1280, 720}, {640, 360}};
 
 TEST(StreamRequest, good_requests) {
     struct Case {
@@ -22,7 +22,7 @@ TEST(StreamRequest, good_requests) {
              {"/stream/640x360.jpg", {{"mirror", "1"}, {"rotation", "270"}}, {640, 360, 270, true}, false},
              {"/stream/640x360.mjpg", {{"rotation", "180"}, {"mirror", "0"}}, {640, 360, 180, false}, true},
          }) {
-        const StreamRequest request = parse_stream_request(c.path, c.query, kOffered);
+        const StreamRequest request = parse_stream_request(c.path, c.query, offered_sizes);
         EXPECT_EQ(request.status, 200U) << c.path;
         EXPECT_TRUE(request.geometry == c.geometry) << c.path;
         EXPECT_EQ(request.motion, c.motion) << c.path;
@@ -67,7 +67,7 @@ TEST(StreamRequest, refusals) {
              {"/stream/640x360.jpg", {{"mirror", "yes"}}, 400, mirror},
              {"/stream/640x360.jpg", {{"zoom", "2"}}, 400, query},
          }) {
-        const StreamRequest request = parse_stream_request(c.path, c.query, kOffered);
+        const StreamRequest request = parse_stream_request(c.path, c.query, offered_sizes);
         EXPECT_EQ(request.status, c.status) << c.path;
         EXPECT_EQ(request.sentence, c.sentence) << c.path;
     }

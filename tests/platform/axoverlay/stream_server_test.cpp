@@ -129,9 +129,8 @@ TEST_F(StreamServerTest, the_multipart_stream_shows_the_last_overlay_until_the_n
             cairo_fill(context);
         });
         test_video::RgbImage image;
-        for (int i = 0; i < 200 && (image.width == 0 || !near(image.at(left + 32, 96), {0, 0, 0})); ++i) {
+        for (int i = 0; i < 200 && (image.width == 0 || !near(image.at(left + 32, 96), {0, 0, 0})); ++i)
             image = decode(motion.next_picture());
-        }
         for (const int other : {16, 160, 80}) {
             const int shade = other == left ? 0 : 255;
             if (std::abs(other - left) >= 80) {
@@ -180,9 +179,8 @@ TEST_F(StreamServerTest, serves_on_a_unix_socket_as_on_a_port) {
     EXPECT_EQ(request(address(), "GET", "/stream/320x240.jpg").head.status, 200);
     Motion motion(address(), "/stream/320x240.mjpg");
     EXPECT_EQ(motion.head().status, 200);
-    for (int i = 0; i < 20; ++i) {
+    for (int i = 0; i < 20; ++i)
         EXPECT_FALSE(motion.next_picture().empty());
-    }
     setenv("KORVEX_OVERLAY_LISTEN", address().c_str(), 1);
     try {
         const host_overlay::StreamServer second(*host_overlay::listen_setting(), 80);
@@ -200,9 +198,8 @@ TEST_F(StreamServerTest, serves_on_a_unix_socket_as_on_a_port) {
 std::string status_line(const std::filesystem::path& task, const std::string& name) {
     std::ifstream status(task / "status");
     for (std::string line; std::getline(status, line);) {
-        if (line.starts_with(name)) {
+        if (line.starts_with(name))
             return line.substr(line.find('\t') + 1);
-        }
     }
     return "";
 }
@@ -213,9 +210,8 @@ TEST_F(StreamServerTest, its_threads_block_the_signals_that_belong_to_the_applic
     motion.head();
     int threads = 0;
     for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
-        if (task.path().filename() == std::to_string(getpid())) {
+        if (task.path().filename() == std::to_string(getpid()))
             continue;
-        }
         const auto blocked = std::stoull(status_line(task.path(), "SigBlk"), nullptr, 16);
         EXPECT_NE(blocked >> (SIGTERM - 1) & 1, 0U) << task.path();
         EXPECT_NE(blocked >> (SIGINT - 1) & 1, 0U) << task.path();

@@ -37,9 +37,8 @@ RgbImage decode(std::span<const std::uint8_t> jpeg) {
 testing::AssertionResult near(Rgb seen, Rgb expected, int tolerance) {
     const int off =
         std::max({std::abs(seen.r - expected.r), std::abs(seen.g - expected.g), std::abs(seen.b - expected.b)});
-    if (off <= tolerance) {
+    if (off <= tolerance)
         return testing::AssertionSuccess();
-    }
     return testing::AssertionFailure() << "(" << seen.r << ", " << seen.g << ", " << seen.b << ") instead of ("
                                        << expected.r << ", " << expected.g << ", " << expected.b << ")";
 }
@@ -47,9 +46,8 @@ testing::AssertionResult near(Rgb seen, Rgb expected, int tolerance) {
 testing::AssertionResult becomes_true(const std::function<bool()>& condition) {
     const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(10);
     while (!condition()) {
-        if (std::chrono::steady_clock::now() > limit) {
+        if (std::chrono::steady_clock::now() > limit)
             return testing::AssertionFailure() << "it did not happen within 10 s";
-        }
         std::this_thread::sleep_for(std::chrono::milliseconds(2));
     }
     return testing::AssertionSuccess();
@@ -118,9 +116,8 @@ testing::AssertionResult OverlayApplication::redraw_until(const std::function<bo
 
 void OverlayApplication::render(gpointer context, gint, axoverlay_stream_data* stream, axoverlay_position_type, gfloat,
                                 gfloat, gint width, gint height, gpointer user_data) {
-    if (const Draw& draw = static_cast<OverlayApplication*>(user_data)->m_draw) {
+    if (const Draw& draw = static_cast<OverlayApplication*>(user_data)->m_draw)
         draw(static_cast<cairo_t*>(context), *stream, width, height);
-    }
 }
 
 void OverlayApplication::adjust(gint, axoverlay_stream_data* stream, axoverlay_position_type*, gfloat*, gfloat*,

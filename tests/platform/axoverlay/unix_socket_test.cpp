@@ -99,17 +99,15 @@ TEST_F(UnixSocketTest, leaves_one_alone_whose_queue_is_full) {
     }
     EXPECT_EQ(errno, EAGAIN);
     EXPECT_EQ(failure_at(path), "another program serves it");
-    for (const int each : waiting) {
+    for (const int each : waiting)
         close(each);
-    }
 }
 
 TEST_F(UnixSocketTest, leaves_alone_what_is_no_socket) {
     std::ofstream(path) << "precious";
     std::filesystem::create_symlink(path, folder + "/link");
-    for (const std::string& taken : {path, folder + "/link"}) {
+    for (const std::string& taken : {path, folder + "/link"})
         EXPECT_EQ(failure_at(taken), "there is something else in its place that is no socket");
-    }
     std::ifstream file(path);
     std::string content;
     file >> content;

@@ -26,9 +26,8 @@ Failure failure_of(Call&& call) {
 std::vector<std::string> names_of(const ParameterHandle& handle) {
     GList* list = ax_parameter_list(handle.get(), nullptr);
     std::vector<std::string> names;
-    for (const GList* entry = list; entry != nullptr; entry = entry->next) {
+    for (const GList* entry = list; entry != nullptr; entry = entry->next)
         names.emplace_back(static_cast<const gchar*>(entry->data));
-    }
     g_list_free_full(list, g_free);
     return names;
 }
@@ -71,9 +70,8 @@ TEST_F(AxParameter, AFirstUseGivesEveryDeclaredDefault) {
         {"root.Image.I0.Appearance.Rotation", "0"},
     };
     const auto handle = open();
-    for (const auto& [name, value] : declared) {
+    for (const auto& [name, value] : declared)
         EXPECT_EQ(value_of(handle, name), value) << name;
-    }
 }
 
 TEST_F(AxParameter, TheListHasTheSeventyDeclaredNamesAndNotTheCamerasOwn) {
@@ -222,9 +220,8 @@ TEST_F(AxParameter, AReleasedHandleIsRefusedAndReleasingItAgainIsHarmless) {
 
 TEST_F(AxParameter, ReleasedHandlesNeverComeToMeanALaterOne) {
     std::vector<AXParameter*> released;
-    for (int i = 0; i < 20; ++i) {
+    for (int i = 0; i < 20; ++i)
         released.push_back(open().get());
-    }
     const auto live = open();
     for (AXParameter* handle : released) {
         EXPECT_NE(handle, live.get());
@@ -253,12 +250,10 @@ TEST_F(AxParameter, ThreadsShareOneHandle) {
             }
         });
     }
-    for (std::thread& thread : threads) {
+    for (std::thread& thread : threads)
         thread.join();
-    }
-    for (const char* name : names) {
+    for (const char* name : names)
         EXPECT_EQ(value_of(handle, name), "19");
-    }
 }
 
 TEST_F(AxParameter, AHandleMayBeReleasedWhileOtherThreadsUseIt) {
@@ -268,19 +263,16 @@ TEST_F(AxParameter, AHandleMayBeReleasedWhileOtherThreadsUseIt) {
     for (int i = 0; i < 3; ++i) {
         threads.emplace_back([&] {
             g_autoptr(GError) error = nullptr;
-            while (ax_parameter_set(handle, "HStream", "1", TRUE, &error) == TRUE) {
+            while (ax_parameter_set(handle, "HStream", "1", TRUE, &error) == TRUE)
                 ++saved;
-            }
             EXPECT_NE(error, nullptr);
         });
     }
-    while (saved < 10) {
+    while (saved < 10)
         std::this_thread::yield();
-    }
     ax_parameter_free(handle);
-    for (std::thread& thread : threads) {
+    for (std::thread& thread : threads)
         thread.join();
-    }
     EXPECT_EQ(value_of(open(), "HStream"), "1");
 }
 

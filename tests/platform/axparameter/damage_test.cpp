@@ -9,24 +9,24 @@ class DamagedStore : public StoreFixture {
   protected:
     /** Bytes at `offset` of the file, overwritten; its log has gone into it because the last user closed it. */
     void overwrite(std::streamoff offset, const std::string& bytes) const {
-        std::fstream file(store_, std::ios::in | std::ios::out | std::ios::binary);
+        std::fstream file(m_store, std::ios::in | std::ios::out | std::ios::binary);
         file.seekp(offset);
         file << bytes;
     }
 
     std::string content() const {
-        std::ifstream file(store_, std::ios::binary);
+        std::ifstream file(m_store, std::ios::binary);
         return {std::istreambuf_iterator<char>(file), {}};
     }
 
     /** Opens and gives what was said on stderr. */
     std::string message_of_opening() {
         testing::internal::CaptureStderr();
-        handle_ = open();
+        m_handle = open();
         return testing::internal::GetCapturedStderr();
     }
 
-    ParameterHandle handle_;
+    ParameterHandle m_handle;
 };
 
 TEST_F(DamagedStore, AFileThatIsNoDatabaseIsKeptAsideAndTheDefaultsReturn) {
@@ -34,23 +34,23 @@ TEST_F(DamagedStore, AFileThatIsNoDatabaseIsKeptAsideAndTheDefaultsReturn) {
     const std::string message = message_of_opening();
     const auto kept = files_with(".damaged-");
     ASSERT_EQ(kept.size(), 1U);
-    EXPECT_EQ(message, "korvex axparameter: the parameter store " + store_.string() +
+    EXPECT_EQ(message, "korvex axparameter: the parameter store " + m_store.string() +
                            " is damaged (file is not a database). It was kept as " + kept[0].string() +
                            "; a new one was made with 0 values recovered from it.\n");
     EXPECT_EQ(std::filesystem::file_size(kept[0]), 69U);
-    EXPECT_EQ(value_of(handle_, "MainLoopTime"), "200");
+    EXPECT_EQ(value_of(m_handle, "MainLoopTime"), "200");
 }
 
 TEST_F(DamagedStore, ASoundStoreIsLeftAlone) {
     ASSERT_TRUE(set(open(), "MainLoopTime", "123"));
     EXPECT_EQ(message_of_opening(), "");
-    EXPECT_EQ(value_of(handle_, "MainLoopTime"), "123");
+    EXPECT_EQ(value_of(m_handle, "MainLoopTime"), "123");
 }
 
 TEST_F(DamagedStore, AnEmptyFileIsANewStore) {
     write_file("parameters.sqlite", "");
     EXPECT_EQ(message_of_opening(), "");
-    EXPECT_EQ(value_of(handle_, "MainLoopTime"), "200");
+    EXPECT_EQ(value_of(m_handle, "MainLoopTime"), "200");
 }
 
 TEST_F(DamagedStore, ValuesOutsideABrokenPageAreRecovered) {
@@ -68,11 +68,10 @@ TEST_F(DamagedStore, ValuesOutsideABrokenPageAreRecovered) {
     ASSERT_NE(at, std::string::npos);
     overwrite(static_cast<std::streamoff>(at - at % 4096), std::string(4096, '\xA5'));
     EXPECT_NE(message_of_opening().find("is damaged"), std::string::npos);
-    EXPECT_EQ(value_of(handle_, "EulaAccepted"), "true");
+    EXPECT_EQ(value_of(m_handle, "EulaAccepted"), "true");
     int recovered = 0;
-    for (int i = 0; i < 40; ++i) {
-        recovered += value_of(handle_, ("Extra" + std::to_string(i)).c_str()).size() == 3000 ? 1 : 0;
-    }
+    for (int i = 0; i < 40; ++i)
+        recovered += value_of(m_handle, ("Extra" + std::to_string(i)).c_str()).size() == 3000 ? 1 : 0;
     EXPECT_GE(recovered, 38);
     EXPECT_FALSE(files_with(".damaged-").empty());
 }
@@ -87,18 +86,16 @@ TEST_F(DamagedStore, WhateverBytesAreBrokenItOpensAgainAndTakesValues) {
     for (int round = 0; round < 30; ++round) {
         SCOPED_TRACE(round);
         std::string broken = sound;
-        if (round % 5 == 4) {
+        if (round % 5 == 4)
             broken.resize(below(sound.size()));
-        }
-        for (int i = 0; i < 12 && !broken.empty(); ++i) {
+        for (int i = 0; i < 12 && !broken.empty(); ++i)
             broken[below(broken.size())] = static_cast<char>(below(256));
-        }
         write_file("parameters.sqlite", broken);
         message_of_opening();
-        ASSERT_TRUE(handle_);
-        EXPECT_TRUE(set(handle_, "MainLoopTime", "321"));
-        EXPECT_EQ(value_of(handle_, "MainLoopTime"), "321");
-        handle_.reset();
+        ASSERT_TRUE(m_handle);
+        EXPECT_TRUE(set(m_handle, "MainLoopTime", "321"));
+        EXPECT_EQ(value_of(m_handle, "MainLoopTime"), "321");
+        m_handle.reset();
         EXPECT_EQ(value_of(open(), "MainLoopTime"), "321");
     }
 }
@@ -107,10 +104,9 @@ TEST_F(DamagedStore, DamageUnderAnOpenHandleIsRepairedByTheNextOperation) {
     const auto handle = open();
     ASSERT_TRUE(set(handle, "MainLoopTime", "222"));
     const auto second = open();
-    for (const auto& file : files_with("-wal")) {
+    for (const auto& file : files_with("-wal"))
         std::filesystem::remove(file);
-    }
-    std::filesystem::remove(store_);
+    std::filesystem::remove(m_store);
     write_file("parameters.sqlite", "no database");
     testing::internal::CaptureStderr();
     EXPECT_TRUE(set(handle, "MainLoopTime", "333"));

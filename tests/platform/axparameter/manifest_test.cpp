@@ -17,9 +17,8 @@ class ManifestFile : public StoreFixture {
         g_autoptr(GError) error = nullptr;
         EXPECT_FALSE(read_manifest(path, manifest, &error)) << content;
         EXPECT_TRUE(manifest.parameters.empty());
-        if (error == nullptr) {
+        if (error == nullptr)
             return "no error";
-        }
         const std::string start = "The manifest " + path.string() + " ";
         EXPECT_EQ(std::string(error->message).rfind(start, 0), 0U) << error->message;
         return std::string(error->message).substr(start.size());
@@ -31,9 +30,8 @@ TEST_F(ManifestFile, ThePackageDeclaresSeventyParametersOnceEach) {
     ASSERT_TRUE(read_manifest(KORVEX_MANIFEST, manifest, nullptr));
     EXPECT_EQ(manifest.package, "korvex_orvel");
     std::set<std::string> names;
-    for (const auto& parameter : manifest.parameters) {
+    for (const auto& parameter : manifest.parameters)
         names.insert(parameter.name);
-    }
     EXPECT_EQ(names.size(), 70U);
 }
 
@@ -43,9 +41,8 @@ TEST_F(ManifestFile, TheDeclaredZonesAndAreaLieInTheDeclaredPicture) {
     int coordinates = 0;
     for (const auto& parameter : manifest.parameters) {
         const bool point = parameter.name.starts_with("Detection1") || parameter.name.starts_with("Exclusion");
-        if (!point || parameter.kind != Kind::integer) {
+        if (!point || parameter.kind != Kind::integer)
             continue;
-        }
         const int value = std::stoi(parameter.default_value);
         EXPECT_GE(value, 0) << parameter.name;
         EXPECT_LT(value, parameter.name.ends_with("x") ? 1280 : 720) << parameter.name;
@@ -74,12 +71,12 @@ TEST_F(ManifestFile, FilesOfAnotherShapeAreRefusedWithTheReason) {
 }
 
 TEST_F(ManifestFile, AMissingFileIsAnErrorThatNamesIt) {
-    setenv("KORVEX_AXPARAMETER_MANIFEST", (folder_ / "none.json").c_str(), 1);
+    setenv("KORVEX_AXPARAMETER_MANIFEST", (m_folder / "none.json").c_str(), 1);
     g_autoptr(GError) error = nullptr;
     EXPECT_EQ(ax_parameter_new("korvex_orvel", &error), nullptr);
     ASSERT_NE(error, nullptr);
     EXPECT_NE(std::string(error->message).find("none.json cannot be read"), std::string::npos) << error->message;
-    EXPECT_FALSE(std::filesystem::exists(store_));
+    EXPECT_FALSE(std::filesystem::exists(m_store));
 }
 
 TEST_F(ManifestFile, WithoutTheVariableTheSourceTreesManifestIsRead) {

@@ -20,9 +20,8 @@ class ParameterTool : public StoreFixture {
         Outcome outcome{};
         FILE* pipe = popen(("exec 2>&1\n" + command).c_str(), "r");
         std::array<char, 256> part{};
-        while (std::fgets(part.data(), part.size(), pipe) != nullptr) {
+        while (std::fgets(part.data(), part.size(), pipe) != nullptr)
             outcome.text += part.data();
-        }
         const int status = pclose(pipe);
         outcome.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
         return outcome;
@@ -30,15 +29,15 @@ class ParameterTool : public StoreFixture {
 
     static Outcome tool(const std::string& arguments) { return run(KORVEX_PARAMETER_TOOL " " + arguments); }
 
-    /** A shell command where `folder_` is a disk of its own; its size in bytes. */
+    /** A shell command where `m_folder` is a disk of its own; its size in bytes. */
     Outcome on_a_disk(int size, const std::string& command) const {
-        return run("bwrap --dev-bind / / --size " + std::to_string(size) + " --tmpfs '" + folder_.string() +
+        return run("bwrap --dev-bind / / --size " + std::to_string(size) + " --tmpfs '" + m_folder.string() +
                    "' sh -c '" + command + "'");
     }
 
     std::string no_room() const {
-        return "The parameter store " + store_.string() + " cannot be written: there is no room in " +
-               folder_.string() + " for the settings, so make some.\n";
+        return "The parameter store " + m_store.string() + " cannot be written: there is no room in " +
+               m_folder.string() + " for the settings, so make some.\n";
     }
 };
 
@@ -68,9 +67,8 @@ TEST_F(ParameterTool, RefusesWhatWouldNotDoAndChangesNothing) {
         EXPECT_EQ(outcome.status, 1);
     }
     EXPECT_EQ(value_of(open(), "Sensitivity"), "0.350000");
-    for (const char* longest : {"1", "3600000"}) {
+    for (const char* longest : {"1", "3600000"})
         EXPECT_EQ(tool(std::string("MainLoopTime=") + longest).status, 0);
-    }
 }
 
 TEST_F(ParameterTool, EndsWithOneSentenceWhereTheStoreCannotBeMade) {
@@ -89,11 +87,11 @@ TEST_F(ParameterTool, EndsWithOneSentenceOnADiskThatIsNearlyFullAndGoesOnWhenItI
     if (on_a_disk(1 << 20, "true").status != 0) {
         GTEST_SKIP() << "this system lets nobody make a disk of his own: " << on_a_disk(1 << 20, "true").text;
     }
-    const std::string fill = "head -c 16M /dev/zero 2>/dev/null >" + (folder_ / "rest").string();
-    const std::string leave_8k = "truncate -s -8192 " + (folder_ / "rest").string();
+    const std::string fill = "head -c 16M /dev/zero 2>/dev/null >" + (m_folder / "rest").string();
+    const std::string leave_8k = "truncate -s -8192 " + (m_folder / "rest").string();
     const Outcome outcome =
         on_a_disk(4 << 20, KORVEX_PARAMETER_TOOL " EulaAccepted=true; " + fill + "; " + leave_8k + "; " +
-                               KORVEX_PARAMETER_TOOL " EulaAccepted; echo $?; rm " + (folder_ / "rest").string() +
+                               KORVEX_PARAMETER_TOOL " EulaAccepted; echo $?; rm " + (m_folder / "rest").string() +
                                "; " KORVEX_PARAMETER_TOOL " EulaAccepted; echo $?");
     EXPECT_EQ(outcome.text, no_room() + "1\ntrue\n0\n");
 }

@@ -20,18 +20,15 @@ int give_up(const GError* error) {
 int main(int argc, char** argv) {
     g_autoptr(GError) error = nullptr;
     AXParameter* const parameter = ax_parameter_new("korvex_orvel", &error);
-    if (parameter == nullptr) {
+    if (parameter == nullptr)
         return give_up(error);
-    }
     for (unsigned value = 1;; ++value) {
         for (int i = 1; i < argc; ++i) {
-            if (ax_parameter_set(parameter, argv[i], std::to_string(value).c_str(), TRUE, &error) == FALSE) {
+            if (ax_parameter_set(parameter, argv[i], std::to_string(value).c_str(), TRUE, &error) == FALSE)
                 return give_up(error);
-            }
             const std::string line = std::string(argv[i]) + " " + std::to_string(value) + "\n";
-            if (write(STDOUT_FILENO, line.data(), line.size()) < 0) {
+            if (write(STDOUT_FILENO, line.data(), line.size()) < 0)
                 return 0;
-            }
         }
     }
 }

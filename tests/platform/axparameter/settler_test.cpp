@@ -14,16 +14,13 @@ using host_parameters::Settler;
 TEST(ParameterSettler, SettlesOnceAfterTheLastOfManyWrites) {
     std::atomic<int> settled = 0;
     Settler settler([&] { ++settled; }, 200ms);
-    for (int i = 0; i < 50; ++i) {
+    for (int i = 0; i < 50; ++i)
         settler.written();
-    }
-    while (settled == 0) {
+    while (settled == 0)
         std::this_thread::sleep_for(1ms);
-    }
     settler.written();
-    while (settled == 1) {
+    while (settled == 1)
         std::this_thread::sleep_for(1ms);
-    }
     EXPECT_LT(settled, 25) << "of 51 writes";
 }
 
@@ -46,12 +43,10 @@ TEST(ParameterSettler, ItsThreadBlocksEverySignal) {
         },
         1ms);
     settler.written();
-    while (!done) {
+    while (!done)
         std::this_thread::sleep_for(1ms);
-    }
-    for (const int signal : {SIGTERM, SIGINT, SIGHUP, SIGUSR1, SIGCHLD}) {
+    for (const int signal : {SIGTERM, SIGINT, SIGHUP, SIGUSR1, SIGCHLD})
         EXPECT_EQ(sigismember(&blocked, signal), 1) << signal;
-    }
 }
 
 } // namespace

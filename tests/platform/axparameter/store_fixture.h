@@ -21,12 +21,12 @@ class StoreFixture : public testing::Test {
   protected:
     StoreFixture() {
         std::string pattern = (std::filesystem::temp_directory_path() / "korvex_store_XXXXXX").string();
-        folder_ = mkdtemp(pattern.data());
-        store_ = folder_ / "parameters.sqlite";
-        setenv("KORVEX_AXPARAMETER_STORE", store_.c_str(), 1);
+        m_folder = mkdtemp(pattern.data());
+        m_store = m_folder / "parameters.sqlite";
+        setenv("KORVEX_AXPARAMETER_STORE", m_store.c_str(), 1);
         setenv("KORVEX_AXPARAMETER_MANIFEST", KORVEX_MANIFEST, 1);
     }
-    ~StoreFixture() override { std::filesystem::remove_all(folder_); }
+    ~StoreFixture() override { std::filesystem::remove_all(m_folder); }
 
     static ParameterHandle open(const char* group = "korvex_orvel") {
         g_autoptr(GError) error = nullptr;
@@ -38,9 +38,8 @@ class StoreFixture : public testing::Test {
     static std::string value_of(const ParameterHandle& handle, const char* name) {
         g_autofree gchar* value = nullptr;
         g_autoptr(GError) error = nullptr;
-        if (ax_parameter_get(handle.get(), name, &value, &error) == FALSE) {
+        if (ax_parameter_get(handle.get(), name, &value, &error) == FALSE)
             return std::string("error: ") + error->message;
-        }
         return value;
     }
 
@@ -51,20 +50,19 @@ class StoreFixture : public testing::Test {
     /** Files beside the store whose name contains `part`. */
     std::vector<std::filesystem::path> files_with(const std::string& part) const {
         std::vector<std::filesystem::path> found;
-        for (const auto& entry : std::filesystem::directory_iterator(folder_)) {
-            if (entry.path().filename().string().find(part) != std::string::npos) {
+        for (const auto& entry : std::filesystem::directory_iterator(m_folder)) {
+            if (entry.path().filename().string().find(part) != std::string::npos)
                 found.push_back(entry.path());
-            }
         }
         return found;
     }
 
     std::filesystem::path write_file(const std::string& name, const std::string& content) const {
-        const auto path = folder_ / name;
+        const auto path = m_folder / name;
         std::ofstream(path, std::ios::binary) << content;
         return path;
     }
 
-    std::filesystem::path folder_;
-    std::filesystem::path store_;
+    std::filesystem::path m_folder;
+    std::filesystem::path m_store;
 };

@@ -14,7 +14,6 @@
 #include <random>
 
 namespace korvex::larod::test {
-
 namespace {
 
 using testing::EndsWith;

@@ -10,7 +10,6 @@
 #include <array>
 
 namespace korvex::larod {
-
 namespace {
 
 using testing::HasSubstr;

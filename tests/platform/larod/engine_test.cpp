@@ -1,11 +1,10 @@
 #include "platform/larod/engine.h"
-#include "platform/larod/engine_location.h"
+#include "platform/larod/service_settings.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 namespace korvex::larod::test {
-
 namespace {
 
 using testing::HasSubstr;

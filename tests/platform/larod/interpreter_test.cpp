@@ -1,5 +1,5 @@
-#include "platform/larod/engine_location.h"
 #include "platform/larod/interpreter.h"
+#include "platform/larod/service_settings.h"
 #include "tests/platform/larod/test_models.h"
 
 #include <gmock/gmock.h>
@@ -8,7 +8,6 @@
 #include <algorithm>
 
 namespace korvex::larod::test {
-
 namespace {
 
 using testing::ElementsAre;

@@ -13,7 +13,6 @@
 #include <memory>
 
 namespace korvex::larod::test {
-
 namespace {
 
 using testing::HasSubstr;

@@ -12,7 +12,6 @@
 #include <stdexcept>
 
 namespace korvex::larod::test {
-
 namespace {
 
 using testing::HasSubstr;

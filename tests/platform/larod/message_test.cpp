@@ -7,7 +7,6 @@
 #include <array>
 
 namespace korvex::larod::test {
-
 namespace {
 
 using namespace std::chrono_literals;

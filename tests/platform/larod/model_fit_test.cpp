@@ -9,7 +9,6 @@
 #include <fstream>
 
 namespace korvex::larod::test {
-
 namespace {
 
 TEST(ModelFit, accepts_the_default_model_and_one_with_the_same_tensors) {

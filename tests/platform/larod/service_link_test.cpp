@@ -8,7 +8,6 @@
 #include <random>
 
 namespace korvex::larod::test {
-
 namespace {
 
 using testing::AnyOf;

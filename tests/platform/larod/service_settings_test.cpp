@@ -6,7 +6,6 @@
 #include <thread>
 
 namespace korvex::larod::test {
-
 namespace {
 
 using namespace std::chrono_literals;

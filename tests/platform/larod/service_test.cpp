@@ -11,7 +11,6 @@
 #include <memory>
 
 namespace korvex::larod::test {
-
 namespace {
 
 using testing::HasSubstr;

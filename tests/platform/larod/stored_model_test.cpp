@@ -8,7 +8,6 @@
 #include <array>
 
 namespace korvex::larod::test {
-
 namespace {
 
 using testing::HasSubstr;

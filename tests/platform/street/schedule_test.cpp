@@ -11,30 +11,29 @@
 
 namespace {
 
-using host_scene::actor;
-using host_scene::kind;
+using host_scene::Actor;
+using host_scene::Kind;
 
 constexpr double step = 0.04;
 
-bool is_vehicle(const actor& each) {
-    return each.what != kind::person;
+bool is_vehicle(const Actor& each) {
+    return each.what != Kind::person;
 }
 
-double centre_y(const actor& each) {
+double centre_y(const Actor& each) {
     return each.ground - host_scene::height_of(each.what) * each.scale / 2.0;
 }
 
 /** Even-odd crossing count, unlike the application's winding number. */
-bool is_in_area(const actor& each) {
+bool is_in_area(const Actor& each) {
     const double y = centre_y(each);
     bool inside = false;
     const auto& area = host_scene::suggested_area;
     for (std::size_t i = 0; i < area.size(); ++i) {
         const auto& from = area[i];
         const auto& to = area[(i + 1) % area.size()];
-        if ((from.y > y) != (to.y > y) && each.x < from.x + (y - from.y) * (to.x - from.x) / (to.y - from.y)) {
+        if ((from.y > y) != (to.y > y) && each.x < from.x + (y - from.y) * (to.x - from.x) / (to.y - from.y))
             inside = !inside;
-        }
     }
     return inside;
 }
@@ -50,15 +49,13 @@ std::map<int, visit> visits() {
     std::map<int, visit> all;
     std::map<int, double> last_x;
     for (double seconds = 90.0; seconds < 190.0; seconds += step) {
-        for (const actor& each : host_scene::actors_at(seconds)) {
-            if (!is_vehicle(each) || !is_in_area(each)) {
+        for (const Actor& each : host_scene::actors_at(seconds)) {
+            if (!is_vehicle(each) || !is_in_area(each))
                 continue;
-            }
             visit& its = all.try_emplace(each.id, visit{seconds, seconds}).first->second;
             its.left = seconds;
-            if (last_x.contains(each.id) && last_x[each.id] == each.x) {
+            if (last_x.contains(each.id) && last_x[each.id] == each.x)
                 its.stood += step;
-            }
             last_x[each.id] = each.x;
         }
     }
@@ -84,15 +81,13 @@ TEST(ScheduleTest, TheAreaIsFreeOfVehiclesForFourSecondsBeforeEachStay) {
     const auto all = visits();
     int stays = 0;
     for (const auto& [id, its] : all) {
-        if (its.stood == 0.0 || its.entered < 94.1) {
+        if (its.stood == 0.0 || its.entered < 94.1)
             continue;
-        }
         ++stays;
         double free_since = 90.0;
         for (const auto& [other, before] : all) {
-            if (before.entered < its.entered) {
+            if (before.entered < its.entered)
                 free_since = std::max(free_since, before.left);
-            }
         }
         EXPECT_GE(its.entered - free_since, 4.0) << id;
     }
@@ -101,12 +96,12 @@ TEST(ScheduleTest, TheAreaIsFreeOfVehiclesForFourSecondsBeforeEachStay) {
 
 TEST(ScheduleTest, NoVehicleHidesAnother) {
     for (double seconds = 90.0; seconds < 180.0; seconds += step) {
-        std::vector<actor> vehicles = host_scene::actors_at(seconds);
-        std::erase_if(vehicles, [](const actor& each) { return !is_vehicle(each); });
+        std::vector<Actor> vehicles = host_scene::actors_at(seconds);
+        std::erase_if(vehicles, [](const Actor& each) { return !is_vehicle(each); });
         for (std::size_t i = 0; i < vehicles.size(); ++i) {
             for (std::size_t j = i + 1; j < vehicles.size(); ++j) {
-                const actor& a = vehicles[i];
-                const actor& b = vehicles[j];
+                const Actor& a = vehicles[i];
+                const Actor& b = vehicles[j];
                 const double wide =
                     (host_scene::length_of(a.what) * a.scale + host_scene::length_of(b.what) * b.scale) / 2;
                 const double tall =
@@ -132,11 +127,11 @@ TEST(ScheduleTest, RepeatsItselfUnderNewIds) {
 }
 
 TEST(ScheduleTest, AnIdBelongsToOneAppearanceThatMovesWithoutJumps) {
-    std::map<int, actor> last;
+    std::map<int, Actor> last;
     std::set<int> gone;
     for (double seconds = 0.0; seconds < 200.0; seconds += step) {
-        std::map<int, actor> now;
-        for (const actor& each : host_scene::actors_at(seconds)) {
+        std::map<int, Actor> now;
+        for (const Actor& each : host_scene::actors_at(seconds)) {
             EXPECT_TRUE(now.emplace(each.id, each).second) << "twice at once: " << each.id;
             EXPECT_FALSE(gone.contains(each.id)) << each.id;
             const auto before = last.find(each.id);
@@ -145,9 +140,8 @@ TEST(ScheduleTest, AnIdBelongsToOneAppearanceThatMovesWithoutJumps) {
             }
         }
         for (const auto& [id, each] : last) {
-            if (!now.contains(id)) {
+            if (!now.contains(id))
                 gone.insert(id);
-            }
         }
         last = std::move(now);
     }

@@ -11,12 +11,12 @@
 
 namespace {
 
-using host_scene::street_scene;
-using host_scene::truth_object;
+using host_scene::StreetScene;
+using host_scene::TruthObject;
 
 constexpr std::size_t pixel_count = std::size_t{1280} * 720;
 
-std::vector<std::uint8_t> nv12_at(street_scene& scene, double seconds) {
+std::vector<std::uint8_t> nv12_at(StreetScene& scene, double seconds) {
     std::vector<std::uint8_t> pixels(static_cast<std::size_t>(scene.width()) *
                                      static_cast<std::size_t>(scene.height()) * 3 / 2);
     scene.draw_nv12(seconds, pixels.data());
@@ -24,8 +24,8 @@ std::vector<std::uint8_t> nv12_at(street_scene& scene, double seconds) {
 }
 
 TEST(StreetSceneTest, DrawsTheSameBytesForTheSameMomentInAnyOrder) {
-    street_scene once(1280, 720);
-    street_scene again(1280, 720);
+    StreetScene once(1280, 720);
+    StreetScene again(1280, 720);
     const auto first = nv12_at(once, 12.36);
     nv12_at(again, 80.0);
     EXPECT_EQ(first, nv12_at(again, 12.36));
@@ -33,12 +33,12 @@ TEST(StreetSceneTest, DrawsTheSameBytesForTheSameMomentInAnyOrder) {
 }
 
 TEST(StreetSceneTest, FramesDifferFromOneToTheNext) {
-    street_scene scene(1280, 720);
+    StreetScene scene(1280, 720);
     EXPECT_NE(nv12_at(scene, 1.0), nv12_at(scene, 1.04));
 }
 
 TEST(StreetSceneTest, KeepsLumaAndChromaWithinTheVideoRange) {
-    street_scene scene(1280, 720);
+    StreetScene scene(1280, 720);
     const auto pixels = nv12_at(scene, 48.0);
     const auto luma_end = pixels.begin() + static_cast<std::ptrdiff_t>(pixel_count);
     const auto [lowest, highest] = std::minmax_element(pixels.begin(), luma_end);
@@ -48,8 +48,8 @@ TEST(StreetSceneTest, KeepsLumaAndChromaWithinTheVideoRange) {
 }
 
 TEST(StreetSceneTest, DrawsAnySizeAndScalesItsTruthWithIt) {
-    street_scene large(1280, 720);
-    street_scene small(640, 360);
+    StreetScene large(1280, 720);
+    StreetScene small(640, 360);
     EXPECT_EQ(nv12_at(small, 3.0).size(), std::size_t{640} * 360 * 3 / 2);
     const auto full = large.truth(48.0);
     const auto half = small.truth(48.0);
@@ -63,7 +63,7 @@ TEST(StreetSceneTest, DrawsAnySizeAndScalesItsTruthWithIt) {
 }
 
 TEST(StreetSceneTest, SurvivesMomentsThatAreNone) {
-    street_scene scene(64, 36);
+    StreetScene scene(64, 36);
     for (const double odd : {-5.0, std::nan(""), HUGE_VAL, 1e300}) {
         nv12_at(scene, odd);
         scene.truth(odd);
@@ -72,7 +72,7 @@ TEST(StreetSceneTest, SurvivesMomentsThatAreNone) {
 }
 
 /** Pixels that something other than the background covers, found by comparing with a moment at which they are free. */
-std::vector<bool> changed_pixels(street_scene& scene, double seconds, double other) {
+std::vector<bool> changed_pixels(StreetScene& scene, double seconds, double other) {
     std::vector<std::uint32_t> shown(pixel_count);
     std::vector<std::uint32_t> reference(pixel_count);
     scene.draw_rgb(seconds, shown.data());
@@ -89,12 +89,12 @@ std::vector<bool> changed_pixels(street_scene& scene, double seconds, double oth
 }
 
 TEST(StreetSceneTest, DrawsEveryVehicleWhereTheTruthSays) {
-    street_scene scene(1280, 720);
+    StreetScene scene(1280, 720);
     // Each stopped vehicle against the empty middle of the road at 20 s.
     for (const double moment : {7.0, 30.0, 60.0}) {
         const auto changed = changed_pixels(scene, moment, 20.0);
         const auto truth = scene.truth(moment);
-        const auto stopped = std::find_if(truth.begin(), truth.end(), [](const truth_object& each) {
+        const auto stopped = std::find_if(truth.begin(), truth.end(), [](const TruthObject& each) {
             return each.class_index != 0 && std::abs(each.left + each.width / 2 - 640.0) < 1.0 && each.top > 400.0;
         });
         ASSERT_NE(stopped, truth.end()) << moment;
@@ -119,10 +119,10 @@ TEST(StreetSceneTest, DrawsEveryVehicleWhereTheTruthSays) {
 }
 
 TEST(StreetSceneTest, ShowsEveryKindWithinOneCycle) {
-    const street_scene scene(1280, 720);
+    const StreetScene scene(1280, 720);
     std::map<int, int> seen;
     for (double seconds = 0.0; seconds < host_scene::cycle_seconds; seconds += 0.5) {
-        for (const truth_object& each : scene.truth(seconds)) {
+        for (const TruthObject& each : scene.truth(seconds)) {
             ++seen[each.class_index];
             EXPECT_GE(each.left, 0.0);
             EXPECT_LE(each.left + each.width, 1280.0);

@@ -17,14 +17,12 @@ std::string offered() {
     VdoChannel* channel = vdo_channel_get(1, &error);
     VdoResolutionSet* set = vdo_channel_get_resolutions(channel, nullptr, &error);
     g_object_unref(channel);
-    if (set == nullptr) {
+    if (set == nullptr)
         return take_message(error);
-    }
     std::string text;
-    for (gsize i = 0; i < set->count; ++i) {
+    for (gsize i = 0; i < set->count; ++i)
         text += (i == 0 ? "" : " ") + std::to_string(set->resolutions[i].width) + "x" +
                 std::to_string(set->resolutions[i].height);
-    }
     g_free(set);
     return text;
 }

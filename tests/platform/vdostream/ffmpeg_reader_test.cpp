@@ -16,26 +16,26 @@
 namespace {
 
 using test_video::luma_at;
-using test_video::temporary_folder;
+using test_video::TemporaryFolder;
 using test_video::video_file;
-using vdostream::access;
-using vdostream::ffmpeg_reader;
-using vdostream::picture;
-using vdostream::read_result;
+using vdostream::Access;
+using vdostream::FfmpegReader;
+using vdostream::Picture;
+using vdostream::ReadResult;
 
-std::uint8_t middle_of(picture& shown) {
-    const auto bytes = shown.in_geometry({64, 48, 0, vdostream::aspect_rule::stretch});
+std::uint8_t middle_of(Picture& shown) {
+    const auto bytes = shown.in_geometry({64, 48, 0, vdostream::AspectRule::stretch});
     return bytes == nullptr ? std::uint8_t{0} : bytes[std::size_t{64} * 24 + 32];
 }
 
 /** Every picture of the file; fails the test when it does not come to an end. */
-std::vector<std::shared_ptr<picture>> read_all(ffmpeg_reader& reader) {
-    std::vector<std::shared_ptr<picture>> all;
+std::vector<std::shared_ptr<Picture>> read_all(FfmpegReader& reader) {
+    std::vector<std::shared_ptr<Picture>> all;
     for (std::string why;;) {
-        std::shared_ptr<picture> next;
-        const read_result result = reader.read(next, why);
-        if (result != read_result::picture) {
-            EXPECT_EQ(result, read_result::end) << why;
+        std::shared_ptr<Picture> next;
+        const ReadResult result = reader.read(next, why);
+        if (result != ReadResult::picture) {
+            EXPECT_EQ(result, ReadResult::end) << why;
             return all;
         }
         all.push_back(next);
@@ -47,10 +47,10 @@ std::vector<std::shared_ptr<picture>> read_all(ffmpeg_reader& reader) {
 }
 
 TEST(FfmpegReaderTest, ReadsEveryFrameInItsTimeAndBeginsAgain) {
-    const temporary_folder folder;
+    const TemporaryFolder folder;
     video_file file{folder / "five.avi"};
     test_video::write_video(file);
-    ffmpeg_reader reader(file.path, access::file);
+    FfmpegReader reader(file.path, Access::file);
     for (int round = 0; round < 2; ++round) {
         std::string why;
         ASSERT_TRUE(reader.open(why)) << why;
@@ -85,13 +85,13 @@ TEST(FfmpegReaderTest, MakesAVideoUprightThatWasTakenWithTheCameraOnItsSide) {
         {"mirrored", {-one, 0, 0, 0, one, 0, 0, 0, 1 << 30}, corner::top_right, false},
         {"upside down", {one, 0, 0, 0, -one, 0, 0, 0, 1 << 30}, corner::bottom_left, false},
     };
-    const temporary_folder folder;
+    const TemporaryFolder folder;
     for (const auto& each : cases) {
         SCOPED_TRACE(each.name);
         video_file file{folder / "turned.mov", 64, 48, 1};
         file.matrix = each.matrix;
         test_video::write_video(file);
-        ffmpeg_reader reader(file.path, access::file);
+        FfmpegReader reader(file.path, Access::file);
         std::string why;
         ASSERT_TRUE(reader.open(why)) << why;
         const std::size_t width = each.on_its_side ? 48 : 64;
@@ -101,7 +101,7 @@ TEST(FfmpegReaderTest, MakesAVideoUprightThatWasTakenWithTheCameraOnItsSide) {
         const auto all = read_all(reader);
         ASSERT_EQ(all.size(), 1U);
         const auto bytes =
-            all[0]->in_geometry({static_cast<int>(width), static_cast<int>(height), 0, vdostream::aspect_rule::fit});
+            all[0]->in_geometry({static_cast<int>(width), static_cast<int>(height), 0, vdostream::AspectRule::fit});
         const std::size_t corners[] = {0, width - 1, width * height - 1, width * (height - 1)};
         EXPECT_EQ(bytes[corners[static_cast<std::size_t>(each.first)]], luma_at(0, 0, 0));
         EXPECT_EQ(bytes[corners[(static_cast<std::size_t>(each.first) + 2) % 4]], luma_at(0, 63, 47));
@@ -111,7 +111,7 @@ TEST(FfmpegReaderTest, MakesAVideoUprightThatWasTakenWithTheCameraOnItsSide) {
 TEST(FfmpegReaderTest, ReadsADisplayMatrixToTheNearestRightAngle) {
     struct {
         std::array<std::int32_t, 9> matrix;
-        vdostream::orientation expected;
+        vdostream::Orientation expected;
     } const cases[] = {
         {{one, 0, 0, 0, one, 0, 0, 0, 1}, {false, 0}},
         {{0, 5, 0, -5, 0, 0, 7, 7, 1}, {false, 90}},
@@ -123,24 +123,22 @@ TEST(FfmpegReaderTest, ReadsADisplayMatrixToTheNearestRightAngle) {
         {{one, one, 0, one, one, 0, 0, 0, 1}, {false, 0}},
         {{INT32_MIN, 0, 0, 0, INT32_MIN, 0, 0, 0, 1}, {false, 180}},
     };
-    for (const auto& each : cases) {
+    for (const auto& each : cases)
         EXPECT_EQ(vdostream::orientation_of(each.matrix.data()), each.expected) << testing::PrintToString(each.matrix);
-    }
 }
 
 TEST(FfmpegReaderTest, TakesOddSizesAndFullRangePictures) {
-    const temporary_folder folder;
+    const TemporaryFolder folder;
     for (const char* codec : {"ffv1", "mjpeg"}) {
         video_file file{folder / (std::string(codec) + ".avi"), 65, 33, 3, 25, codec};
         test_video::write_video(file);
-        ffmpeg_reader reader(file.path, access::file);
+        FfmpegReader reader(file.path, Access::file);
         std::string why;
         ASSERT_TRUE(reader.open(why)) << why;
         const auto all = read_all(reader);
         ASSERT_EQ(all.size(), 3U);
-        for (const auto& each : all) {
-            EXPECT_NE(each->in_geometry({64, 48, 0, vdostream::aspect_rule::fit}), nullptr);
-        }
+        for (const auto& each : all)
+            EXPECT_NE(each->in_geometry({64, 48, 0, vdostream::AspectRule::fit}), nullptr);
         // The full range's 64 is nearer to black in the limited one's terms: 16 + 64 * 219 / 255.
         const double raw = luma_at(0, 33, 16);
         EXPECT_NEAR(middle_of(*all[0]), std::string(codec) == "mjpeg" ? 16 + raw * 219 / 255 : raw, 4.0);
@@ -151,17 +149,16 @@ TEST(FfmpegReaderTest, WritesNothingBehindTheBytesOfANarrowPicture) {
     constexpr std::size_t room = 4096;
     constexpr std::uint8_t untouched = 238;
     for (int width = 1; width <= 40; ++width) {
-        const vdostream::frame_handle frame(av_frame_alloc());
+        const platform::FrameHandle frame(av_frame_alloc());
         frame->format = AV_PIX_FMT_YUV422P;
         frame->width = width;
         frame->height = 16;
         ASSERT_EQ(av_frame_get_buffer(frame.get(), 0), 0);
-        for (int plane = 0; plane < 3; ++plane) {
+        for (int plane = 0; plane < 3; ++plane)
             std::fill_n(frame->data[plane], frame->linesize[plane] * frame->height, std::uint8_t{100});
-        }
         std::vector<std::uint8_t> pixels(room, untouched);
         pixels.resize(0);
-        vdostream::nv12_converter converter;
+        vdostream::Nv12Converter converter;
         ASSERT_TRUE(converter.convert(*frame, pixels));
         ASSERT_EQ(pixels.capacity(), room);
         // The memory behind the last element is the vector's own; what lies there was put there above.
@@ -171,7 +168,7 @@ TEST(FfmpegReaderTest, WritesNothingBehindTheBytesOfANarrowPicture) {
 }
 
 TEST(FfmpegReaderTest, FollowsAChangeOfResolutionInTheMiddle) {
-    const temporary_folder folder;
+    const TemporaryFolder folder;
     video_file small{folder / "small.mjpeg", 64, 48, 3, 25, "mjpeg"};
     video_file large{folder / "large.mjpeg", 128, 32, 3, 25, "mjpeg"};
     test_video::write_video(small);
@@ -180,22 +177,21 @@ TEST(FfmpegReaderTest, FollowsAChangeOfResolutionInTheMiddle) {
     const std::vector<char> rest = test_video::read_file(large.path);
     both.insert(both.end(), rest.begin(), rest.end());
     test_video::write_file(folder / "both.mjpeg", both);
-    ffmpeg_reader reader(folder / "both.mjpeg", access::file);
+    FfmpegReader reader(folder / "both.mjpeg", Access::file);
     std::string why;
     ASSERT_TRUE(reader.open(why)) << why;
     const auto all = read_all(reader);
     ASSERT_EQ(all.size(), 6U);
-    const vdostream::geometry shape{64, 48, 0, vdostream::aspect_rule::fit};
+    const vdostream::Geometry shape{64, 48, 0, vdostream::AspectRule::fit};
     // The wide pictures leave bars above and below; the others fill the frame.
     EXPECT_GT(all[0]->in_geometry(shape)[32], 30);
     EXPECT_EQ(all[5]->in_geometry(shape)[32], 16);
-    for (std::size_t i = 1; i < all.size(); ++i) {
+    for (std::size_t i = 1; i < all.size(); ++i)
         EXPECT_GT(all[i]->seconds, all[i - 1]->seconds);
-    }
 }
 
 TEST(FfmpegReaderTest, ComesToTheEndOfDamagedFiles) {
-    const temporary_folder folder;
+    const TemporaryFolder folder;
     video_file file{folder / "whole.avi", 64, 48, 20, 25, "mpeg4"};
     test_video::write_video(file);
     const std::vector<char> whole = test_video::read_file(file.path);
@@ -204,14 +200,12 @@ TEST(FfmpegReaderTest, ComesToTheEndOfDamagedFiles) {
     std::mt19937 random(seed);
     for (int round = 0; round < 25; ++round) {
         std::vector<char> damaged = whole;
-        for (int hits = 0; hits < 1 + round * 4; ++hits) {
+        for (int hits = 0; hits < 1 + round * 4; ++hits)
             damaged[random() % damaged.size()] = static_cast<char>(random());
-        }
-        if (round % 3 == 0) {
+        if (round % 3 == 0)
             damaged.resize(random() % damaged.size());
-        }
         test_video::write_file(folder / "damaged.avi", damaged);
-        ffmpeg_reader reader(folder / "damaged.avi", access::file);
+        FfmpegReader reader(folder / "damaged.avi", Access::file);
         std::string why;
         if (!reader.open(why)) {
             EXPECT_NE(why, "");
@@ -221,20 +215,20 @@ TEST(FfmpegReaderTest, ComesToTheEndOfDamagedFiles) {
         for (const auto& each : read_all(reader)) {
             EXPECT_GT(each->seconds, last);
             last = each->seconds;
-            each->in_geometry({64, 48, 90, vdostream::aspect_rule::crop});
+            each->in_geometry({64, 48, 90, vdostream::AspectRule::crop});
         }
     }
 }
 
 TEST(FfmpegReaderTest, PassesOverPicturesThatWouldTakeTheMachinesMemory) {
-    const temporary_folder folder;
+    const TemporaryFolder folder;
     for (const auto& [side, pictures] : {std::pair{8192U, 1U}, std::pair{8194U, 0U}}) {
         // Black; the zeros are a hole in the file and take no room.
         const std::string path = folder / (std::to_string(side) + ".pgm");
         const std::string header = "P5 " + std::to_string(side) + " " + std::to_string(side) + " 255\n";
         test_video::write_file(path, {header.begin(), header.end()});
         std::filesystem::resize_file(path, header.size() + std::uintmax_t{side} * side);
-        ffmpeg_reader reader(path, access::file);
+        FfmpegReader reader(path, Access::file);
         std::string why;
         // The decoder knows the size in advance here; in the middle of a video it finds out picture by picture.
         const std::size_t shown = reader.open(why) ? read_all(reader).size() : 0;
@@ -243,7 +237,7 @@ TEST(FfmpegReaderTest, PassesOverPicturesThatWouldTakeTheMachinesMemory) {
 }
 
 TEST(FfmpegReaderTest, SaysWhyAFileIsNoVideo) {
-    const temporary_folder folder;
+    const TemporaryFolder folder;
     test_video::write_file(folder / "text.avi", {'n', 'o', ' ', 'v', 'i', 'd', 'e', 'o'});
     test_video::write_file(folder / "empty.avi", {});
     struct {
@@ -256,7 +250,7 @@ TEST(FfmpegReaderTest, SaysWhyAFileIsNoVideo) {
         {folder / "", "cannot be opened \\(.+\\)"},
     };
     for (const auto& each : cases) {
-        ffmpeg_reader reader(each.path, access::file);
+        FfmpegReader reader(each.path, Access::file);
         std::string why;
         EXPECT_FALSE(reader.open(why)) << each.path;
         EXPECT_THAT(why, testing::MatchesRegex(each.why));
@@ -264,8 +258,8 @@ TEST(FfmpegReaderTest, SaysWhyAFileIsNoVideo) {
 }
 
 TEST(FfmpegReaderTest, AsksACameraForItsVideoOnly) {
-    const test_video::rtsp_camera camera;
-    ffmpeg_reader reader(camera.url(), access::rtsp);
+    const test_video::RtspCamera camera;
+    FfmpegReader reader(camera.url(), Access::rtsp);
     std::string why;
     EXPECT_FALSE(reader.open(why));
     EXPECT_EQ(camera.wanted_tracks(), std::vector<std::string>{"video"});
@@ -273,10 +267,10 @@ TEST(FfmpegReaderTest, AsksACameraForItsVideoOnly) {
 
 TEST(FfmpegReaderTest, ACameraThatIsNotThereIsAnErrorToo) {
     std::string why;
-    ffmpeg_reader nowhere("rtsp://127.0.0.1:1/none", access::rtsp);
+    FfmpegReader nowhere("rtsp://127.0.0.1:1/none", Access::rtsp);
     EXPECT_FALSE(nowhere.open(why));
     EXPECT_EQ(why, "cannot be opened (Connection refused)");
-    ffmpeg_reader nothing("/dev/video-none", access::v4l2);
+    FfmpegReader nothing("/dev/video-none", Access::v4l2);
     EXPECT_FALSE(nothing.open(why));
     EXPECT_EQ(why, "cannot be opened (No such file or directory)");
 }

@@ -11,7 +11,7 @@
 #include <vector>
 
 namespace vdostream {
-void PrintTo(const geometry& shape, std::ostream* out) {
+void PrintTo(const Geometry& shape, std::ostream* out) {
     *out << shape.width << 'x' << shape.height << " turned " << shape.rotation << " aspect "
          << static_cast<int>(shape.aspect);
 }
@@ -19,22 +19,21 @@ void PrintTo(const geometry& shape, std::ostream* out) {
 
 namespace {
 
-using vdostream::aspect_rule;
-using vdostream::geometry;
-using vdostream::nv12_view;
+using vdostream::AspectRule;
+using vdostream::Geometry;
+using vdostream::Nv12View;
 
 /** A smooth picture, so that any sensible filter gives nearly the same; U and V differ. */
-struct smooth_picture {
+struct SmoothPicture {
     int width;
     int height;
     std::vector<std::uint8_t> luma;
     std::vector<std::uint8_t> chroma;
 
-    smooth_picture(int w, int h) : width(w), height(h) {
+    SmoothPicture(int w, int h) : width(w), height(h) {
         for (int y = 0; y < h; ++y) {
-            for (int x = 0; x < w; ++x) {
+            for (int x = 0; x < w; ++x)
                 luma.push_back(static_cast<std::uint8_t>(40.0 + 100.0 * x / w + 70.0 * y / h));
-            }
         }
         for (int y = 0; y < (h + 1) / 2; ++y) {
             for (int x = 0; x < (w + 1) / 2; ++x) {
@@ -43,7 +42,7 @@ struct smooth_picture {
             }
         }
     }
-    nv12_view view() const { return {luma.data(), width, chroma.data(), (width + 1) / 2 * 2, width, height}; }
+    Nv12View view() const { return {luma.data(), width, chroma.data(), (width + 1) / 2 * 2, width, height}; }
 };
 
 struct sample {
@@ -53,7 +52,7 @@ struct sample {
 };
 
 /** From a point of the upright picture, in fractions, to the one that is stored. */
-void take_from_upright(const vdostream::orientation& upright, double& fx, double& fy) {
+void take_from_upright(const vdostream::Orientation& upright, double& fx, double& fy) {
     for (int turned = 0; turned < upright.turn; turned += 90) {
         const double before = fx;
         fx = fy;
@@ -66,7 +65,7 @@ void take_from_upright(const vdostream::orientation& upright, double& fx, double
  * The naive model: where in the picture (fractions) the centre of frame pixel (x, y) comes from, in real numbers; false
  * on a bar. `margin` is set near an edge of the bars, where rounding to even pixels decides.
  */
-bool source_of(const nv12_view& picture, const geometry& shape, int x, int y, double& fx, double& fy, bool& margin) {
+bool source_of(const Nv12View& picture, const Geometry& shape, int x, int y, double& fx, double& fy, bool& margin) {
     double px = x + 0.5;
     double py = y + 0.5;
     // Undo the clockwise turn.
@@ -82,16 +81,14 @@ bool source_of(const nv12_view& picture, const geometry& shape, int x, int y, do
     }
     double shown_width = picture.width * static_cast<double>(picture.pixel_width);
     double shown_height = picture.height * static_cast<double>(picture.pixel_height);
-    if (picture.upright.lies_on_its_side()) {
+    if (picture.upright.lies_on_its_side())
         std::swap(shown_width, shown_height);
-    }
     double factor_x = shape.width / shown_width;
     double factor_y = shape.height / shown_height;
-    if (shape.aspect == aspect_rule::fit) {
+    if (shape.aspect == AspectRule::fit)
         factor_x = factor_y = std::min(factor_x, factor_y);
-    } else if (shape.aspect == aspect_rule::crop) {
+    else if (shape.aspect == AspectRule::crop)
         factor_x = factor_y = std::max(factor_x, factor_y);
-    }
     fx = (px - shape.width / 2.0) / (factor_x * shown_width) + 0.5;
     fy = (py - shape.height / 2.0) / (factor_y * shown_height) + 0.5;
     const double edge_x = 3.0 / (factor_x * shown_width);
@@ -103,16 +100,15 @@ bool source_of(const nv12_view& picture, const geometry& shape, int x, int y, do
     return shown;
 }
 
-sample expected_at(const nv12_view& picture, const geometry& shape, int x, int y, bool& margin) {
+sample expected_at(const Nv12View& picture, const Geometry& shape, int x, int y, bool& margin) {
     double fx = 0.0;
     double fy = 0.0;
-    if (!source_of(picture, shape, x, y, fx, fy, margin)) {
+    if (!source_of(picture, shape, x, y, fx, fy, margin))
         return {16.0, 128.0, 128.0};
-    }
     return {40.0 + 100.0 * fx + 70.0 * fy, 60.0 + 100.0 * fx, 200.0 - 100.0 * fy};
 }
 
-void expect_like_the_naive_model(const smooth_picture& picture, const nv12_view& view, const geometry& shape) {
+void expect_like_the_naive_model(const SmoothPicture& picture, const Nv12View& view, const Geometry& shape) {
     SCOPED_TRACE(testing::PrintToString(shape) + " of " + std::to_string(picture.width) + "x" +
                  std::to_string(picture.height));
     std::vector<std::uint8_t> frame(vdostream::frame_size(shape), 77);
@@ -126,9 +122,8 @@ void expect_like_the_naive_model(const smooth_picture& picture, const nv12_view&
         for (int x = 0; x < width; ++x) {
             bool margin = false;
             const sample expected = expected_at(view, shape, x, y, margin);
-            if (margin) {
+            if (margin)
                 continue;
-            }
             ++compared;
             const auto luma = static_cast<std::size_t>(y * width + x);
             const auto chroma = static_cast<std::size_t>(width * height + y / 2 * width + x / 2 * 2);
@@ -142,10 +137,10 @@ void expect_like_the_naive_model(const smooth_picture& picture, const nv12_view&
 }
 
 TEST(GeometryTest, EveryAspectAndRotationIsLikeTheNaiveModel) {
-    const smooth_picture wide(320, 180);
-    const smooth_picture tall(120, 200);
-    for (const smooth_picture* picture : {&wide, &tall}) {
-        for (const aspect_rule aspect : {aspect_rule::fit, aspect_rule::crop, aspect_rule::stretch}) {
+    const SmoothPicture wide(320, 180);
+    const SmoothPicture tall(120, 200);
+    for (const SmoothPicture* picture : {&wide, &tall}) {
+        for (const AspectRule aspect : {AspectRule::fit, AspectRule::crop, AspectRule::stretch}) {
             for (const int rotation : {0, 90, 180, 270}) {
                 expect_like_the_naive_model(*picture, picture->view(), {160, 120, rotation, aspect});
                 expect_like_the_naive_model(*picture, picture->view(), {400, 180, rotation, aspect});
@@ -155,14 +150,14 @@ TEST(GeometryTest, EveryAspectAndRotationIsLikeTheNaiveModel) {
 }
 
 TEST(GeometryTest, APictureThatWasTakenOnItsSideIsMadeUprightFirst) {
-    const smooth_picture wide(320, 180);
-    const smooth_picture odd(121, 201);
-    for (const smooth_picture* picture : {&wide, &odd}) {
-        for (const aspect_rule aspect : {aspect_rule::fit, aspect_rule::crop, aspect_rule::stretch}) {
+    const SmoothPicture wide(320, 180);
+    const SmoothPicture odd(121, 201);
+    for (const SmoothPicture* picture : {&wide, &odd}) {
+        for (const AspectRule aspect : {AspectRule::fit, AspectRule::crop, AspectRule::stretch}) {
             for (const int turn : {0, 90, 180, 270}) {
                 for (const bool flipped : {false, true}) {
                     SCOPED_TRACE(testing::Message() << "upright by " << turn << (flipped ? " and flipped" : ""));
-                    nv12_view view = picture->view();
+                    Nv12View view = picture->view();
                     view.upright = {flipped, turn};
                     expect_like_the_naive_model(*picture, view, {160, 120, 0, aspect});
                     expect_like_the_naive_model(*picture, view, {160, 90, 90, aspect});
@@ -174,18 +169,17 @@ TEST(GeometryTest, APictureThatWasTakenOnItsSideIsMadeUprightFirst) {
 }
 
 TEST(GeometryTest, ANonSquarePixelCountsInTheShape) {
-    const smooth_picture picture(180, 144);
-    nv12_view view = picture.view();
+    const SmoothPicture picture(180, 144);
+    Nv12View view = picture.view();
     view.pixel_width = 16;
     view.pixel_height = 11;
-    for (const aspect_rule aspect : {aspect_rule::fit, aspect_rule::crop}) {
+    for (const AspectRule aspect : {AspectRule::fit, AspectRule::crop})
         expect_like_the_naive_model(picture, view, {320, 180, 0, aspect});
-    }
 }
 
 TEST(GeometryTest, FitPutsBlackBarsExactlyAtBothSides) {
-    const smooth_picture picture(64, 64);
-    const geometry shape{320, 180, 0, aspect_rule::fit};
+    const SmoothPicture picture(64, 64);
+    const Geometry shape{320, 180, 0, AspectRule::fit};
     std::vector<std::uint8_t> frame(vdostream::frame_size(shape));
     ASSERT_TRUE(vdostream::convert(picture.view(), shape, frame.data()));
     for (std::size_t x = 0; x < 320; ++x) {
@@ -196,8 +190,8 @@ TEST(GeometryTest, FitPutsBlackBarsExactlyAtBothSides) {
 }
 
 TEST(GeometryTest, TheSameShapeIsCopiedByteForByte) {
-    const smooth_picture picture(128, 96);
-    const geometry shape{128, 96, 0, aspect_rule::fit};
+    const SmoothPicture picture(128, 96);
+    const Geometry shape{128, 96, 0, AspectRule::fit};
     std::vector<std::uint8_t> frame(vdostream::frame_size(shape));
     ASSERT_TRUE(vdostream::convert(picture.view(), shape, frame.data()));
     std::vector<std::uint8_t> expected = picture.luma;
@@ -213,12 +207,12 @@ TEST(GeometryTest, OddTinyAndHugeShapesStayWithinTheirMemory) {
         return from + static_cast<int>(random() % static_cast<unsigned>(to - from + 1));
     };
     for (int round = 0; round < 150; ++round) {
-        const smooth_picture picture(pick(1, round % 2 == 0 ? 9 : 300), pick(1, round % 3 == 0 ? 9 : 300));
-        nv12_view view = picture.view();
+        const SmoothPicture picture(pick(1, round % 2 == 0 ? 9 : 300), pick(1, round % 3 == 0 ? 9 : 300));
+        Nv12View view = picture.view();
         view.pixel_width = pick(1, 1024);
         view.pixel_height = pick(1, 1024);
         view.upright = {pick(0, 1) == 1, pick(0, 3) * 90};
-        const geometry shape{pick(8, 150) * 2, pick(8, 150) * 2, pick(0, 3) * 90, static_cast<aspect_rule>(pick(0, 2))};
+        const Geometry shape{pick(8, 150) * 2, pick(8, 150) * 2, pick(0, 3) * 90, static_cast<AspectRule>(pick(0, 2))};
         // Exactly as long as the frame, for the sanitizer to watch its end.
         std::vector<std::uint8_t> frame(vdostream::frame_size(shape));
         EXPECT_TRUE(vdostream::convert(view, shape, frame.data())) << testing::PrintToString(shape);

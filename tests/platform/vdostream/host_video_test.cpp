@@ -15,25 +15,24 @@ namespace {
 using test_video::environment;
 using test_video::luma_at;
 using test_video::new_stream;
-using test_video::temporary_folder;
+using test_video::TemporaryFolder;
 using test_video::video_file;
 
-struct unreference {
+struct Unreference {
     void operator()(VdoStream* stream) const { g_object_unref(stream); }
 };
-using stream_handle = std::unique_ptr<VdoStream, unreference>;
+using StreamHandle = std::unique_ptr<VdoStream, Unreference>;
 
-stream_handle started(guint32 width = 64, guint32 height = 48) {
-    stream_handle stream(new_stream({{"width", width}, {"height", height}}));
+StreamHandle started(guint32 width = 64, guint32 height = 48) {
+    StreamHandle stream(new_stream({{"width", width}, {"height", height}}));
     EXPECT_TRUE(vdo_stream_start(stream.get(), nullptr));
     return stream;
 }
 
 std::vector<std::uint8_t> frame_of(VdoStream* stream, std::size_t size = 64 * 48 * 3 / 2) {
     VdoBuffer* buffer = vdo_stream_get_buffer(stream, nullptr);
-    if (buffer == nullptr) {
+    if (buffer == nullptr)
         return {};
-    }
     std::vector<std::uint8_t> bytes(size);
     std::memcpy(bytes.data(), vdo_buffer_get_data(buffer), size);
     vdo_stream_buffer_unref(stream, &buffer, nullptr);
@@ -41,11 +40,11 @@ std::vector<std::uint8_t> frame_of(VdoStream* stream, std::size_t size = 64 * 48
 }
 
 TEST(HostVideoTest, ReplayShowsTheLastFrameAtOrBeforeTheTimeUntilTheFileEnds) {
-    const temporary_folder folder;
+    const TemporaryFolder folder;
     const video_file file{folder / "five.avi"};
     test_video::write_video(file);
     const environment set{{"KORVEX_VDO_SOURCE", file.path}, {"KORVEX_VDO_REPLAY", "1"}};
-    const stream_handle stream = started();
+    const StreamHandle stream = started();
     struct {
         double seconds;
         bool within;
@@ -67,7 +66,7 @@ TEST(HostVideoTest, ReplayOfTheSceneIsTheSameEveryTimeAndNeverEnds) {
     const environment set{{"KORVEX_VDO_SOURCE", "scene"}, {"KORVEX_VDO_REPLAY", "1"}};
     std::vector<std::vector<std::uint8_t>> runs[2];
     for (auto& run : runs) {
-        const stream_handle stream = started(320, 180);
+        const StreamHandle stream = started(320, 180);
         for (int pass = 0; pass < 4; ++pass) {
             EXPECT_TRUE(host_video::replay_advance(pass * 0.2));
             run.push_back(frame_of(stream.get(), 320 * 180 * 3 / 2));
@@ -81,16 +80,16 @@ TEST(HostVideoTest, ReplayOfTheSceneIsTheSameEveryTimeAndNeverEnds) {
 }
 
 TEST(HostVideoTest, StreamsOfOneReplayMoveTogether) {
-    const temporary_folder folder;
+    const TemporaryFolder folder;
     const video_file file{folder / "five.avi"};
     test_video::write_video(file);
     const environment set{{"KORVEX_VDO_SOURCE", file.path}, {"KORVEX_VDO_REPLAY", "1"}};
-    const stream_handle one = started();
-    const stream_handle two = started();
+    const StreamHandle one = started();
+    const StreamHandle two = started();
     EXPECT_TRUE(host_video::replay_advance(0.12));
     EXPECT_EQ(frame_of(one.get())[0], luma_at(3, 0, 0));
     EXPECT_EQ(frame_of(two.get())[0], luma_at(3, 0, 0));
-    const stream_handle three = started();
+    const StreamHandle three = started();
     EXPECT_EQ(frame_of(three.get())[0], luma_at(3, 0, 0));
 }
 
@@ -102,7 +101,7 @@ TEST(HostVideoTest, OnlyWhatHasATimeOfItsOwnCanBeReplayed) {
 }
 
 TEST(HostVideoTest, AFileWithoutFramesGivesNoneInReplay) {
-    const temporary_folder folder;
+    const TemporaryFolder folder;
     const video_file file{folder / "five.avi"};
     test_video::write_video(file);
     std::vector<char> header = test_video::read_file(file.path);
@@ -112,7 +111,7 @@ TEST(HostVideoTest, AFileWithoutFramesGivesNoneInReplay) {
     test_video::write_file(folder / "none.avi", header);
     const environment set{{"KORVEX_VDO_SOURCE", folder / "none.avi"}, {"KORVEX_VDO_REPLAY", "1"}};
     std::string message;
-    const stream_handle stream(new_stream({{"width", 64}, {"height", 48}}, &message));
+    const StreamHandle stream(new_stream({{"width", 64}, {"height", 48}}, &message));
     if (stream == nullptr) {
         EXPECT_NE(message, "");
         return;
@@ -123,15 +122,14 @@ TEST(HostVideoTest, AFileWithoutFramesGivesNoneInReplay) {
 }
 
 TEST(HostVideoTest, AFileLoopsOutsideTheReplay) {
-    const temporary_folder folder;
+    const TemporaryFolder folder;
     const video_file file{folder / "three.avi", 64, 48, 3, 50};
     test_video::write_video(file);
     const environment set{{"KORVEX_VDO_SOURCE", file.path}};
-    const stream_handle stream = started();
+    const StreamHandle stream = started();
     const std::uint64_t handed = host_video::statistics().frames_handed;
-    for (int i = 0; i < 8; ++i) {
+    for (int i = 0; i < 8; ++i)
         EXPECT_FALSE(frame_of(stream.get()).empty()) << i;
-    }
     const host_video::Statistics now = host_video::statistics();
     EXPECT_GE(now.frames_decoded, 8U);
     EXPECT_EQ(now.frames_handed - handed, 8U);

@@ -1,6 +1,6 @@
 #include "tests/platform/vdostream/rtsp_camera.h"
 
-#include "platform/vdostream/ffmpeg_handles.h"
+#include "platform/common/ffmpeg.h"
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
@@ -18,12 +18,11 @@ namespace {
 constexpr int largest_packet = 1400;
 
 void require(bool met, const char* what) {
-    if (!met) {
+    if (!met)
         throw std::runtime_error(std::string("RTSP camera: ") + what);
-    }
 }
 
-struct muxer_closer {
+struct MuxerCloser {
     void operator()(AVFormatContext* format) const {
         av_freep(&format->pb->buffer);
         avio_context_free(&format->pb);
@@ -34,42 +33,41 @@ struct muxer_closer {
 /** The rest of the line after `start`; empty when no line begins so. */
 std::string line_after(const std::string& text, const std::string& start) {
     const auto begin = text.find("\r\n" + start);
-    if (begin == std::string::npos) {
+    if (begin == std::string::npos)
         return "";
-    }
     const auto value = begin + 2 + start.size();
     return text.substr(value, text.find("\r\n", value) - value);
 }
 
 } // namespace
 
-rtsp_camera::rtsp_camera(int pictures) : m_Listener(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+RtspCamera::RtspCamera(int pictures) : m_listener(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
     encode(pictures);
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     socklen_t size = sizeof address;
     auto* any = reinterpret_cast<sockaddr*>(&address);
-    require(bind(m_Listener, any, size) == 0 && listen(m_Listener, 4) == 0 && getsockname(m_Listener, any, &size) == 0,
+    require(bind(m_listener, any, size) == 0 && listen(m_listener, 4) == 0 && getsockname(m_listener, any, &size) == 0,
             "no port");
-    m_Port = ntohs(address.sin_port);
-    m_Thread = std::thread([this] { serve(); });
+    m_port = ntohs(address.sin_port);
+    m_thread = std::thread([this] { serve(); });
 }
 
-rtsp_camera::~rtsp_camera() {
-    shutdown(m_Listener, SHUT_RDWR);
-    m_Thread.join();
-    close(m_Listener);
+RtspCamera::~RtspCamera() {
+    shutdown(m_listener, SHUT_RDWR);
+    m_thread.join();
+    close(m_listener);
 }
 
-std::vector<std::string> rtsp_camera::wanted_tracks() const {
-    const std::lock_guard<std::mutex> guard(m_Lock);
-    return m_Wanted;
+std::vector<std::string> RtspCamera::wanted_tracks() const {
+    const std::lock_guard<std::mutex> guard(m_lock);
+    return m_wanted;
 }
 
-void rtsp_camera::encode(int pictures) {
+void RtspCamera::encode(int pictures) {
     const AVCodec* encoder = avcodec_find_encoder(AV_CODEC_ID_MPEG4);
-    const vdostream::codec_handle codec(avcodec_alloc_context3(encoder));
+    const platform::CodecHandle codec(avcodec_alloc_context3(encoder));
     codec->width = 64;
     codec->height = 48;
     codec->pix_fmt = AV_PIX_FMT_YUV420P;
@@ -86,30 +84,29 @@ void rtsp_camera::encode(int pictures) {
         const auto channel = static_cast<std::uint8_t>(bytes[1] >= first_rtcp ? 1 : 0);
         packet wrapped = {'$', channel, static_cast<std::uint8_t>(size >> 8), static_cast<std::uint8_t>(size)};
         wrapped.insert(wrapped.end(), bytes, bytes + size);
-        static_cast<rtsp_camera*>(self)->m_Packets.push_back(std::move(wrapped));
+        static_cast<RtspCamera*>(self)->m_packets.push_back(std::move(wrapped));
         return size;
     };
     format->pb = avio_alloc_context(buffer, largest_packet, 1, this, nullptr, take, nullptr);
     format->pb->max_packet_size = largest_packet;
-    const std::unique_ptr<AVFormatContext, muxer_closer> muxer(format);
+    const std::unique_ptr<AVFormatContext, MuxerCloser> muxer(format);
     AVStream* stream = avformat_new_stream(format, nullptr);
     require(avcodec_parameters_from_context(stream->codecpar, codec.get()) >= 0, "no parameters");
     require(avformat_write_header(format, nullptr) >= 0, "no header");
     char description[2048] = {};
     require(av_sdp_create(&format, 1, description, sizeof description) >= 0, "no description");
-    m_Description = std::string(description) + "a=control:video\r\n" +
+    m_description = std::string(description) + "a=control:video\r\n" +
                     "m=audio 0 RTP/AVP 97\r\na=rtpmap:97 MPEG4-GENERIC/16000/1\r\na=control:audio\r\n";
 
-    const vdostream::frame_handle frame(av_frame_alloc());
+    const platform::FrameHandle frame(av_frame_alloc());
     frame->format = codec->pix_fmt;
     frame->width = codec->width;
     frame->height = codec->height;
     require(av_frame_get_buffer(frame.get(), 0) >= 0, "no frame");
-    for (int plane = 0; plane < 3; ++plane) {
+    for (int plane = 0; plane < 3; ++plane)
         std::fill_n(frame->data[plane], frame->linesize[plane] * codec->height / (plane == 0 ? 1 : 2),
                     std::uint8_t{128});
-    }
-    const vdostream::packet_handle encoded(av_packet_alloc());
+    const platform::PacketHandle encoded(av_packet_alloc());
     for (int index = 0; index < pictures; ++index) {
         frame->pts = index;
         require(avcodec_send_frame(codec.get(), frame.get()) >= 0, "not encoded");
@@ -121,46 +118,42 @@ void rtsp_camera::encode(int pictures) {
     require(av_write_trailer(format) >= 0, "no end");
 }
 
-void rtsp_camera::serve() {
-    for (int client = 0; (client = accept(m_Listener, nullptr, nullptr)) >= 0; close(client)) {
+void RtspCamera::serve() {
+    for (int client = 0; (client = accept(m_listener, nullptr, nullptr)) >= 0; close(client))
         answer_client(client);
-    }
 }
 
-void rtsp_camera::answer_client(int client) {
+void RtspCamera::answer_client(int client) {
     std::string received;
     char bytes[4096];
     for (ssize_t count = 0; (count = recv(client, bytes, sizeof bytes, 0)) > 0;) {
         received.append(bytes, static_cast<std::size_t>(count));
         for (auto end = received.find("\r\n\r\n"); end != std::string::npos; end = received.find("\r\n\r\n")) {
-            if (!answer(client, received.substr(0, end + 2))) {
+            if (!answer(client, received.substr(0, end + 2)))
                 return;
-            }
             received.erase(0, end + 4);
         }
     }
 }
 
-bool rtsp_camera::answer(int client, const std::string& request) {
+bool RtspCamera::answer(int client, const std::string& request) {
     std::string reply = "RTSP/1.0 200 OK\r\nSession: 1\r\nCSeq:" + line_after(request, "CSeq:") + "\r\n";
     std::string body;
     if (request.starts_with("DESCRIBE")) {
-        body = m_Description;
+        body = m_description;
         reply += "Content-Type: application/sdp\r\nContent-Base: " + url() + "/\r\n";
     } else if (request.starts_with("SETUP")) {
         const bool video = request.substr(0, request.find("\r\n")).find("/video ") != std::string::npos;
         reply += std::string("Transport: RTP/AVP/TCP;unicast;interleaved=") + (video ? "0-1" : "2-3") + "\r\n";
-        const std::lock_guard<std::mutex> guard(m_Lock);
-        m_Wanted.emplace_back(video ? "video" : "audio");
+        const std::lock_guard<std::mutex> guard(m_lock);
+        m_wanted.emplace_back(video ? "video" : "audio");
     }
     const bool plays = request.starts_with("PLAY");
-    if (plays && m_Packets.empty()) {
+    if (plays && m_packets.empty())
         return false;
-    }
     reply += "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
-    for (std::size_t i = 0; plays && i < m_Packets.size(); ++i) {
-        reply.append(m_Packets[i].begin(), m_Packets[i].end());
-    }
+    for (std::size_t i = 0; plays && i < m_packets.size(); ++i)
+        reply.append(m_packets[i].begin(), m_packets[i].end());
     return send(client, reply.data(), reply.size(), MSG_NOSIGNAL) == static_cast<ssize_t>(reply.size()) && !plays;
 }
 

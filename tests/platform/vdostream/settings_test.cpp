@@ -8,11 +8,11 @@
 namespace {
 
 using test_video::environment;
-using vdostream::map_values;
-using vdostream::stream_settings;
+using vdostream::MapValues;
+using vdostream::StreamSettings;
 
 TEST(SettingsTest, TakesEverythingThatIsPossible) {
-    stream_settings settings{};
+    StreamSettings settings{};
     std::string why;
     ASSERT_TRUE(vdostream::read_settings({{"channel", 1},
                                           {"format", 3},
@@ -22,24 +22,24 @@ TEST(SettingsTest, TakesEverythingThatIsPossible) {
                                           {"framerate", 5},
                                           {"buffer.strategy", 3}},
                                          settings, why));
-    EXPECT_EQ(settings.shape, (vdostream::geometry{4096, 16, 270, vdostream::aspect_rule::fit}));
+    EXPECT_EQ(settings.shape, (vdostream::Geometry{4096, 16, 270, vdostream::AspectRule::fit}));
     EXPECT_EQ(settings.framerate, 5U);
     EXPECT_TRUE(settings.explicit_buffers);
     EXPECT_EQ(why, "");
 }
 
 TEST(SettingsTest, HasDefaultsForAllButTheSize) {
-    stream_settings settings{};
+    StreamSettings settings{};
     std::string why;
     ASSERT_TRUE(vdostream::read_settings({{"width", 640}, {"height", 360}}, settings, why));
-    EXPECT_EQ(settings.shape, (vdostream::geometry{640, 360, 0, vdostream::aspect_rule::fit}));
+    EXPECT_EQ(settings.shape, (vdostream::Geometry{640, 360, 0, vdostream::AspectRule::fit}));
     EXPECT_EQ(settings.framerate, 0U);
     EXPECT_FALSE(settings.explicit_buffers);
 }
 
 TEST(SettingsTest, RefusesTheImpossibleAndSaysWhat) {
     struct {
-        map_values asked;
+        MapValues asked;
         const char* why;
     } const cases[] = {
         {{}, "Stream size 0x0 is not possible; both must be even and from 16 to 4096"},
@@ -66,7 +66,7 @@ TEST(SettingsTest, RefusesTheImpossibleAndSaysWhat) {
         {{{"widht", 640}, {"height", 360}}, "Unknown stream setting \"widht\""},
     };
     for (const auto& each : cases) {
-        stream_settings settings{};
+        StreamSettings settings{};
         std::string why;
         EXPECT_FALSE(vdostream::read_settings(each.asked, settings, why)) << each.why;
         EXPECT_EQ(why, each.why);
@@ -74,19 +74,19 @@ TEST(SettingsTest, RefusesTheImpossibleAndSaysWhat) {
 }
 
 TEST(SettingsTest, ReadsTheAspectFromTheEnvironment) {
-    using vdostream::aspect_rule;
+    using vdostream::AspectRule;
     struct {
         const char* variable;
         bool accepted;
-        aspect_rule aspect;
-    } const cases[] = {{"", true, aspect_rule::fit},
-                       {"fit", true, aspect_rule::fit},
-                       {"crop", true, aspect_rule::crop},
-                       {"stretch", true, aspect_rule::stretch},
-                       {"Fit", false, aspect_rule::fit}};
+        AspectRule aspect;
+    } const cases[] = {{"", true, AspectRule::fit},
+                       {"fit", true, AspectRule::fit},
+                       {"crop", true, AspectRule::crop},
+                       {"stretch", true, AspectRule::stretch},
+                       {"Fit", false, AspectRule::fit}};
     for (const auto& each : cases) {
         const environment set{{"KORVEX_VDO_ASPECT", each.variable}};
-        stream_settings settings{};
+        StreamSettings settings{};
         std::string why;
         EXPECT_EQ(vdostream::read_settings({{"width", 640}, {"height", 360}}, settings, why), each.accepted);
         if (each.accepted) {

@@ -10,10 +10,10 @@
 namespace {
 
 using test_video::environment;
-using test_video::temporary_folder;
+using test_video::TemporaryFolder;
 
 std::string name_in(const std::string& text) {
-    const temporary_folder folder;
+    const TemporaryFolder folder;
     test_video::write_file(folder / "source", {text.begin(), text.end()});
     const environment set{{"KORVEX_VDO_SOURCE_FILE", folder / "source"}, {"KORVEX_VDO_SOURCE", "scene"}};
     std::string name;
@@ -45,7 +45,7 @@ TEST(SourceNameTest, AFileThatGivesNoneIsAnErrorAndNotAWait) {
                 testing::EndsWith("source must be an ordinary one whose first line is a video source, such as "
                                   "rtsp://camera/stream"));
     EXPECT_THAT(name_in("\nrtsp://camera/live\n"), testing::HasSubstr("must be an ordinary one"));
-    const temporary_folder folder;
+    const TemporaryFolder folder;
     ASSERT_EQ(mkfifo((folder / "pipe").c_str(), 0600), 0);
     for (const auto& [file, reason] : {std::pair{"pipe", "must be an ordinary one"},
                                        {"missing", "cannot be read: No such file or directory"},
@@ -72,7 +72,7 @@ int check_video(const std::string& source, const std::string& source_file = "") 
 }
 
 TEST(SourceNameTest, IsWhatTheCheckOfTheVideoLooksAt) {
-    const temporary_folder folder;
+    const TemporaryFolder folder;
     test_video::write_video({folder / "five.avi"});
     const auto in_file = [&](const std::string& text) {
         test_video::write_file(folder / "source", {text.begin(), text.end()});

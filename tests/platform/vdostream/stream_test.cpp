@@ -16,50 +16,50 @@ namespace {
 
 using namespace std::chrono_literals;
 using test_video::environment;
-using test_video::grey_picture;
+using test_video::GreyPicture;
 using test_video::new_stream;
-using test_video::scripted_reader;
+using test_video::ScriptedReader;
 using test_video::take_message;
-using vdostream::picture;
-using vdostream::read_result;
+using vdostream::Picture;
+using vdostream::ReadResult;
 
-constexpr vdostream::stream_settings small = {{32, 24, 0, vdostream::aspect_rule::stretch}, 0, false};
-constexpr vdostream::stream_settings small_explicit = {{32, 24, 0, vdostream::aspect_rule::stretch}, 0, true};
+constexpr vdostream::StreamSettings small = {{32, 24, 0, vdostream::AspectRule::stretch}, 0, false};
+constexpr vdostream::StreamSettings small_explicit = {{32, 24, 0, vdostream::AspectRule::stretch}, 0, true};
 
-struct unreference {
+struct Unreference {
     void operator()(VdoStream* stream) const { g_object_unref(stream); }
 };
-using stream_handle = std::unique_ptr<VdoStream, unreference>;
+using StreamHandle = std::unique_ptr<VdoStream, Unreference>;
 
 constexpr int endless = 1000000;
 
-/** 100 pictures a second, each one step brighter than the last; none beyond `last`, then silence. Where that is
-   awaited, a get waits for `patience`; otherwise as long as a busy machine needs. */
-std::shared_ptr<vdostream::video_source> brightening(int last = endless, bool started = true,
-                                                     std::chrono::milliseconds patience = 10min) {
-    auto reader = std::make_unique<scripted_reader>();
-    scripted_reader* spy = reader.get();
-    reader->on_read = [spy, last, index = 0](std::shared_ptr<picture>& next, std::string& why) mutable {
-        while (index == last && !spy->is_cancelled()) {
+/**
+ * 100 pictures a second, each one step brighter than the last; none beyond `last`, then silence. Where that is
+ * awaited, a get waits for `patience`; otherwise as long as a busy machine needs.
+ */
+std::shared_ptr<vdostream::VideoSource> brightening(int last = endless, bool started = true,
+                                                    std::chrono::milliseconds patience = 10min) {
+    auto reader = std::make_unique<ScriptedReader>();
+    ScriptedReader* spy = reader.get();
+    reader->on_read = [spy, last, index = 0](std::shared_ptr<Picture>& next, std::string& why) mutable {
+        while (index == last && !spy->is_cancelled())
             std::this_thread::sleep_for(1ms);
-        }
         if (index == last) {
             why = "was given up";
-            return read_result::lost;
+            return ReadResult::lost;
         }
-        next = std::make_shared<grey_picture>(static_cast<std::uint8_t>(index));
+        next = std::make_shared<GreyPicture>(static_cast<std::uint8_t>(index));
         next->seconds = index++ / 100.0;
-        return read_result::picture;
+        return ReadResult::picture;
     };
-    vdostream::source_timing timing;
+    vdostream::SourceTiming timing;
     timing.patience = patience;
     timing.silence = patience; // after a wait in vain nothing is young enough to be given again
-    auto source = vdostream::video_source::make("grey", std::move(reader), false, timing);
+    auto source = vdostream::VideoSource::make("grey", std::move(reader), false, timing);
     std::string why;
     EXPECT_TRUE(source->open(why)) << why;
-    if (started) {
+    if (started)
         source->start();
-    }
     return source;
 }
 
@@ -74,25 +74,25 @@ std::string get_error(VdoStream* stream) {
 }
 
 TEST(StreamTest, ReportsTheSettingsInEffect) {
-    const stream_handle stream(
+    const StreamHandle stream(
         new_stream({{"channel", 1}, {"format", 3}, {"width", 800}, {"height", 450}, {"rotation", 90}}));
     ASSERT_NE(stream, nullptr);
     EXPECT_TRUE(vdo_stream_attach(stream.get(), nullptr, nullptr));
     VdoMap* settings = vdo_stream_get_settings(stream.get(), nullptr);
-    EXPECT_EQ(*settings->state, (vdostream::map_values{{"buffer.strategy", 4},
-                                                       {"channel", 1},
-                                                       {"format", 3},
-                                                       {"framerate", 25},
-                                                       {"height", 450},
-                                                       {"rotation", 90},
-                                                       {"width", 800}}));
+    EXPECT_EQ(*settings->state, (vdostream::MapValues{{"buffer.strategy", 4},
+                                                      {"channel", 1},
+                                                      {"format", 3},
+                                                      {"framerate", 25},
+                                                      {"height", 450},
+                                                      {"rotation", 90},
+                                                      {"width", 800}}));
     g_object_unref(settings);
 }
 
 TEST(StreamTest, ReportsTheRateAskedForButNoMoreThanTheSourceHas) {
     const std::pair<guint32, guint32> cases[] = {{0, 25}, {5, 5}, {25, 25}, {60, 25}};
     for (const auto& [asked, reported] : cases) {
-        const stream_handle stream(new_stream({{"width", 640}, {"height", 360}, {"framerate", asked}}));
+        const StreamHandle stream(new_stream({{"width", 640}, {"height", 360}, {"framerate", asked}}));
         VdoMap* settings = vdo_stream_get_settings(stream.get(), nullptr);
         EXPECT_EQ(vdo_map_get_uint32(settings, "framerate", 0), reported);
         g_object_unref(settings);
@@ -110,7 +110,7 @@ TEST(StreamTest, RefusesWhatItCannotDoWithAnError) {
 }
 
 TEST(StreamTest, HandsOutEachPictureOnceAndInOrder) {
-    const stream_handle stream(vdostream::make_stream(small, nullptr, brightening()));
+    const StreamHandle stream(vdostream::make_stream(small, nullptr, brightening()));
     ASSERT_TRUE(vdo_stream_start(stream.get(), nullptr));
     int last = -1;
     for (int i = 0; i < 20; ++i) {
@@ -125,11 +125,10 @@ TEST(StreamTest, HandsOutEachPictureOnceAndInOrder) {
 
 TEST(StreamTest, HandsTheNewestToACallerThatComesLate) {
     const auto source = brightening(10, true, 300ms);
-    const stream_handle stream(vdostream::make_stream(small, nullptr, source));
+    const StreamHandle stream(vdostream::make_stream(small, nullptr, source));
     vdo_stream_start(stream.get(), nullptr);
-    while (source->frames_decoded() < 10) {
+    while (source->frames_decoded() < 10)
         std::this_thread::sleep_for(1ms);
-    }
     VdoBuffer* buffer = vdo_stream_get_buffer(stream.get(), nullptr);
     ASSERT_NE(buffer, nullptr);
     EXPECT_EQ(grey_of(buffer), 9);
@@ -137,9 +136,9 @@ TEST(StreamTest, HandsTheNewestToACallerThatComesLate) {
 }
 
 TEST(StreamTest, ALowerRateSkipsPicturesEvenly) {
-    vdostream::stream_settings slow = small;
+    vdostream::StreamSettings slow = small;
     slow.framerate = 40;
-    const stream_handle stream(vdostream::make_stream(slow, nullptr, brightening()));
+    const StreamHandle stream(vdostream::make_stream(slow, nullptr, brightening()));
     vdo_stream_start(stream.get(), nullptr);
     int previous = -1;
     for (int i = 0; i < 12; ++i) {
@@ -156,7 +155,7 @@ TEST(StreamTest, ALowerRateSkipsPicturesEvenly) {
 
 TEST(StreamTest, NeedsToBeStartedAndNotStopped) {
     GError* error = nullptr;
-    const stream_handle stream(vdostream::make_stream(small, nullptr, brightening(endless, false)));
+    const StreamHandle stream(vdostream::make_stream(small, nullptr, brightening(endless, false)));
     EXPECT_EQ(get_error(stream.get()), "The stream is not running");
     ASSERT_TRUE(vdo_stream_start(stream.get(), &error));
     VdoBuffer* buffer = vdo_stream_get_buffer(stream.get(), &error);
@@ -173,21 +172,20 @@ TEST(StreamTest, AStopFromAnotherThreadWakesAGetThatWaits) {
     // Many times, to meet the moment between the look and the sleep as well.
     for (int round = 0; round < 20; ++round) {
         for (const auto& settings : {small, small_explicit}) {
-            auto reader = std::make_unique<scripted_reader>();
-            scripted_reader* spy = reader.get();
-            reader->on_read = [spy](std::shared_ptr<picture>&, std::string& why) {
-                while (!spy->is_cancelled()) {
+            auto reader = std::make_unique<ScriptedReader>();
+            ScriptedReader* spy = reader.get();
+            reader->on_read = [spy](std::shared_ptr<Picture>&, std::string& why) {
+                while (!spy->is_cancelled())
                     std::this_thread::sleep_for(1ms);
-                }
                 why = "was given up";
-                return read_result::lost;
+                return ReadResult::lost;
             };
-            vdostream::source_timing timing;
+            vdostream::SourceTiming timing;
             timing.patience = 10min;
-            auto source = vdostream::video_source::make("never", std::move(reader), false, timing);
+            auto source = vdostream::VideoSource::make("never", std::move(reader), false, timing);
             std::string why;
             ASSERT_TRUE(source->open(why));
-            const stream_handle stream(vdostream::make_stream(settings, nullptr, source));
+            const StreamHandle stream(vdostream::make_stream(settings, nullptr, source));
             vdo_stream_start(stream.get(), nullptr);
             std::thread stopper([&stream, round] {
                 std::this_thread::sleep_for(std::chrono::microseconds(round * 50));
@@ -210,7 +208,7 @@ TEST(StreamTest, ToleratesNothing) {
     EXPECT_FALSE(vdo_stream_buffer_enqueue(nullptr, nullptr, nullptr));
     EXPECT_EQ(vdo_buffer_get_data(nullptr), nullptr);
     vdo_stream_stop(nullptr);
-    const stream_handle stream(vdostream::make_stream(small, nullptr, brightening()));
+    const StreamHandle stream(vdostream::make_stream(small, nullptr, brightening()));
     VdoBuffer* none = nullptr;
     EXPECT_FALSE(vdo_stream_buffer_unref(stream.get(), &none, &error));
     EXPECT_EQ(take_message(error), "No video buffer was given");
@@ -219,8 +217,8 @@ TEST(StreamTest, ToleratesNothing) {
 
 TEST(StreamTest, ABufferOfAnotherStreamIsRefusedAndStaysValid) {
     const auto source = brightening();
-    const stream_handle owner(vdostream::make_stream(small, nullptr, source));
-    const stream_handle other(vdostream::make_stream(small, nullptr, source));
+    const StreamHandle owner(vdostream::make_stream(small, nullptr, source));
+    const StreamHandle other(vdostream::make_stream(small, nullptr, source));
     vdo_stream_start(owner.get(), nullptr);
     VdoBuffer* buffer = vdo_stream_get_buffer(owner.get(), nullptr);
     ASSERT_NE(buffer, nullptr);
@@ -232,7 +230,7 @@ TEST(StreamTest, ABufferOfAnotherStreamIsRefusedAndStaysValid) {
 }
 
 TEST(StreamTest, BuffersThatNeverComeBackStopNothingAndFillNoMemory) {
-    const stream_handle stream(vdostream::make_stream(small, nullptr, brightening()));
+    const StreamHandle stream(vdostream::make_stream(small, nullptr, brightening()));
     vdo_stream_start(stream.get(), nullptr);
     int alive = 0;
     VdoBuffer* newest = nullptr;
@@ -249,7 +247,7 @@ TEST(StreamTest, BuffersThatNeverComeBackStopNothingAndFillNoMemory) {
 }
 
 TEST(StreamTest, ABufferMayBeDroppedDirectlyOrOutliveItsStream) {
-    stream_handle stream(vdostream::make_stream(small, nullptr, brightening()));
+    StreamHandle stream(vdostream::make_stream(small, nullptr, brightening()));
     vdo_stream_start(stream.get(), nullptr);
     g_object_unref(vdo_stream_get_buffer(stream.get(), nullptr));
     VdoBuffer* kept = vdo_stream_get_buffer(stream.get(), nullptr);
@@ -262,8 +260,8 @@ TEST(StreamTest, ABufferMayBeDroppedDirectlyOrOutliveItsStream) {
 
 TEST(StreamTest, StreamsOfOneGeometryShareOneConversion) {
     const auto source = brightening(1);
-    const stream_handle one(vdostream::make_stream(small, nullptr, source));
-    const stream_handle two(vdostream::make_stream(small, nullptr, source));
+    const StreamHandle one(vdostream::make_stream(small, nullptr, source));
+    const StreamHandle two(vdostream::make_stream(small, nullptr, source));
     vdo_stream_start(one.get(), nullptr);
     vdo_stream_start(two.get(), nullptr);
     VdoBuffer* first = vdo_stream_get_buffer(one.get(), nullptr);
@@ -274,7 +272,7 @@ TEST(StreamTest, StreamsOfOneGeometryShareOneConversion) {
 }
 
 TEST(StreamTest, ExplicitBuffersAreFilledInTheOrderOfTheirEnqueueing) {
-    const stream_handle stream(vdostream::make_stream(small_explicit, nullptr, brightening(endless, true, 300ms)));
+    const StreamHandle stream(vdostream::make_stream(small_explicit, nullptr, brightening(endless, true, 300ms)));
     std::vector<VdoBuffer*> buffers;
     for (int i = 0; i < 3; ++i) {
         buffers.push_back(vdo_stream_buffer_alloc(stream.get(), nullptr, nullptr));
@@ -299,7 +297,7 @@ TEST(StreamTest, ExplicitBuffersAreFilledInTheOrderOfTheirEnqueueing) {
 }
 
 TEST(StreamTest, AnEnqueuedBufferStaysEnqueuedWhenNothingCame) {
-    const stream_handle stream(vdostream::make_stream(small_explicit, nullptr, brightening(1, true, 300ms)));
+    const StreamHandle stream(vdostream::make_stream(small_explicit, nullptr, brightening(1, true, 300ms)));
     VdoBuffer* buffer = vdo_stream_buffer_alloc(stream.get(), nullptr, nullptr);
     vdo_stream_buffer_enqueue(stream.get(), buffer, nullptr);
     vdo_stream_start(stream.get(), nullptr);
@@ -312,7 +310,7 @@ TEST(StreamTest, AnEnqueuedBufferStaysEnqueuedWhenNothingCame) {
 }
 
 TEST(StreamTest, AWaitingGetTakesABufferThatIsEnqueuedLater) {
-    const stream_handle stream(vdostream::make_stream(small_explicit, nullptr, brightening()));
+    const StreamHandle stream(vdostream::make_stream(small_explicit, nullptr, brightening()));
     VdoBuffer* buffer = vdo_stream_buffer_alloc(stream.get(), nullptr, nullptr);
     vdo_stream_start(stream.get(), nullptr);
     std::thread helper([&] { vdo_stream_buffer_enqueue(stream.get(), buffer, nullptr); });
@@ -321,22 +319,21 @@ TEST(StreamTest, AWaitingGetTakesABufferThatIsEnqueuedLater) {
 }
 
 TEST(StreamTest, ABufferGivenBackWhileItWaitsForItsPictureIsNotHandedOut) {
-    auto reader = std::make_unique<scripted_reader>();
+    auto reader = std::make_unique<ScriptedReader>();
     std::atomic<bool> give_picture = false;
-    reader->on_read = [spy = reader.get(), &give_picture](std::shared_ptr<picture>& next, std::string& why) {
-        while (!give_picture && !spy->is_cancelled()) {
+    reader->on_read = [spy = reader.get(), &give_picture](std::shared_ptr<Picture>& next, std::string& why) {
+        while (!give_picture && !spy->is_cancelled())
             std::this_thread::sleep_for(1ms);
-        }
         why = "was given up";
-        next = std::make_shared<grey_picture>(std::uint8_t{9});
-        return give_picture.exchange(false) ? read_result::picture : read_result::lost;
+        next = std::make_shared<GreyPicture>(std::uint8_t{9});
+        return give_picture.exchange(false) ? ReadResult::picture : ReadResult::lost;
     };
-    vdostream::source_timing timing;
+    vdostream::SourceTiming timing;
     timing.patience = 10min;
-    auto source = vdostream::video_source::make("grey", std::move(reader), false, timing);
+    auto source = vdostream::VideoSource::make("grey", std::move(reader), false, timing);
     std::string why;
     ASSERT_TRUE(source->open(why)) << why;
-    const stream_handle stream(vdostream::make_stream(small_explicit, nullptr, source));
+    const StreamHandle stream(vdostream::make_stream(small_explicit, nullptr, source));
     VdoBuffer* buffer = vdo_stream_buffer_alloc(stream.get(), nullptr, nullptr);
     VdoBuffer* const taken = buffer;
     ASSERT_TRUE(vdo_stream_buffer_enqueue(stream.get(), buffer, nullptr));
@@ -344,9 +341,8 @@ TEST(StreamTest, ABufferGivenBackWhileItWaitsForItsPictureIsNotHandedOut) {
     std::string message;
     std::thread getter([&] { message = get_error(stream.get()); });
     // It is taken, and waits for a picture, once it may be enqueued again.
-    while (vdo_stream_buffer_enqueue(stream.get(), taken, nullptr) == FALSE) {
+    while (vdo_stream_buffer_enqueue(stream.get(), taken, nullptr) == FALSE)
         std::this_thread::sleep_for(1ms);
-    }
     EXPECT_TRUE(vdo_stream_buffer_unref(stream.get(), &buffer, nullptr));
     give_picture = true;
     getter.join();
@@ -354,7 +350,7 @@ TEST(StreamTest, ABufferGivenBackWhileItWaitsForItsPictureIsNotHandedOut) {
 }
 
 TEST(StreamTest, OnlyExplicitStreamsDealInBuffers) {
-    const stream_handle stream(vdostream::make_stream(small, nullptr, brightening()));
+    const StreamHandle stream(vdostream::make_stream(small, nullptr, brightening()));
     GError* error = nullptr;
     EXPECT_EQ(vdo_stream_buffer_alloc(stream.get(), nullptr, &error), nullptr);
     EXPECT_EQ(take_message(error), "Only a stream with \"buffer.strategy\" 3 has buffers of the caller's");
@@ -367,7 +363,7 @@ TEST(StreamTest, OnlyExplicitStreamsDealInBuffers) {
 TEST(StreamTest, TheFinalizerIsCalledForEveryExplicitBuffer) {
     int gone[2] = {0, 0};
     const VdoBufferFinalizer count = [](gpointer opaque) { ++*static_cast<int*>(opaque); };
-    stream_handle stream(vdostream::make_stream(small_explicit, count, brightening()));
+    StreamHandle stream(vdostream::make_stream(small_explicit, count, brightening()));
     VdoBuffer* given_back = vdo_stream_buffer_alloc(stream.get(), &gone[0], nullptr);
     vdo_stream_buffer_alloc(stream.get(), &gone[1], nullptr);
     EXPECT_TRUE(vdo_stream_buffer_unref(stream.get(), &given_back, nullptr));
@@ -385,25 +381,22 @@ TEST(StreamTest, ManyStreamsAndThreadsShareOneSource) {
         readers.emplace_back([&source, &frames, i] {
             auto settings = i % 2 == 0 ? small : small_explicit;
             settings.shape.width += i / 2 * 16;
-            const stream_handle stream(vdostream::make_stream(settings, nullptr, source));
+            const StreamHandle stream(vdostream::make_stream(settings, nullptr, source));
             vdo_stream_start(stream.get(), nullptr);
             VdoBuffer* own =
                 settings.explicit_buffers ? vdo_stream_buffer_alloc(stream.get(), nullptr, nullptr) : nullptr;
             for (int n = 0; n < 20; ++n) {
-                if (own != nullptr) {
+                if (own != nullptr)
                     vdo_stream_buffer_enqueue(stream.get(), own, nullptr);
-                }
                 VdoBuffer* buffer = vdo_stream_get_buffer(stream.get(), nullptr);
                 frames += buffer != nullptr ? 1 : 0;
-                if (own == nullptr) {
+                if (own == nullptr)
                     vdo_stream_buffer_unref(stream.get(), &buffer, nullptr);
-                }
             }
         });
     }
-    for (std::thread& each : readers) {
+    for (std::thread& each : readers)
         each.join();
-    }
     EXPECT_EQ(frames, 80);
 }
 

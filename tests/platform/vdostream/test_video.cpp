@@ -1,6 +1,6 @@
 #include "tests/platform/vdostream/test_video.h"
 
-#include "platform/vdostream/ffmpeg_handles.h"
+#include "platform/common/ffmpeg.h"
 
 #include <cstring>
 #include <fstream>
@@ -11,12 +11,11 @@ namespace test_video {
 namespace {
 
 void require(bool met, const std::string& what) {
-    if (!met) {
+    if (!met)
         throw std::runtime_error("test video: " + what);
-    }
 }
 
-struct muxer_closer {
+struct MuxerCloser {
     void operator()(AVFormatContext* format) const {
         avio_closep(&format->pb);
         avformat_free_context(format);
@@ -24,53 +23,49 @@ struct muxer_closer {
 };
 
 void set_or_unset(const std::string& name, const std::optional<std::string>& value) {
-    if (value) {
+    if (value)
         setenv(name.c_str(), value->c_str(), 1);
-    } else {
+    else
         unsetenv(name.c_str());
-    }
 }
 
 void fill(AVFrame& frame, int index) {
     for (int y = 0; y < frame.height; ++y) {
-        for (int x = 0; x < frame.width; ++x) {
+        for (int x = 0; x < frame.width; ++x)
             frame.data[0][y * frame.linesize[0] + x] = luma_at(index, x, y);
-        }
     }
     for (int plane = 1; plane < 3; ++plane) {
         for (int y = 0; y < (frame.height + 1) / 2; ++y) {
-            for (int x = 0; x < (frame.width + 1) / 2; ++x) {
+            for (int x = 0; x < (frame.width + 1) / 2; ++x)
                 frame.data[plane][y * frame.linesize[plane] + x] = static_cast<std::uint8_t>(64 * plane + 20);
-            }
         }
     }
 }
 
 } // namespace
 
-temporary_folder::temporary_folder() {
+TemporaryFolder::TemporaryFolder() {
     std::string name = (std::filesystem::temp_directory_path() / "vdostream-test-XXXXXX").string();
     require(mkdtemp(name.data()) != nullptr, "no temporary folder");
-    m_Path = name;
+    m_path = name;
 }
 
-temporary_folder::~temporary_folder() {
+TemporaryFolder::~TemporaryFolder() {
     std::error_code ignored;
-    std::filesystem::remove_all(m_Path, ignored);
+    std::filesystem::remove_all(m_path, ignored);
 }
 
 environment::environment(std::initializer_list<std::pair<std::string, std::string>> values) {
     for (const auto& [name, value] : values) {
         const char* before = std::getenv(name.c_str());
-        m_Before[name] = before == nullptr ? std::nullopt : std::optional<std::string>(before);
+        m_before[name] = before == nullptr ? std::nullopt : std::optional<std::string>(before);
         set_or_unset(name, value);
     }
 }
 
 environment::~environment() {
-    for (const auto& [name, value] : m_Before) {
+    for (const auto& [name, value] : m_before)
         set_or_unset(name, value);
-    }
 }
 
 std::uint8_t luma_at(int index, int x, int y) {
@@ -80,10 +75,10 @@ std::uint8_t luma_at(int index, int x, int y) {
 void write_video(const video_file& wanted) {
     AVFormatContext* format = nullptr;
     require(avformat_alloc_output_context2(&format, nullptr, nullptr, wanted.path.c_str()) >= 0, "no muxer");
-    const std::unique_ptr<AVFormatContext, muxer_closer> muxer(format);
+    const std::unique_ptr<AVFormatContext, MuxerCloser> muxer(format);
     const AVCodec* encoder = avcodec_find_encoder_by_name(wanted.codec.c_str());
     require(encoder != nullptr, "no encoder");
-    const vdostream::codec_handle codec(avcodec_alloc_context3(encoder));
+    const platform::CodecHandle codec(avcodec_alloc_context3(encoder));
     codec->width = wanted.width;
     codec->height = wanted.height;
     codec->pix_fmt = wanted.codec == "mjpeg" ? AV_PIX_FMT_YUVJ420P : AV_PIX_FMT_YUV420P;
@@ -101,12 +96,12 @@ void write_video(const video_file& wanted) {
     }
     require(avio_open(&format->pb, wanted.path.c_str(), AVIO_FLAG_WRITE) >= 0, "no file");
     require(avformat_write_header(format, nullptr) >= 0, "no header");
-    const vdostream::frame_handle frame(av_frame_alloc());
+    const platform::FrameHandle frame(av_frame_alloc());
     frame->format = codec->pix_fmt;
     frame->width = wanted.width;
     frame->height = wanted.height;
     require(av_frame_get_buffer(frame.get(), 0) >= 0, "no frame");
-    const vdostream::packet_handle packet(av_packet_alloc());
+    const platform::PacketHandle packet(av_packet_alloc());
     for (int index = 0; index <= wanted.frames; ++index) {
         if (index < wanted.frames) {
             require(av_frame_make_writable(frame.get()) >= 0, "frame not writable");
@@ -133,16 +128,14 @@ void write_file(const std::string& path, const std::vector<char>& bytes) {
 
 VdoStream* new_stream(const std::map<std::string, guint32>& settings, std::string* message) {
     VdoMap* map = vdo_map_new();
-    for (const auto& [name, value] : settings) {
+    for (const auto& [name, value] : settings)
         vdo_map_set_uint32(map, name.c_str(), value);
-    }
     GError* error = nullptr;
     VdoStream* stream = vdo_stream_new(map, nullptr, &error);
     g_object_unref(map);
     const std::string text = take_message(error);
-    if (message != nullptr) {
+    if (message != nullptr)
         *message = text;
-    }
     return stream;
 }
 

@@ -22,16 +22,16 @@
 namespace test_video {
 
 /** A folder that goes away with the test. */
-class temporary_folder {
+class TemporaryFolder {
   public:
-    temporary_folder();
-    ~temporary_folder();
-    temporary_folder(const temporary_folder&) = delete;
-    temporary_folder& operator=(const temporary_folder&) = delete;
-    std::string operator/(const std::string& name) const { return (m_Path / name).string(); }
+    TemporaryFolder();
+    ~TemporaryFolder();
+    TemporaryFolder(const TemporaryFolder&) = delete;
+    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+    std::string operator/(const std::string& name) const { return (m_path / name).string(); }
 
   private:
-    std::filesystem::path m_Path;
+    std::filesystem::path m_path;
 };
 
 /** Sets environment variables and puts the old values back. */
@@ -43,7 +43,7 @@ class environment {
     environment& operator=(const environment&) = delete;
 
   private:
-    std::map<std::string, std::optional<std::string>> m_Before;
+    std::map<std::string, std::optional<std::string>> m_before;
 };
 
 struct video_file {
@@ -57,7 +57,8 @@ struct video_file {
     /** What the file says of how the camera was held, if anything: a display matrix. */
     std::optional<std::array<std::int32_t, 9>> matrix = std::nullopt;
 };
-/** Luma of pixel (x, y) of frame `index` in every such file: tells frames apart and grows to the right and downwards.
+/**
+ * Luma of pixel (x, y) of frame `index` in every such file: tells frames apart and grows to the right and downwards.
  */
 std::uint8_t luma_at(int index, int x, int y);
 void write_video(const video_file& wanted);
@@ -65,38 +66,38 @@ std::vector<char> read_file(const std::string& path);
 void write_file(const std::string& path, const std::vector<char>& bytes);
 
 /** A picture of one grey. */
-class grey_picture : public vdostream::picture {
+class GreyPicture : public vdostream::Picture {
   public:
-    explicit grey_picture(std::uint8_t grey) : m_Pixels(64 * 48 * 3 / 2, grey) {}
+    explicit GreyPicture(std::uint8_t grey) : m_pixels(64 * 48 * 3 / 2, grey) {}
     /** How often somebody converted it. */
     std::atomic<int> conversions = 0;
 
   protected:
-    bool native(vdostream::nv12_view& view) override {
+    bool native(vdostream::Nv12View& view) override {
         ++conversions;
-        view = {m_Pixels.data(), 64, m_Pixels.data() + 64 * 48, 64, 64, 48};
+        view = {m_pixels.data(), 64, m_pixels.data() + 64 * 48, 64, 64, 48};
         return true;
     }
 
   private:
-    std::vector<std::uint8_t> m_Pixels;
+    std::vector<std::uint8_t> m_pixels;
 };
 
 /** A reader whose every answer the test gives. The functions run on the reading thread. */
-class scripted_reader : public vdostream::reader {
+class ScriptedReader : public vdostream::Reader {
   public:
     std::function<bool(std::string&)> on_open = [](std::string&) { return true; };
-    std::function<vdostream::read_result(std::shared_ptr<vdostream::picture>&, std::string&)> on_read;
+    std::function<vdostream::ReadResult(std::shared_ptr<vdostream::Picture>&, std::string&)> on_read;
     bool live = false;
     double fps = 100.0;
     /** For the functions above to look at. */
     std::atomic<bool> is_to_be_lost = false;
 
     bool open(std::string& why) override { return on_open(why); }
-    vdostream::read_result read(std::shared_ptr<vdostream::picture>& next, std::string& why) override {
+    vdostream::ReadResult read(std::shared_ptr<vdostream::Picture>& next, std::string& why) override {
         return on_read(next, why);
     }
-    vdostream::source_properties properties() const override { return {64, 48, fps}; }
+    vdostream::SourceProperties properties() const override { return {64, 48, fps}; }
     bool is_live() const override { return live; }
     bool is_cancelled() const { return cancelled(); }
 };

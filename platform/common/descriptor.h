@@ -4,7 +4,7 @@
 
 #include <utility>
 
-namespace korvex::larod {
+namespace platform {
 
 /** Owns a file descriptor; -1 is none. */
 class Descriptor {
@@ -12,24 +12,26 @@ class Descriptor {
     Descriptor() = default;
     explicit Descriptor(int fd) : m_fd(fd) {}
     ~Descriptor() { reset(); }
-    Descriptor(Descriptor&& other) noexcept : m_fd(std::exchange(other.m_fd, -1)) {}
+    Descriptor(Descriptor&& other) noexcept : m_fd(other.release()) {}
     Descriptor& operator=(Descriptor&& other) noexcept {
         if (this != &other) {
             reset();
-            m_fd = std::exchange(other.m_fd, -1);
+            m_fd = other.release();
         }
         return *this;
     }
 
     int get() const { return m_fd; }
     explicit operator bool() const { return m_fd >= 0; }
+    /** The caller's from now on. */
+    int release() { return std::exchange(m_fd, -1); }
     void reset() {
         if (m_fd >= 0)
-            close(std::exchange(m_fd, -1));
+            close(release());
     }
 
   private:
     int m_fd = -1;
 };
 
-} // namespace korvex::larod
+} // namespace platform

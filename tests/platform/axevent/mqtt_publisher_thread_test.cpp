@@ -1,4 +1,5 @@
-#include "platform/axevent/mqtt_worker.h"
+#include "platform/axevent/mqtt_publisher.h"
+#include "platform/axevent/mqtt_queue.h"
 #include "tests/platform/axevent/fake_broker.h"
 #include "tests/platform/axevent/process.h"
 
@@ -11,9 +12,9 @@
 #include <iterator>
 #include <thread>
 
+using host_events::MqttPublisher;
 using host_events::MqttQueue;
 using host_events::MqttSettings;
-using host_events::MqttWorker;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
@@ -27,24 +28,7 @@ MqttSettings settings_for(int port, const std::string& queue_path) {
     return settings;
 }
 
-/** A worker on its thread, stopped with the object. */
-class Running {
-  public:
-    explicit Running(const MqttSettings& settings) : worker(settings), m_thread([this] { worker.run(); }) {}
-    ~Running() {
-        worker.stop();
-        m_thread.join();
-    }
-    Running(const Running&) = delete;
-    Running& operator=(const Running&) = delete;
-
-    MqttWorker worker;
-
-  private:
-    std::thread m_thread;
-};
-
-TEST(MqttWorker, GreetsThenAnnouncesThenBringsTheQueue) {
+TEST(MqttPublisherThread, GreetsThenAnnouncesThenBringsTheQueue) {
     const ScratchDirectory scratch;
     Broker broker;
     broker.start();
@@ -52,16 +36,15 @@ TEST(MqttWorker, GreetsThenAnnouncesThenBringsTheQueue) {
     const MqttSettings settings = settings_for(broker.port(), scratch / "queue");
     MqttQueue(settings.queue_path, 10).push({"left", "by the last process"});
     {
-        Running running(settings);
-        running.worker.announce({"config", "{}"});
-        running.worker.announce({"config", "{}"});
-        running.worker.enqueue({"state", "1"});
-        running.worker.enqueue({"state", "2"});
+        MqttPublisher publisher(settings);
+        publisher.announce({"config", "{}"});
+        publisher.announce({"config", "{}"});
+        publisher.enqueue({"state", "1"});
+        publisher.enqueue({"state", "2"});
         // The announcement may come after the queue's first message: whatever was first when the connection stood.
         std::vector<std::string> news;
-        for (int count = 0; count < 5; ++count) {
+        for (int count = 0; count < 5; ++count)
             news.push_back(watcher.message().value_or("nothing"));
-        }
         EXPECT_EQ(news[0], "korvex_orvel/availability online");
         EXPECT_THAT(news, testing::Contains("config {}"));
         news.erase(std::find(news.begin(), news.end(), "config {}"));
@@ -72,7 +55,7 @@ TEST(MqttWorker, GreetsThenAnnouncesThenBringsTheQueue) {
     EXPECT_EQ(MqttQueue(settings.queue_path, 10).size(), 0U);
 }
 
-TEST(MqttWorker, PassesOverWhatNoBrokerCanBeSent) {
+TEST(MqttPublisherThread, PassesOverWhatNoBrokerCanBeSent) {
     const ScratchDirectory scratch;
     Broker broker;
     broker.start();
@@ -80,42 +63,40 @@ TEST(MqttWorker, PassesOverWhatNoBrokerCanBeSent) {
     const MqttSettings settings = settings_for(broker.port(), scratch / "queue");
     MqttQueue(settings.queue_path, 10).push({"a/#", "no topic to publish to"});
     {
-        Running running(settings);
-        running.worker.enqueue({"state", "1"});
+        MqttPublisher publisher(settings);
+        publisher.enqueue({"state", "1"});
         EXPECT_EQ(watcher.message(), "korvex_orvel/availability online");
         EXPECT_EQ(watcher.message(), "state 1");
     }
     EXPECT_EQ(MqttQueue(settings.queue_path, 10).size(), 0U);
 }
 
-TEST(MqttWorker, BringsTheQueueBeforeItGoesOffline) {
+TEST(MqttPublisherThread, BringsTheQueueBeforeItGoesOffline) {
     Broker broker;
     broker.start();
     Watcher watcher(broker);
     {
-        Running running(settings_for(broker.port(), ""));
+        MqttPublisher publisher(settings_for(broker.port(), ""));
         ASSERT_EQ(watcher.message(), "korvex_orvel/availability online");
-        for (int number = 0; number < 5; ++number) {
-            running.worker.enqueue({"state", std::to_string(number)});
-        }
+        for (int number = 0; number < 5; ++number)
+            publisher.enqueue({"state", std::to_string(number)});
     }
     EXPECT_EQ(watcher.message(), "state 0");
     // On a machine that is too busy for all five, those that do not go stay in the queue.
     std::string last;
-    while (last != "korvex_orvel/availability offline") {
+    while (last != "korvex_orvel/availability offline")
         last = watcher.message().value_or("korvex_orvel/availability offline");
-    }
     EXPECT_EQ(broker.retained("korvex_orvel/availability", 1),
               std::vector<std::string>{"korvex_orvel/availability offline"});
 }
 
-TEST(MqttWorker, TellsABrokerThatForgotTheLastStateAgain) {
+TEST(MqttPublisherThread, TellsABrokerThatForgotTheLastStateAgain) {
     Broker broker;
     broker.start();
-    Running running(settings_for(broker.port(), ""));
-    running.worker.announce({"config", "{}"});
-    running.worker.enqueue({"state", "1"});
-    running.worker.enqueue({"state", "2"});
+    MqttPublisher publisher(settings_for(broker.port(), ""));
+    publisher.announce({"config", "{}"});
+    publisher.enqueue({"state", "1"});
+    publisher.enqueue({"state", "2"});
     ASSERT_TRUE(eventually([&] { return broker.retained("state", 1) == std::vector<std::string>{"state 2"}; }));
     testing::internal::CaptureStderr();
     broker.stop();
@@ -133,7 +114,7 @@ std::ptrdiff_t entries_of(const char* folder) {
     return std::distance(begin(all), end(all));
 }
 
-TEST(MqttWorker, LosesNothingToABrokerThatDiesTwentyTimesAndLeavesNothingBehind) {
+TEST(MqttPublisherThread, LosesNothingToABrokerThatDiesTwentyTimesAndLeavesNothingBehind) {
     constexpr int deaths = 20;
     const auto threads = entries_of("/proc/self/task");
     const auto descriptors = entries_of("/proc/self/fd");
@@ -150,9 +131,8 @@ TEST(MqttWorker, LosesNothingToABrokerThatDiesTwentyTimesAndLeavesNothingBehind)
             for (bool dies = false; !dies;) {
                 const std::string packet = client.packet();
                 const size_t state = packet.find("state");
-                if (packet.empty()) {
+                if (packet.empty())
                     return;
-                }
                 const std::string payload = state == std::string::npos ? "" : packet.substr(state + 7);
                 const bool is_new = !payload.empty() && std::find(heard.begin(), heard.end(), payload) == heard.end();
                 if (is_new) {
@@ -161,28 +141,25 @@ TEST(MqttWorker, LosesNothingToABrokerThatDiesTwentyTimesAndLeavesNothingBehind)
                 }
                 dies = is_new && connections <= deaths;
                 const size_t number = 4 + static_cast<unsigned char>(packet[3]);
-                if (!dies && packet[0] == '\x33') {
+                if (!dies && packet[0] == '\x33')
                     client.send(std::string("\x40\x02", 2) + packet.substr(number, 2));
-                }
             }
         });
-        Running running(settings_for(broker.port(), ""));
-        for (int number = 0; number < deaths + 5; ++number) {
-            running.worker.enqueue({"state", std::to_string(number)});
-        }
+        MqttPublisher publisher(settings_for(broker.port(), ""));
+        for (int number = 0; number < deaths + 5; ++number)
+            publisher.enqueue({"state", std::to_string(number)});
         EXPECT_TRUE(eventually([&] { return news == deaths + 5; }));
     }
     testing::internal::GetCapturedStderr();
     EXPECT_GT(connections, deaths);
     ASSERT_EQ(heard.size(), size_t{deaths + 5});
-    for (int number = 0; number < deaths + 5; ++number) {
+    for (int number = 0; number < deaths + 5; ++number)
         EXPECT_EQ(heard[static_cast<size_t>(number)], std::to_string(number));
-    }
     EXPECT_TRUE(eventually([&] { return entries_of("/proc/self/task") == threads; }));
     EXPECT_EQ(entries_of("/proc/self/fd"), descriptors);
 }
 
-TEST(MqttWorker, TakesABrokerThatConfirmsNothingForOneThatIsAway) {
+TEST(MqttPublisherThread, TakesABrokerThatConfirmsNothingForOneThatIsAway) {
     std::atomic<int> connections = 0;
     testing::internal::CaptureStderr();
     int port = 0;
@@ -194,19 +171,19 @@ TEST(MqttWorker, TakesABrokerThatConfirmsNothingForOneThatIsAway) {
             client.packet();
         });
         port = broker.port();
-        Running running(settings_for(port, ""));
+        MqttPublisher publisher(settings_for(port, ""));
         EXPECT_TRUE(eventually([&] { return connections >= 4; }));
     }
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "axevent: the broker 127.0.0.1:" + std::to_string(port) +
                                                           " is away (The connection was lost.); changes wait for it\n");
 }
 
-TEST(MqttWorker, SaysOnceThatTheBrokerIsAwayAndEndsAtOnce) {
+TEST(MqttPublisherThread, SaysOnceThatTheBrokerIsAwayAndEndsAtOnce) {
     testing::internal::CaptureStderr();
     const int port = free_port();
     {
-        Running running(settings_for(port, ""));
-        running.worker.enqueue({"state", "1"});
+        MqttPublisher publisher(settings_for(port, ""));
+        publisher.enqueue({"state", "1"});
         // two attempts at least
         std::this_thread::sleep_for(std::chrono::milliseconds(500));
     }

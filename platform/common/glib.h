@@ -1,0 +1,31 @@
+#pragma once
+
+#include "platform/common/handle.h"
+
+#include <glib-object.h>
+
+#include <string>
+
+namespace platform {
+
+template <typename Object>
+using ObjectHandle = Handle<Object, g_object_unref>;
+
+/** Fills `error`, which may be NULL. Gives false, so that a failure is one `return`. */
+inline bool set_error(GError** error, const char* domain, int code, const std::string& text) {
+    g_set_error_literal(error, g_quark_from_static_string(domain), code, text.c_str());
+    return false;
+}
+
+/** For texts with bytes of a caller's, since a GError's message is UTF-8. */
+inline std::string valid_utf8(const std::string& text) {
+    g_autofree gchar* valid = g_utf8_make_valid(text.c_str(), -1);
+    return valid;
+}
+
+/** Of a failure that may have come without an error. */
+inline std::string reason(const GError* error) {
+    return error != nullptr ? error->message : "no reason given";
+}
+
+} // namespace platform

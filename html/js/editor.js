@@ -2,12 +2,13 @@
 /** The area and the zones over the live picture: dragged, moved by keys, typed as numbers. */
 
 import { byId, make } from "./dom.js";
-import { areaOf, crossesItself, leavesPicture, middleOf, snapped, withCorners } from "./geometry.js";
-import { copyOf, settled } from "./settings.js";
-import { store } from "./store.js";
+import { areaOf, crossesItself, leavesPicture, middleOf, snapped, withCorners } from "./core/geometry.js";
+import { settled } from "./core/coordinates.js";
+import { copyOf } from "./core/settings.js";
+import { store } from "./core/store.js";
 
-/** @typedef {import("./settings.js").Settings} Settings */
-/** @typedef {import("./settings.js").Point} Point */
+/** @typedef {import("./core/settings.js").Settings} Settings */
+/** @typedef {import("./core/settings.js").Point} Point */
 /**
  * @typedef {Object} Shape
  * @property {string} key @property {string} name @property {string} kind @property {string} sign on its round handle

@@ -8,8 +8,8 @@ import { startForms } from "./forms.js";
 import { startLog } from "./log.js";
 import { showPicture, startPicture } from "./picture.js";
 import { isSaving, isUncertain, loadSettings, startSaving } from "./saving.js";
-import { startStatus } from "./status.js";
-import { store } from "./store.js";
+import { startStatus } from "./status_bar.js";
+import { store } from "./core/store.js";
 
 /** @type {HTMLElement[]} */
 const tabs = [...document.querySelectorAll("[role=tab]")].map((tab) => /** @type {HTMLElement} */ (tab));

@@ -3,12 +3,16 @@
 
 import { byId, setText } from "./dom.js";
 import { shapeProblems } from "./editor.js";
-import { postDocument, readDocument, readIsPortrait } from "./endpoint.js";
-import { copyOf, isSame, parseDocument, problems, serialise, settle } from "./settings.js";
-import { store } from "./store.js";
-import { readWhetherStartedAnew, readWhetherStored } from "./stored.js";
+import { elementsOf } from "./elements.js";
+import { settle } from "./core/coordinates.js";
+import { isSame, serialise, settingsOf } from "./core/document.js";
+import { postDocument, readDocument, readIsPortrait } from "./core/endpoint.js";
+import { problems } from "./core/problems.js";
+import { copyOf } from "./core/settings.js";
+import { store } from "./core/store.js";
+import { readWhetherStartedAnew, readWhetherStored } from "./core/stored.js";
 
-/** @typedef {import("./settings.js").Settings} Settings */
+/** @typedef {import("./core/settings.js").Settings} Settings */
 
 const CHANGED_ELSEWHERE = "Not saved: the settings have been changed elsewhere meanwhile. They are shown now, with your changes among them. " +
   "Look through them and save again.";
@@ -58,8 +62,8 @@ async function lookAfterWarning() {
 
 async function readSettings() {
   const isPortrait = await readIsPortrait();
-  const { settings, sizes, analysed } = parseDocument(await readDocument(), isPortrait);
-  Object.assign(store, { sizes, analysed, isPortrait });
+  const { settings, ...picture } = settingsOf(elementsOf(await readDocument()), isPortrait);
+  Object.assign(store, picture);
   return settings;
 }
 

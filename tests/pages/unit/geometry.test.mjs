@@ -2,10 +2,10 @@ import assert from "node:assert/strict";
 import { test } from "node:test";
 import { load } from "./modules.mjs";
 
-/** @type {typeof import("../../../html/js/geometry.js")} */
-const { areaOf, crossesItself, leavesPicture, middleOf, snapped, withCorners } = await load("geometry.js");
+/** @type {typeof import("../../../html/js/core/geometry.js")} */
+const { areaOf, crossesItself, leavesPicture, middleOf, snapped, withCorners } = await load("core/geometry.js");
 
-/** @typedef {import("../../../html/js/settings.js").Point} Point */
+/** @typedef {import("../../../html/js/core/settings.js").Point} Point */
 /** @param {number[]} values @returns {Point[]} */
 const polygon = (...values) => values.filter((_, i) => i % 2 === 0).map((x, i) => ({ x, y: values[2 * i + 1] }));
 

@@ -16,11 +16,11 @@ globalThis.fetch = async () => {
   return new Response(log);
 };
 
-/** @type {typeof import("../../../html/js/stored.js")} */
+/** @type {typeof import("../../../html/js/core/stored.js")} */
 let stored;
 beforeEach(async () => {
   [log, isFull, asked] = [STARTED, false, 0];
-  stored = await load("stored.js");
+  stored = await load("core/stored.js");
 });
 
 test("a save of which the log says nothing bad is stored, and the log is asked once for each but the first", async () => {

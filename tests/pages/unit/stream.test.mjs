@@ -2,8 +2,8 @@ import assert from "node:assert/strict";
 import { test } from "node:test";
 import { load } from "./modules.mjs";
 
-/** @type {typeof import("../../../html/js/picture.js")} */
-const { Parts } = await load("picture.js");
+/** @type {typeof import("../../../html/js/core/stream.js")} */
+const { Parts } = await load("core/stream.js");
 
 const CONTENTS = ["first", "", "a\r\n\r\n--picture in it", "last"];
 const STREAM = Buffer.from(CONTENTS.map((content) => `--picture\r\nContent-Type: image/jpeg\r\nContent-Length: ${content.length}\r\n\r\n${content}\r\n`).join(""));

@@ -1,14 +1,15 @@
 // @ts-check
 /** The saved and the edited settings, with undo. Whoever shows them listens for "change". */
 
-import { copyOf, isSame, rebased } from "./settings.js";
+import { isSame } from "./document.js";
+import { copyOf, rebased } from "./settings.js";
 
 /** @typedef {import("./settings.js").Settings} Settings */
-/** @typedef {import("./settings.js").Size} Size */
+/** @typedef {import("./sizes.js").Size} Size */
 
 const DEPTH = 200;
 
-class Store extends EventTarget {
+export class Store extends EventTarget {
   /** @type {Settings | null} */ saved = null;
   /** @type {Settings | null} */ edited = null;
   /** @type {Size[]} */ sizes = [];

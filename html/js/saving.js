@@ -2,13 +2,13 @@
 /** Loading the settings, saving them, and the agreement that comes before anything else. */
 
 import { byId, setText } from "./dom.js";
-import { shapeProblems } from "./editor.js";
 import { elementsOf } from "./elements.js";
 import { settle } from "./core/coordinates.js";
 import { isSame, serialise, settingsOf } from "./core/document.js";
 import { postDocument, readDocument, readIsPortrait } from "./core/endpoint.js";
 import { problems } from "./core/problems.js";
 import { copyOf } from "./core/settings.js";
+import { shapeProblems } from "./core/shapes.js";
 import { store } from "./core/store.js";
 import { readWhetherStartedAnew, readWhetherStored } from "./core/stored.js";
 

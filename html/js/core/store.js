@@ -59,6 +59,13 @@ export class Store extends EventTarget {
     this.#step(before, topic);
   }
 
+  /** Back to what is saved, as a step of undo like any edit. */
+  discard() {
+    this.edit((settings) => {
+      if (this.saved !== null) Object.assign(settings, copyOf(this.saved));
+    });
+  }
+
   /** Changes them without a step of undo: while something is dragged. @param {(settings: Settings) => void} change */
   preview(change) {
     if (this.edited === null) return;

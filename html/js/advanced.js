@@ -5,7 +5,7 @@ import { fromFile, toFile } from "./core/settings_file.js";
 import { sizeText } from "./core/sizes.js";
 import { last } from "./core/status.js";
 import { store } from "./core/store.js";
-import { byId, make, setText } from "./dom.js";
+import { byId, inputOf, make, setText } from "./dom.js";
 import { copyText, download, stamp } from "./files.js";
 
 const MOST_BYTES = 65536; // of a file with settings
@@ -21,7 +21,7 @@ function tellImport(text, wrong = []) {
 const refuseImport = (wrong) => tellImport("Nothing has been taken over:", wrong);
 
 async function importFile() {
-  const input = byId("import");
+  const input = inputOf("import");
   const file = input.files?.[0];
   input.value = "";
   if (file === undefined) return;

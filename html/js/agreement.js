@@ -3,13 +3,13 @@
 
 import { saving } from "./camera.js";
 import { store } from "./core/store.js";
-import { byId } from "./dom.js";
+import { buttonOf, byId } from "./dom.js";
 
-const dialog = byId("agreement");
+const dialog = byId("agreement", HTMLDialogElement);
 let isReadable = false;
 
 function show() {
-  byId("agreement-accept").disabled = saving.isSaving || store.saved === null || !isReadable;
+  buttonOf("agreement-accept").disabled = saving.isSaving || store.saved === null || !isReadable;
   byId("agreement-notice").hidden = store.saved === null || store.isAccepted;
 }
 

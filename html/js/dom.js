@@ -1,12 +1,25 @@
 // @ts-check
 /** Small helpers around the document. */
 
-/** @param {string} id @returns {any} the element, which the page always has */
-export function byId(id) {
+/**
+ * @template {Element} [T=HTMLElement]
+ * @param {string} id @param {new () => T} [kind] such as HTMLInputElement, where more is wanted of it than of any element
+ * @returns {T} the element, which the page always has
+ */
+export function byId(id, kind) {
+  const wanted = /** @type {new () => Element} */ (kind ?? HTMLElement);
+  /** @type {unknown} */
   const element = document.getElementById(id);
-  if (element === null) throw new Error(`The page has no #${id}.`);
-  return element;
+  if (!(element instanceof wanted)) throw new Error(`The page has no ${wanted.name} #${id}.`);
+  return /** @type {T} */ (element);
 }
+
+/** @param {string} id */
+export const inputOf = (id) => byId(id, HTMLInputElement);
+/** @param {string} id */
+export const buttonOf = (id) => byId(id, HTMLButtonElement);
+/** @param {string} id */
+export const selectOf = (id) => byId(id, HTMLSelectElement);
 
 /** Nothing happens where nothing is new: readers would speak it again, and selections be lost. @param {Element} element @param {string} text */
 export function setText(element, text) {
@@ -20,21 +33,22 @@ export function showNotice(id, text) {
 }
 
 /**
- * @param {string} tag @param {Record<string, any>} [properties] @param {...(Node | string)} children
- * @returns {any}
+ * @template {keyof HTMLElementTagNameMap} K
+ * @param {K} tag @param {Record<string, unknown>} [properties] @param {...(Node | string)} children
+ * @returns {HTMLElementTagNameMap[K]}
  */
 export function make(tag, properties = {}, ...children) {
   const element = document.createElement(tag);
   for (const [name, value] of Object.entries(properties))
-    if (name in element) /** @type {any} */ (element)[name] = value;
-    else element.setAttribute(name, value);
+    if (name in element) Object.assign(element, { [name]: value });
+    else element.setAttribute(name, String(value));
   element.append(...children);
   return element;
 }
 
 /** Asks before something is lost. @param {string} question @param {string} yes @returns {Promise<boolean>} */
 export function confirm(question, yes) {
-  const dialog = byId("confirm");
+  const dialog = byId("confirm", HTMLDialogElement);
   byId("confirm-text").textContent = question;
   byId("confirm-yes").textContent = yes;
   dialog.returnValue = "no";

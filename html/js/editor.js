@@ -5,7 +5,7 @@ import { showCoordinates } from "./coordinate_table.js";
 import { ZONE_FLAGS } from "./core/settings.js";
 import { haveSameShapes, resetShapes, setCorners, shapeProblems, zoneWarnings } from "./core/shapes.js";
 import { store } from "./core/store.js";
-import { byId, make } from "./dom.js";
+import { buttonOf, byId, inputOf, make, selectOf } from "./dom.js";
 import { isDragging } from "./drag.js";
 import { drawShapes, makeHandles } from "./handles.js";
 
@@ -17,14 +17,14 @@ function tellProblems(told) {
 }
 
 function show() {
-  byId("undo").disabled = !store.canUndo;
-  byId("redo").disabled = !store.canRedo;
-  byId("reset").disabled = haveSameShapes(store.saved, store.edited);
+  buttonOf("undo").disabled = !store.canUndo;
+  buttonOf("redo").disabled = !store.canRedo;
+  buttonOf("reset").disabled = haveSameShapes(store.saved, store.edited);
   if (store.edited === null) return;
   const { width, height } = store.analysed;
   byId("stage").style.setProperty("--ratio", String(width / height));
-  byId("corners").value = String(store.edited.corners);
-  for (const flag of ZONE_FLAGS) byId(flag).checked = store.edited.flags[flag];
+  selectOf("corners").value = String(store.edited.corners);
+  for (const flag of ZONE_FLAGS) inputOf(flag).checked = store.edited.flags[flag];
   drawShapes(store.edited);
   tellProblems([...shapeProblems(store.edited), ...zoneWarnings(store.edited)]);
   showCoordinates(store.edited);
@@ -64,7 +64,7 @@ export function startEditor() {
       if (store.saved !== null) resetShapes(settings, store.saved);
     }),
   );
-  const corners = byId("corners");
+  const corners = selectOf("corners");
   corners.addEventListener("change", () => store.edit((settings) => setCorners(settings, Number(corners.value))));
   document.addEventListener("keydown", undoByKey);
   store.addEventListener("change", show);

@@ -5,7 +5,7 @@ import { chainWarnings, overlayWarning, problems } from "./core/problems.js";
 import { ALERT_FLAGS, ALERT_SECONDS, CLASS_FLAGS, CLASSES, LEVELS, NUMBERS, STREAMS, TEXTS } from "./core/settings.js";
 import { sizeText } from "./core/sizes.js";
 import { store } from "./core/store.js";
-import { byId, make, setText, showNotice } from "./dom.js";
+import { byId, inputOf, make, selectOf, setText, showNotice } from "./dom.js";
 
 /** @typedef {import("./core/settings.js").Settings} Settings */
 
@@ -44,9 +44,12 @@ function makeFields() {
   byId("alert-levels").append(...LEVELS.map((_, i) => makeAlertLevel(i)));
 }
 
+/** @param {string} name */
+const fieldOf = (name) => (name in STREAMS ? selectOf(name) : inputOf(name));
+
 function bindFields() {
   for (const name of SWITCHES) {
-    const box = byId(name);
+    const box = inputOf(name);
     box.addEventListener("change", () =>
       store.edit((settings) => {
         settings.flags[name] = box.checked;
@@ -54,7 +57,7 @@ function bindFields() {
     );
   }
   for (const name of TEXTS) {
-    const field = byId(name);
+    const field = fieldOf(name);
     field.addEventListener("input", () => {
       typed = name;
       store.edit((settings) => {
@@ -67,7 +70,7 @@ function bindFields() {
         show();
       });
   }
-  const range = byId("Sensitivity-range");
+  const range = inputOf("Sensitivity-range");
   range.addEventListener("input", () =>
     store.edit((settings) => {
       settings.texts.Sensitivity = Number(range.value).toFixed(2);
@@ -79,7 +82,7 @@ function bindFields() {
 function offerSizes(name, selected) {
   const offered = store.sizes.map(sizeText);
   const choices = selected === "" || offered.includes(selected) ? offered : [selected, ...offered];
-  const list = byId(name);
+  const list = selectOf(name);
   /** @param {string} size */
   const label = (size) => (offered.includes(size) ? size : /^0(x0)?$/.test(size) ? "none" : `${size} (not offered)`);
   if ([...list.options].map((option) => option.value).join() !== choices.join())
@@ -89,9 +92,9 @@ function offerSizes(name, selected) {
 
 /** @param {Settings} settings */
 function showValues({ flags, texts }) {
-  for (const name of SWITCHES) byId(name).checked = flags[name];
-  for (const name of Object.keys(NUMBERS)) if (byId(name).value !== texts[name]) byId(name).value = texts[name];
-  byId("Sensitivity-range").value = texts.Sensitivity.replace(",", ".");
+  for (const name of SWITCHES) inputOf(name).checked = flags[name];
+  for (const name of Object.keys(NUMBERS)) if (inputOf(name).value !== texts[name]) inputOf(name).value = texts[name];
+  inputOf("Sensitivity-range").value = texts.Sensitivity.replace(",", ".");
   for (const name of Object.keys(STREAMS)) offerSizes(name, texts[name]);
 }
 

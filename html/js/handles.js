@@ -42,8 +42,8 @@ function makeHandle(shape, corner) {
   const sign = corner === WHOLE ? shape.sign : String(corner + 1);
   const handle = make("button", { type: "button", hidden: true, className }, sign);
   handle.dataset.handle = keyOf(shape, corner);
-  handle.addEventListener("pointerdown", (/** @type {PointerEvent} */ event) => startDrag(event, shape, corner));
-  handle.addEventListener("keydown", (/** @type {KeyboardEvent} */ event) => moveByKey(event, shape, corner));
+  handle.addEventListener("pointerdown", (event) => startDrag(event, shape, corner));
+  handle.addEventListener("keydown", (event) => moveByKey(event, shape, corner));
   handles.set(keyOf(shape, corner), handle);
   byId("handles").append(handle);
 }
@@ -63,7 +63,7 @@ function outlineOf(shape) {
       if (event.pointerType !== "touch") startDrag(event, shape, WHOLE);
     });
     outlines.set(shape.key, outline);
-    byId("shapes").append(outline);
+    byId("shapes", SVGElement).append(outline);
   }
   return outline;
 }
@@ -111,7 +111,7 @@ function drawShape(shape, settings) {
 
 /** @param {Settings} settings */
 export function drawShapes(settings) {
-  byId("outside").setAttribute("d", `M0,0H100V100H0Z M${listed(AREA.points(settings))}Z`);
+  byId("outside", SVGElement).setAttribute("d", `M0,0H100V100H0Z M${listed(AREA.points(settings))}Z`);
   const used = new Set(SHAPES.flatMap((shape) => drawShape(shape, settings)));
   for (const handle of handles.values()) if (!used.has(handle)) handle.hidden = true;
 }

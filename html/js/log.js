@@ -3,7 +3,7 @@
 
 import { clearLog, readPlainLog, readSerialisedLog } from "./core/endpoint.js";
 import { filtered, goneRows, parseLog } from "./core/log_lines.js";
-import { byId, confirm, make, setText } from "./dom.js";
+import { byId, confirm, inputOf, make, selectOf, setText } from "./dom.js";
 import { copyText, download, stamp } from "./files.js";
 
 /** @typedef {import("./core/log_lines.js").Line} Line */
@@ -18,7 +18,7 @@ let rows = [];
 /** @type {ReturnType<typeof setTimeout> | undefined} */
 let timer;
 
-const visible = () => filtered(lines, byId("log-level").value, byId("log-text").value);
+const visible = () => filtered(lines, selectOf("log-level").value, inputOf("log-text").value);
 
 function scrollToEnd() {
   byId("log-scroll").scrollTop = byId("log-scroll").scrollHeight;
@@ -50,7 +50,7 @@ function show() {
   const rest = found.length > shown.length ? `, the newest ${shown.length} shown` : "";
   setText(byId("log-note"), `${found.length} of ${lines.length} lines${rest}.`);
   // Who has scrolled back to read is not taken away from there.
-  if (byId("log-follow").checked && isAtEnd) scrollToEnd();
+  if (inputOf("log-follow").checked && isAtEnd) scrollToEnd();
 }
 
 /** @param {() => Promise<void>} act what the camera may refuse */
@@ -70,7 +70,7 @@ const load = () =>
 
 function follow() {
   clearTimeout(timer);
-  if (!byId("log-follow").checked || byId("log").hidden) return;
+  if (!inputOf("log-follow").checked || byId("log").hidden) return;
   timer = setTimeout(async () => {
     if (!document.hidden && !byId("panel-advanced").hidden) await load();
     follow();
@@ -117,7 +117,7 @@ export function startLog() {
   byId("log-text").addEventListener("input", show);
   byId("log-follow").addEventListener("change", async () => {
     scrollToEnd();
-    if (byId("log-follow").checked) await load();
+    if (inputOf("log-follow").checked) await load();
     follow();
   });
   byId("log-copy").addEventListener("click", copy);

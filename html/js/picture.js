@@ -15,7 +15,7 @@ import { byId } from "./dom.js";
 const RETRY_MS = 3000;
 const STILL_MS = 8000; // a stream that brings nothing for so long is opened anew
 
-const picture = byId("picture");
+const picture = byId("picture", HTMLImageElement);
 
 /** @param {boolean} isThere */
 function tell(isThere) {

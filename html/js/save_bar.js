@@ -5,7 +5,7 @@ import { saving } from "./camera.js";
 import { problems } from "./core/problems.js";
 import { saveNote } from "./core/save_note.js";
 import { store } from "./core/store.js";
-import { byId, setText, showNotice } from "./dom.js";
+import { buttonOf, byId, setText, showNotice } from "./dom.js";
 import { markWrong } from "./tabs.js";
 
 function show() {
@@ -15,8 +15,8 @@ function show() {
   showNotice("store-notice", saving.warning);
   byId("save-progress").hidden = !saving.isSaving;
   const wrong = store.edited === null ? [] : Object.keys(problems(store.edited, store.sizes));
-  byId("save").disabled = saving.isSaving || !store.isChanged || !store.isAccepted || wrong.length > 0;
-  byId("discard").disabled = saving.isSaving || !store.isChanged;
+  buttonOf("save").disabled = saving.isSaving || !store.isChanged || !store.isAccepted || wrong.length > 0;
+  buttonOf("discard").disabled = saving.isSaving || !store.isChanged;
   byId("savebar").dataset.changed = String(store.isChanged);
   for (const panel of document.querySelectorAll("[role=tabpanel]:not(#panel-advanced)"))
     panel.toggleAttribute("inert", store.edited === null);

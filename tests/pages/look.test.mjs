@@ -8,7 +8,6 @@ import { join } from "node:path";
 import { after, before, test } from "node:test";
 import { openBrowser } from "./support/browser.mjs";
 import { Camera, freePort, scratchFolder } from "./support/camera.mjs";
-import { ask, ENDPOINT, until } from "./support/http.mjs";
 import { Visitor } from "./support/visitor.mjs";
 
 const AXE = readFileSync(createRequire(import.meta.url).resolve("axe-core/axe.min.js"), "utf8");
@@ -28,10 +27,7 @@ const camera = new Camera(["--state", join(folder, "state"), "--listen", `127.0.
   "--set", "Exclusion1Active=true"]);
 const browser = await openBrowser();
 
-before(async () => {
-  await camera.start();
-  await until(async () => (await ask(camera.address, `${ENDPOINT}?action=get_status_code`)).status === 200, "the endpoint");
-});
+before(() => camera.startAnswering());
 after(async () => {
   await browser.close();
   await camera.stop();

@@ -6,6 +6,7 @@ import { createServer } from "node:net";
 import { tmpdir } from "node:os";
 import { join } from "node:path";
 import { fileURLToPath } from "node:url";
+import { ask, STATUS, until } from "./http.mjs";
 import { LIMIT_S } from "./limit.mjs";
 
 export const root = fileURLToPath(new URL("../../..", import.meta.url));
@@ -83,6 +84,12 @@ export class Camera {
         reject(new Error(`./run ended: ${this.said}`));
       });
     });
+  }
+
+  /** Until its pages can be used: a visitor who is quicker than the application meets a failed request or two. @param {Record<string, string>} [headers] */
+  async startAnswering(headers) {
+    await this.start();
+    await until(async () => (await ask(this.address, STATUS, { headers })).status === 200, "the endpoint");
   }
 
   /** @returns {Promise<number | null>} the exit status of ./run */

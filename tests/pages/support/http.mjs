@@ -6,6 +6,7 @@ import { request as httpsRequest } from "node:https";
 import { LIMIT_S } from "./limit.mjs";
 
 export const ENDPOINT = "/local/korvex_orvel/korvex_orvel_fcgi.cgi";
+export const STATUS = `${ENDPOINT}?action=get_status_code`;
 
 /** @typedef {{status: number, headers: import("node:http").IncomingHttpHeaders, body: string}} Answer */
 

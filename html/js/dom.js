@@ -3,7 +3,8 @@
 
 /**
  * @template {Element} [T=HTMLElement]
- * @param {string} id @param {new () => T} [kind] such as HTMLInputElement, where more is wanted of it than of any element
+ * @param {string} id
+ * @param {new () => T} [kind] such as HTMLInputElement, where more is wanted of it than of any element
  * @returns {T} the element, which the page always has
  */
 export function byId(id, kind) {
@@ -21,7 +22,10 @@ export const buttonOf = (id) => byId(id, HTMLButtonElement);
 /** @param {string} id */
 export const selectOf = (id) => byId(id, HTMLSelectElement);
 
-/** Nothing happens where nothing is new: readers would speak it again, and selections be lost. @param {Element} element @param {string} text */
+/**
+ * Nothing happens where nothing is new: readers would speak it again, and selections be lost.
+ * @param {Element} element @param {string} text
+ */
 export function setText(element, text) {
   if (element.textContent !== text) element.textContent = text;
 }

@@ -42,7 +42,10 @@ function makeZoneSwitches() {
   });
 }
 
-/** Where text is typed, and while something is dragged or asked, the keys are not the shapes'. @param {KeyboardEvent} event */
+/**
+ * Where text is typed, and while something is dragged or asked, the keys are not the shapes'.
+ * @param {KeyboardEvent} event
+ */
 function undoByKey(event) {
   const isTyped = event.target instanceof HTMLInputElement && event.target.type !== "checkbox";
   if (!(event.ctrlKey || event.metaKey) || isTyped) return;

@@ -14,7 +14,10 @@ import { isDragging, startDrag } from "./drag.js";
 /** @type {Record<string, [number, number]>} */
 const KEYS = { ArrowLeft: [-1, 0], ArrowRight: [1, 0], ArrowUp: [0, -1], ArrowDown: [0, 1] };
 
-/** The handles stay the same elements while they move, so that focus and drags survive. @type {Map<string, HTMLButtonElement>} */
+/**
+ * The handles stay the same elements while they move, so that focus and drags survive.
+ * @type {Map<string, HTMLButtonElement>}
+ */
 const handles = new Map();
 /** @type {Map<string, SVGPolygonElement>} */
 const outlines = new Map();
@@ -68,7 +71,10 @@ function outlineOf(shape) {
   return outline;
 }
 
-/** Which way a handle may give way to its neighbours: outwards, but not out of the picture. @param {number} at @param {number} middle */
+/**
+ * Which way a handle may give way to its neighbours: outwards, but not out of the picture.
+ * @param {number} at @param {number} middle
+ */
 const outwards = (at, middle) => (at < 8 || at > 92 ? 0 : Math.sign(at - middle));
 
 /** What lies outside the picture is held at its edge, where it can be taken hold of. @param {number} at */

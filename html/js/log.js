@@ -13,7 +13,10 @@ const MOST_SHOWN = 2000; // lines; a page with all of two megabytes would be slo
 
 /** @type {Line[]} */
 let lines = [];
-/** The rows' lines, so that rows that stay are left alone: a selection in them, and the place read at, stay as well. @type {Line[]} */
+/**
+ * The rows' lines, so that rows that stay are left alone: a selection in them, and the place read at, stay as well.
+ * @type {Line[]}
+ */
 let rows = [];
 /** @type {ReturnType<typeof setTimeout> | undefined} */
 let timer;

@@ -33,7 +33,10 @@ async function showJpeg(bytes) {
   URL.revokeObjectURL(source);
 }
 
-/** Shows pictures until the stream ends, stands still or is not wanted any more. @param {string} url @param {AbortController} control */
+/**
+ * Shows pictures until the stream ends, stands still or is not wanted any more.
+ * @param {string} url @param {AbortController} control
+ */
 async function play(url, control) {
   let timer = setTimeout(() => control.abort(), STILL_MS);
   try {

@@ -17,7 +17,9 @@ function showAlerts(highest) {
   }
 }
 
-/** @param {string} kind @param {string} code @param {string} text @param {string} time @param {number | null} highest */
+/**
+ * @param {string} kind @param {string} code @param {string} text @param {string} time @param {number | null} highest
+ */
 function show(kind, code, text, time, highest) {
   byId("status").dataset.kind = kind;
   setText(byId("status-code"), code);

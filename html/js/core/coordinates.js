@@ -12,7 +12,10 @@ import { copyOf } from "./settings.js";
 /** @typedef {import("./settings.js").Settings} Settings */
 /** @typedef {import("./sizes.js").Size} Size */
 
-/** The per cent that the application reports for a pixel made from `percent`. @param {number} percent @param {number} extent */
+/**
+ * The per cent that the application reports for a pixel made from `percent`.
+ * @param {number} percent @param {number} extent
+ */
 const reported = (percent, extent) => Math.trunc((Math.trunc((percent * extent) / 100) * 100) / extent);
 
 /**
@@ -24,8 +27,8 @@ export function sendable(read, extent) {
 }
 
 /**
- * The per cent that stands for `percent`: of 1280, 65 % and 66 % are both read back as 65 %, and were 66 % sent, the next
- * save would move it to 65 %.
+ * The per cent that stands for `percent`: of 1280, 65 % and 66 % are both read back as 65 %, and were 66 % sent, the
+ * next save would move it to 65 %.
  * @param {number} percent @param {number} extent
  */
 export const settled = (percent, extent) => sendable(reported(percent, extent), extent);

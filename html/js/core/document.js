@@ -10,7 +10,9 @@ import { analysedSize, parseSizes } from "./sizes.js";
 /** @typedef {import("./sizes.js").Size} Size */
 /** @typedef {{settings: Settings, sizes: Size[], analysed: Size, isPortrait: boolean}} Received */
 
-/** @param {Record<string, string>} values the elements' texts by name @param {boolean} isPortrait @returns {Received} */
+/**
+ * @param {Record<string, string>} values the elements' texts by name @param {boolean} isPortrait @returns {Received}
+ */
 export function settingsOf(values, isPortrait) {
   const sizes = parseSizes(values.CamsResAsCsv ?? "");
   const analysed = analysedSize(sizes, isPortrait);
@@ -45,7 +47,10 @@ const pointElements = (polygon, points) =>
     [`${polygon}_${2 * i + 1}`, String(y)],
   ]);
 
-/** Compact: no blanks between elements and no empty values, which the application does not take. @param {Settings} settings */
+/**
+ * Compact: no blanks between elements and no empty values, which the application does not take.
+ * @param {Settings} settings
+ */
 export function serialise({ flags, texts, corners, area, zones }) {
   const elements = [
     ...Object.keys(NUMBERS).map((name) => [name, told(name, texts[name])]),

@@ -8,7 +8,10 @@ const SAVE_PATIENCE_MS = 65000;
 
 /** A refusal whose message says what to do. */
 export class Refusal extends Error {
-  /** @param {string} message @param {boolean} isUncertain whether the application may have done all the same what it was asked */
+  /**
+   * @param {string} message
+   * @param {boolean} isUncertain whether the application may have done all the same what it was asked
+   */
   constructor(message, isUncertain = false) {
     super(message);
     this.isUncertain = isUncertain;
@@ -16,7 +19,8 @@ export class Refusal extends Error {
 }
 
 /**
- * @param {string} action @param {number} patience milliseconds, until all of the answer is here @param {RequestInit} [init]
+ * @param {string} action @param {number} patience milliseconds, until all of the answer is here
+ * @param {RequestInit} [init]
  * @returns {Promise<{status: number, body: string}>}
  */
 async function request(action, patience, init) {

@@ -23,7 +23,10 @@ export const parseLog = (log) =>
 /** A level that is none counts as the least. @param {string} level */
 const rank = (level) => Math.max(0, LEVELS.indexOf(level));
 
-/** @param {Line[]} lines @param {string} level the least serious one that is wanted @param {string} text in whatever case */
+/**
+ * @param {Line[]} lines @param {string} level the least serious one that is wanted
+ * @param {string} text in whatever case
+ */
 export function filtered(lines, level, text) {
   const wanted = text.toLowerCase();
   return lines.filter(

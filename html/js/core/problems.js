@@ -55,7 +55,10 @@ export function chainWarnings({ flags }) {
   );
 }
 
-/** What hides objects gives way to boxes here and there. @param {Settings} settings @returns {string} empty: nothing is to be told */
+/**
+ * What hides objects gives way to boxes here and there.
+ * @param {Settings} settings @returns {string} empty: nothing is to be told
+ */
 export function overlayWarning({ flags, texts }) {
   if (!flags.AnonOverlaysOn) return "";
   if (flags.DetectionOverlaysOn && texts.SelectedAnonOverlay === texts.SelectedDetectionOverlay)

@@ -81,7 +81,10 @@ export class Saving extends EventTarget {
     return this.phase !== "resting" && this.phase !== "uncertain";
   }
 
-  /** Reads what the application has; edits that are not saved stay. @param {boolean} [keepsResult] whether what was told of the last save stays */
+  /**
+   * Reads what the application has; edits that are not saved stay.
+   * @param {boolean} [keepsResult] whether what was told of the last save stays
+   */
   async load(keepsResult = false) {
     if (this.isSaving) return;
     const before = this.#saves;
@@ -102,7 +105,10 @@ export class Saving extends EventTarget {
     this.dispatchEvent(new Event("load"));
   }
 
-  /** What is edited now, as it was looked through; what is typed from now on may be half a value. @returns {Promise<boolean>} */
+  /**
+   * What is edited now, as it was looked through; what is typed from now on may be half a value.
+   * @returns {Promise<boolean>}
+   */
   async save() {
     if (this.#store.edited === null) return false;
     const edited = copyOf(this.#store.edited);
@@ -112,7 +118,10 @@ export class Saving extends EventTarget {
     );
   }
 
-  /** The agreement alone is saved, beside what the application has: what is edited meanwhile waits. @returns {Promise<boolean>} */
+  /**
+   * The agreement alone is saved, beside what the application has: what is edited meanwhile waits.
+   * @returns {Promise<boolean>}
+   */
   acceptAgreement() {
     return this.#save(
       (current) => {
@@ -188,7 +197,10 @@ export class Saving extends EventTarget {
     return false;
   }
 
-  /** What another page has saved since this one looked is not overwritten unseen. @param {Settings} current @param {Settings} edited */
+  /**
+   * What another page has saved since this one looked is not overwritten unseen.
+   * @param {Settings} current @param {Settings} edited
+   */
   #chooseEdited(current, edited) {
     const { saved } = this.#store;
     if (saved === null) return null;
@@ -210,7 +222,10 @@ export class Saving extends EventTarget {
     return isSame(stored, settle(wanted, this.#store.analysed));
   }
 
-  /** Tells of a save that the application has taken, once it is known whether it is stored as well. @param {string} text */
+  /**
+   * Tells of a save that the application has taken, once it is known whether it is stored as well.
+   * @param {string} text
+   */
   async #tellSaved(text) {
     let isAsked = true;
     try {

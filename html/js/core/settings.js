@@ -21,7 +21,10 @@ export const ALERT_SECONDS = LEVELS.map((_, i) => `Alert${i + 1}ThreshSeconds`);
 export const ZONE_FLAGS = [1, 2, 3].map((zone) => `Exclusion${zone}_Active`);
 export const FLAGS = [...CLASS_FLAGS, ...ALERT_FLAGS, "Eula", "DetectionOverlaysOn", "AnonOverlaysOn", ...ZONE_FLAGS];
 
-/** What is typed, and what it may be. @type {Record<string, {label: string, least: number, most: number, whole: boolean}>} */
+/**
+ * What is typed, and what it may be.
+ * @type {Record<string, {label: string, least: number, most: number, whole: boolean}>}
+ */
 export const NUMBERS = {
   MinNumberOfPeopleForTrigger: { label: "Minimum number of objects", least: 1, most: 12, whole: true },
   Sensitivity: { label: "Score threshold", least: 0.01, most: 0.99, whole: false }, // told with two decimals

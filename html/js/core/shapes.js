@@ -56,7 +56,10 @@ function moveAll(points, dx, dy) {
   }
 }
 
-/** One corner, where the application can tell it from its neighbours. @param {Point} point @param {Point} to @param {Size} analysed */
+/**
+ * One corner, where the application can tell it from its neighbours.
+ * @param {Point} point @param {Point} to @param {Size} analysed
+ */
 export const put = (point, to, analysed) => Object.assign(point, settledPoint(to, analysed));
 
 /**
@@ -77,7 +80,8 @@ export function step(points, corner, dx, dy, analysed) {
 /**
  * A drag that has come so far from where it began.
  * @param {Point[]} points @param {Point[]} origin the points as they were then @param {number} corner or WHOLE
- * @param {Point} by @param {boolean} isFree of the picture's edges, to which a corner snaps otherwise @param {Size} analysed
+ * @param {Point} by @param {boolean} isFree of the picture's edges, to which a corner snaps otherwise
+ * @param {Size} analysed
  */
 export function dragFrom(points, origin, corner, by, isFree, analysed) {
   if (points.length !== origin.length) return; // loaded anew meanwhile

@@ -86,7 +86,10 @@ export class Camera {
     });
   }
 
-  /** Until its pages can be used: a visitor who is quicker than the application meets a failed request or two. @param {Record<string, string>} [headers] */
+  /**
+   * Until its pages can be used: a visitor who is quicker than the application meets a failed request or two.
+   * @param {Record<string, string>} [headers]
+   */
   async startAnswering(headers) {
     await this.start();
     await until(async () => (await ask(this.address, STATUS, { headers })).status === 200, "the endpoint");

@@ -44,7 +44,10 @@ export function ask(address, path, { method = "GET", headers = {}, body, enough 
 /** @param {string} text */
 const md5 = (text) => createHash("md5").update(text).digest("hex");
 
-/** The Authorization header for a digest challenge. @param {string} challenge @param {string} path @param {string} user @param {string} password */
+/**
+ * The Authorization header for a digest challenge.
+ * @param {string} challenge @param {string} path @param {string} user @param {string} password
+ */
 export function digestHeader(challenge, path, user, password) {
   /** @param {string} name */
   const part = (name) => new RegExp(`${name}="([^"]*)"`).exec(challenge)?.[1] ?? "";

@@ -5,9 +5,10 @@ import { showCoordinates } from "./coordinate_table.js";
 import { ZONE_FLAGS } from "./core/settings.js";
 import { haveSameShapes, resetShapes, setCorners, shapeProblems, zoneWarnings } from "./core/shapes.js";
 import { store } from "./core/store.js";
-import { buttonOf, byId, inputOf, make, selectOf } from "./dom.js";
+import { buttonOf, byId, make, selectOf } from "./dom.js";
 import { isDragging } from "./drag.js";
 import { drawShapes, makeHandles } from "./handles.js";
+import { bindSwitch, makeSwitch, showSwitches } from "./switches.js";
 
 /** @param {string[]} told */
 function tellProblems(told) {
@@ -24,22 +25,10 @@ function show() {
   const { width, height } = store.analysed;
   byId("stage").style.setProperty("--ratio", String(width / height));
   selectOf("corners").value = String(store.edited.corners);
-  for (const flag of ZONE_FLAGS) inputOf(flag).checked = store.edited.flags[flag];
+  showSwitches(ZONE_FLAGS, store.edited.flags);
   drawShapes(store.edited);
   tellProblems([...shapeProblems(store.edited), ...zoneWarnings(store.edited)]);
   showCoordinates(store.edited);
-}
-
-function makeZoneSwitches() {
-  ZONE_FLAGS.forEach((flag, i) => {
-    const box = make("input", { type: "checkbox", id: flag });
-    box.addEventListener("change", () =>
-      store.edit((settings) => {
-        settings.flags[flag] = box.checked;
-      }),
-    );
-    byId("zones").append(make("label", { className: "check" }, box, `Zone ${i + 1}`));
-  });
 }
 
 /**
@@ -59,7 +48,8 @@ function undoByKey(event) {
 
 export function startEditor() {
   makeHandles();
-  makeZoneSwitches();
+  byId("zones").append(...ZONE_FLAGS.map((flag, i) => makeSwitch(flag, `Zone ${i + 1}`)));
+  ZONE_FLAGS.forEach(bindSwitch);
   byId("undo").addEventListener("click", () => store.undo());
   byId("redo").addEventListener("click", () => store.redo());
   byId("reset").addEventListener("click", () =>

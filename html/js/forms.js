@@ -6,6 +6,7 @@ import { ALERT_FLAGS, ALERT_SECONDS, CLASS_FLAGS, CLASSES, LEVELS, NUMBERS, STRE
 import { sizeText } from "./core/sizes.js";
 import { store } from "./core/store.js";
 import { byId, inputOf, make, selectOf, setText, showNotice } from "./dom.js";
+import { bindSwitch, makeSwitch, showSwitches } from "./switches.js";
 
 /** @typedef {import("./core/settings.js").Settings} Settings */
 
@@ -13,10 +14,6 @@ const SWITCHES = [...CLASS_FLAGS, ...ALERT_FLAGS, "DetectionOverlaysOn", "AnonOv
 
 /** The field that is typed in: what is wrong with it is told at it once it is left, not at each key. */
 let typed = "";
-
-/** @param {string} flag @param {string} label */
-const makeSwitch = (flag, label) =>
-  make("label", { className: "check" }, make("input", { type: "checkbox", id: flag }), label);
 
 /** @param {number} level from 0 */
 function makeAlertLevel(level) {
@@ -48,14 +45,7 @@ function makeFields() {
 const fieldOf = (name) => (name in STREAMS ? selectOf(name) : inputOf(name));
 
 function bindFields() {
-  for (const name of SWITCHES) {
-    const box = inputOf(name);
-    box.addEventListener("change", () =>
-      store.edit((settings) => {
-        settings.flags[name] = box.checked;
-      }),
-    );
-  }
+  SWITCHES.forEach(bindSwitch);
   for (const name of TEXTS) {
     const field = fieldOf(name);
     field.addEventListener("input", () => {
@@ -92,7 +82,7 @@ function offerSizes(name, selected) {
 
 /** @param {Settings} settings */
 function showValues({ flags, texts }) {
-  for (const name of SWITCHES) inputOf(name).checked = flags[name];
+  showSwitches(SWITCHES, flags);
   for (const name of Object.keys(NUMBERS)) if (inputOf(name).value !== texts[name]) inputOf(name).value = texts[name];
   inputOf("Sensitivity-range").value = texts.Sensitivity.replace(",", ".");
   for (const name of Object.keys(STREAMS)) offerSizes(name, texts[name]);

@@ -64,7 +64,7 @@ for (const [screen, options] of SCREENS)
     await visitor.waitForText("save-note", /saved|accepted/);
     if (await page.isVisible("#agreement")) await page.click("#agreement-accept");
     await page.waitForSelector("#agreement", { state: "hidden" });
-    await page.waitForFunction(() => /** @type {HTMLImageElement} */ (document.getElementById("picture")).naturalWidth > 0);
+    await visitor.waitForPicture();
     await visitor.waitForText("status", /200|50[234]|600/);
     for (const tab of TABS) {
       await visitor.tab(tab);

@@ -31,9 +31,9 @@ test("a password is asked before everything, by digest", async () => {
 
     const browser = await openBrowser();
     const context = await browser.newContext({ httpCredentials: { username: "anna", password: "opens: it" } });
-    const { page } = new Visitor(await context.newPage());
-    await page.goto(locked.address);
-    await page.waitForFunction(() => /** @type {HTMLImageElement} */ (document.getElementById("picture"))?.naturalWidth > 0);
+    const visitor = new Visitor(await context.newPage());
+    await visitor.page.goto(locked.address);
+    await visitor.waitForPicture();
     await browser.close();
   } finally {
     await locked.stop();

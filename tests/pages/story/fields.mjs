@@ -30,11 +30,7 @@ test("an alert appears", async () => {
   // All of the picture is the area, so that any vehicle will do: the scene need not have come to one that stops.
   await visitor.tab("live");
   await page.selectOption("#corners", "4");
-  for (const [corner, [x, y]] of [[0, 0], [100, 0], [100, 100], [0, 100]].entries()) {
-    await page.fill(`[data-coordinate="area.${corner}.x"]`, String(x));
-    await page.fill(`[data-coordinate="area.${corner}.y"]`, String(y));
-  }
-  await page.press('[data-coordinate="area.3.y"]', "Tab");
+  await visitor.setCorners("area", [[0, 0], [100, 0], [100, 100], [0, 100]]);
   await visitor.save();
   await page.locator('#alerts li[data-level="1"][data-active=true]', { hasText: "First active" }).waitFor();
 });

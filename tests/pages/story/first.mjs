@@ -36,7 +36,7 @@ test("accepting it is stored, and the analysis begins", async () => {
 
 test("the live picture moves", async () => {
   await visitor.tab("live");
-  await page.waitForFunction(() => /** @type {HTMLImageElement} */ (document.getElementById("picture")).naturalWidth === 1280);
+  await visitor.waitForPicture(1280);
   assert.ok(await page.isHidden("#no-picture"));
   const first = await page.locator("#picture").screenshot();
   await until(async () => !first.equals(await page.locator("#picture").screenshot()), "another picture");

@@ -35,7 +35,7 @@ test("a page left open over a restart finds the application again, and keeps wha
   assert.equal(await page.inputValue("#MaxDisappear"), "21");
   assert.match(await visitor.text("save-note"), /Changed, not saved yet/);
   await visitor.tab("live");
-  await page.waitForFunction(() => /** @type {HTMLImageElement} */ (document.getElementById("picture")).naturalWidth === 1280);
+  await visitor.waitForPicture(1280);
 });
 
 test("saving twice moves no corner", async () => {

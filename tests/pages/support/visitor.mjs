@@ -59,6 +59,23 @@ export class Visitor {
     });
   }
 
+  /** Types all of a shape's corners. @param {string} shape @param {number[][]} corners */
+  async setCorners(shape, corners) {
+    for (const [corner, [x, y]] of corners.entries()) {
+      await this.page.fill(`[data-coordinate="${shape}.${corner}.x"]`, String(x));
+      await this.page.fill(`[data-coordinate="${shape}.${corner}.y"]`, String(y));
+    }
+    await this.page.press(`[data-coordinate="${shape}.${corners.length - 1}.y"]`, "Tab");
+  }
+
+  /** Until there is a live picture. @param {number} [width] of this width, or of any */
+  waitForPicture(width) {
+    return this.page.waitForFunction((wanted) => {
+      const { naturalWidth } = /** @type {HTMLImageElement} */ (document.getElementById("picture"));
+      return wanted === undefined ? naturalWidth > 0 : naturalWidth === wanted;
+    }, width);
+  }
+
   /** @param {string} handle such as area.0 @param {number} x @param {number} y where to, per cent of the picture */
   async drag(handle, x, y) {
     const stage = await this.page.locator("#stage").boundingBox();

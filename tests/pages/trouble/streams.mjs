@@ -15,7 +15,7 @@ test("a stream that ends or never comes is not shown as live, and comes back", a
     body: Buffer.concat([Buffer.from(`--picture\r\nContent-Type: image/jpeg\r\nContent-Length: ${picture.length}\r\n\r\n`), picture, Buffer.from("\r\n")]),
   }));
   await page.reload();
-  await page.waitForFunction(() => /** @type {HTMLImageElement} */ (document.getElementById("picture")).naturalWidth === 640);
+  await visitor.waitForPicture(640);
   await page.waitForSelector("#no-picture", { state: "visible" });
   await page.route("**/stream/**", (route) => route.fulfill({ status: 404, body: "none" }));
   await page.reload();

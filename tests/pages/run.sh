@@ -7,11 +7,8 @@ export KORVEX_BUILD_DIR=${1:?the folder of the build}
 shift
 cd "$here"
 
-# The tools are pinned by checksum in package-lock.json.
-if ! cmp -s package-lock.json node_modules/.installed; then
-    npm ci --ignore-scripts --no-audit --no-fund >&2
-    cp package-lock.json node_modules/.installed
-fi
+source ./tools.sh
+install_page_tools
 
 [ $# -gt 0 ] || set -- unit/*.test.mjs server.test.mjs look.test.mjs story.test.mjs hand.test.mjs trouble.test.mjs
 # The core has no document: it is checked as what runs without one.

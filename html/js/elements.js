@@ -13,6 +13,8 @@ export function elementsOf(text) {
       ? [...parsed.documentElement.children].map(({ nodeName, textContent }) => [nodeName, textContent ?? ""])
       : [...text.matchAll(/<(\w+)>([^<]*)<\/\1>/g)].map(([, name, value]) => [name, value]);
   if (!/^<app>.*<\/app>$/s.test(text) || elements.length === 0)
-    throw new Error("The application sent settings that cannot be read. Load this page again; if it stays, look at the log.");
+    throw new Error(
+      "The application sent settings that cannot be read. Load this page again; if it stays, look at the log.",
+    );
   return Object.fromEntries(elements);
 }

@@ -249,8 +249,7 @@ export class Saving extends EventTarget {
   async #lookAfterWarning() {
     if (this.warning === "" || !(await this.#camera.readWhetherStartedAnew().catch(() => false))) return;
     this.#warn("");
-    const gone =
-      "The application has started anew, without what it could not store. What is shown is what it has.";
+    const gone = "The application has started anew, without what it could not store. What is shown is what it has.";
     if (!this.#store.isChanged) this.#say(gone, "bad");
   }
 

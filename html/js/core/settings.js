@@ -1,7 +1,17 @@
 // @ts-check
 /** The settings as the pages hold them: their names, their limits, and how two versions of them are put together. */
 
-export const CLASSES = ["Persons", "Cars", "Motorcycles", "Bicycles", "Airplanes", "Buses", "Trains", "Trucks", "Boats"];
+export const CLASSES = [
+  "Persons",
+  "Cars",
+  "Motorcycles",
+  "Bicycles",
+  "Airplanes",
+  "Buses",
+  "Trains",
+  "Trucks",
+  "Boats",
+];
 export const LEVELS = ["First", "Second", "Third"];
 export const CORNER_COUNTS = [4, 6, 8];
 

@@ -48,8 +48,14 @@ export const shapesOn = (settings) => SHAPES.filter((shape) => shape.on(settings
 function moveAll(points, dx, dy) {
   /** @param {number} by @param {number[]} values */
   const within = (by, values) => Math.round(Math.max(Math.min(by, 100 - Math.max(...values)), -Math.min(...values)));
-  const right = within(dx, points.map(({ x }) => x));
-  const down = within(dy, points.map(({ y }) => y));
+  const right = within(
+    dx,
+    points.map(({ x }) => x),
+  );
+  const down = within(
+    dy,
+    points.map(({ y }) => y),
+  );
   for (const point of points) {
     point.x += right;
     point.y += down;

@@ -74,14 +74,28 @@ export class Store extends EventTarget {
   }
 
   /** Makes what was previewed since `before` one step of undo. @param {Settings} before */
-  commit(before) { this.#step(before, ""); }
+  commit(before) {
+    this.#step(before, "");
+  }
 
-  undo() { this.#travel(this.#past, this.#future); }
-  redo() { this.#travel(this.#future, this.#past); }
-  get canUndo() { return this.#past.length > 0; }
-  get canRedo() { return this.#future.length > 0; }
-  get isChanged() { return this.saved !== null && this.edited !== null && !isSame(this.saved, this.edited); }
-  get isAccepted() { return this.saved?.flags.Eula === true; }
+  undo() {
+    this.#travel(this.#past, this.#future);
+  }
+  redo() {
+    this.#travel(this.#future, this.#past);
+  }
+  get canUndo() {
+    return this.#past.length > 0;
+  }
+  get canRedo() {
+    return this.#future.length > 0;
+  }
+  get isChanged() {
+    return this.saved !== null && this.edited !== null && !isSame(this.saved, this.edited);
+  }
+  get isAccepted() {
+    return this.saved?.flags.Eula === true;
+  }
 
   /** @param {Settings} before @param {string} topic */
   #step(before, topic) {
@@ -103,7 +117,9 @@ export class Store extends EventTarget {
     this.#tell();
   }
 
-  #tell() { this.dispatchEvent(new Event("change")); }
+  #tell() {
+    this.dispatchEvent(new Event("change"));
+  }
 }
 
 export const store = new Store();

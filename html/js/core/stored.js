@@ -29,7 +29,8 @@ function hasFailed(log) {
  */
 export async function readWhetherStored() {
   if (seen === "") seen = endOf(await readSerialisedLog());
-  const log = await readSerialisedLog(), before = seen;
+  const log = await readSerialisedLog(),
+    before = seen;
   seen = endOf(log);
   start = startIn(log);
   if (hasFailed(log)) return "lost";

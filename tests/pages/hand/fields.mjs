@@ -32,7 +32,11 @@ test("a threshold of another spelling is no change, and none is told after savin
   await visitor.type("Sensitivity", ".5");
   assert.equal(await visitor.text("save-note"), "Saved.");
   await visitor.type("Sensitivity", "0.505");
-  assert.match(await visitor.text("Sensitivity-error"), /at most two decimals/, "the application would not tell the third again");
+  assert.match(
+    await visitor.text("Sensitivity-error"),
+    /at most two decimals/,
+    "the application would not tell the third again",
+  );
 });
 
 test("what was discarded or saved can be undone", async () => {

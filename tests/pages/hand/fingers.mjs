@@ -8,7 +8,8 @@ import { browser, camera, page, visitor } from "./setting.mjs";
 
 test("a held corner shows where it is; Escape takes the drag back", async () => {
   const [saved] = await visitor.corners("area");
-  const box = await page.locator("#stage").boundingBox(), from = await page.locator('[data-handle="area.0"]').boundingBox();
+  const box = await page.locator("#stage").boundingBox(),
+    from = await page.locator('[data-handle="area.0"]').boundingBox();
   assert.ok(box !== null && from !== null);
   await page.mouse.move(from.x + from.width / 2, from.y + from.height / 2);
   await page.mouse.down();
@@ -29,9 +30,21 @@ test("a second finger does not take the corner along", async () => {
   const box = await page.locator("#stage").boundingBox();
   assert.ok(box !== null);
   /** @param {string} handle @param {string} type @param {number} id @param {number[]} at @param {boolean} [held] */
-  const point = (handle, type, id, [x, y], held = true) => page.$eval(`[data-handle="${handle}"]`, (target, init) =>
-    target.dispatchEvent(new PointerEvent(init.type, { bubbles: true, cancelable: true, pointerType: "touch", button: 0, ...init })),
-  { type, pointerId: id, buttons: held ? 1 : 0, clientX: box.x + (box.width * x) / 100, clientY: box.y + (box.height * y) / 100 });
+  const point = (handle, type, id, [x, y], held = true) =>
+    page.$eval(
+      `[data-handle="${handle}"]`,
+      (target, init) =>
+        target.dispatchEvent(
+          new PointerEvent(init.type, { bubbles: true, cancelable: true, pointerType: "touch", button: 0, ...init }),
+        ),
+      {
+        type,
+        pointerId: id,
+        buttons: held ? 1 : 0,
+        clientX: box.x + (box.width * x) / 100,
+        clientY: box.y + (box.height * y) / 100,
+      },
+    );
   await point("area.0", "pointerdown", 1, saved[0]);
   await point("area.2", "pointerdown", 2, saved[2]);
   await point("area.2", "pointermove", 2, [90, 90]);
@@ -48,14 +61,21 @@ test("on a phone the picture lets the page scroll, and every tab is in sight", a
   await phone.waitForText("save-note", /Everything is saved/);
   assert.ok(await phone.page.$eval(".tabs", (tabs) => tabs.scrollWidth <= tabs.clientWidth), "no tab is cut off");
   // As large as can be: a finger near a handle takes the handle.
-  await phone.setCorners("area", [[0, 0], [100, 0], [100, 100], [0, 100]]);
+  await phone.setCorners("area", [
+    [0, 0],
+    [100, 0],
+    [100, 100],
+    [0, 100],
+  ]);
   await phone.page.evaluate(() => window.scrollTo(0, 0));
   const before = await phone.corners("area");
   const box = await phone.page.locator("#stage").boundingBox();
   assert.ok(box !== null);
   const client = await context.newCDPSession(phone.page);
   const [x, y] = [box.x + box.width * 0.25, box.y + box.height / 2];
-  assert.ok(await phone.page.evaluate(([left, top]) => document.elementFromPoint(left, top)?.matches(".shape.area"), [x, y]));
+  assert.ok(
+    await phone.page.evaluate(([left, top]) => document.elementFromPoint(left, top)?.matches(".shape.area"), [x, y]),
+  );
   await client.send("Input.dispatchTouchEvent", { type: "touchStart", touchPoints: [{ x, y }] });
   for (let i = 1; i <= 15; i++) {
     await client.send("Input.dispatchTouchEvent", { type: "touchMove", touchPoints: [{ x, y: y - 10 * i }] });

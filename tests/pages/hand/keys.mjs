@@ -24,10 +24,12 @@ test("Alt with an arrow is the browser's own", async () => {
   const [saved] = await visitor.corners("area");
   await page.focus('[data-handle="area.0"]');
   // The browser's way back would leave the page.
-  await page.evaluate(() => window.addEventListener("keydown", (event) => {
-    document.body.dataset.taken = String(event.defaultPrevented);
-    event.preventDefault();
-  }));
+  await page.evaluate(() =>
+    window.addEventListener("keydown", (event) => {
+      document.body.dataset.taken = String(event.defaultPrevented);
+      event.preventDefault();
+    }),
+  );
   for (const at of ['[data-handle="area.0"]', "#tab-live"]) {
     await page.focus(at);
     await page.keyboard.press("Alt+ArrowRight");

@@ -7,7 +7,17 @@ import { Camera, freePort, scratchFolder, slowVideo } from "../support/camera.mj
 import { Visitor } from "../support/visitor.mjs";
 
 const folder = scratchFolder("hand");
-export const camera = new Camera(["--state", join(folder, "state"), "--source", slowVideo(folder), "--listen", `127.0.0.1:${await freePort()}`, "--accept-eula", "--set", "MainLoopTime=1000"]);
+export const camera = new Camera([
+  "--state",
+  join(folder, "state"),
+  "--source",
+  slowVideo(folder),
+  "--listen",
+  `127.0.0.1:${await freePort()}`,
+  "--accept-eula",
+  "--set",
+  "MainLoopTime=1000",
+]);
 export const browser = await openBrowser();
 export const page = await browser.newPage({ viewport: { width: 1366, height: 768 } });
 export const visitor = new Visitor(page);

@@ -14,22 +14,39 @@ test("the address leads to the pages", async () => {
   assert.equal(headers.location, "/local/korvex_orvel/");
 });
 
-for (const path of ["/local/korvex_orvel/", "/local/korvex_orvel/js/main.js", STATUS, "/stream/1280x720.jpg", "/nothing"])
+for (const path of [
+  "/local/korvex_orvel/",
+  "/local/korvex_orvel/js/main.js",
+  STATUS,
+  "/stream/1280x720.jpg",
+  "/nothing",
+])
   test(`${path} says who may use it`, async () => {
     const { headers } = await ask(camera.address, path);
     const policy = String(headers["content-security-policy"]);
-    for (const rule of ["default-src 'none'", "script-src 'self'", "frame-ancestors 'none'", "base-uri 'none'"]) assert.ok(policy.includes(rule), policy);
+    for (const rule of ["default-src 'none'", "script-src 'self'", "frame-ancestors 'none'", "base-uri 'none'"])
+      assert.ok(policy.includes(rule), policy);
     assert.doesNotMatch(policy, /unsafe|\*/);
     assert.equal(headers["x-content-type-options"], "nosniff");
     assert.equal(headers["x-frame-options"], "DENY");
     assert.equal(headers["cross-origin-resource-policy"], "same-origin");
     assert.equal(headers["referrer-policy"], "same-origin");
-    assert.match(String(headers["cache-control"]), path.startsWith("/stream") || path === STATUS ? /^no-store$/ : /^no-cache$/);
+    assert.match(
+      String(headers["cache-control"]),
+      path.startsWith("/stream") || path === STATUS ? /^no-store$/ : /^no-cache$/,
+    );
     assert.equal(headers.server, undefined);
   });
 
 test("only the pages are files: no folder above them, no list, no state", async () => {
-  for (const path of ["/local/korvex_orvel/../run", "/local/korvex_orvel/%2e%2e/run", "/local/korvex_orvel/js/", "/run", "/web_server.log", "/parameters.sqlite"])
+  for (const path of [
+    "/local/korvex_orvel/../run",
+    "/local/korvex_orvel/%2e%2e/run",
+    "/local/korvex_orvel/js/",
+    "/run",
+    "/web_server.log",
+    "/parameters.sqlite",
+  ])
     assert.ok([400, 403, 404].includes((await ask(camera.address, path)).status), path);
 });
 
@@ -67,46 +84,78 @@ test("a foreign page's request does not clear the log", async () => {
 /** The ports of this machine on which something listens that runs in the state folder. */
 function openPorts() {
   /** @param {string} path */
-  const target = (path) => { try { return readlinkSync(path); } catch { return ""; } };
+  const target = (path) => {
+    try {
+      return readlinkSync(path);
+    } catch {
+      return "";
+    }
+  };
   /** @param {string} path */
-  const list = (path) => { try { return readdirSync(path); } catch { return []; } };
+  const list = (path) => {
+    try {
+      return readdirSync(path);
+    } catch {
+      return [];
+    }
+  };
   const ours = list("/proc").filter((pid) => /^\d+$/.test(pid) && target(`/proc/${pid}/cwd`).startsWith(state));
   const sockets = new Set(ours.flatMap((pid) => list(`/proc/${pid}/fd`).map((fd) => target(`/proc/${pid}/fd/${fd}`))));
-  const listening = readFileSync("/proc/net/tcp", "utf8").trim().split("\n").map((line) => line.trim().split(/\s+/))
+  const listening = readFileSync("/proc/net/tcp", "utf8")
+    .trim()
+    .split("\n")
+    .map((line) => line.trim().split(/\s+/))
     .filter((fields) => fields[3] === "0A" && sockets.has(`socket:[${fields[9]}]`));
   return listening.map((fields) => parseInt(fields[1].split(":")[1], 16));
 }
 
 test("another site's page sees nothing in a browser, whatever it tries, nor does a name that was made to point here", async () => {
-  const site = createPageServer((_, answer) => answer.setHeader("Content-Type", "text/html").end("<!DOCTYPE html><title>Elsewhere</title>"));
-  await new Promise((resolve) => { site.listen(0, "127.0.0.1", () => resolve(undefined)); });
+  const site = createPageServer((_, answer) =>
+    answer.setHeader("Content-Type", "text/html").end("<!DOCTYPE html><title>Elsewhere</title>"),
+  );
+  await new Promise((resolve) => {
+    site.listen(0, "127.0.0.1", () => resolve(undefined));
+  });
   const { port: sitePort } = /** @type {import("node:net").AddressInfo} */ (site.address());
   const browser = await openBrowser(["--host-resolver-rules=MAP elsewhere.test 127.0.0.1"]);
   try {
     const ports = openPorts();
     assert.ok(ports.includes(port));
-    for (const [host, open] of ["elsewhere.test", "127.0.0.1"].flatMap((host) => ports.map((open) => /** @type {[string, number]} */ ([host, open])))) {
+    for (const [host, open] of ["elsewhere.test", "127.0.0.1"].flatMap((host) =>
+      ports.map((open) => /** @type {[string, number]} */ ([host, open])),
+    )) {
       const page = await browser.newPage();
       await page.goto(`http://${host}:${sitePort}/`);
-      const seen = await page.evaluate(async ([address, status, clear]) => {
-        /** @param {string} tag @param {string} path */
-        const loads = (tag, path) => new Promise((resolve) => {
-          const element = /** @type {HTMLImageElement} */ (document.createElement(tag));
-          element.onload = () => resolve(true);
-          element.onerror = () => resolve(false);
-          element.src = address + path;
-          document.body.append(element);
-        });
-        /** @param {string} path @param {RequestInit} [init] */
-        const fetches = (path, init) => fetch(address + path, init).then(() => true, () => false);
-        return {
-          picture: await loads("img", "stream/640x360.jpg"), stream: await loads("img", "stream/640x360.mjpg"),
-          script: await loads("script", "local/korvex_orvel/js/main.js"),
-          status: await fetches(status), blind: await fetches(clear, { mode: "no-cors" }),
-          post: await fetches(status, { mode: "no-cors", method: "POST", body: "<app" }),
-        };
-      }, [`http://127.0.0.1:${open}/`, STATUS.slice(1), `${ENDPOINT.slice(1)}?action=clear_logfile`]);
-      for (const [what, isSeen] of Object.entries(seen)) assert.equal(isSeen, false, `${what} of port ${open} from ${host}`);
+      const seen = await page.evaluate(
+        async ([address, status, clear]) => {
+          /** @param {string} tag @param {string} path */
+          const loads = (tag, path) =>
+            new Promise((resolve) => {
+              const element = /** @type {HTMLImageElement} */ (document.createElement(tag));
+              element.onload = () => resolve(true);
+              element.onerror = () => resolve(false);
+              element.src = address + path;
+              document.body.append(element);
+            });
+          /** @param {string} path @param {RequestInit} [init] */
+          const fetches = (path, init) =>
+            fetch(address + path, init).then(
+              () => true,
+              () => false,
+            );
+          return {
+            picture: await loads("img", "stream/640x360.jpg"),
+            stream: await loads("img", "stream/640x360.mjpg"),
+            script: await loads("script", "local/korvex_orvel/js/main.js"),
+            status: await fetches(status),
+            blind: await fetches(clear, { mode: "no-cors" }),
+            post: await fetches(status, { mode: "no-cors", method: "POST", body: "<app" }),
+          };
+        },
+        [`http://127.0.0.1:${open}/`, STATUS.slice(1), `${ENDPOINT.slice(1)}?action=clear_logfile`],
+      );
+      for (const [what, isSeen] of Object.entries(seen))
+        assert.equal(isSeen, false, `${what} of port ${open} from ${host}`);
       await page.close();
     }
     const page = await browser.newPage();

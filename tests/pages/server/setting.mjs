@@ -9,7 +9,15 @@ import { ENDPOINT } from "../support/http.mjs";
 export const folder = scratchFolder("server");
 export const state = join(folder, "state");
 export const port = await freePort();
-export const camera = new Camera(["--state", state, "--listen", `127.0.0.1:${port}`, "--accept-eula", "--set", "MainLoopTime=1000"]);
+export const camera = new Camera([
+  "--state",
+  state,
+  "--listen",
+  `127.0.0.1:${port}`,
+  "--accept-eula",
+  "--set",
+  "MainLoopTime=1000",
+]);
 export const POST = `${ENDPOINT}?action=set_post_parameters`;
 
 before(() => camera.startAnswering());

@@ -18,7 +18,10 @@ test("a corner is dragged, undone, redone, moved by keys and reset", async () =>
   await page.keyboard.press("ArrowRight");
   await page.keyboard.press("Shift+ArrowUp");
   assert.deepEqual((await visitor.corners("area"))[0], [32, 30]);
-  assert.match(await page.getAttribute('[data-handle="area.0"]', "aria-label") ?? "", /Area, corner 1: 32 % from the left, 30 % from the top/);
+  assert.match(
+    (await page.getAttribute('[data-handle="area.0"]', "aria-label")) ?? "",
+    /Area, corner 1: 32 % from the left, 30 % from the top/,
+  );
   await page.click("#reset");
   assert.deepEqual((await visitor.corners("area"))[0], saved);
   assert.match(await visitor.text("save-note"), /Everything is saved/);

@@ -20,7 +20,8 @@ test("wrong values are told at their fields and not sent", async () => {
 
 test("the chain of levels is told where it bites", async () => {
   await page.uncheck("#Alert1_Active");
-  for (const level of [2, 3]) assert.match(await visitor.text(`Alert${level}-chain`), /Cannot stay active while the first alert is off/);
+  for (const level of [2, 3])
+    assert.match(await visitor.text(`Alert${level}-chain`), /Cannot stay active while the first alert is off/);
   await page.check("#Alert1_Active");
   assert.equal(await visitor.text("Alert2-chain"), "");
 });
@@ -30,7 +31,12 @@ test("an alert appears", async () => {
   // All of the picture is the area, so that any vehicle will do: the scene need not have come to one that stops.
   await visitor.tab("live");
   await page.selectOption("#corners", "4");
-  await visitor.setCorners("area", [[0, 0], [100, 0], [100, 100], [0, 100]]);
+  await visitor.setCorners("area", [
+    [0, 0],
+    [100, 0],
+    [100, 100],
+    [0, 100],
+  ]);
   await visitor.save();
   await page.locator('#alerts li[data-level="1"][data-active=true]', { hasText: "First active" }).waitFor();
 });
@@ -38,7 +44,10 @@ test("an alert appears", async () => {
 test("overlays take the camera's own sizes and warn where two roles meet", async () => {
   await visitor.tab("overlays");
   const offered = (await settingsOf(camera.address)).CamsResAsCsv.split(",").filter((size) => size !== "");
-  assert.deepEqual(await page.$$eval("#SelectedAnonOverlay option", (options) => options.map((option) => option.textContent)), offered);
+  assert.deepEqual(
+    await page.$$eval("#SelectedAnonOverlay option", (options) => options.map((option) => option.textContent)),
+    offered,
+  );
   await page.check("#AnonOverlaysOn");
   await page.selectOption("#SelectedAnonOverlay", await page.inputValue("#SelectedDetectionOverlay"));
   assert.match(await visitor.text("overlay-note"), /NOT anonymised/);

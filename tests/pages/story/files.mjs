@@ -37,10 +37,13 @@ test("settings are exported, changed in the file, imported and saved", async () 
 test("files that are no good settings change nothing and say why", async () => {
   await visitor.tab("advanced");
   /** @type {[string, RegExp][]} */
-  const files = [["not JSON", /not JSON/], ["{}", /no settings file of Korvex Orvel/],
+  const files = [
+    ["not JSON", /not JSON/],
+    ["{}", /no settings file of Korvex Orvel/],
     [JSON.stringify({ ...exported, corners: 5 }), /4, 6 or 8/],
     [JSON.stringify({ ...exported, texts: { ...exported.texts, MaxDisappear: "1e9" } }), /Patience/],
-    ["x".repeat(70000), /far too large/]];
+    ["x".repeat(70000), /far too large/],
+  ];
   for (const [text, expected] of files) {
     await importFile("bad.json", text);
     await visitor.waitForText("import-problems", expected);

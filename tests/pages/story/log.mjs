@@ -20,7 +20,7 @@ test("the log is viewed, filtered and followed", async () => {
   await page.fill("#log-text", "");
   await page.check("#log-follow");
   // Each reading of the log is a line of it.
-  await until(async () => await page.locator("#log-lines tr").count() >= all + 2, "the followed lines");
+  await until(async () => (await page.locator("#log-lines tr").count()) >= all + 2, "the followed lines");
   await page.uncheck("#log-follow");
 });
 
@@ -28,7 +28,10 @@ test("the log is copied and downloaded, plain and serialised", async () => {
   await page.fill("#log-text", "starting korvex_ORVEL");
   await page.click("#log-copy");
   await visitor.waitForText("log-note", /clipboard/);
-  assert.match(await page.evaluate(() => navigator.clipboard.readText()), /^\d{4}-\S+ \S+ warning STARTING korvex_orvel$/);
+  assert.match(
+    await page.evaluate(() => navigator.clipboard.readText()),
+    /^\d{4}-\S+ \S+ warning STARTING korvex_orvel$/,
+  );
   await page.fill("#log-text", "");
   assert.match(await downloaded(() => page.click("#log-plain")), /STARTING korvex_orvel/);
   assert.match(await downloaded(() => page.click("#log-serialised")), /\|korvex_orvel\|warning\|STARTING korvex_orvel/);

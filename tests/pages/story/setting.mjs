@@ -10,7 +10,15 @@ import { Visitor } from "../support/visitor.mjs";
 export const folder = scratchFolder("story");
 const listen = `127.0.0.1:${await freePort()}`;
 /** @param {...string} more */
-const options = (...more) => ["--state", join(folder, "state"), "--listen", listen, "--set", "MainLoopTime=1000", ...more];
+const options = (...more) => [
+  "--state",
+  join(folder, "state"),
+  "--listen",
+  listen,
+  "--set",
+  "MainLoopTime=1000",
+  ...more,
+];
 export let camera = new Camera(options());
 const browser = await openBrowser();
 const context = await browser.newContext({ viewport: { width: 1280, height: 900 }, acceptDownloads: true });

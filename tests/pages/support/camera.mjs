@@ -10,7 +10,8 @@ import { ask, STATUS, until } from "./http.mjs";
 import { LIMIT_S } from "./limit.mjs";
 
 export const root = fileURLToPath(new URL("../../..", import.meta.url));
-if (process.env.KORVEX_BUILD_DIR === undefined) throw new Error("KORVEX_BUILD_DIR is to name the build whose programs are tested.");
+if (process.env.KORVEX_BUILD_DIR === undefined)
+  throw new Error("KORVEX_BUILD_DIR is to name the build whose programs are tested.");
 
 /** A port that is free now. @returns {Promise<number>} */
 export function freePort() {
@@ -37,7 +38,19 @@ export function scratchFolder(name) {
  */
 export function slowVideo(folder) {
   const path = join(folder, "slow.mp4");
-  execFileSync("ffmpeg", ["-v", "error", "-f", "lavfi", "-i", "testsrc2=size=1280x720:rate=2", "-t", "10", "-pix_fmt", "yuv420p", path]);
+  execFileSync("ffmpeg", [
+    "-v",
+    "error",
+    "-f",
+    "lavfi",
+    "-i",
+    "testsrc2=size=1280x720:rate=2",
+    "-t",
+    "10",
+    "-pix_fmt",
+    "yuv420p",
+    path,
+  ]);
   return path;
 }
 

@@ -24,7 +24,12 @@ export function ask(address, path, { method = "GET", headers = {}, body, enough 
       /** @type {Buffer[]} */
       const chunks = [];
       let length = 0;
-      const end = () => resolve({ status: answer.statusCode ?? 0, headers: answer.headers, body: Buffer.concat(chunks).toString("latin1") });
+      const end = () =>
+        resolve({
+          status: answer.statusCode ?? 0,
+          headers: answer.headers,
+          body: Buffer.concat(chunks).toString("latin1"),
+        });
       answer.on("data", (chunk) => {
         chunks.push(chunk);
         length += chunk.length;

@@ -16,7 +16,8 @@ export class Visitor {
     page.setDefaultTimeout(LIMIT_S * 1000);
     page.on("console", (message) => {
       const isFailure = message.text().startsWith("Failed to load resource");
-      if (["error", "warning"].includes(message.type()) && !(isFailure && this.expectsFailures)) this.complaints.push(message.text());
+      if (["error", "warning"].includes(message.type()) && !(isFailure && this.expectsFailures))
+        this.complaints.push(message.text());
     });
     page.on("pageerror", (error) => this.complaints.push(String(error)));
     page.on("dialog", (dialog) => dialog.accept());
@@ -42,7 +43,8 @@ export class Visitor {
   waitForText(id, pattern) {
     return this.page.waitForFunction(
       ({ wanted, source }) => new RegExp(source).test(document.getElementById(wanted)?.textContent ?? ""),
-      { wanted: id, source: pattern.source });
+      { wanted: id, source: pattern.source },
+    );
   }
 
   /** Presses Save and waits for its result. */

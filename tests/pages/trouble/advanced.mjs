@@ -7,30 +7,42 @@ import { ask, ENDPOINT, settingsOf } from "../support/http.mjs";
 import { camera, leave, RUNNING, visit } from "./setting.mjs";
 
 test("while nothing is new nothing in the page is touched: nothing to speak again, nothing to lose a selection in", async () => {
-  const visitor = await visit(), { page } = visitor;
+  const visitor = await visit(),
+    { page } = visitor;
   for (const [action, body] of RUNNING) await page.route(`**/*action=${action}`, (route) => route.fulfill({ body }));
   await visitor.waitForText("pass-time", /77 ms/);
   await visitor.tab("advanced");
-  assert.ok(await page.locator("#diagnostics dd").count() > 5, "the diagnostics are there at once");
+  assert.ok((await page.locator("#diagnostics dd").count()) > 5, "the diagnostics are there at once");
   const touched = await page.evaluate(async () => {
     /** @type {string[]} */
     const found = [];
-    const observer = new MutationObserver((records) => found.push(...records.filter(({ type }) => type === "childList").map(({ target }) =>
-      /** @type {HTMLElement} */ (target).outerHTML)));
+    const observer = new MutationObserver((records) =>
+      found.push(
+        ...records
+          .filter(({ type }) => type === "childList")
+          .map(({ target }) => /** @type {HTMLElement} */ (target).outerHTML),
+      ),
+    );
     observer.observe(document.body, { subtree: true, childList: true });
     await new Promise((resolve) => setTimeout(resolve, 3500));
     return found;
   });
   const seconds = /^<dd>\d+\/\d+\/\d+, /; // when the last answer came
-  assert.deepEqual(touched.filter((text) => !seconds.test(text)), []);
+  assert.deepEqual(
+    touched.filter((text) => !seconds.test(text)),
+    [],
+  );
   await leave(visitor);
 });
 
 test("who has scrolled back in a followed log stays there, and its lines stay the same elements", async () => {
-  const visitor = await visit({ viewport: { width: 1280, height: 420 } }), { page } = visitor;
+  const visitor = await visit({ viewport: { width: 1280, height: 420 } }),
+    { page } = visitor;
   const log = "2026-01-31 09:30:00|korvex_orvel|info|line ";
   let count = 200;
-  await page.route("**/*action=get_logfile_as_serialized_text", (route) => route.fulfill({ body: Array.from({ length: count++ }, (_, i) => `${log}${i}\n`).join("") }));
+  await page.route("**/*action=get_logfile_as_serialized_text", (route) =>
+    route.fulfill({ body: Array.from({ length: count++ }, (_, i) => `${log}${i}\n`).join("") }),
+  );
   await visitor.tab("advanced");
   await page.click("#view-log");
   await visitor.waitForText("log-note", /^200 of 200/);
@@ -38,7 +50,10 @@ test("who has scrolled back in a followed log stays there, and its lines stay th
   await visitor.waitForText("log-note", /^20[3-9] of/);
   const isAtEnd = () => page.$eval("#log-scroll", (box) => box.scrollHeight - box.scrollTop - box.clientHeight < 2);
   assert.ok(await isAtEnd(), "the newest line is shown");
-  await page.$eval("#log-scroll", (box) => { box.scrollTop = 100; /** @type {any} */ (box.querySelector("tbody tr:nth-child(9)")).dataset.mine = "1"; });
+  await page.$eval("#log-scroll", (box) => {
+    box.scrollTop = 100;
+    /** @type {any} */ (box.querySelector("tbody tr:nth-child(9)")).dataset.mine = "1";
+  });
   const seen = await page.locator("#log-lines tr").count();
   await page.waitForFunction((before) => (document.getElementById("log-lines")?.children.length ?? 0) > before, seen);
   assert.equal(await page.$eval("#log-scroll", (box) => box.scrollTop), 100);
@@ -47,7 +62,8 @@ test("who has scrolled back in a followed log stays there, and its lines stay th
 });
 
 test("the log is not cleared by a key pressed too many", async () => {
-  const visitor = await visit(), { page } = visitor;
+  const visitor = await visit(),
+    { page } = visitor;
   await visitor.tab("advanced");
   await page.click("#view-log");
   await visitor.waitForText("log-note", /lines/);
@@ -64,7 +80,8 @@ test("the log is not cleared by a key pressed too many", async () => {
 });
 
 test("an export holds what the camera has, not what is only shown", async () => {
-  const visitor = await visit({ acceptDownloads: true }), { page } = visitor;
+  const visitor = await visit({ acceptDownloads: true }),
+    { page } = visitor;
   const { MaxDisappear } = await settingsOf(camera.address);
   await visitor.tab("detection");
   await visitor.type("MaxDisappear", "x");

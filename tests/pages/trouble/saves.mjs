@@ -3,10 +3,22 @@
 import assert from "node:assert/strict";
 import { test } from "node:test";
 import { settingsOf, until } from "../support/http.mjs";
-import { answerHeld, answerOf, camera, countPosts, DOCUMENT, leave, lookAgain, SAVE, settled, visit } from "./setting.mjs";
+import {
+  answerHeld,
+  answerOf,
+  camera,
+  countPosts,
+  DOCUMENT,
+  leave,
+  lookAgain,
+  SAVE,
+  settled,
+  visit,
+} from "./setting.mjs";
 
 test("a camera that needs long for a save is waited for, and what is edited meanwhile stays", async () => {
-  const visitor = await visit(), { page } = visitor;
+  const visitor = await visit(),
+    { page } = visitor;
   const count = countPosts(visitor);
   // Long is what the web server waits, and not what this machine's load makes of a time.
   await page.evaluate(() => {
@@ -42,14 +54,19 @@ test("a camera that needs long for a save is waited for, and what is edited mean
 });
 
 test("what is typed after Save is not sent with it, however long the application takes to be asked", async () => {
-  const visitor = await visit(), { page } = visitor;
+  const visitor = await visit(),
+    { page } = visitor;
   const { isFinished, finish } = answerHeld();
   let isHeld = false;
-  await page.route(DOCUMENT, async (route) => {
-    isHeld = true;
-    await isFinished;
-    await route.continue();
-  }, { times: 1 });
+  await page.route(
+    DOCUMENT,
+    async (route) => {
+      isHeld = true;
+      await isFinished;
+      await route.continue();
+    },
+    { times: 1 },
+  );
   await visitor.tab("detection");
   await visitor.type("MaxDisappear", "25");
   const saved = page.waitForResponse(SAVE);
@@ -64,7 +81,8 @@ test("what is typed after Save is not sent with it, however long the application
 });
 
 test("a save whose answer is lost is not called failed, and is told of once the application is back", async () => {
-  const visitor = await visit(), { page } = visitor;
+  const visitor = await visit(),
+    { page } = visitor;
   visitor.expectsFailures = true;
   await page.route(SAVE, async (route) => {
     await answerOf(route);
@@ -82,7 +100,8 @@ test("a save whose answer is lost is not called failed, and is told of once the 
 });
 
 test("a lost answer of an application that goes on is looked after at once", async () => {
-  const visitor = await visit(), { page } = visitor;
+  const visitor = await visit(),
+    { page } = visitor;
   visitor.expectsFailures = true;
   await page.route(SAVE, async (route) => {
     await answerOf(route);
@@ -96,7 +115,8 @@ test("a lost answer of an application that goes on is looked after at once", asy
 });
 
 test("a save of which nothing was heard is looked after as soon as the application can be asked, and what is edited meanwhile stays", async () => {
-  const visitor = await visit(), { page } = visitor;
+  const visitor = await visit(),
+    { page } = visitor;
   visitor.expectsFailures = true;
   await page.route(SAVE, async (route) => {
     await answerOf(route);
@@ -119,7 +139,8 @@ test("a save of which nothing was heard is looked after as soon as the applicati
 });
 
 test("a refusal is still told after the page was left and looked at again", async () => {
-  const visitor = await visit(), { page } = visitor;
+  const visitor = await visit(),
+    { page } = visitor;
   visitor.expectsFailures = true;
   await page.route(SAVE, (route) => route.fulfill({ status: 400, body: "" }));
   await visitor.tab("detection");
@@ -134,15 +155,20 @@ test("a refusal is still told after the page was left and looked at again", asyn
 });
 
 test("settings that were read before a save are not shown after it", async () => {
-  const visitor = await visit(), { page } = visitor;
+  const visitor = await visit(),
+    { page } = visitor;
   const { isFinished, finish } = answerHeld();
   let isHeld = false;
-  await page.route(DOCUMENT, async (route) => {
-    const response = await answerOf(route);
-    isHeld = true;
-    await isFinished;
-    await route.fulfill({ response });
-  }, { times: 1 });
+  await page.route(
+    DOCUMENT,
+    async (route) => {
+      const response = await answerOf(route);
+      isHeld = true;
+      await isFinished;
+      await route.fulfill({ response });
+    },
+    { times: 1 },
+  );
   await visitor.tab("detection");
   await visitor.type("MaxDisappear", "24");
   const read = page.waitForResponse(DOCUMENT);

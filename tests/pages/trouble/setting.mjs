@@ -8,14 +8,27 @@ import { LIMIT_S } from "../support/limit.mjs";
 import { Visitor } from "../support/visitor.mjs";
 
 const folder = scratchFolder("trouble");
-export const options = ["--state", join(folder, "state"), "--source", slowVideo(folder), "--listen", `127.0.0.1:${await freePort()}`, "--set", "MainLoopTime=1000"];
+export const options = [
+  "--state",
+  join(folder, "state"),
+  "--source",
+  slowVideo(folder),
+  "--listen",
+  `127.0.0.1:${await freePort()}`,
+  "--set",
+  "MainLoopTime=1000",
+];
 export const camera = new Camera(options);
 export const browser = await openBrowser();
 export const SAVE = "**/*action=set_post_parameters";
 export const DOCUMENT = "**/*action=get_all_parameters";
 export const LOG = "**/*action=get_logfile_as_serialized_text";
 /** @type {[string, string][]} */
-export const RUNNING = [["get_status_code", "502"], ["get_status_string", "First alert active"], ["get_execution_time", "77"]];
+export const RUNNING = [
+  ["get_status_code", "502"],
+  ["get_status_string", "First alert active"],
+  ["get_execution_time", "77"],
+];
 
 /** A page of its own. @param {import("playwright-core").BrowserContextOptions} [options] @param {Camera} [visited] */
 export async function visit(options = { viewport: { width: 1280, height: 900 } }, visited = camera) {
@@ -52,20 +65,27 @@ export async function settled(response) {
 }
 
 /** As a browser tells it of a page that is looked at again. @param {Visitor} visitor */
-export const lookAgain = ({ page }) => page.evaluate(() => { document.dispatchEvent(new Event("visibilitychange")); });
+export const lookAgain = ({ page }) =>
+  page.evaluate(() => {
+    document.dispatchEvent(new Event("visibilitychange"));
+  });
 
 /** For an answer that comes when the test says so. */
 export function answerHeld() {
   /** @type {() => void} */
   let finish = () => {};
-  const isFinished = new Promise((resolve) => { finish = () => resolve(undefined); });
+  const isFinished = new Promise((resolve) => {
+    finish = () => resolve(undefined);
+  });
   return { isFinished, finish };
 }
 
 /** How often something posted. @param {Visitor} visitor */
 export function countPosts({ page }) {
   const count = { posts: 0 };
-  page.on("request", (request) => { if (request.method() === "POST") count.posts += 1; });
+  page.on("request", (request) => {
+    if (request.method() === "POST") count.posts += 1;
+  });
   return count;
 }
 

@@ -13,16 +13,21 @@ import { browser, camera, leave, LOG, lookAgain, options, rewrite, settled, visi
 const FAILED = "2026-01-31 09:30:00|korvex_orvel|error|set_guint_parameter: Failed to save HStream\n";
 
 test("settings that the camera could not store are told of until others are stored", async () => {
-  const visitor = await visit(), { page } = visitor;
+  const visitor = await visit(),
+    { page } = visitor;
   let added = FAILED;
   await rewrite(visitor, LOG, (body) => body + added);
   await visitor.tab("detection");
   await visitor.type("MaxDisappear", "30");
   await page.click("#save");
   await visitor.waitForText("save-note", /^In use, but not stored/);
-  assert.match(await visitor.text("store-notice"), /works with these settings but could not store them: .* Make room .*, restart the application/);
+  assert.match(
+    await visitor.text("store-notice"),
+    /works with these settings but could not store them: .* Make room .*, restart the application/,
+  );
   assert.equal((await settingsOf(camera.address)).MaxDisappear, "30");
-  for (const log of [FAILED, ""]) { // the second is one that was cleared meanwhile
+  for (const log of [FAILED, ""]) {
+    // the second is one that was cleared meanwhile
     await page.route(LOG, (route) => route.fulfill({ body: log }), { times: 1 });
     const asked = page.waitForResponse(LOG);
     await lookAgain(visitor);
@@ -43,7 +48,8 @@ test("settings that the camera could not store are told of until others are stor
 });
 
 test("a log that cannot be asked or written is no proof that a save is stored", async () => {
-  const visitor = await visit(), { page } = visitor;
+  const visitor = await visit(),
+    { page } = visitor;
   visitor.expectsFailures = true;
   await page.route(LOG, (route) => route.abort());
   await visitor.tab("detection");
@@ -52,7 +58,9 @@ test("a log that cannot be asked or written is no proof that a save is stored", 
   await visitor.waitForText("save-note", /^Saved\. Whether it is stored as well could not be asked\.$/);
   assert.ok(await page.isHidden("#store-notice"));
   await page.unroute(LOG);
-  await page.route(LOG, (route) => route.fulfill({ body: "2026-01-31 09:00:00|korvex_orvel|warning|STARTING korvex_orvel\n" }));
+  await page.route(LOG, (route) =>
+    route.fulfill({ body: "2026-01-31 09:00:00|korvex_orvel|warning|STARTING korvex_orvel\n" }),
+  );
   await visitor.type("MaxDisappear", "34");
   await page.click("#save");
   await visitor.waitForText("save-note", /^In use, but not stored/);
@@ -61,9 +69,16 @@ test("a log that cannot be asked or written is no proof that a save is stored", 
 });
 
 test("so is an agreement that the camera could not store, and the warning ends with a new start", async () => {
-  const document = (await ask(camera.address, `${ENDPOINT}?action=get_all_parameters`)).body.replace("<Eula>1", "<Eula>0");
-  assert.equal((await ask(camera.address, `${ENDPOINT}?action=set_post_parameters`, { method: "POST", body: document })).status, 200);
-  const visitor = await visit(), { page } = visitor;
+  const document = (await ask(camera.address, `${ENDPOINT}?action=get_all_parameters`)).body.replace(
+    "<Eula>1",
+    "<Eula>0",
+  );
+  assert.equal(
+    (await ask(camera.address, `${ENDPOINT}?action=set_post_parameters`, { method: "POST", body: document })).status,
+    200,
+  );
+  const visitor = await visit(),
+    { page } = visitor;
   visitor.expectsFailures = true;
   await rewrite(visitor, LOG, (body) => body + FAILED);
   await page.click("#agreement-accept");
@@ -83,9 +98,14 @@ test("so is an agreement that the camera could not store, and the warning ends w
 test("a disk that is full is told of as it really fills up", async (context) => {
   const small = scratchFolder("small");
   const view = ["--dev-bind", "/", "/", "--size", "4000000", "--tmpfs", small, "--die-with-parent"];
-  if (spawnSync("bwrap", [...view, "true"]).status !== 0) return context.skip("no file system of its own can be made here");
-  const full = new Camera([...options, "--state", join(small, "state"), "--listen", `127.0.0.1:${await freePort()}`, "--accept-eula"], ["bwrap", ...view]);
-  const visitor = new Visitor(await browser.newPage()), { page } = visitor;
+  if (spawnSync("bwrap", [...view, "true"]).status !== 0)
+    return context.skip("no file system of its own can be made here");
+  const full = new Camera(
+    [...options, "--state", join(small, "state"), "--listen", `127.0.0.1:${await freePort()}`, "--accept-eula"],
+    ["bwrap", ...view],
+  );
+  const visitor = new Visitor(await browser.newPage()),
+    { page } = visitor;
   try {
     await full.startAnswering();
     await page.goto(full.address);
@@ -94,10 +114,14 @@ test("a disk that is full is told of as it really fills up", async (context) => 
     await visitor.type("MaxDisappear", "16");
     await visitor.save();
     assert.ok(await page.isHidden("#store-notice"));
-    const inside = `/proc/${full.inner}/root${small}`, fill = `${inside}/fill`;
+    const inside = `/proc/${full.inner}/root${small}`,
+      fill = `${inside}/fill`;
     // Where it has room in its files it goes on storing.
-    for (const name of readdirSync(`${inside}/state`).filter((entry) => entry.startsWith("parameters.sqlite"))) rmSync(`${inside}/state/${name}`);
-    assert.throws(() => { while (true) appendFileSync(fill, Buffer.alloc(4096)); }, /ENOSPC/);
+    for (const name of readdirSync(`${inside}/state`).filter((entry) => entry.startsWith("parameters.sqlite")))
+      rmSync(`${inside}/state/${name}`);
+    assert.throws(() => {
+      while (true) appendFileSync(fill, Buffer.alloc(4096));
+    }, /ENOSPC/);
     await visitor.type("MaxDisappear", "17");
     await page.click("#save");
     await visitor.waitForText("save-note", /^In use, but not stored/);

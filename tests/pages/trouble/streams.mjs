@@ -6,14 +6,21 @@ import { ask, until } from "../support/http.mjs";
 import { camera, leave, visit } from "./setting.mjs";
 
 test("a stream that ends or never comes is not shown as live, and comes back", async () => {
-  const visitor = await visit(), { page } = visitor;
+  const visitor = await visit(),
+    { page } = visitor;
   visitor.expectsFailures = true;
   const { body } = await ask(camera.address, "/stream/640x360.jpg");
   const picture = Buffer.from(body, "latin1");
-  await page.route("**/stream/**", (route) => route.fulfill({
-    contentType: "multipart/x-mixed-replace; boundary=picture",
-    body: Buffer.concat([Buffer.from(`--picture\r\nContent-Type: image/jpeg\r\nContent-Length: ${picture.length}\r\n\r\n`), picture, Buffer.from("\r\n")]),
-  }));
+  await page.route("**/stream/**", (route) =>
+    route.fulfill({
+      contentType: "multipart/x-mixed-replace; boundary=picture",
+      body: Buffer.concat([
+        Buffer.from(`--picture\r\nContent-Type: image/jpeg\r\nContent-Length: ${picture.length}\r\n\r\n`),
+        picture,
+        Buffer.from("\r\n"),
+      ]),
+    }),
+  );
   await page.reload();
   await visitor.waitForPicture(640);
   await page.waitForSelector("#no-picture", { state: "visible" });
@@ -28,10 +35,13 @@ test("a stream that ends or never comes is not shown as live, and comes back", a
 });
 
 test("the stream is open only while its page is looked at", async () => {
-  const visitor = await visit(), { page } = visitor;
+  const visitor = await visit(),
+    { page } = visitor;
   /** @type {Set<import("playwright-core").Request>} */
   const open = new Set();
-  page.on("request", (request) => { if (request.url().includes("/stream/")) open.add(request); });
+  page.on("request", (request) => {
+    if (request.url().includes("/stream/")) open.add(request);
+  });
   page.on("requestfailed", (request) => open.delete(request));
   page.on("requestfinished", (request) => open.delete(request));
   await page.reload();

@@ -30,7 +30,8 @@ test("accepting the agreement keeps what is edited, and frees the other page at 
 test("two pages that save one after the other: neither undoes the other unseen", async () => {
   const [anna, bert] = [await visit(), await visit()];
   // Were the other's save so slow that her page lost the application over it, it would read the settings anew.
-  for (const [action, body] of RUNNING) await anna.page.route(`**/*action=${action}`, (route) => route.fulfill({ body }));
+  for (const [action, body] of RUNNING)
+    await anna.page.route(`**/*action=${action}`, (route) => route.fulfill({ body }));
   await anna.tab("detection");
   await anna.type("MinNumberOfPeopleForTrigger", "2");
   await bert.tab("detection");

@@ -11,7 +11,8 @@ test("on a turned camera the picture stands upright under the shapes, and its se
   const turned = new Camera([...options, "--accept-eula", "--set", "root.Image.I0.Appearance.Rotation=90"]);
   context.after(() => turned.stop());
   await turned.startAnswering();
-  const visitor = await visit({ viewport: { width: 1280, height: 900 }, acceptDownloads: true }, turned), { page } = visitor;
+  const visitor = await visit({ viewport: { width: 1280, height: 900 }, acceptDownloads: true }, turned),
+    { page } = visitor;
   await page.waitForFunction(() => {
     const { naturalWidth, naturalHeight } = /** @type {HTMLImageElement} */ (document.getElementById("picture"));
     return naturalWidth > 0 && Math.abs(naturalHeight / naturalWidth - 16 / 9) < 0.01;
@@ -22,7 +23,12 @@ test("on a turned camera the picture stands upright under the shapes, and its se
   await page.check("#Exclusion2_Active");
   assert.match(await visitor.text("shape-problems"), /Exclusion zone 2: it leaves the picture/);
   await page.uncheck("#Exclusion2_Active");
-  await visitor.setCorners("area", [[33, 33], [66, 33], [66, 66], [33, 66]]);
+  await visitor.setCorners("area", [
+    [33, 33],
+    [66, 33],
+    [66, 66],
+    [33, 66],
+  ]);
   const area = await visitor.corners("area");
   await visitor.save();
   assert.equal(await visitor.text("save-note"), "Saved.");
@@ -33,7 +39,7 @@ test("on a turned camera the picture stands upright under the shapes, and its se
   await visitor.tab("detection");
   await visitor.type("MaxDisappear", "26");
   await visitor.save();
-  assert.deepEqual({ ...await settingsOf(turned.address), MaxDisappear: "" }, { ...stored, MaxDisappear: "" });
+  assert.deepEqual({ ...(await settingsOf(turned.address)), MaxDisappear: "" }, { ...stored, MaxDisappear: "" });
   await visitor.tab("advanced");
   const [file] = await Promise.all([page.waitForEvent("download"), page.click("#export")]);
   await page.setInputFiles("#import", await file.path());

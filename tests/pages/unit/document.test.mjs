@@ -64,7 +64,16 @@ test("of a document that lacks everything there are settings all the same", () =
   assert.ok(Object.values(settings.flags).every((flag) => !flag));
 });
 
-for (const [stored, expected] of [["4", 4], ["5", 6], ["6", 6], ["7", 6], ["8", 8], ["9", 6], ["-1", 4], ["x", 4]])
+for (const [stored, expected] of [
+  ["4", 4],
+  ["5", 6],
+  ["6", 6],
+  ["7", 6],
+  ["8", 8],
+  ["9", 6],
+  ["-1", 4],
+  ["x", 4],
+])
   test(`${stored} stored corners are shown as ${expected}`, () => {
     assert.equal(settingsOf({ DetectionControlPoints: String(stored) }, false).settings.corners, expected);
   });

@@ -29,7 +29,13 @@ const named = (name) => Object.assign(new Error(), { name });
 const save = () => endpoint.postDocument("<app></app>");
 const read = () => endpoint.readDocument();
 
-for (const [act, what, status, message, isUncertain] of /** @type {[() => Promise<unknown>, string, number, RegExp, boolean][]} */ ([
+for (const [
+  act,
+  what,
+  status,
+  message,
+  isUncertain,
+] of /** @type {[() => Promise<unknown>, string, number, RegExp, boolean][]} */ ([
   [read, "reading", 404, /answered with an error \(404\)/, false],
   [read, "reading", 500, /does not answer/, true],
   [read, "reading", 503, /does not answer/, false],

@@ -6,7 +6,10 @@ import { load } from "./modules.mjs";
 const { filtered, goneRows, parseLine, parseLog } = await load("core/log_lines.js");
 
 for (const [text, expected] of /** @type {[string, any][]} */ ([
-  ["2026-01-31 09:30:00|korvex_orvel|error|init: failed", { time: "2026-01-31 09:30:00", level: "error", message: "init: failed" }],
+  [
+    "2026-01-31 09:30:00|korvex_orvel|error|init: failed",
+    { time: "2026-01-31 09:30:00", level: "error", message: "init: failed" },
+  ],
   ["t|app|info|a|b||c", { time: "t", level: "info", message: "a|b||c" }],
   ["half a li", { time: "", level: "info", message: "half a li" }],
   ["", null],

@@ -16,10 +16,20 @@ test("a comma for the decimals is fine", () => {
 });
 
 for (const [name, text] of /** @type {[string, string][]} */ ([
-  ["MinNumberOfPeopleForTrigger", "0"], ["MinNumberOfPeopleForTrigger", "13"], ["MinNumberOfPeopleForTrigger", "1.5"],
-  ["Sensitivity", ""], ["Sensitivity", "x"], ["Sensitivity", "1"], ["Sensitivity", "-0.1"], ["Sensitivity", "1e-1"],
-  ["MaxDisappear", "-1"], ["MaxDisappear", "3601"], ["MaxDisappear", "99999999999999999999"],
-  ["Alert1ThreshSeconds", "0"], ["Alert2ThreshSeconds", "5"], ["Alert3ThreshSeconds", "9"],
+  ["MinNumberOfPeopleForTrigger", "0"],
+  ["MinNumberOfPeopleForTrigger", "13"],
+  ["MinNumberOfPeopleForTrigger", "1.5"],
+  ["Sensitivity", ""],
+  ["Sensitivity", "x"],
+  ["Sensitivity", "1"],
+  ["Sensitivity", "-0.1"],
+  ["Sensitivity", "1e-1"],
+  ["MaxDisappear", "-1"],
+  ["MaxDisappear", "3601"],
+  ["MaxDisappear", "99999999999999999999"],
+  ["Alert1ThreshSeconds", "0"],
+  ["Alert2ThreshSeconds", "5"],
+  ["Alert3ThreshSeconds", "9"],
   ["SelectedDetectionOverlay", "1x1"],
 ]))
   test(`${name} "${text}" is told at its field`, () => {
@@ -52,16 +62,35 @@ test("every number at its limits is fine", () => {
 });
 
 for (const [on, expected] of /** @type {[boolean[], string[]][]} */ ([
-  [[true, true, true], ["", "", ""]],
-  [[false, false, false], ["", "", ""]],
-  [[true, false, true], ["", "", "second"]],
-  [[false, true, true], ["", "first", "first"]],
-  [[false, true, false], ["", "first", ""]],
+  [
+    [true, true, true],
+    ["", "", ""],
+  ],
+  [
+    [false, false, false],
+    ["", "", ""],
+  ],
+  [
+    [true, false, true],
+    ["", "", "second"],
+  ],
+  [
+    [false, true, true],
+    ["", "first", "first"],
+  ],
+  [
+    [false, true, false],
+    ["", "first", ""],
+  ],
 ]))
   test(`alerts that are ${on.map((isOn) => (isOn ? "on" : "off")).join(", ")} are warned of where the chain bites`, () => {
     const settings = valid();
-    on.forEach((isOn, i) => { settings.flags[`Alert${i + 1}_Active`] = isOn; });
-    const named = chainWarnings(settings).map((warning) => /while the (\w+) alert is off/.exec(warning)?.[1] ?? warning);
+    on.forEach((isOn, i) => {
+      settings.flags[`Alert${i + 1}_Active`] = isOn;
+    });
+    const named = chainWarnings(settings).map(
+      (warning) => /while the (\w+) alert is off/.exec(warning)?.[1] ?? warning,
+    );
     assert.deepEqual(named, expected);
   });
 
@@ -76,6 +105,9 @@ for (const [boxes, hidden, expected] of /** @type {[string, string, RegExp][]} *
   test(`boxes on "${boxes}" and hidden objects on "${hidden}" are warned of as ${expected}`, () => {
     const settings = valid();
     Object.assign(settings.flags, { DetectionOverlaysOn: boxes !== "", AnonOverlaysOn: hidden !== "" });
-    Object.assign(settings.texts, { SelectedDetectionOverlay: boxes || "1280x720", SelectedAnonOverlay: hidden || "1280x720" });
+    Object.assign(settings.texts, {
+      SelectedDetectionOverlay: boxes || "1280x720",
+      SelectedAnonOverlay: hidden || "1280x720",
+    });
     assert.match(overlayWarning(settings), expected);
   });

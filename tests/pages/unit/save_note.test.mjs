@@ -15,10 +15,17 @@ const editWrong = (store) => store.edit(({ texts }) => Object.assign(texts, { Ma
 /** @param {Store} store */
 const editFine = (store) => store.edit(({ texts }) => Object.assign(texts, { MaxDisappear: "5" }));
 /** @param {Store} store */
-const editEmptyArea = (store) => store.edit(({ area }) => area.forEach((point) => Object.assign(point, { x: 9, y: 9 })));
+const editEmptyArea = (store) =>
+  store.edit(({ area }) => area.forEach((point) => Object.assign(point, { x: 9, y: 9 })));
 const nothing = () => {};
 
-for (const [expected, isAccepted, isSaving, result, act] of /** @type {[string, boolean, boolean, string, (store: Store) => void][]} */ ([
+for (const [
+  expected,
+  isAccepted,
+  isSaving,
+  result,
+  act,
+] of /** @type {[string, boolean, boolean, string, (store: Store) => void][]} */ ([
   ["Everything is saved.", true, false, "", nothing],
   ["Saving…", true, true, "of the last save", editWrong],
   ["Nothing can be saved before the agreement is accepted.", false, false, "of the last save", editFine],
@@ -32,8 +39,19 @@ for (const [expected, isAccepted, isSaving, result, act] of /** @type {[string, 
     const store = new Store();
     const settings = valid();
     settings.flags.Eula = isAccepted;
-    settings.zones.forEach((_, i) => { settings.flags[`Exclusion${i + 1}_Active`] = false; });
-    settings.area = [[10, 10], [40, 10], [40, 40], [30, 60], [20, 60], [10, 40], [0, 0], [0, 0]].map(([x, y]) => ({ x, y }));
+    settings.zones.forEach((_, i) => {
+      settings.flags[`Exclusion${i + 1}_Active`] = false;
+    });
+    settings.area = [
+      [10, 10],
+      [40, 10],
+      [40, 40],
+      [30, 60],
+      [20, 60],
+      [10, 40],
+      [0, 0],
+      [0, 0],
+    ].map(([x, y]) => ({ x, y }));
     store.sizes = SIZES;
     store.load(settings);
     act(store);

@@ -7,13 +7,23 @@ import { load } from "./modules.mjs";
 const { copyOf, rebased, told } = await load("core/settings.js");
 
 for (const [name, typed, expected] of /** @type {["Sensitivity" | "MaxDisappear", string, string][]} */ ([
-  ["Sensitivity", "0,5", "0.50"], ["Sensitivity", ".5", "0.50"], ["Sensitivity", " 0.4500 ", "0.45"], ["Sensitivity", "0.455", "0.455"], ["Sensitivity", "x", "x"],
-  ["MaxDisappear", "007", "7"], ["MaxDisappear", "0", "0"], ["MaxDisappear", "-1", "-1"], ["MaxDisappear", "1.0", "1.0"], ["MaxDisappear", "", ""],
+  ["Sensitivity", "0,5", "0.50"],
+  ["Sensitivity", ".5", "0.50"],
+  ["Sensitivity", " 0.4500 ", "0.45"],
+  ["Sensitivity", "0.455", "0.455"],
+  ["Sensitivity", "x", "x"],
+  ["MaxDisappear", "007", "7"],
+  ["MaxDisappear", "0", "0"],
+  ["MaxDisappear", "-1", "-1"],
+  ["MaxDisappear", "1.0", "1.0"],
+  ["MaxDisappear", "", ""],
 ]))
   test(`${name} typed as "${typed}" is sent as "${expected}"`, () => assert.equal(told(name, typed), expected));
 
 test("edits stay on top of what another page has saved, and nothing else does", () => {
-  const base = valid(), mine = valid(), theirs = valid();
+  const base = valid(),
+    mine = valid(),
+    theirs = valid();
   mine.flags.DetectCars = !base.flags.DetectCars;
   theirs.flags.DetectBoats = !base.flags.DetectBoats;
   mine.texts.MaxDisappear = "mine";

@@ -43,17 +43,80 @@ test("a camera's own export is taken, whatever lies unused outside its picture",
 const BAD_FILES = [
   ["another kind", (file) => ({ ...file, kind: "x" }), /no settings file of Korvex Orvel/],
   ["null", () => null, /no settings file of Korvex Orvel/],
-  ["a missing flag", (file) => { delete file.flags.DetectCars; return file; }, /DetectCars is missing/],
-  ["a number that is none", (file) => { file.texts.MaxDisappear = "x"; return file; }, /Patience/],
-  ["a text that is a list", (file) => { file.texts.Sensitivity = []; return file; }, /Sensitivity is missing or no text/],
-  ["a size that is none, though unused", (file) => { file.flags.AnonOverlaysOn = false; file.texts.SelectedAnonOverlay = "x".repeat(9); return file; },
-    /SelectedAnonOverlay is no stream size/],
-  ["an unused corner far away", (file) => { file.area[7].x = 1e9; return file; }, /area is not eight corners/],
+  [
+    "a missing flag",
+    (file) => {
+      delete file.flags.DetectCars;
+      return file;
+    },
+    /DetectCars is missing/,
+  ],
+  [
+    "a number that is none",
+    (file) => {
+      file.texts.MaxDisappear = "x";
+      return file;
+    },
+    /Patience/,
+  ],
+  [
+    "a text that is a list",
+    (file) => {
+      file.texts.Sensitivity = [];
+      return file;
+    },
+    /Sensitivity is missing or no text/,
+  ],
+  [
+    "a size that is none, though unused",
+    (file) => {
+      file.flags.AnonOverlaysOn = false;
+      file.texts.SelectedAnonOverlay = "x".repeat(9);
+      return file;
+    },
+    /SelectedAnonOverlay is no stream size/,
+  ],
+  [
+    "an unused corner far away",
+    (file) => {
+      file.area[7].x = 1e9;
+      return file;
+    },
+    /area is not eight corners/,
+  ],
   ["five corners", (file) => ({ ...file, corners: 5 }), /4, 6 or 8/],
-  ["an area outside", (file) => { file.area[3].x = 101; return file; }, /area is not eight corners/],
-  ["an area of seven", (file) => { file.area.pop(); return file; }, /area is not eight corners/],
-  ["a zone of null", (file) => { file.zones[1] = null; return file; }, /exclusion zones are not/],
-  ["a corner of half per cents", (file) => { file.zones[0][0].y = 0.5; return file; }, /exclusion zones are not/],
+  [
+    "an area outside",
+    (file) => {
+      file.area[3].x = 101;
+      return file;
+    },
+    /area is not eight corners/,
+  ],
+  [
+    "an area of seven",
+    (file) => {
+      file.area.pop();
+      return file;
+    },
+    /area is not eight corners/,
+  ],
+  [
+    "a zone of null",
+    (file) => {
+      file.zones[1] = null;
+      return file;
+    },
+    /exclusion zones are not/,
+  ],
+  [
+    "a corner of half per cents",
+    (file) => {
+      file.zones[0][0].y = 0.5;
+      return file;
+    },
+    /exclusion zones are not/,
+  ],
 ];
 for (const [what, spoil, expected] of BAD_FILES)
   test(`a file with ${what} is refused in a sentence`, () => {

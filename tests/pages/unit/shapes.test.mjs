@@ -4,8 +4,20 @@ import { valid } from "./example.mjs";
 import { load } from "./modules.mjs";
 
 /** @type {typeof import("../../../html/js/core/shapes.js")} */
-const { AREA, SHAPES, WHOLE, dragFrom, haveSameShapes, put, resetShapes, setCorners, shapeProblems, shapesOn, step, zoneWarnings } =
-  await load("core/shapes.js");
+const {
+  AREA,
+  SHAPES,
+  WHOLE,
+  dragFrom,
+  haveSameShapes,
+  put,
+  resetShapes,
+  setCorners,
+  shapeProblems,
+  shapesOn,
+  step,
+  zoneWarnings,
+} = await load("core/shapes.js");
 
 const ANALYSED = { width: 1280, height: 720 };
 const SQUARE = [
@@ -29,7 +41,10 @@ test("a shape is there while its switch is on, the area always", () => {
   const settings = plain();
   assert.deepEqual(shapesOn(settings), [AREA]);
   settings.flags.Exclusion2_Active = true;
-  assert.deepEqual(shapesOn(settings).map(({ key }) => key), ["area", "zone2"]);
+  assert.deepEqual(
+    shapesOn(settings).map(({ key }) => key),
+    ["area", "zone2"],
+  );
   assert.equal(shapesOn(settings)[1].points(settings), settings.zones[1]);
   assert.equal(SHAPES.length, 4);
 });
@@ -51,7 +66,12 @@ for (const [dx, dy, expected] of /** @type {[number, number, [number, number]][]
   });
 
 test("each step by a key leads somewhere else, all across the picture", () => {
-  for (const [dx, dy, from, to] of [[1, 0, 0, 100], [-1, 0, 100, 0], [0, 1, 0, 100], [0, -1, 100, 0]]) {
+  for (const [dx, dy, from, to] of [
+    [1, 0, 0, 100],
+    [-1, 0, 100, 0],
+    [0, 1, 0, 100],
+    [0, -1, 100, 0],
+  ]) {
     const points = [{ x: from, y: from }];
     const axis = dx === 0 ? "y" : "x";
     while (points[0][axis] !== to) {
@@ -102,8 +122,12 @@ test("Reset brings back the shapes and their switches, and nothing else", () => 
   assert.ok(haveSameShapes(saved, edited));
   for (const change of [
     () => setCorners(edited, 6),
-    () => { edited.zones[1][2].y += 1; },
-    () => { edited.flags.Exclusion3_Active = true; },
+    () => {
+      edited.zones[1][2].y += 1;
+    },
+    () => {
+      edited.flags.Exclusion3_Active = true;
+    },
   ]) {
     change();
     assert.ok(!haveSameShapes(saved, edited));
@@ -125,14 +149,21 @@ test("what is wrong with a shape is told while it is on", () => {
   settings.flags.Exclusion1_Active = true;
   assert.match(shapeProblems(settings).join("\n"), /^Exclusion zone 1: there is nearly nothing inside\.$/m);
   settings.zones[0] = moved(SQUARE, 70, 0);
-  assert.deepEqual(shapeProblems(settings), ["Exclusion zone 1: it leaves the picture. Move its corners back into it."]);
+  assert.deepEqual(shapeProblems(settings), [
+    "Exclusion zone 1: it leaves the picture. Move its corners back into it.",
+  ]);
   [settings.area[1], settings.area[2]] = [settings.area[2], settings.area[1]];
   assert.match(shapeProblems(settings)[0], /^Area: its edges cross\./);
 });
 
 test("a zone that another one's switch governs is told of", () => {
   const settings = plain();
-  for (const [second, third, told] of [[false, false, 0], [true, false, 1], [false, true, 1], [true, true, 0]]) {
+  for (const [second, third, told] of [
+    [false, false, 0],
+    [true, false, 1],
+    [false, true, 1],
+    [true, true, 0],
+  ]) {
     Object.assign(settings.flags, { Exclusion2_Active: second, Exclusion3_Active: third });
     assert.equal(zoneWarnings(settings).length, told);
   }

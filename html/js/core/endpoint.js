@@ -78,13 +78,15 @@ export async function postDocument(document) {
   const { status } = await request("set_post_parameters", SAVE_PATIENCE_MS, init);
   if (status === 400)
     throw new Refusal(
-      "The application could not read the settings (400) and has changed nothing. Load this page again and repeat the change.",
+      "The application could not read the settings (400) and has changed nothing. " +
+        "Load this page again and repeat the change.",
     );
   if (status === 413)
     throw new Refusal("The settings are larger than the camera takes (413). Nothing has been changed.");
   if (status !== 200)
     throw new Refusal(
-      "The application stopped in the middle of the settings and has not saved them. Check every value and save once more.",
+      "The application stopped in the middle of the settings and has not saved them. " +
+        "Check every value and save once more.",
       true,
     );
 }

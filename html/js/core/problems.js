@@ -62,7 +62,10 @@ export function chainWarnings({ flags }) {
 export function overlayWarning({ flags, texts }) {
   if (!flags.AnonOverlaysOn) return "";
   if (flags.DetectionOverlaysOn && texts.SelectedAnonOverlay === texts.SelectedDetectionOverlay)
-    return "Both choose the same size: those streams get plain boxes and are NOT anonymised. Choose another size for one of them.";
+    return (
+      "Both choose the same size: those streams get plain boxes and are NOT anonymised. " +
+      "Choose another size for one of them."
+    );
   if (texts.SelectedAnonOverlay === ALWAYS_WITH_BOXES)
     return `Streams of ${ALWAYS_WITH_BOXES} always get plain boxes and are NOT anonymised. Choose another size.`;
   return "";

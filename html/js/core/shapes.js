@@ -142,6 +142,7 @@ export function zoneWarnings({ flags }) {
   const [, second, third] = ZONE_FLAGS.map((flag) => flags[flag]);
   if (second === third) return [];
   return [
-    "Exclusion zone 2: when the application starts again, this zone will be on or off as zone 3 is. Switch both the same way.",
+    "Exclusion zone 2: when the application starts again, this zone will be on or off as zone 3 is. " +
+      "Switch both the same way.",
   ];
 }

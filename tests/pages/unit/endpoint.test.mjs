@@ -5,7 +5,7 @@ import { load } from "./modules.mjs";
 /** @type {typeof import("../../../html/js/core/endpoint.js")} */
 const endpoint = await load("core/endpoint.js");
 
-/** What is answered: a status and a body, by action; all else is 200 and empty. @type {Record<string, [number, string]>} */
+/** By action a status and a body; all else is 200 and empty. @type {Record<string, [number, string]>} */
 let answers = {};
 /** What the net does instead of answering. @type {Error | null} */
 let broken = null;

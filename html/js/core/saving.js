@@ -72,7 +72,7 @@ export class Saving extends EventTarget {
     this.#store = store;
     this.#camera = camera;
     store.addEventListener("change", () => {
-      if (store.isChanged && !this.isSaving) this.result = { text: "", kind: "" };
+      if (store.isChanged) this.result = { text: "", kind: "" };
       this.#tell();
     });
   }

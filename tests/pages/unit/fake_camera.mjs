@@ -31,6 +31,22 @@ export class FakeCamera {
   /** Until when nothing is answered. @type {Promise<unknown>} */
   held = Promise.resolve();
 
+  /** @returns {() => void} lets it answer again */
+  hold() {
+    /** @type {(value?: unknown) => void} */
+    let release = () => {};
+    this.held = new Promise((resolve) => {
+      release = resolve;
+    });
+    return () => release();
+  }
+
+  /** As another page saves them. @param {Record<string, string>} texts */
+  saveElsewhere(texts) {
+    this.settings = structuredClone(this.settings);
+    Object.assign(this.settings.texts, texts);
+  }
+
   async readSettings() {
     const { settings } = this;
     await this.held;

@@ -16,22 +16,7 @@ let phases = [];
 
 /** @param {string} seconds */
 const edit = (seconds) => store.edit((settings) => Object.assign(settings.texts, { MaxDisappear: seconds }));
-/** @param {string} seconds as another page would save them */
-const saveElsewhere = (seconds) => {
-  camera.settings = structuredClone(camera.settings);
-  camera.settings.texts.MaxDisappear = seconds;
-};
 const seconds = () => camera.settings.texts.MaxDisappear;
-
-/** For answers that come when the test says so. @returns {() => void} */
-function hold() {
-  /** @type {(value?: unknown) => void} */
-  let release = () => {};
-  camera.held = new Promise((resolve) => {
-    release = resolve;
-  });
-  return () => release();
-}
 
 beforeEach(async () => {
   camera = new FakeCamera();
@@ -92,9 +77,9 @@ for (const [what, isUncertain, isDone, text] of /** @type {[string, boolean, boo
     assert.equal(store.isChanged, !isDone);
   });
 
-/** A save of which nothing is heard, neither at once nor when it is looked after. @param {boolean} isDone */
-async function saveUnheard(isDone) {
-  Object.assign(camera, { failure: failure("Broken.", true), isDone });
+/** A save of which nothing is heard, neither at once nor when it is looked after. @param {boolean} isDone @param {boolean} [isUncertain] */
+async function saveUnheard(isDone, isUncertain = true) {
+  Object.assign(camera, { failure: failure("Broken.", isUncertain), isDone });
   const { writeSettings } = camera;
   camera.writeSettings = (sent) => {
     camera.isGone = true;
@@ -130,10 +115,16 @@ test("or not to be done", async () => {
 test("or to be done by another page that has changed more", async () => {
   await saveUnheard(true);
   camera.isGone = false;
-  camera.settings.texts.MinNumberOfPeopleForTrigger = "9";
+  camera.saveElsewhere({ MinNumberOfPeopleForTrigger: "9" });
   await saving.load();
   assert.deepEqual(saving.result, { text: "Saved.", kind: "good" });
   assert.equal(store.edited?.texts.MinNumberOfPeopleForTrigger, "9");
+});
+
+test("a save that was refused is not uncertain, though nothing is heard any more", async () => {
+  await saveUnheard(false, false);
+  assert.equal(saving.phase, "resting");
+  assert.equal(saving.result.text, "Not saved. Broken.");
 });
 
 test("what is edited while a save is uncertain stays", async () => {
@@ -158,8 +149,7 @@ test("an uncertain save is followed by another, and stays uncertain where that g
 });
 
 test("what another page has saved is not overwritten unseen", async () => {
-  saveElsewhere("20");
-  camera.settings.texts.Sensitivity = "0.50";
+  camera.saveElsewhere({ MaxDisappear: "20", Sensitivity: "0.50" });
   assert.equal(await saving.save(), false);
   assert.deepEqual(phases, ["asking", "resting"]);
   assert.match(saving.result.text, /^Not saved: the settings have been changed elsewhere meanwhile/);
@@ -169,14 +159,14 @@ test("what another page has saved is not overwritten unseen", async () => {
 });
 
 test("the same change by another page is no reason to save", async () => {
-  saveElsewhere("7");
+  camera.saveElsewhere({ MaxDisappear: "7" });
   assert.equal(await saving.save(), false);
   assert.deepEqual(saving.result, { text: "Saved already, by another page.", kind: "good" });
   assert.deepEqual(camera.posts, []);
 });
 
 test("what is edited while a save runs is neither sent nor lost, and nothing else is begun", async () => {
-  const release = hold();
+  const release = camera.hold();
   const saved = saving.save();
   assert.ok(saving.isSaving);
   edit("x");
@@ -192,7 +182,7 @@ test("what is edited while a save runs is neither sent nor lost, and nothing els
 });
 
 test("what was read before a save is not shown after it", async () => {
-  const release = hold();
+  const release = camera.hold();
   const loaded = saving.load();
   camera.held = Promise.resolve();
   assert.equal(await saving.save(), true);
@@ -256,6 +246,12 @@ test("a warning ends with the application's next start", async () => {
   await saving.load();
   assert.equal(saving.warning, "");
   assert.match(saving.result.text, /^The application has started anew, without what it could not store/);
+});
+
+test("what is saved is told while nothing else is edited", async () => {
+  await saving.save();
+  await saving.load();
+  assert.equal(saving.result.text, "Saved.");
 });
 
 test("a result is over with the next edit, and with a load unless it is to be kept", async () => {

@@ -1,5 +1,8 @@
 // @ts-check
-/** Brings the page up. */
+/**
+ * Brings the page up. What is in core/ runs without a document: the settings, the rules about them, saving. The files
+ * beside this one show it.
+ */
 
 import { showFacts, startAdvanced } from "./advanced.js";
 import { startAgreement } from "./agreement.js";

@@ -1,54 +1,78 @@
 // @ts-check
 /** The Detection, Alerts and Overlays pages: every field bound to the edited settings, its problem shown beside it. */
 
-import { byId, make, setText } from "./dom.js";
-import { CLASSES, NUMBERS, problems, STREAMS } from "./settings.js";
-import { store } from "./store.js";
+import { chainWarnings, overlayWarning, problems } from "./core/problems.js";
+import { ALERT_FLAGS, ALERT_SECONDS, CLASS_FLAGS, CLASSES, LEVELS, NUMBERS, STREAMS, TEXTS } from "./core/settings.js";
+import { sizeText } from "./core/sizes.js";
+import { store } from "./core/store.js";
+import { byId, inputOf, make, selectOf, setText, showNotice } from "./dom.js";
+import { bindSwitch, makeSwitch, showSwitches } from "./switches.js";
 
-const LEVELS = ["First", "Second", "Third"];
-const SWITCHES = [...CLASSES.map((name) => `Detect${name}`), ...LEVELS.map((_, i) => `Alert${i + 1}_Active`), "DetectionOverlaysOn", "AnonOverlaysOn"];
-const FIELDS = [...Object.keys(NUMBERS), ...Object.keys(STREAMS)];
+/** @typedef {import("./core/settings.js").Settings} Settings */
+
+const SWITCHES = [...CLASS_FLAGS, ...ALERT_FLAGS, "DetectionOverlaysOn", "AnonOverlaysOn"];
 
 /** The field that is typed in: what is wrong with it is told at it once it is left, not at each key. */
 let typed = "";
 
-function makeFields() {
-  byId("classes").append(...CLASSES.map((name) => make("label", { className: "check" }, make("input", { type: "checkbox", id: `Detect${name}` }), name)));
-  byId("alert-levels").append(...LEVELS.map((name, i) => {
-    const seconds = `Alert${i + 1}ThreshSeconds`;
-    return make("fieldset", { className: "field" }, make("legend", {}, `${name} alert`),
-      make("label", { className: "check" }, make("input", { type: "checkbox", id: `Alert${i + 1}_Active` }), "On"),
-      make("div", { className: "row" }, make("label", { for: seconds }, "Seconds in the area"),
-        make("input", { id: seconds, inputMode: "numeric", autocomplete: "off", size: 6, "aria-describedby": `${seconds}-error` })),
-      make("p", { className: "error", id: `${seconds}-error` }),
-      make("p", { className: "chained", id: `Alert${i + 1}-chain`, role: "status" }));
-  }));
+/** @param {number} level from 0 */
+function makeAlertLevel(level) {
+  const seconds = ALERT_SECONDS[level];
+  const error = `${seconds}-error`;
+  const typing = { inputMode: "numeric", autocomplete: "off", size: 6, "aria-describedby": error };
+  return make(
+    "fieldset",
+    { className: "field" },
+    make("legend", {}, `${LEVELS[level]} alert`),
+    makeSwitch(ALERT_FLAGS[level], "On"),
+    make(
+      "div",
+      { className: "row" },
+      make("label", { for: seconds }, "Seconds in the area"),
+      make("input", { id: seconds, ...typing }),
+    ),
+    make("p", { className: "error", id: error }),
+    make("p", { className: "chained", id: `Alert${level + 1}-chain`, role: "status" }),
+  );
 }
 
+function makeFields() {
+  byId("classes").append(...CLASSES.map((name, i) => makeSwitch(CLASS_FLAGS[i], name)));
+  byId("alert-levels").append(...LEVELS.map((_, i) => makeAlertLevel(i)));
+}
+
+/** @param {string} name */
+const fieldOf = (name) => (name in STREAMS ? selectOf(name) : inputOf(name));
+
 function bindFields() {
-  for (const name of SWITCHES)
-    byId(name).addEventListener("change", () => store.edit((settings) => { settings.flags[name] = byId(name).checked; }));
-  for (const name of FIELDS) {
-    byId(name).addEventListener("input", () => {
+  SWITCHES.forEach(bindSwitch);
+  for (const name of TEXTS) {
+    const field = fieldOf(name);
+    field.addEventListener("input", () => {
       typed = name;
-      store.edit((settings) => { settings.texts[name] = byId(name).value; }, name);
+      store.edit((settings) => {
+        settings.texts[name] = field.value;
+      }, name);
     });
     for (const left of ["change", "blur"])
-      byId(name).addEventListener(left, () => {
+      field.addEventListener(left, () => {
         typed = "";
         show();
       });
   }
-  byId("Sensitivity-range").addEventListener("input", () => store.edit((settings) => {
-    settings.texts.Sensitivity = Number(byId("Sensitivity-range").value).toFixed(2);
-  }, "Sensitivity-range"));
+  const range = inputOf("Sensitivity-range");
+  range.addEventListener("input", () =>
+    store.edit((settings) => {
+      settings.texts.Sensitivity = Number(range.value).toFixed(2);
+    }, "Sensitivity-range"),
+  );
 }
 
 /** @param {string} name @param {string} selected */
 function offerSizes(name, selected) {
-  const offered = store.sizes.map(({ width, height }) => `${width}x${height}`);
+  const offered = store.sizes.map(sizeText);
   const choices = selected === "" || offered.includes(selected) ? offered : [selected, ...offered];
-  const list = byId(name);
+  const list = selectOf(name);
   /** @param {string} size */
   const label = (size) => (offered.includes(size) ? size : /^0(x0)?$/.test(size) ? "none" : `${size} (not offered)`);
   if ([...list.options].map((option) => option.value).join() !== choices.join())
@@ -56,41 +80,29 @@ function offerSizes(name, selected) {
   list.value = selected;
 }
 
-/** A level stays active only while every lower one is on: told at each level that is on above one that is off. */
-function tellChain() {
-  const on = LEVELS.map((_, i) => store.edited?.flags[`Alert${i + 1}_Active`] === true);
-  const missing = on.indexOf(false);
-  LEVELS.forEach((_, i) => {
-    const isBlocked = missing >= 0 && i > missing && on[i];
-    setText(byId(`Alert${i + 1}-chain`), isBlocked ?
-      `Cannot stay active while the ${LEVELS[missing].toLowerCase()} alert is off. Switch that on, or this off.` : "");
-  });
+/** @param {Settings} settings */
+function showValues({ flags, texts }) {
+  showSwitches(SWITCHES, flags);
+  for (const name of Object.keys(NUMBERS)) if (inputOf(name).value !== texts[name]) inputOf(name).value = texts[name];
+  inputOf("Sensitivity-range").value = texts.Sensitivity.replace(",", ".");
+  for (const name of Object.keys(STREAMS)) offerSizes(name, texts[name]);
 }
 
-function tellOverlays() {
-  const { flags, texts } = /** @type {import("./settings.js").Settings} */ (store.edited);
-  let note = "";
-  if (flags.AnonOverlaysOn && flags.DetectionOverlaysOn && texts.SelectedAnonOverlay === texts.SelectedDetectionOverlay)
-    note = "Both choose the same size: those streams get plain boxes and are NOT anonymised. Choose another size for one of them.";
-  else if (flags.AnonOverlaysOn && texts.SelectedAnonOverlay === "800x450")
-    note = "Streams of 800x450 always get plain boxes and are NOT anonymised. Choose another size.";
-  setText(byId("overlay-note"), note);
-  byId("overlay-note").hidden = note === "";
+/** @param {Settings} settings */
+function showProblems(settings) {
+  const wrong = problems(settings, store.sizes);
+  for (const name of TEXTS.filter((field) => field !== typed || !(field in wrong))) {
+    setText(byId(`${name}-error`), wrong[name] ?? "");
+    byId(name).setAttribute("aria-invalid", String(name in wrong));
+  }
+  chainWarnings(settings).forEach((warning, i) => setText(byId(`Alert${i + 1}-chain`), warning));
+  showNotice("overlay-note", overlayWarning(settings));
 }
 
 function show() {
   if (store.edited === null) return;
-  for (const name of SWITCHES) byId(name).checked = store.edited.flags[name];
-  for (const name of Object.keys(NUMBERS)) if (byId(name).value !== store.edited.texts[name]) byId(name).value = store.edited.texts[name];
-  byId("Sensitivity-range").value = store.edited.texts.Sensitivity.replace(",", ".");
-  for (const name of Object.keys(STREAMS)) offerSizes(name, store.edited.texts[name]);
-  const wrong = problems(store.edited, store.sizes);
-  for (const name of FIELDS.filter((field) => field !== typed || !(field in wrong))) {
-    setText(byId(`${name}-error`), wrong[name] ?? "");
-    byId(name).setAttribute("aria-invalid", String(name in wrong));
-  }
-  tellChain();
-  tellOverlays();
+  showValues(store.edited);
+  showProblems(store.edited);
 }
 
 export function startForms() {

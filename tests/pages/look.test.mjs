@@ -8,7 +8,6 @@ import { join } from "node:path";
 import { after, before, test } from "node:test";
 import { openBrowser } from "./support/browser.mjs";
 import { Camera, freePort, scratchFolder } from "./support/camera.mjs";
-import { ask, ENDPOINT, until } from "./support/http.mjs";
 import { Visitor } from "./support/visitor.mjs";
 
 const AXE = readFileSync(createRequire(import.meta.url).resolve("axe-core/axe.min.js"), "utf8");
@@ -16,22 +15,36 @@ const TABS = ["live", "detection", "alerts", "overlays", "advanced"];
 /** @type {import("playwright-core").BrowserContextOptions} */
 const DESKTOP = { viewport: { width: 1280, height: 900 }, reducedMotion: "reduce" };
 /** @type {import("playwright-core").BrowserContextOptions} */
-const PHONE = { viewport: { width: 360, height: 740 }, isMobile: true, hasTouch: true, deviceScaleFactor: 2, reducedMotion: "reduce" };
+const PHONE = {
+  viewport: { width: 360, height: 740 },
+  isMobile: true,
+  hasTouch: true,
+  deviceScaleFactor: 2,
+  reducedMotion: "reduce",
+};
 /** @type {[string, import("playwright-core").BrowserContextOptions][]} */
-const SCREENS = [["light", { ...DESKTOP, colorScheme: "light" }], ["dark", { ...DESKTOP, colorScheme: "dark" }],
-  ["phone", { ...PHONE, colorScheme: "dark" }]];
+const SCREENS = [
+  ["light", { ...DESKTOP, colorScheme: "light" }],
+  ["dark", { ...DESKTOP, colorScheme: "dark" }],
+  ["phone", { ...PHONE, colorScheme: "dark" }],
+];
 
 const pictures = join(process.env.KORVEX_BUILD_DIR ?? ".", "pages");
 mkdirSync(pictures, { recursive: true });
 const folder = scratchFolder("look");
-const camera = new Camera(["--state", join(folder, "state"), "--listen", `127.0.0.1:${await freePort()}`, "--set", "MainLoopTime=1000",
-  "--set", "Exclusion1Active=true"]);
+const camera = new Camera([
+  "--state",
+  join(folder, "state"),
+  "--listen",
+  `127.0.0.1:${await freePort()}`,
+  "--set",
+  "MainLoopTime=1000",
+  "--set",
+  "Exclusion1Active=true",
+]);
 const browser = await openBrowser();
 
-before(async () => {
-  await camera.start();
-  await until(async () => (await ask(camera.address, `${ENDPOINT}?action=get_status_code`)).status === 200, "the endpoint");
-});
+before(() => camera.startAnswering());
 after(async () => {
   await browser.close();
   await camera.stop();
@@ -41,18 +54,25 @@ after(async () => {
 async function look(page, name) {
   await page.screenshot({ path: join(pictures, `${name}.png`) });
   // Against the screen: a phone's window grows with what is too wide for it.
-  const beyond = await page.evaluate(() => document.documentElement.scrollWidth) - (page.viewportSize()?.width ?? 0);
+  const beyond = (await page.evaluate(() => document.documentElement.scrollWidth)) - (page.viewportSize()?.width ?? 0);
   assert.ok(beyond <= 0, `${name} is ${beyond} pixels wider than its screen`);
   await page.evaluate(AXE);
   const { violations } = await page.evaluate(() => /** @type {any} */ (window).axe.run());
   const serious = violations.filter((/** @type {any} */ found) => ["serious", "critical"].includes(found.impact));
-  assert.deepEqual(serious.map((/** @type {any} */ found) => `${name}: ${found.id}: ${found.nodes.map((/** @type {any} */ node) => node.html).join(" ")}`), []);
+  assert.deepEqual(
+    serious.map(
+      (/** @type {any} */ found) =>
+        `${name}: ${found.id}: ${found.nodes.map((/** @type {any} */ node) => node.html).join(" ")}`,
+    ),
+    [],
+  );
 }
 
 for (const [screen, options] of SCREENS)
   test(`the agreement, ${screen}`, async () => {
     const context = await browser.newContext(options);
-    const visitor = new Visitor(await context.newPage()), { page } = visitor;
+    const visitor = new Visitor(await context.newPage()),
+      { page } = visitor;
     await page.goto(camera.address);
     await page.waitForSelector("#agreement[open]");
     await visitor.waitForText("agreement-text", /Warranty/);
@@ -63,12 +83,13 @@ for (const [screen, options] of SCREENS)
 for (const [screen, options] of SCREENS)
   test(`every tab, ${screen}`, async () => {
     const context = await browser.newContext(options);
-    const visitor = new Visitor(await context.newPage()), { page } = visitor;
+    const visitor = new Visitor(await context.newPage()),
+      { page } = visitor;
     await page.goto(camera.address);
     await visitor.waitForText("save-note", /saved|accepted/);
     if (await page.isVisible("#agreement")) await page.click("#agreement-accept");
     await page.waitForSelector("#agreement", { state: "hidden" });
-    await page.waitForFunction(() => /** @type {HTMLImageElement} */ (document.getElementById("picture")).naturalWidth > 0);
+    await visitor.waitForPicture();
     await visitor.waitForText("status", /200|50[234]|600/);
     for (const tab of TABS) {
       await visitor.tab(tab);
@@ -88,11 +109,18 @@ for (const [screen, options] of SCREENS)
   });
 
 test("the tabs are worked by keyboard", async () => {
-  const visitor = new Visitor(await browser.newPage()), { page } = visitor;
+  const visitor = new Visitor(await browser.newPage()),
+    { page } = visitor;
   await page.goto(camera.address);
   await visitor.waitForText("save-note", /saved/);
   await page.focus("#tab-live");
-  for (const [key, tab] of [["ArrowRight", "detection"], ["End", "advanced"], ["ArrowRight", "live"], ["ArrowLeft", "advanced"], ["Home", "live"]]) {
+  for (const [key, tab] of [
+    ["ArrowRight", "detection"],
+    ["End", "advanced"],
+    ["ArrowRight", "live"],
+    ["ArrowLeft", "advanced"],
+    ["Home", "live"],
+  ]) {
     await page.keyboard.press(key);
     assert.equal(await page.evaluate(() => document.activeElement?.id), `tab-${tab}`);
     assert.ok(await page.isVisible(`#panel-${tab}`));

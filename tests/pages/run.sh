@@ -7,25 +7,24 @@ export KORVEX_BUILD_DIR=${1:?the folder of the build}
 shift
 cd "$here"
 
-# The tools are pinned by checksum in package-lock.json.
-if ! cmp -s package-lock.json node_modules/.installed; then
-    npm ci --ignore-scripts --no-audit --no-fund >&2
-    cp package-lock.json node_modules/.installed
-fi
+source ./tools.sh
+install_page_tools
 
 [ $# -gt 0 ] || set -- unit/*.test.mjs server.test.mjs look.test.mjs story.test.mjs hand.test.mjs trouble.test.mjs
+# The core has no document: it is checked as what runs without one.
+types=(tsconfig.core.json tsconfig.pages.json tsconfig.json)
 # Side by side: each suite mostly waits for a server, an application and a browser of its own.
 results=$(mktemp -d)
 trap 'rm -rf "$results"' EXIT
-for types in tsconfig.pages.json tsconfig.json; do
-    { node_modules/.bin/tsc -p "$types" >"$results/$types" 2>&1 && touch "$results/$types.passed"; } &
+for project in "${types[@]}"; do
+    { node_modules/.bin/tsc -p "$project" >"$results/$project" 2>&1 && touch "$results/$project.passed"; } &
 done
 for file in "$@"; do
     { node "$file" >"$results/${file//\//_}" 2>&1 && touch "$results/${file//\//_}.passed"; } &
 done
 wait
 failed=()
-for file in tsconfig.pages.json tsconfig.json "$@"; do
+for file in "${types[@]}" "$@"; do
     cat "$results/${file//\//_}"
     [ -e "$results/${file//\//_}.passed" ] || failed+=("$file")
 done

@@ -6,10 +6,12 @@ import { createServer } from "node:net";
 import { tmpdir } from "node:os";
 import { join } from "node:path";
 import { fileURLToPath } from "node:url";
+import { ask, STATUS, until } from "./http.mjs";
 import { LIMIT_S } from "./limit.mjs";
 
 export const root = fileURLToPath(new URL("../../..", import.meta.url));
-if (process.env.KORVEX_BUILD_DIR === undefined) throw new Error("KORVEX_BUILD_DIR is to name the build whose programs are tested.");
+if (process.env.KORVEX_BUILD_DIR === undefined)
+  throw new Error("KORVEX_BUILD_DIR is to name the build whose programs are tested.");
 
 /** A port that is free now. @returns {Promise<number>} */
 export function freePort() {
@@ -36,7 +38,19 @@ export function scratchFolder(name) {
  */
 export function slowVideo(folder) {
   const path = join(folder, "slow.mp4");
-  execFileSync("ffmpeg", ["-v", "error", "-f", "lavfi", "-i", "testsrc2=size=1280x720:rate=2", "-t", "10", "-pix_fmt", "yuv420p", path]);
+  execFileSync("ffmpeg", [
+    "-v",
+    "error",
+    "-f",
+    "lavfi",
+    "-i",
+    "testsrc2=size=1280x720:rate=2",
+    "-t",
+    "10",
+    "-pix_fmt",
+    "yuv420p",
+    path,
+  ]);
   return path;
 }
 
@@ -83,6 +97,15 @@ export class Camera {
         reject(new Error(`./run ended: ${this.said}`));
       });
     });
+  }
+
+  /**
+   * Until its pages can be used: a visitor who is quicker than the application meets a failed request or two.
+   * @param {Record<string, string>} [headers]
+   */
+  async startAnswering(headers) {
+    await this.start();
+    await until(async () => (await ask(this.address, STATUS, { headers })).status === 200, "the endpoint");
   }
 
   /** @returns {Promise<number | null>} the exit status of ./run */

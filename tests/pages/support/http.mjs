@@ -6,6 +6,7 @@ import { request as httpsRequest } from "node:https";
 import { LIMIT_S } from "./limit.mjs";
 
 export const ENDPOINT = "/local/korvex_orvel/korvex_orvel_fcgi.cgi";
+export const STATUS = `${ENDPOINT}?action=get_status_code`;
 
 /** @typedef {{status: number, headers: import("node:http").IncomingHttpHeaders, body: string}} Answer */
 
@@ -23,7 +24,12 @@ export function ask(address, path, { method = "GET", headers = {}, body, enough 
       /** @type {Buffer[]} */
       const chunks = [];
       let length = 0;
-      const end = () => resolve({ status: answer.statusCode ?? 0, headers: answer.headers, body: Buffer.concat(chunks).toString("latin1") });
+      const end = () =>
+        resolve({
+          status: answer.statusCode ?? 0,
+          headers: answer.headers,
+          body: Buffer.concat(chunks).toString("latin1"),
+        });
       answer.on("data", (chunk) => {
         chunks.push(chunk);
         length += chunk.length;
@@ -43,7 +49,10 @@ export function ask(address, path, { method = "GET", headers = {}, body, enough 
 /** @param {string} text */
 const md5 = (text) => createHash("md5").update(text).digest("hex");
 
-/** The Authorization header for a digest challenge. @param {string} challenge @param {string} path @param {string} user @param {string} password */
+/**
+ * The Authorization header for a digest challenge.
+ * @param {string} challenge @param {string} path @param {string} user @param {string} password
+ */
 export function digestHeader(challenge, path, user, password) {
   /** @param {string} name */
   const part = (name) => new RegExp(`${name}="([^"]*)"`).exec(challenge)?.[1] ?? "";

@@ -16,7 +16,8 @@ export class Visitor {
     page.setDefaultTimeout(LIMIT_S * 1000);
     page.on("console", (message) => {
       const isFailure = message.text().startsWith("Failed to load resource");
-      if (["error", "warning"].includes(message.type()) && !(isFailure && this.expectsFailures)) this.complaints.push(message.text());
+      if (["error", "warning"].includes(message.type()) && !(isFailure && this.expectsFailures))
+        this.complaints.push(message.text());
     });
     page.on("pageerror", (error) => this.complaints.push(String(error)));
     page.on("dialog", (dialog) => dialog.accept());
@@ -42,7 +43,8 @@ export class Visitor {
   waitForText(id, pattern) {
     return this.page.waitForFunction(
       ({ wanted, source }) => new RegExp(source).test(document.getElementById(wanted)?.textContent ?? ""),
-      { wanted: id, source: pattern.source });
+      { wanted: id, source: pattern.source },
+    );
   }
 
   /** Presses Save and waits for its result. */
@@ -57,6 +59,23 @@ export class Visitor {
       const values = inputs.map((input) => Number(/** @type {HTMLInputElement} */ (input).value));
       return values.filter((_, i) => i % 2 === 0).map((x, i) => [x, values[2 * i + 1]]);
     });
+  }
+
+  /** Types all of a shape's corners. @param {string} shape @param {number[][]} corners */
+  async setCorners(shape, corners) {
+    for (const [corner, [x, y]] of corners.entries()) {
+      await this.page.fill(`[data-coordinate="${shape}.${corner}.x"]`, String(x));
+      await this.page.fill(`[data-coordinate="${shape}.${corner}.y"]`, String(y));
+    }
+    await this.page.press(`[data-coordinate="${shape}.${corners.length - 1}.y"]`, "Tab");
+  }
+
+  /** Until there is a live picture. @param {number} [width] of this width, or of any */
+  waitForPicture(width) {
+    return this.page.waitForFunction((wanted) => {
+      const { naturalWidth } = /** @type {HTMLImageElement} */ (document.getElementById("picture"));
+      return wanted === undefined ? naturalWidth > 0 : naturalWidth === wanted;
+    }, width);
   }
 
   /** @param {string} handle such as area.0 @param {number} x @param {number} y where to, per cent of the picture */

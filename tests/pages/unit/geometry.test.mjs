@@ -2,10 +2,10 @@ import assert from "node:assert/strict";
 import { test } from "node:test";
 import { load } from "./modules.mjs";
 
-/** @type {typeof import("../../../html/js/geometry.js")} */
-const { areaOf, crossesItself, leavesPicture, middleOf, snapped, withCorners } = await load("geometry.js");
+/** @type {typeof import("../../../html/js/core/geometry.js")} */
+const { areaOf, crossesItself, leavesPicture, middleOf, snapped, withCorners } = await load("core/geometry.js");
 
-/** @typedef {import("../../../html/js/settings.js").Point} Point */
+/** @typedef {import("../../../html/js/core/settings.js").Point} Point */
 /** @param {number[]} values @returns {Point[]} */
 const polygon = (...values) => values.filter((_, i) => i % 2 === 0).map((x, i) => ({ x, y: values[2 * i + 1] }));
 
@@ -32,7 +32,8 @@ test("crossing does not depend on where a shape begins or on its direction", () 
 
 test("a corner outside the picture is found, one on its edge is inside", () => {
   assert.equal(leavesPicture(polygon(0, 0, 100, 100)), false);
-  for (const outside of [polygon(-1, 0), polygon(0, -1), polygon(101, 0), polygon(0, 101)]) assert.equal(leavesPicture(outside), true);
+  for (const outside of [polygon(-1, 0), polygon(0, -1), polygon(101, 0), polygon(0, 101)])
+    assert.equal(leavesPicture(outside), true);
 });
 
 test("area and middle of a shape", () => {
@@ -50,6 +51,14 @@ test("more corners keep the outline, fewer keep the first ones", () => {
 });
 
 for (const [value, free, expected] of /** @type {[number, boolean, number][]} */ ([
-  [2.4, false, 0], [2.6, false, 3], [2.4, true, 2], [97.6, false, 100], [97.4, false, 97], [-20, true, 0], [130, true, 100], [50.5, false, 51],
+  [2.4, false, 0],
+  [2.6, false, 3],
+  [2.4, true, 2],
+  [97.6, false, 100],
+  [97.4, false, 97],
+  [-20, true, 0],
+  [130, true, 100],
+  [50.5, false, 51],
 ]))
-  test(`${value} ${free ? "without" : "with"} snapping is ${expected}`, () => assert.equal(snapped(value, free), expected));
+  test(`${value} ${free ? "without" : "with"} snapping is ${expected}`, () =>
+    assert.equal(snapped(value, free), expected));

@@ -8,7 +8,10 @@ const SAVE_PATIENCE_MS = 65000;
 
 /** A refusal whose message says what to do. */
 export class Refusal extends Error {
-  /** @param {string} message @param {boolean} isUncertain whether the application may have done all the same what it was asked */
+  /**
+   * @param {string} message
+   * @param {boolean} isUncertain whether the application may have done all the same what it was asked
+   */
   constructor(message, isUncertain = false) {
     super(message);
     this.isUncertain = isUncertain;
@@ -16,20 +19,27 @@ export class Refusal extends Error {
 }
 
 /**
- * @param {string} action @param {number} patience milliseconds, until all of the answer is here @param {RequestInit} [init]
+ * @param {string} action @param {number} patience milliseconds, until all of the answer is here
+ * @param {RequestInit} [init]
  * @returns {Promise<{status: number, body: string}>}
  */
 async function request(action, patience, init) {
   let response, body;
   try {
     response = await fetch(`${ENDPOINT}?action=${encodeURIComponent(action)}`, {
-      cache: "no-store", credentials: "same-origin", signal: AbortSignal.timeout(patience), ...init,
+      cache: "no-store",
+      credentials: "same-origin",
+      signal: AbortSignal.timeout(patience),
+      ...init,
     });
     body = await response.text();
   } catch (error) {
-    throw new Refusal(/** @type {Error} */ (error).name === "TimeoutError" ?
-      `No answer from the camera within ${patience / 1000} seconds. It may be busy; this page keeps trying.` :
-      "No connection to the camera. Check that it is on and in reach; this page keeps trying.", true);
+    throw new Refusal(
+      /** @type {Error} */ (error).name === "TimeoutError"
+        ? `No answer from the camera within ${patience / 1000} seconds. It may be busy; this page keeps trying.`
+        : "No connection to the camera. Check that it is on and in reach; this page keeps trying.",
+      true,
+    );
   }
   const { status } = response;
   if (status === 401 || status === 403) throw new Refusal("The camera refuses this page. Load it again and log in.");
@@ -41,13 +51,16 @@ async function request(action, patience, init) {
 /** @param {string} action @returns {Promise<string>} */
 async function get(action) {
   const { status, body } = await request(action, PATIENCE_MS);
-  if (status !== 200) throw new Refusal(`The camera answered with an error (${status}). Try again; if it stays, look at the log.`);
+  if (status !== 200)
+    throw new Refusal(`The camera answered with an error (${status}). Try again; if it stays, look at the log.`);
   return body;
 }
 
 /** One after the other: the application answers one request at a time, and few may wait. */
 export async function readStatus() {
-  const code = await get("get_status_code"), text = await get("get_status_string"), time = await get("get_execution_time");
+  const code = await get("get_status_code"),
+    text = await get("get_status_string"),
+    time = await get("get_execution_time");
   if (![code, time].every((number) => /^-?\d+$/.test(number)))
     throw new Refusal("The application gave no status. It may be starting; this page keeps trying.");
   return { code: Number(code), text, time: Number(time) };
@@ -64,9 +77,16 @@ export async function postDocument(document) {
   const init = { method: "POST", headers: { "Content-Type": "text/xml" }, body: document };
   const { status } = await request("set_post_parameters", SAVE_PATIENCE_MS, init);
   if (status === 400)
-    throw new Refusal("The application could not read the settings (400) and has changed nothing. Load this page again and repeat the change.");
+    throw new Refusal(
+      "The application could not read the settings (400) and has changed nothing. " +
+        "Load this page again and repeat the change.",
+    );
   if (status === 413)
     throw new Refusal("The settings are larger than the camera takes (413). Nothing has been changed.");
   if (status !== 200)
-    throw new Refusal("The application stopped in the middle of the settings and has not saved them. Check every value and save once more.", true);
+    throw new Refusal(
+      "The application stopped in the middle of the settings and has not saved them. " +
+        "Check every value and save once more.",
+      true,
+    );
 }

@@ -23,10 +23,14 @@ function hasFailed(log) {
   return /\|error\|set_\w+_parameter: Failed to save /.test(now === "" ? log : log.slice(log.lastIndexOf(now)));
 }
 
-/** Of the last save. @returns {Promise<"stored" | "lost" | "unknown">} unknown: not even the log can be written, and would say nothing */
+/**
+ * Of the last save.
+ * @returns {Promise<"stored" | "lost" | "unknown">} unknown: not even the log can be written, and would say nothing
+ */
 export async function readWhetherStored() {
   if (seen === "") seen = endOf(await readSerialisedLog());
-  const log = await readSerialisedLog(), before = seen;
+  const log = await readSerialisedLog(),
+    before = seen;
   seen = endOf(log);
   start = startIn(log);
   if (hasFailed(log)) return "lost";

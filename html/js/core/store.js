@@ -1,14 +1,15 @@
 // @ts-check
 /** The saved and the edited settings, with undo. Whoever shows them listens for "change". */
 
-import { copyOf, isSame, rebased } from "./settings.js";
+import { isSame } from "./document.js";
+import { copyOf, rebased } from "./settings.js";
 
 /** @typedef {import("./settings.js").Settings} Settings */
-/** @typedef {import("./settings.js").Size} Size */
+/** @typedef {import("./sizes.js").Size} Size */
 
 const DEPTH = 200;
 
-class Store extends EventTarget {
+export class Store extends EventTarget {
   /** @type {Settings | null} */ saved = null;
   /** @type {Settings | null} */ edited = null;
   /** @type {Size[]} */ sizes = [];
@@ -58,6 +59,13 @@ class Store extends EventTarget {
     this.#step(before, topic);
   }
 
+  /** Back to what is saved, as a step of undo like any edit. */
+  discard() {
+    this.edit((settings) => {
+      if (this.saved !== null) Object.assign(settings, copyOf(this.saved));
+    });
+  }
+
   /** Changes them without a step of undo: while something is dragged. @param {(settings: Settings) => void} change */
   preview(change) {
     if (this.edited === null) return;
@@ -66,14 +74,28 @@ class Store extends EventTarget {
   }
 
   /** Makes what was previewed since `before` one step of undo. @param {Settings} before */
-  commit(before) { this.#step(before, ""); }
+  commit(before) {
+    this.#step(before, "");
+  }
 
-  undo() { this.#travel(this.#past, this.#future); }
-  redo() { this.#travel(this.#future, this.#past); }
-  get canUndo() { return this.#past.length > 0; }
-  get canRedo() { return this.#future.length > 0; }
-  get isChanged() { return this.saved !== null && this.edited !== null && !isSame(this.saved, this.edited); }
-  get isAccepted() { return this.saved?.flags.Eula === true; }
+  undo() {
+    this.#travel(this.#past, this.#future);
+  }
+  redo() {
+    this.#travel(this.#future, this.#past);
+  }
+  get canUndo() {
+    return this.#past.length > 0;
+  }
+  get canRedo() {
+    return this.#future.length > 0;
+  }
+  get isChanged() {
+    return this.saved !== null && this.edited !== null && !isSame(this.saved, this.edited);
+  }
+  get isAccepted() {
+    return this.saved?.flags.Eula === true;
+  }
 
   /** @param {Settings} before @param {string} topic */
   #step(before, topic) {
@@ -95,7 +117,9 @@ class Store extends EventTarget {
     this.#tell();
   }
 
-  #tell() { this.dispatchEvent(new Event("change")); }
+  #tell() {
+    this.dispatchEvent(new Event("change"));
+  }
 }
 
 export const store = new Store();

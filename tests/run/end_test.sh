@@ -48,6 +48,7 @@ for part in axparameter larod vdostream; do
 done
 printf '#!/bin/sh\nulimit -n 1000\n"%s" "$@"\nexit $?\n' "$1/host/korvex_live" >"$work/build/host/korvex_live"
 chmod +x "$work/build/host/korvex_live"
+ln -s "$1/host/korvex_run" "$work/build/host/korvex_run"
 export KORVEX_BUILD_DIR=$work/build
 application() { pgrep -f "^$1/host/korvex_live"; }
 

@@ -26,12 +26,6 @@ std::vector<char*> pointers(std::vector<std::string>& words) {
     return all;
 }
 
-void set_apart() {
-    setsid();
-    const int nothing = open("/dev/null", O_RDONLY | O_CLOEXEC);
-    dup2(nothing, STDIN_FILENO);
-}
-
 /** dup2() clears FD_CLOEXEC, but for a descriptor that is in its place already. */
 void keep(int descriptor, int place) {
     if (descriptor == place) {
@@ -42,6 +36,12 @@ void keep(int descriptor, int place) {
 }
 
 } // namespace
+
+void set_apart() {
+    setsid();
+    const Descriptor nothing(open("/dev/null", O_RDONLY | O_CLOEXEC));
+    dup2(nothing.get(), STDIN_FILENO);
+}
 
 void set_niceness(int niceness) {
     setpriority(PRIO_PROCESS, 0, niceness);

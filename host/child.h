@@ -40,6 +40,9 @@ int run_to_end(const Program& program, Signals& signals);
 /** What it prints, without line ends at its end. Throws Ending when it fails, and as run_to_end does. */
 std::string output_of(Program program, Signals& signals);
 
+/** This process has a session of its own from now on, and nothing to read. */
+void set_apart();
+
 /** This process gives way, or does not, as `niceness` says; its session too. */
 void set_niceness(int niceness);
 

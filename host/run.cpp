@@ -56,7 +56,7 @@ class Run {
         check_video();
     }
 
-    /** Of the store; "" never: who fails says so itself. */
+    /** Its value in the store. */
     std::string parameter(const std::string& name) { return output_of(program({places_.parameter, name}), signals_); }
 
     /** A program that records what is to be recorded. */

@@ -34,11 +34,20 @@ void need_lighttpd() {
     }
 }
 
-std::optional<PasswordFile> passwords_of(const RunOptions& options) {
-    if (options.password_file.empty()) {
-        return std::nullopt;
+/** All but the port, and as whom the server goes on. */
+WebSite site_of(const RunOptions& options, const Places& places, const std::string& state) {
+    WebSite site;
+    site.host = listen_address(options.listen).host;
+    site.rules = places.web_rules;
+    site.folder = state + "/html";
+    site.pid_file = state + "/web_server.pid";
+    site.certificate = options.certificate;
+    if (!options.password_file.empty()) {
+        site.passwords = read_passwords(options.password_file, !options.certificate.empty());
     }
-    return read_passwords(options.password_file, !options.certificate.empty());
+    site.names = own_names(site.host);
+    site.machine = machine_name();
+    return site;
 }
 
 /** The first line that is not empty, without the time in front of it. */
@@ -80,7 +89,7 @@ pid_t start_keeper(const Program& server, int log) {
     }
     // What the parent would clean up is none of the child's business: no exception may leave this.
     try {
-        setsid();
+        set_apart();
         set_niceness(niceness);
         end_with_parent(parent);
         dup2(log, STDOUT_FILENO);
@@ -97,19 +106,11 @@ pid_t start_keeper(const Program& server, int log) {
 
 WebServer::WebServer(const RunOptions& options, const Places& places, const std::string& state, Environment environment,
                      Signals& signals)
-    : log_(state + "/web_server.log"), environment_(std::move(environment)),
-      folder_(state + "/html", places, passwords_of(options)) {
+    : log_(state + "/web_server.log"), environment_(std::move(environment)), site_(site_of(options, places, state)),
+      folder_(site_.folder, places, site_.passwords) {
     need_lighttpd();
-    const ListenAddress wanted = listen_address(options.listen);
-    site_.host = wanted.host;
-    site_.rules = places.web_rules;
-    site_.folder = folder_.path();
-    site_.pid_file = state + "/web_server.pid";
     site_.user = folder_.user();
-    site_.certificate = options.certificate;
-    site_.passwords = passwords_of(options);
-    site_.names = own_names(wanted.host);
-    site_.machine = machine_name();
+    const ListenAddress wanted = listen_address(options.listen);
     const int first = wanted.port.value_or(first_port);
     const int last = wanted.port.value_or(first_port + ports - 1);
     for (int port = first; port <= last; ++port) {

@@ -33,8 +33,8 @@ class WebServer {
 
     const std::string log_;
     const Environment environment_;
-    const WebFolder folder_;
     WebSite site_;
+    const WebFolder folder_;
     pid_t keeper_ = 0;
 };
 

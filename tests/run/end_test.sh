@@ -6,10 +6,13 @@ state=$work/state
 not() { ! "$@"; }
 runs() { grep -q -s '^State:[[:space:]]*[^ZX]' "/proc/$1/status"; }
 
-# start ARGUMENT...: in a group of its own. A shell without a terminal lets what it starts in the background ignore SIGINT.
+# start ARGUMENT...: in a group of its own. Without -m a shell lets what it starts in the background ignore SIGINT, and what
+# sets that right would itself ignore one that comes too soon.
 start() {
     rm -f "$work/out" "$work/err"
-    setsid env --default-signal=INT "$run" --state "$state" "$@" >"$work/out" 2>"$work/err" &
+    set -m
+    "$run" --state "$state" "$@" >"$work/out" 2>"$work/err" &
+    set +m
     pid=$!
 }
 

@@ -6,10 +6,9 @@
 #   BUILD: the folder of a release build with `constant_responder`, default build/bench; ROUNDS: default 20
 # KORVEX_LOAD_SOURCE is the video (default: scene), KORVEX_LOAD_PERIOD the analysis period in milliseconds.
 set -euo pipefail
-for part in common priority web_server; do
-    # shellcheck source=/dev/null
-    source "$(dirname "${BASH_SOURCE[0]}")/../tools/$part.sh"
-done
+here=$(dirname "${BASH_SOURCE[0]}")
+source "$here/../tools/common.sh"
+source "$here/priority.sh"
 programs=$(realpath "${1:-$root/build/bench}")
 rounds=${2:-20}
 responder=$programs/bench/constant_responder
@@ -50,14 +49,32 @@ ask() { curl -s --max-time 10 "$app_address$endpoint?action=$1"; }
 
 # The bare responder, where its lighttpd looks for the application, and as nice as the application's web thread: that has
 # niceness 10 above what ./run gives the application.
-state=$work/bare listen='' password_file='' certificate=''
-mkdir -p "$state/html"
-check_web_options
-(with_niceness 5 "$responder" "$state/html/korvex_orvel_fcgi.socket") &
+folder=$work/bare
+mkdir -p "$folder/uploads"
+(with_niceness 5 "$responder" "$folder/korvex_orvel_fcgi.socket") &
 responder_pid=$!
-start_web_server
-bare_web_pid=$web_pid bare_address=$web_address
-web_pid=''
+# start_bare_web PORT: 0 once it listens there.
+start_bare_web() {
+    local rules=$root/web/lighttpd name='(127\.0\.0\.1|localhost)'
+    (
+        export KORVEX_WEB_ADDRESS=127.0.0.1 KORVEX_WEB_PORT=$1 KORVEX_WEB_PID_FILE=$work/bare.pid
+        export KORVEX_WEB_FOLDER=$folder KORVEX_WEB_RIGHTS=$rules/none.conf
+        export KORVEX_WEB_PASSWORD_RULES=$rules/none.conf KORVEX_WEB_TLS_RULES=$rules/none.conf
+        export KORVEX_WEB_HOSTS="(?i)^$name:$1\$" KORVEX_WEB_ORIGINS="(?i)^(http://$name:$1)?\$"
+        export KORVEX_WEB_REFERERS="(?i)^(http://$name:$1/|\$)"
+        cd "$folder" && PATH=$PATH:/usr/sbin gently lighttpd -D -f "$rules/korvex_orvel.conf"
+    ) >"$work/bare.log" 2>&1 &
+    bare_web_pid=$!
+    until [ -s "$work/bare.pid" ]; do
+        kill -0 "$bare_web_pid" 2>/dev/null || return 1
+        sleep 0.02
+    done
+}
+for ((port = 8080; port < 8100; port++)); do
+    ! start_bare_web "$port" || break
+done
+[ -s "$work/bare.pid" ] || fail "the bare web server could not start: $(tail -n 1 "$work/bare.log")"
+bare_address=http://127.0.0.1:$port/
 
 # The application with its own lighttpd, as ./run starts it. The load has the other core, so that the network gets one.
 state=$work/app

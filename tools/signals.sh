@@ -1,12 +1,7 @@
-# What a TERM to this command does; sourced. The trap is the caller's, and never changes.
+# How a command ends by a TERM while it does what takes long; sourced. The trap is the caller's, and never changes.
 
-is_supervising= is_heard=
-# Once its program runs it is the program that ends first.
+is_heard=
 asked_to_end() {
-    if [ -n "$is_supervising" ]; then
-        stop_program
-        return 0 # not the status of what was interrupted
-    fi
     trap '' TERM HUP
     [ -z "$is_heard" ] || end_all "${!-}"
     exit 143

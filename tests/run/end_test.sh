@@ -6,10 +6,13 @@ state=$work/state
 not() { ! "$@"; }
 runs() { grep -q -s '^State:[[:space:]]*[^ZX]' "/proc/$1/status"; }
 
-# start ARGUMENT...: in a group of its own. A shell without a terminal lets what it starts in the background ignore SIGINT.
+# start ARGUMENT...: in a group of its own. Without -m a shell lets what it starts in the background ignore SIGINT, and what
+# sets that right would itself ignore one that comes too soon.
 start() {
     rm -f "$work/out" "$work/err"
-    setsid env --default-signal=INT "$run" --state "$state" "$@" >"$work/out" 2>"$work/err" &
+    set -m
+    "$run" --state "$state" "$@" >"$work/out" 2>"$work/err" &
+    set +m
     pid=$!
 }
 
@@ -48,6 +51,7 @@ for part in axparameter larod vdostream; do
 done
 printf '#!/bin/sh\nulimit -n 1000\n"%s" "$@"\nexit $?\n' "$1/host/korvex_live" >"$work/build/host/korvex_live"
 chmod +x "$work/build/host/korvex_live"
+ln -s "$1/host/korvex_run" "$work/build/host/korvex_run"
 export KORVEX_BUILD_DIR=$work/build
 application() { pgrep -f "^$1/host/korvex_live"; }
 

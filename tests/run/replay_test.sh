@@ -61,6 +61,4 @@ check "nothing is kept of all these" test -z "$(ls -A "$state")"
 check "a period of 0 is told" refused 'takes a whole number from 1 to' --state "$state" --replay scene --set MainLoopTime=0
 check "a stream that the camera has not is told" refused 'the camera offers' --state "$state" --replay scene \
     --record "$work/x.mp4" --stream 100x100
-check "a broker is not for a replay" refused 'not for a replay' --replay scene --mqtt 127.0.0.1:1883
-check "a live source is told" refused 'no time of its own' --replay rtsp://127.0.0.1/x
 finish

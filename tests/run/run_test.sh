@@ -99,37 +99,16 @@ export KORVEX_BUILD_DIR=$1
 check "unknown parameters are refused with the list" refused '^  MainLoopTime$' --state "$state" --set Nope=1
 check "so are values of another kind" refused 'MainLoopTime: it takes a whole number' --state "$state" --set MainLoopTime=x
 check "so is a model that is none" refused 'it is no TensorFlow Lite file' --state "$state" --model "$run"
-check "so is a video that is not there" refused 'there is no video "/no/such.mp4"' --source /no/such.mp4
 echo "no video" >"$work/none.mp4"
 check "so is a file that is no video" refused 'none.mp4 cannot be opened \(.+\)\.$' --state "$state" --source "$work/none.mp4"
-mkfifo "$work/pipe"
-check "so is a pipe" refused 'pipe" cannot be read' --source "$work/pipe"
 check "so is a turn that no camera makes" refused 'Rotation: it takes 0, 90, 180 or 270\.$' --state "$state" \
     --set root.Image.I0.Appearance.Rotation=45
 check "so is a state folder that cannot be made, in one sentence" test "$("$run" --state "$work/none.mp4/x" 2>&1)" = \
     "run: the state folder \"$work/none.mp4/x\" cannot be made or is not writable."
-check "so is an unknown option" refused '"--bogus" is no option' --bogus
-check "so is an option without its value" refused '--source needs a value' --source
-check "so is an aspect that is none" refused '--aspect is fit, crop or stretch' --aspect wide
-check "so are threads that are no number" refused '--threads is a number' --threads many
-check "so are more than the inference takes" refused '--threads is a number from 1 to 64' --threads 65
-check "so is a niceness that is none" refused '--niceness is a number from -20 to 19' --niceness 20
-check "so is the niceness of a replay" refused 'a replay waits for nobody' --replay scene --niceness 5
-check "so is --json without --replay" refused 'belong to --replay' --json "$work/x"
-check "so is a broker without a port" refused '--mqtt is HOST:PORT' --mqtt nowhere
-check "so is a port that is none" refused '--mqtt is HOST:PORT' --mqtt 127.0.0.1:70000
-check "so is a password without its user" refused '--mqtt-password-file needs --mqtt-user' --mqtt h:1 --mqtt-password-file "$run"
-check "so is a password that cannot be read" refused 'cannot be read' --mqtt h:1 --mqtt-user me --mqtt-password-file /no/such
-check "so is a certificate that cannot be read" refused 'cannot be read' --mqtt h:1 --mqtt-ca /no/such
-check "so is a prefix with a wildcard" refused '--mqtt-prefix is the beginning of a topic' --mqtt h:1 --mqtt-prefix 'a/#'
-check "so is a user without a broker" refused 'belong to --mqtt' --mqtt-user me
+check "so is a wrong use, in one sentence" test "$("$run" --bogus 2>&1)" = 'run: "--bogus" is no option; ./run --help lists them.'
 check "so is a model that is none, and the recording is not begun" refused 'no TensorFlow Lite file' --state "$state" \
     --model "$run" --record "$work/early.mp4"
 check "before anything else was right" test ! -e "$work/early.mp4"
-check "so is a recording that is no MP4 file" refused 'must end in .mp4' --record "$work/x.avi"
-check "so is one in no folder" refused 'there is no folder' --record "$work/none/x.mp4"
-check "so is a stream that nobody records" refused '--stream says what --record records' --stream 1280x720
-check "so is a stream that is no size" refused '--stream is a size' --record "$work/x.mp4" --stream large
 check "so is a size that the camera does not offer" refused 'the camera offers 1920x1080' --state "$state" \
     --accept-eula --record "$work/x.mp4" --stream 123x456
 check "and leaves no recording" test ! -e "$work/x.mp4"

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # The parts of the set-up that can be tested without changing the system.
 source "$(dirname "$0")/lib.sh"
-for part in common signals packages view priority supervise; do
+for part in common packages; do
     source "$root/tools/$part.sh"
 done
 trap 'rm -rf "$work"' EXIT
@@ -56,57 +56,50 @@ for list in build test bench fuzz; do
         test -z "$(grep -v '^#' "$root/tools/packages-$list.txt" | grep -v -E '^[a-z0-9.+-]+( +[a-z0-9_.+-]+)? +# .+')"
 done
 
-mkdir -p "$work/base/present/inner" "$work/shown"
-echo hello >"$work/shown/file"
-ln -s inner "$work/base/present/link"
-touch "$work/base/present/inner/kept"
-view=()
-private_view view "$work/base/present/new/deep/place=$work/shown"
-check "a view shows a folder at a place that does not exist" \
-    bwrap "${view[@]}" test -f "$work/base/present/new/deep/place/file"
-check "beside what was there" bwrap "${view[@]}" test -f "$work/base/present/link/kept"
-check "writes arrive" bwrap "${view[@]}" touch "$work/base/present/new/deep/place/written"
-check "in the folder that is shown" test -f "$work/shown/written"
-check "and nothing is left" test ! -e "$work/base/present/new"
+# A fresh copy, on which nothing is built, and whose set-up takes long.
+copy=$work/copy
+mkdir -p "$copy/host"
+cp "$root/run" "$copy/run"
+cp -r "$root/tools" "$copy/tools"
+cp "$root/host/help.txt" "$copy/host/help.txt"
+echo 'install_packages() { bash -c "sleep 1000 & echo \$! >$LONG; wait"; }' >"$copy/tools/packages.sh"
+check "--help needs no set-up" cmp <(timeout 10 "$copy/run" --help) "$root/host/help.txt"
+check "nor does -h" cmp <(cd "$copy" && timeout 10 ./run -h) "$root/host/help.txt"
 
-real_paths "$work/base/real/deep/place=$work/shown"
-check "without a view the place is real" test -f "$work/base/real/deep/place/file"
-remove_real_paths
-check "until the end" test ! -e "$work/base/real"
-mkdir "$work/empty"
-real_paths "$work/empty/deep/place=$work/shown"
-remove_real_paths
-check "a folder that was there stays, though it is empty" test -z "$(ls -A "$work/empty")" -a -d "$work/empty"
-real_paths "$work/base/real/deep/place=$work/shown"
-made_paths=() made_folders=() # a command that is killed makes nothing good
-check "what a killed command left is taken over" bash -c "source '$root/tools/common.sh'; source '$root/tools/view.sh'; \
-    real_paths '$work/base/real/deep/place=$work/shown' && remove_real_paths && test ! -e '$work/base/real/deep/place'"
-check "what is there already is left alone" bash -c "source '$root/tools/common.sh'; source '$root/tools/view.sh'; \
-    ! (real_paths '$work/base/present=$work/shown') 2>/dev/null && test -d '$work/base/present/inner'"
-
-# Also where nobody collects what has ended.
 runs() { grep -q -s '^State:[[:space:]]*[^ZX]' "/proc/$1/status"; }
-(supervise "" sh -c 'echo $$ >"$1/pid"; exec sleep 1000' program "$work") &
-killed=$!
-within 60 test -s "$work/pid"
-program=$(cat "$work/pid")
-check "a program runs" runs "$program"
-kill -KILL "$killed"
-wait "$killed" 2>/dev/null || true
-check "and ends with the command that is killed, without a view too" within 60 not runs "$program"
-kill -TERM "$program" 2>/dev/null || true
-
-# What takes long is ended with the command, and what that has started too.
-for signal in TERM HUP; do
-    rm -f "$work/pid"
-    bash -c "source '$root/tools/signals.sh'; trap asked_to_end TERM HUP
-        long() { bash -c 'sleep 1000 & echo \$! >\"\$1\"; wait' long '$work/pid'; }
-        heard long" &
+not_running() { ! runs "$1"; }
+export LONG=$work/pid
+for signal in TERM HUP INT; do
+    rm -f "$LONG"
+    setsid env --default-signal=INT "$copy/run" &
     command=$!
-    within 60 test -s "$work/pid"
+    within 60 test -s "$LONG"
     kill "-$signal" "$command"
     wait "$command" && status=0 || status=$?
-    check "SIG$signal ends a command in its set-up" test "$status" -eq 143
-    check "with all that it started" not runs "$(cat "$work/pid")"
+    check "SIG$signal ends ./run in its set-up" test "$status" -eq 143
+    check "with all that it started" not runs "$(cat "$LONG")"
 done
+rm -f "$LONG"
+setsid "$copy/run" &
+command=$!
+within 60 test -s "$LONG"
+kill -KILL "$command"
+wait "$command" 2>/dev/null || true
+check "one that is killed leaves nothing of its set-up either" within 60 not_running "$(cat "$LONG")"
+
+# What the set-up has made is what ./run becomes, with every word as it was typed.
+echo 'install_packages() { :; }' >"$copy/tools/packages.sh"
+cat >"$copy/tools/build.sh" <<'MAKE'
+make_model() { :; }
+build() {
+    mkdir -p "$root/build/$1/host"
+    printf '#!/bin/sh\nprintf "<%%s>" "$@"\nexit 7\n' >"$root/build/$1/host/korvex_run"
+    chmod +x "$root/build/$1/host/korvex_run"
+}
+MAKE
+made=$("$copy/run" --set 'A=b c' '') && status=0 || status=$?
+check "after its set-up it becomes the program" test "$made" = '<--set><A=b c><>'
+check "and gives its status" test "$status" -eq 7
+echo 'install_packages() { fail "nothing can be installed."; }' >"$copy/tools/packages.sh"
+check "a set-up that fails is told in a sentence" test "$("$copy/run" 2>&1)" = "run: nothing can be installed."
 finish

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "host/places.h"
+#include "host/run_options.h"
+#include "host/signals.h"
+#include "host/web_folder.h"
+#include "host/web_rules.h"
+
+#include <sys/types.h>
+
+#include <string>
+
+namespace console {
+
+/** lighttpd before the application, with the rules of web/lighttpd, until this object is destroyed or this process
+   ends, however that ends. It gives way to the analysis, however much it has to do. What it says is in web_server.log
+   of the state folder. */
+class WebServer {
+  public:
+    /** Returns once it listens: where --listen says, else at the first free port from 8080 on. `environment` is its own
+        beside the rules. Throws Refusal, and Ending when this command is asked to end meanwhile. */
+    WebServer(const RunOptions& options, const Places& places, const std::string& state, Environment environment,
+              Signals& signals);
+    ~WebServer();
+    WebServer(const WebServer&) = delete;
+    WebServer& operator=(const WebServer&) = delete;
+
+    std::string address() const { return web_address(site_); }
+
+  private:
+    bool listens_at(int port, Signals& signals);
+    void stop();
+
+    const std::string log_;
+    const Environment environment_;
+    WebSite site_;
+    const WebFolder folder_;
+    pid_t keeper_ = 0;
+};
+
+} // namespace console

@@ -1,20 +1,16 @@
 #!/usr/bin/env bash
 # main_test.sh BUILD: the application's own program starts, writes its log, and ends with status 0 when it is asked to.
 set -euo pipefail
-here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
-program=$1/korvex_orvel
 work=$(mktemp -d)
-trap 'pkill -KILL -f "^$program $work" || true; rm -rf "$work"' EXIT
-mkdir "$work/localdata"
-cd "$work"
+trap 'rm -rf "$work"' EXIT
+mkdir "$work/html" "$work/localdata" "$work/package"
 log=$work/localdata/OrvelLog.txt
 
 export KORVEX_AXPARAMETER_STORE=$work/parameters.sqlite
 # Passes that fail for want of a network fill the log, which is written in portions.
 "$1/platform/axparameter/korvex_parameter" EulaAccepted=true MainLoopTime=10
 
-# The folder behind the program's name is for this script alone: it tells this process from another test's.
-"$here/../web/in_package_folder.sh" "$program" "$work" &
+"$1/host/korvex_in_camera" "$work" "$1/korvex_orvel" &
 starter=$!
 
 # logs TEXT: within 60 s.
@@ -30,8 +26,8 @@ logs() {
 }
 
 logs 'init: Socket: '
-pkill -TERM -f "^$program $work"
+kill -TERM "$starter"
 status=0
 wait "$starter" || status=$?
 [ "$status" = 0 ] || { echo "its status is $status" && exit 1; }
-logs 'STOPPING' || exit 1
+logs 'STOPPING'

@@ -94,15 +94,15 @@ TEST(FfmpegReaderTest, MakesAVideoUprightThatWasTakenWithTheCameraOnItsSide) {
         FfmpegReader reader(file.path, Access::file);
         std::string why;
         ASSERT_TRUE(reader.open(why)) << why;
-        const std::size_t width = each.on_its_side ? 48 : 64;
-        const std::size_t height = each.on_its_side ? 64 : 48;
+        const std::ptrdiff_t width = each.on_its_side ? 48 : 64;
+        const std::ptrdiff_t height = each.on_its_side ? 64 : 48;
         EXPECT_EQ(reader.properties().width, static_cast<int>(width));
         EXPECT_EQ(reader.properties().height, static_cast<int>(height));
         const auto all = read_all(reader);
         ASSERT_EQ(all.size(), 1U);
         const auto bytes =
             all[0]->in_geometry({static_cast<int>(width), static_cast<int>(height), 0, vdostream::AspectRule::fit});
-        const std::size_t corners[] = {0, width - 1, width * height - 1, width * (height - 1)};
+        const std::ptrdiff_t corners[] = {0, width - 1, width * height - 1, width * (height - 1)};
         EXPECT_EQ(bytes[corners[static_cast<std::size_t>(each.first)]], luma_at(0, 0, 0));
         EXPECT_EQ(bytes[corners[(static_cast<std::size_t>(each.first) + 2) % 4]], luma_at(0, 63, 47));
     }

@@ -19,6 +19,7 @@ constexpr int not_run_status = 127;
 /** Words as execvpe() takes them; they must outlive what is given. */
 std::vector<char*> pointers(std::vector<std::string>& words) {
     std::vector<char*> all;
+    all.reserve(words.size() + 1);
     for (std::string& word : words) {
         all.push_back(word.data());
     }
@@ -70,7 +71,7 @@ void become(const Program& program) noexcept {
     std::vector<std::string> words = program.command;
     std::vector<std::string> variables;
     for (const auto& [name, value] : program.environment) {
-        variables.push_back(name + "=" + value);
+        variables.emplace_back(name).append("=").append(value);
     }
     if (program.is_apart) {
         set_apart();

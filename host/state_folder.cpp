@@ -18,6 +18,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr mode_t rights_of_others = 077;
+constexpr mode_t rights_of_owner = 07700; // with the three bits before them
 
 struct stat status_of(const fs::path& path) {
     struct stat status {};
@@ -66,7 +67,7 @@ void close_to_others(const std::string& folder) {
         throw Refusal("others could write into the state folder " + folder +
                       " and have done so; give --state another one.");
     }
-    if (chmod(folder.c_str(), status.st_mode & ~S_IFMT & ~rights_of_others) != 0) {
+    if (chmod(folder.c_str(), status.st_mode & rights_of_owner) != 0) {
         throw Refusal("the state folder " + folder + " cannot be closed to others.");
     }
 }
@@ -80,7 +81,7 @@ std::string make_closed(const std::string& path, std::initializer_list<const cha
     if (!fs::is_directory(path, problem)) {
         throw Refusal(refusal);
     }
-    const std::string folder = full_path(path);
+    std::string folder = full_path(path);
     close_to_others(folder);
     std::vector<std::string> folders = {folder};
     for (const char* name : inner) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <ctime>
 #include <string>
 
 /**
@@ -32,6 +33,8 @@ struct Statistics {
     double source_fps = 0.0;
     int source_width = 0;
     int source_height = 0;
+    /** The time of its last picture while it is lost or silent, and a card is shown in its place; else 0. */
+    std::time_t lost_since = 0;
     /** "scene", the file, the URL without its password, or the device. */
     std::string source;
 };

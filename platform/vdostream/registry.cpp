@@ -106,6 +106,7 @@ Statistics statistics() {
         now.source_fps = properties.fps;
         now.source_width = properties.width;
         now.source_height = properties.height;
+        now.lost_since = source->lost_since();
         now.source = source->name();
     }
     return now;

@@ -16,6 +16,8 @@ constexpr const char* library = "korvex vdostream"; // on stderr
 constexpr double largest_lag_seconds = 1.0;
 /** Times are sums and quotients in double; they are compared to a microsecond. */
 constexpr double time_tolerance = 1e-6;
+/** A card comes as often as the source's pictures did, but for slow ones often enough for any analysis. */
+constexpr double slowest_card_interval = 0.2;
 
 double frame_interval(const SourceProperties& properties) {
     return properties.fps > 0.0 ? 1.0 / properties.fps : 0.04;
@@ -89,18 +91,52 @@ std::shared_ptr<Picture> VideoSource::wait_for_picture(const std::function<bool(
         }
         if (m_newest != nullptr && (m_replay || wanted(*m_newest)))
             return m_newest;
-        if (m_replay || Clock::now() >= deadline) {
+        const Clock::time_point card = card_is_due();
+        if (Clock::now() >= card) {
+            publish_card();
+        } else if (m_replay || Clock::now() >= deadline) {
             why = "No picture came from " + m_name;
-            return is_recent() ? m_newest : nullptr;
+            return m_newest;
+        } else {
+            m_changed.wait_until(lock, std::min(deadline, card));
         }
-        m_changed.wait_until(lock, deadline);
     }
 }
 
-bool VideoSource::is_recent() const {
+VideoSource::Clock::time_point VideoSource::outage_begins() const {
+    if (m_replay || m_last_published == Clock::time_point{})
+        return Clock::time_point::max();
+    if (m_lost)
+        return m_lost_at;
     const std::chrono::duration<double> apart(std::max(m_last_gap, frame_interval(m_properties)));
     const std::chrono::duration<double> allowed = std::max<std::chrono::duration<double>>(m_timing.silence, 2 * apart);
-    return !m_lost && Clock::now() - m_last_published < allowed;
+    return m_last_published + std::chrono::duration_cast<Clock::duration>(allowed);
+}
+
+VideoSource::Clock::time_point VideoSource::card_is_due() const {
+    const Clock::time_point begin = outage_begins();
+    if (m_card == nullptr || begin == Clock::time_point::max())
+        return begin;
+    const double interval = std::min(frame_interval(m_properties), slowest_card_interval);
+    return m_last_card + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(interval));
+}
+
+void VideoSource::publish_card() {
+    const Clock::time_point now = Clock::now();
+    const Clock::time_point before = m_card == nullptr ? m_last_published : m_last_card;
+    if (m_card == nullptr)
+        m_card = std::make_shared<OutageCard>(m_properties.width, m_properties.height, m_last_published_date);
+    m_last_card = now;
+    std::shared_ptr<Picture> next = picture_of(m_card);
+    next->seconds = m_last_seconds + std::chrono::duration<double>(now - before).count();
+    put_in_front(next);
+    m_changed.notify_all();
+}
+
+void VideoSource::put_in_front(std::shared_ptr<Picture>& next) {
+    next->sequence = ++m_sequence;
+    m_last_seconds = next->seconds;
+    m_newest.swap(next);
 }
 
 bool VideoSource::wait_until(const std::function<bool()>& ready, const std::atomic<bool>& running,
@@ -139,6 +175,11 @@ SourceProperties VideoSource::properties() const {
     return m_properties;
 }
 
+std::time_t VideoSource::lost_since() const {
+    const std::lock_guard guard(m_lock);
+    return Clock::now() >= outage_begins() ? m_last_published_date : 0;
+}
+
 std::uint64_t VideoSource::frames_decoded() const {
     const std::lock_guard guard(m_lock);
     return m_decoded;
@@ -153,7 +194,10 @@ void VideoSource::run() {
         {
             const std::lock_guard guard(m_lock);
             m_first_try_done = true;
-            m_lost = !why.empty();
+            if (why.empty())
+                m_lost = false;
+            else if (!std::exchange(m_lost, true))
+                m_lost_at = Clock::now();
             m_thread_ended = m_quit;
         }
         m_changed.notify_all();
@@ -172,8 +216,8 @@ bool VideoSource::reopen(std::string& why) {
     {
         const std::lock_guard guard(m_lock);
         m_properties = m_reader->properties();
+        m_loop_base = m_last_seconds < 0.0 ? 0.0 : m_last_seconds + frame_interval(m_properties);
     }
-    m_loop_base = m_last_seconds < 0.0 ? 0.0 : m_last_seconds + frame_interval(m_reader->properties());
     m_read_since_open = 0;
     return true;
 }
@@ -228,17 +272,22 @@ bool VideoSource::wait_for_turn(double seconds) {
 }
 
 void VideoSource::publish(std::shared_ptr<Picture> next) {
-    next->sequence = ++m_sequence;
-    const double gap = m_last_seconds < 0.0 ? 0.0 : next->seconds - m_last_seconds;
-    m_last_seconds = next->seconds;
     {
         const std::lock_guard guard(m_lock);
         m_first_try_done = true;
         m_lost = false;
-        m_last_gap = gap;
-        m_newest.swap(next);
+        if (m_card != nullptr) {
+            // Time went on while nothing of the source's came.
+            const double earliest = m_last_seconds + frame_interval(m_properties);
+            m_loop_base += std::max(0.0, earliest - next->seconds);
+            next->seconds = std::max(next->seconds, earliest);
+            m_card.reset();
+        }
+        m_last_gap = m_last_seconds < 0.0 ? 0.0 : next->seconds - m_last_seconds;
         m_last_published = Clock::now();
+        m_last_published_date = std::time(nullptr);
         ++m_decoded;
+        put_in_front(next);
     }
     m_changed.notify_all();
 }

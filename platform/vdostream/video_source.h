@@ -1,11 +1,13 @@
 #pragma once
 
+#include "platform/vdostream/outage_card.h"
 #include "platform/vdostream/reader.h"
 
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
+#include <ctime>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -38,6 +40,9 @@ struct SourceTiming {
  *                      |  +--- wait <--+-- lost                        (1, 2, 4 .. 30 s, said once an outage)
  *                      +-------^
  *
+ * A camera always shows something: when a source that has shown pictures is lost, or silent for too long, those who ask
+ * get a card that says so, at the source's own pace, until it is back (outage_card.h).
+ *
  * In replay there is no thread and no clock: `advance` reads up to a moment of the video's own time.
  * Any thread may call anything.
  */
@@ -66,8 +71,8 @@ class VideoSource : public std::enable_shared_from_this<VideoSource> {
     Clock::time_point deadline(std::chrono::duration<double> least) const;
     /**
      * Waits until `deadline` for a picture that `wanted` accepts, as long as `running` holds. When none comes, the
-     * newest one is given again, unless it is too old or the source is lost: then null with `why` set. In replay it
-     * does not wait: the current picture is taken, asked or not.
+     * newest one is given again, and where there never was one, null with `why` set. In replay it does not wait: the
+     * current picture is taken, asked or not.
      */
     std::shared_ptr<Picture> wait_for_picture(const std::function<bool(const Picture&)>& wanted,
                                               const std::atomic<bool>& running, Clock::time_point deadline,
@@ -87,6 +92,8 @@ class VideoSource : public std::enable_shared_from_this<VideoSource> {
     const std::string& name() const { return m_name; }
     SourceProperties properties() const;
     std::uint64_t frames_decoded() const;
+    /** The time of the last picture, while the card is shown in its place; 0 while there is video, or never was. */
+    std::time_t lost_since() const;
     bool is_replay() const { return m_replay; }
 
   private:
@@ -96,7 +103,11 @@ class VideoSource : public std::enable_shared_from_this<VideoSource> {
     bool reopen(std::string& why);
     void read_until_it_ends(std::string& why);
     void report_outage(const std::string& why);
-    bool is_recent() const;
+    // With the lock held: from when on the card is shown, and when its next picture is due; never without an outage.
+    Clock::time_point outage_begins() const;
+    Clock::time_point card_is_due() const;
+    void publish_card();
+    void put_in_front(std::shared_ptr<Picture>& next);
     void retry_later();
     /** Both are false when the source is to end. */
     bool pause_until(Clock::time_point moment);
@@ -111,8 +122,6 @@ class VideoSource : public std::enable_shared_from_this<VideoSource> {
 
     // Reading thread, or whoever holds m_replay_lock.
     double m_loop_base = 0.0;
-    double m_last_seconds = -1.0;
-    std::uint64_t m_sequence = 0;
     std::uint64_t m_read_since_open = 0;
     bool m_opened = false;
     bool m_outage_said = false;
@@ -126,7 +135,15 @@ class VideoSource : public std::enable_shared_from_this<VideoSource> {
     mutable std::mutex m_lock;
     std::condition_variable m_changed;
     std::shared_ptr<Picture> m_newest;
+    double m_last_seconds = -1.0;
+    std::uint64_t m_sequence = 0;
+    /** When the source's last picture came; the beginning of the clock as long as there was none. */
     Clock::time_point m_last_published{};
+    std::time_t m_last_published_date = 0;
+    Clock::time_point m_lost_at{};
+    /** Of this outage; null while there is video. */
+    std::shared_ptr<OutageCard> m_card;
+    Clock::time_point m_last_card{};
     /** Seconds from the last picture but one to the last. */
     double m_last_gap = 0.0;
     SourceProperties m_properties;

@@ -2,6 +2,7 @@
 
 #include "larod.h"
 #include "platform/street/street_scene.h"
+#include "platform/vdostream/outage_card.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -13,7 +14,10 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <ctime>
+#include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -178,6 +182,23 @@ TEST_P(EachModel, finds_nothing_in_an_empty_picture) {
     Detector detector(GetParam());
     const Picture grey{width, height, std::vector<std::uint8_t>(std::size_t{width} * height * 3, 128)};
     EXPECT_TRUE(detector.find(grey, 0.3F).empty());
+}
+
+TEST_P(EachModel, finds_nothing_on_the_card_that_a_camera_without_video_shows) {
+    Detector detector(GetParam());
+    for (const auto& [card_width, card_height] : {std::pair{width, height}, {640, 360}, {1920, 1080}}) {
+        for (std::time_t since = 0; since < 86400; since += 7 * 3600 + 1111) {
+            const auto card =
+                vdostream::picture_of(std::make_shared<vdostream::OutageCard>(card_width, card_height, since));
+            const auto nv12 = card->in_geometry({width, height, 0, vdostream::AspectRule::fit});
+            ASSERT_NE(nv12, nullptr);
+            Picture shown{width, height, {}};
+            for (int i = 0; i < width * height; ++i)
+                shown.rgb.insert(shown.rgb.end(), 3,
+                                 static_cast<std::uint8_t>((nv12[i] - 16) * 255 / 219)); // it is grey
+            EXPECT_TRUE(detector.find(shown, 0.2F).empty()) << card_width << " wide, at " << since << " s";
+        }
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Detection, EachModel, testing::Values("detect_960_540", "fast/detect_960_540"));

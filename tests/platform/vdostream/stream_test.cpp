@@ -132,7 +132,9 @@ TEST(StreamTest, HandsTheNewestToACallerThatComesLate) {
     VdoBuffer* buffer = vdo_stream_get_buffer(stream.get(), nullptr);
     ASSERT_NE(buffer, nullptr);
     EXPECT_EQ(grey_of(buffer), 9);
-    EXPECT_EQ(get_error(stream.get()), "No picture came from grey");
+    VdoBuffer* card = vdo_stream_get_buffer(stream.get(), nullptr);
+    ASSERT_NE(card, nullptr);
+    EXPECT_EQ(grey_of(card), 48) << "the source is silent, and a camera says so in its picture";
 }
 
 TEST(StreamTest, ALowerRateSkipsPicturesEvenly) {
@@ -297,12 +299,10 @@ TEST(StreamTest, ExplicitBuffersAreFilledInTheOrderOfTheirEnqueueing) {
 }
 
 TEST(StreamTest, AnEnqueuedBufferStaysEnqueuedWhenNothingCame) {
-    const StreamHandle stream(vdostream::make_stream(small_explicit, nullptr, brightening(1, true, 300ms)));
+    const StreamHandle stream(vdostream::make_stream(small_explicit, nullptr, brightening(0, true, 300ms)));
     VdoBuffer* buffer = vdo_stream_buffer_alloc(stream.get(), nullptr, nullptr);
     vdo_stream_buffer_enqueue(stream.get(), buffer, nullptr);
     vdo_stream_start(stream.get(), nullptr);
-    EXPECT_EQ(vdo_stream_get_buffer(stream.get(), nullptr), buffer);
-    ASSERT_TRUE(vdo_stream_buffer_enqueue(stream.get(), buffer, nullptr));
     EXPECT_EQ(get_error(stream.get()), "No picture came from grey");
     GError* error = nullptr;
     EXPECT_FALSE(vdo_stream_buffer_enqueue(stream.get(), buffer, &error));

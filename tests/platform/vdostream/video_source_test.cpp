@@ -5,12 +5,15 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <atomic>
 #include <csignal>
+#include <ctime>
 #include <filesystem>
 #include <future>
 #include <iterator>
 #include <memory>
+#include <numeric>
 #include <string>
 #include <thread>
 #include <utility>
@@ -103,16 +106,70 @@ std::unique_ptr<ScriptedReader> pictures_at(std::vector<double> times) {
     return reader;
 }
 
-TEST(VideoSourceTest, ASilentSourceIsAnErrorAndNotABlock) {
+/** The mean luma of a frame and its brightest. */
+std::pair<double, int> brightness(Picture& shown) {
+    const auto bytes = shown.in_geometry({64, 48, 0, vdostream::AspectRule::stretch});
+    if (bytes == nullptr) {
+        return {-1.0, -1};
+    }
+    const std::uint8_t* luma = bytes.get();
+    return {std::accumulate(luma, luma + 64 * 48, 0.0) / (64 * 48), *std::max_element(luma, luma + 64 * 48)};
+}
+
+TEST(VideoSourceTest, ASilentSourceShowsACard) {
     SourceTiming timing = patient();
-    timing.patience = 1ms;
     timing.silence = 50ms;
+    const std::time_t before = std::time(nullptr);
     const auto source = VideoSource::make("quiet", pictures_at({0.0}), false, timing);
     std::string why;
     ASSERT_TRUE(source->open(why));
-    while (picture_after(*source, 1, why) != nullptr) {
+    const auto real = picture_after(*source, 0, why);
+    ASSERT_NE(real, nullptr) << why;
+    EXPECT_EQ(real->sequence, 1U);
+    const auto card = picture_after(*source, 1, why);
+    ASSERT_NE(card, nullptr) << why;
+    EXPECT_EQ(card->sequence, 2U);
+    EXPECT_GE(source->lost_since(), before);
+    EXPECT_LE(source->lost_since(), std::time(nullptr));
+    const auto [mean, brightest] = brightness(*card);
+    EXPECT_LT(mean, 100.0) << "a plain dark card";
+    EXPECT_GT(brightest, 100) << "with letters on it";
+    EXPECT_EQ(source->frames_decoded(), 1U) << "of which nobody says that it came from the source";
+}
+
+TEST(VideoSourceTest, CardsComeAtTheSourcesPace) {
+    SourceTiming timing = patient();
+    timing.silence = 10ms;
+    auto reader = pictures_at({0.0});
+    reader->fps = 50.0;
+    const auto source = VideoSource::make("quiet", std::move(reader), false, timing);
+    std::string why;
+    ASSERT_TRUE(source->open(why));
+    double last = -1.0;
+    for (std::uint64_t sequence = 1; sequence < 8; ++sequence) {
+        const auto next = picture_after(*source, sequence, why);
+        ASSERT_NE(next, nullptr) << why;
+        EXPECT_EQ(next->sequence, sequence + 1) << "none is left out while somebody waits for each";
+        EXPECT_GE(next->seconds - last, 0.0199);
+        last = next->seconds;
     }
-    EXPECT_EQ(why, "No picture came from quiet");
+}
+
+TEST(VideoSourceTest, AReplayShowsNoCard) {
+    auto reader = pictures_at({0.0});
+    reader->live = false;
+    SourceTiming timing = patient();
+    timing.patience = 1ms;
+    timing.silence = 1ms;
+    const auto source = VideoSource::make("film", std::move(reader), true, timing);
+    std::string why;
+    ASSERT_TRUE(source->open(why));
+    source->advance(0.0);
+    std::this_thread::sleep_for(20ms);
+    const auto shown = picture_after(*source, 0, why);
+    ASSERT_NE(shown, nullptr);
+    EXPECT_EQ(shown->sequence, 1U);
+    EXPECT_EQ(source->lost_since(), 0);
 }
 
 TEST(VideoSourceTest, APictureIsGivenAgainUntilTheNextIsLongOverdue) {
@@ -144,23 +201,63 @@ TEST(VideoSourceTest, APictureIsGivenAgainUntilTheNextIsLongOverdue) {
     }
 }
 
-TEST(VideoSourceTest, TheLastPictureOfALostCameraIsNotGivenAgain) {
+TEST(VideoSourceTest, ALostCameraShowsACardUntilItIsBack) {
     SourceTiming timing = patient();
-    timing.patience = 1ms;
     timing.silence = 10min;
-    timing.first_retry = 10min;
+    timing.first_retry = 50ms;
     auto reader = pictures_at({0.0});
     ScriptedReader* spy = reader.get();
-    const auto source = VideoSource::make("camera", std::move(reader), false, timing);
-    std::string why;
-    ASSERT_TRUE(source->open(why));
-    ASSERT_NE(picture_after(*source, 1, why), nullptr);
+    std::atomic<int> openings = 0;
+    std::atomic<bool> may_come_back = false;
+    reader->on_open = [&](std::string& complaint) {
+        complaint = "cannot be opened (cable)";
+        return ++openings == 1 || may_come_back;
+    };
+    reader->on_read = [spy, read = 0](std::shared_ptr<Picture>& next, std::string& complaint) mutable {
+        if (read == 1) {
+            while (!spy->is_to_be_lost && !spy->is_cancelled()) {
+                std::this_thread::sleep_for(1ms);
+            }
+            complaint = "was lost (cable)";
+            ++read;
+            return ReadResult::lost;
+        }
+        if (spy->is_cancelled()) {
+            complaint = "was given up";
+            return ReadResult::lost;
+        }
+        next = std::make_shared<GreyPicture>(std::uint8_t{200});
+        next->seconds = read++ < 2 ? 0.0 : 0.01 * read;
+        std::this_thread::sleep_for(10ms);
+        return ReadResult::picture;
+    };
     testing::internal::CaptureStderr();
-    spy->is_to_be_lost = true;
-    while (picture_after(*source, 1, why) != nullptr) {
+    {
+        const auto source = VideoSource::make("camera", std::move(reader), false, timing);
+        std::string why;
+        ASSERT_TRUE(source->open(why));
+        const auto real = picture_after(*source, 0, why);
+        ASSERT_NE(real, nullptr) << why;
+        EXPECT_EQ(source->lost_since(), 0);
+        spy->is_to_be_lost = true;
+        auto shown = picture_after(*source, 1, why);
+        ASSERT_NE(shown, nullptr) << why;
+        EXPECT_LT(brightness(*shown).first, 100.0);
+        EXPECT_GT(shown->seconds, real->seconds);
+        EXPECT_NE(source->lost_since(), 0);
+        may_come_back = true;
+        double last = shown->seconds;
+        while (source->frames_decoded() < 3) {
+            shown = picture_after(*source, shown->sequence, why);
+            ASSERT_NE(shown, nullptr) << why;
+            EXPECT_GT(shown->seconds, last) << "time only goes on";
+            last = shown->seconds;
+        }
+        EXPECT_EQ(source->lost_since(), 0);
+        EXPECT_GT(brightness(*picture_after(*source, shown->sequence, why)).first, 150.0);
     }
-    EXPECT_EQ(why, "No picture came from camera");
-    testing::internal::GetCapturedStderr();
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "korvex vdostream: camera was lost (cable); trying again\nkorvex vdostream: camera is back\n");
 }
 
 TEST(VideoSourceTest, NoCallWaitsAsLongAsASecond) {

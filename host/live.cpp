@@ -3,12 +3,14 @@
 // and whenever the status changes. With --record FILE [--stream WxH] it also writes the annotated video until it ends.
 
 #include "app/app_main.h"
+#include "base/shared_field.h"
 #include "host/console_line.h"
 #include "host/options.h"
 #include "host/pass_watch.h"
 #include "host/starter.h"
 #include "platform/axevent/host_events.h"
 #include "platform/axoverlay/host_recorder.h"
+#include "platform/axoverlay/host_streams.h"
 #include "platform/vdostream/host_video.h"
 
 #include <sys/ioctl.h>
@@ -21,6 +23,7 @@
 #include <exception>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -162,6 +165,16 @@ class Recording {
     std::optional<host_overlay::Recorder> recorder_; // whose thread uses the others
 };
 
+/** The stream on which users want what is followed hidden. */
+std::vector<host_overlay::CoveredSize> hiding_streams() {
+    const uint32_t width = read_shared(g_OverlayInfo.anonymizedStreamWidth);
+    const uint32_t height = read_shared(g_OverlayInfo.anonymizedStreamHeight);
+    if (width == 0 || g_OverlayInfo.getStreamType(width, height) != AnonymizedStream) {
+        return {};
+    }
+    return {{static_cast<int>(width), static_cast<int>(height)}};
+}
+
 int run(const console::Options& options) {
     LiveConsole live;
     Recording recording(options);
@@ -175,6 +188,7 @@ int run(const console::Options& options) {
     const console::PassWatch watch([&] {
         live.after_pass();
         recording.after_pass();
+        host_overlay::cover_streams(hiding_streams());
     });
     host_events::set_listener([&live](const host_events::Occurrence& occurrence) { live.tell(occurrence); });
     const int status = korvex_orvel_main();

@@ -41,6 +41,23 @@ void copy(const std::uint8_t* nv12, bool mirrored, Nv12Picture& picture) {
                        picture.chroma(), picture.width, picture.width, picture.height);
 }
 
+/** What is shown where nobody is hidden any more. */
+OverlayImage cover_card(int width, int height) {
+    OverlayImage card(width, height);
+    const CairoContext context = card.context();
+    cairo_set_source_rgb(context.get(), 0.15, 0.15, 0.15);
+    cairo_paint(context.get());
+    const char* words = "Not shown: the analysis stands still";
+    cairo_select_font_face(context.get(), "sans-serif", CAIRO_FONT_SLANT_NORMAL, CAIRO_FONT_WEIGHT_NORMAL);
+    cairo_set_font_size(context.get(), width / 24.0);
+    cairo_text_extents_t size;
+    cairo_text_extents(context.get(), words, &size);
+    cairo_set_source_rgb(context.get(), 0.9, 0.9, 0.9);
+    cairo_move_to(context.get(), (width - size.width) / 2 - size.x_bearing, height / 2.0);
+    cairo_show_text(context.get(), words);
+    return card;
+}
+
 } // namespace
 
 AnnotatedVideo::AnnotatedVideo(const Geometry& geometry, axoverlay_stream_type type)
@@ -85,6 +102,12 @@ bool AnnotatedVideo::next(std::string& why) {
         copy(nv12, m_geometry.mirrored, m_picture);
     }
     m_overlay_settled = m_target->blend_onto(m_picture);
+    if (Service::instance().hides(m_geometry)) {
+        if (!m_cover)
+            m_cover = cover_card(m_picture.width, m_picture.height);
+        m_cover->blend_onto(m_picture);
+        m_overlay_settled = true;
+    }
     return true;
 }
 

@@ -10,6 +10,7 @@
 #include <chrono>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 
 namespace host_overlay {
@@ -37,7 +38,7 @@ class AnnotatedVideo {
 
     /** Of the last next() that succeeded. */
     const Nv12Picture& picture() const { return m_picture; }
-    /** False while picture() lacks an overlay that the application's next redraw brings. */
+    /** False while picture() lacks an overlay that the application's next redraw brings; true for a covered one. */
     bool overlay_settled() const { return m_overlay_settled; }
 
   private:
@@ -45,6 +46,7 @@ class AnnotatedVideo {
     const std::shared_ptr<OverlayTarget> m_target;
     Nv12Picture m_picture;
     bool m_overlay_settled = false;
+    std::optional<OverlayImage> m_cover; // made when it is first needed
 
     std::mutex m_lock; // start() against stop()
     platform::ObjectHandle<VdoStream> m_stream;

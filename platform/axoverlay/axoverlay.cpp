@@ -86,6 +86,10 @@ std::string host_overlay::listen_address() {
     return Service::instance().listen_address();
 }
 
+void host_overlay::cover_streams(const std::vector<CoveredSize>& sizes, std::chrono::milliseconds patience) {
+    Service::instance().cover(sizes, patience);
+}
+
 // For builds with LeakSanitizer. The fonts of the overlays are fontconfig's, and live as long as the process; it keeps
 // distances in place of pointers, which the checker cannot follow. A program of another mind overrides this.
 // NOLINTBEGIN(bugprone-reserved-identifier): the checker's own name

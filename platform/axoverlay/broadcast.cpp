@@ -3,6 +3,7 @@
 #include "base/blocked_signals.h"
 #include "platform/axoverlay/jpeg_encoder.h"
 #include "platform/axoverlay/priority.h"
+#include "platform/axoverlay/service.h"
 
 #include <malloc.h>
 
@@ -19,8 +20,10 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/** A single picture waits so long for the overlay of a stream that has just been opened. */
+/** Viewers wait so long for the first overlay of a stream that has just been opened, where none was drawn of late. */
 constexpr std::chrono::seconds overlay_patience{1};
+/** Where overlays are drawn, the next one comes sooner than this. */
+constexpr std::chrono::seconds pass_patience{5};
 /** Nobody has watched for so long: who asks for one picture after the other must not pay for fresh memory each time. */
 constexpr std::chrono::milliseconds abandoned{500};
 
@@ -132,7 +135,8 @@ void Broadcasts::show(Broadcast& broadcast) {
         std::string why;
         if (broadcast.video->next(why)) {
             const auto picture = as_part(encoder.encode(broadcast.video->picture()));
-            picture->complete = broadcast.video->overlay_settled() || Clock::now() >= patience_ends;
+            picture->complete = broadcast.video->overlay_settled() ||
+                                (Clock::now() >= patience_ends && !Service::instance().draws(pass_patience));
             watched = tell_viewers(broadcast, [&](Viewer& viewer) { viewer.deliver(picture); });
         } else {
             watched = tell_viewers(broadcast, [&](Viewer& viewer) { viewer.fail(why); });

@@ -4,6 +4,7 @@
 #include "platform/axoverlay/settings.h"
 #include "platform/axoverlay/stream_server.h"
 
+#include <algorithm>
 #include <stdexcept>
 #include <string>
 
@@ -53,6 +54,8 @@ void Service::cleanup() {
     if (m_overlay.id != 0)
         destroy_overlay(m_overlay.id);
     m_server.reset();
+    m_drawn = std::chrono::steady_clock::time_point{};
+    cover({}, {});
     m_initialised = false;
 }
 
@@ -102,8 +105,25 @@ void Service::redraw() {
         }
     }
     m_redrawn.clear();
+    m_drawn = std::chrono::steady_clock::now();
     if (!failure.empty())
         throw std::runtime_error(failure);
+}
+
+void Service::cover(const std::vector<CoveredSize>& sizes, std::chrono::milliseconds patience) {
+    const std::lock_guard lock(m_lock);
+    m_covered = sizes;
+    m_cover_patience = patience;
+}
+
+bool Service::hides(const Geometry& geometry) {
+    const std::lock_guard lock(m_lock);
+    return !draws(m_cover_patience) && std::ranges::count(m_covered, CoveredSize{geometry.width, geometry.height}) > 0;
+}
+
+bool Service::draws(std::chrono::milliseconds patience) const {
+    const auto drawn = m_drawn.load();
+    return drawn != std::chrono::steady_clock::time_point{} && std::chrono::steady_clock::now() - drawn <= patience;
 }
 
 std::string Service::listen_address() const {

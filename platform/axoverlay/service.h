@@ -1,7 +1,10 @@
 #pragma once
 
+#include "platform/axoverlay/host_streams.h"
 #include "platform/axoverlay/overlay_target.h"
 
+#include <atomic>
+#include <chrono>
 #include <memory>
 #include <mutex>
 #include <vector>
@@ -36,6 +39,13 @@ class Service {
     /** "127.0.0.1:8080", the port being the one in use; empty without a stream server. */
     std::string listen_address() const;
 
+    /** See host_streams.h. Any thread. */
+    void cover(const std::vector<CoveredSize>& sizes, std::chrono::milliseconds patience);
+    /** The stream is one of those, and what is drawn on it is too old to hide anybody. Any thread. */
+    bool hides(const Geometry& geometry);
+    /** Something was drawn within that time. Any thread. */
+    bool draws(std::chrono::milliseconds patience) const;
+
     std::shared_ptr<OverlayTarget> open_stream(const Geometry& geometry, axoverlay_stream_type type);
     void close_stream(const std::shared_ptr<OverlayTarget>& target);
 
@@ -51,7 +61,11 @@ class Service {
     std::unique_ptr<StreamServer> m_server;
     std::vector<std::shared_ptr<OverlayTarget>> m_redrawn; // kept for its memory
 
+    std::atomic<std::chrono::steady_clock::time_point> m_drawn{}; // the clock's beginning: never
+
     std::mutex m_lock; // guards the rest
+    std::vector<CoveredSize> m_covered;
+    std::chrono::milliseconds m_cover_patience{0};
     std::vector<std::shared_ptr<OverlayTarget>> m_targets;
     gint m_last_stream_id = 0;
     bool m_has_overlay = false;

@@ -25,7 +25,7 @@ void Viewer::resume() {
 
 void Viewer::deliver(const std::shared_ptr<const EncodedPicture>& picture) {
     const std::lock_guard lock(m_lock);
-    if (m_done || m_ended || (m_wish == Wish::one_picture && !picture->complete))
+    if (m_done || m_ended || !picture->complete)
         return;
     m_next = picture;
     resume();

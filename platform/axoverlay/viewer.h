@@ -16,7 +16,7 @@ struct EncodedPicture {
     std::vector<std::uint8_t> part; // boundary, part headers, JPEG file, line end
     std::size_t jpeg_begin = 0;
     std::size_t jpeg_size = 0;
-    bool complete = false; // nothing is missing in it that is about to come: good as a single picture
+    bool complete = false; // nothing is missing in it that is about to come: fit to be seen
 };
 
 /**
@@ -34,6 +34,7 @@ class Viewer : public std::enable_shared_from_this<Viewer> {
     Viewer(MHD_Connection* connection, Wish wish) : m_connection(connection), m_wish(wish) {}
 
     // Encoding thread; each takes the viewer's own short lock.
+    /** Ignored when it is not complete. */
     void deliver(const std::shared_ptr<const EncodedPicture>& picture);
     /** Nothing will come, or not soon. Ignored by a viewer that has had a picture. */
     void fail(const std::string& why);

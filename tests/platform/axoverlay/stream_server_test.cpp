@@ -1,3 +1,4 @@
+#include "platform/axoverlay/host_streams.h"
 #include "platform/axoverlay/stream_server.h"
 #include "tests/platform/axoverlay/fake_vdo.h"
 #include "tests/platform/axoverlay/http_client.h"
@@ -106,6 +107,56 @@ TEST_F(StreamServerTest, a_single_picture_waits_for_the_overlay_of_its_fresh_str
     EXPECT_TRUE(near(image.at(64, 176), {64, 64, 191}));
     EXPECT_TRUE(near(image.at(8, 8), {128, 128, 128}));
     EXPECT_TRUE(near(image.at(160, 100), {128, 128, 128}));
+}
+
+TEST_F(StreamServerTest, no_picture_of_a_fresh_multipart_stream_comes_before_its_overlay) {
+    fake_vdo::behave({.period = std::chrono::milliseconds(5), .paint = fake_vdo::solid(126, 128, 128)});
+    start();
+    redraw([](cairo_t* context, const axoverlay_stream_data&, int, int) {
+        cairo_set_source_rgb(context, 1, 0, 0);
+        cairo_paint(context);
+    });
+    for (int visit = 0; visit < 6; ++visit) {
+        Motion motion(address(), "/stream/320x240.mjpg");
+        const unsigned before = fake_vdo::pictures_handed_out();
+        ASSERT_TRUE(test_video::becomes_true([&] { return fake_vdo::pictures_handed_out() > before + 3; }));
+        std::atomic<bool> arrived = false;
+        std::vector<std::uint8_t> first;
+        std::jthread viewer([&] {
+            EXPECT_EQ(motion.head().status, 200);
+            first = motion.next_picture();
+            arrived = true;
+        });
+        ASSERT_TRUE(redraw_until([&] { return arrived.load(); }));
+        viewer.join();
+        EXPECT_TRUE(near(decode(first).at(160, 120), {255, 0, 0})) << visit;
+    }
+}
+
+TEST_F(StreamServerTest, a_stream_that_hides_objects_shows_a_card_when_nothing_is_drawn_for_long) {
+    fake_vdo::behave({.period = std::chrono::milliseconds(5), .paint = fake_vdo::solid(235, 128, 128)});
+    start();
+    redraw([](cairo_t*, const axoverlay_stream_data&, int, int) {});
+    host_overlay::cover_streams({{320, 240}}, std::chrono::milliseconds(100));
+    const auto corner_becomes = [this](const std::string& target, bool dark) {
+        Motion motion(address(), target);
+        motion.head();
+        return test_video::becomes_true([&] {
+            const int green = decode(motion.next_picture()).at(8, 8).g;
+            return dark ? green < 80 : green > 200;
+        });
+    };
+    EXPECT_TRUE(corner_becomes("/stream/320x240.mjpg", true));
+    EXPECT_TRUE(corner_becomes("/stream/320x240.mjpg?rotation=90", true)) << "turned, too";
+    std::atomic<bool> shown = false;
+    std::jthread viewer([&] {
+        EXPECT_TRUE(corner_becomes("/stream/640x360.mjpg", false)) << "another stream";
+        EXPECT_TRUE(corner_becomes("/stream/320x240.mjpg", false)) << "this one, while it is drawn on";
+        shown = true;
+    });
+    EXPECT_TRUE(redraw_until([&] { return shown.load(); }));
+    viewer.join();
+    EXPECT_TRUE(corner_becomes("/stream/320x240.mjpg", true));
 }
 
 TEST_F(StreamServerTest, a_single_picture_comes_without_overlay_when_nothing_is_redrawn) {

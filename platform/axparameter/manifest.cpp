@@ -19,9 +19,20 @@ std::optional<std::string> text_member(JsonObject* object, const char* name) {
     return json_node_get_string(node);
 }
 
+std::optional<double> number_member(JsonObject* object, const char* name) {
+    JsonNode* node = json_object_get_member(object, name);
+    if (node == nullptr || !JSON_NODE_HOLDS_VALUE(node) || json_node_get_value_type(node) == G_TYPE_STRING) {
+        return std::nullopt;
+    }
+    return json_node_get_double(node);
+}
+
 std::optional<Kind> kind_named(const std::string& name) {
-    const std::pair<const char*, Kind> kinds[] = {
-        {"integer", Kind::integer}, {"number", Kind::number}, {"boolean", Kind::boolean}, {"text", Kind::text}};
+    const std::pair<const char*, Kind> kinds[] = {{"integer", Kind::integer},
+                                                  {"number", Kind::number},
+                                                  {"boolean", Kind::boolean},
+                                                  {"text", Kind::text},
+                                                  {"stream", Kind::stream}};
     for (const auto& [text, kind] : kinds) {
         if (name == text)
             return kind;
@@ -38,7 +49,12 @@ std::optional<DeclaredParameter> parameter_from(JsonNode* node) {
     const auto kind = kind_named(text_member(object, "kind").value_or(""));
     if (!name || name->empty() || !value || !kind)
         return std::nullopt;
-    return DeclaredParameter{*name, *value, *kind};
+    return DeclaredParameter{*name,
+                             *value,
+                             *kind,
+                             number_member(object, "least"),
+                             number_member(object, "most"),
+                             text_member(object, "unit").value_or("")};
 }
 
 } // namespace

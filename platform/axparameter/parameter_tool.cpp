@@ -4,12 +4,13 @@
 // store reads 0 for every setting, or loses what it saves.
 
 #include "platform/axparameter/manifest.h"
+#include "platform/axparameter/parameter_rules.h"
 #include "platform/axparameter/store.h"
+#include "platform/common/glib.h"
+
+#include <vdo-channel.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <climits>
-#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <optional>
@@ -18,63 +19,11 @@
 
 namespace {
 
-using host_parameters::DeclaredParameter;
-using host_parameters::Kind;
-using host_parameters::Manifest;
-
-using host_parameters::Store;
-
-constexpr const char* rotation = "root.Image.I0.Appearance.Rotation";
-constexpr const char* period = "MainLoopTime";
-/** An hour in milliseconds. */
-constexpr long longest_period = 3600000;
+using namespace host_parameters;
 
 int refuse(const std::string& sentence) {
     std::fprintf(stderr, sentence.ends_with('.') ? "%s\n" : "%s.\n", sentence.c_str());
     return 1;
-}
-
-bool is_integer(const std::string& text) {
-    char* end = nullptr;
-    errno = 0;
-    const long value = std::strtol(text.c_str(), &end, 10);
-    // A sign or a blank in front would be read, but is never written.
-    return !text.empty() && g_ascii_isdigit(text[0]) && *end == '\0' && errno == 0 && value <= INT_MAX;
-}
-
-bool is_number(const std::string& text) {
-    gchar* end = nullptr;
-    const double value = g_ascii_strtod(text.c_str(), &end);
-    return !text.empty() && !g_ascii_isspace(text[0]) && *end == '\0' && std::isfinite(value);
-}
-
-/** Empty when the text suits the kind, else what would. */
-std::string wanted_instead(Kind kind, const std::string& text) {
-    switch (kind) {
-    case Kind::integer:
-        return is_integer(text) ? "" : "a whole number from 0 to 2147483647";
-    case Kind::number:
-        return is_number(text) ? "" : "a number, for example 0.400000";
-    case Kind::boolean:
-        return text == "true" || text == "false" ? "" : "true or false";
-    case Kind::text:
-        break;
-    }
-    return "";
-}
-
-/**
- * The same for a parameter. The camera turns its picture by right angles only; any other number would count as 0. With
- * a period of 0 the analysis would leave no time to anything else.
- */
-std::string wanted_instead(const DeclaredParameter& declared, const std::string& text) {
-    const bool turns = text == "0" || text == "90" || text == "180" || text == "270";
-    if (declared.name == rotation && !turns)
-        return "0, 90, 180 or 270";
-    const bool passes = is_integer(text) && std::stol(text) >= 1 && std::stol(text) <= longest_period;
-    if (declared.name == period && !passes)
-        return "a whole number from 1 to " + std::to_string(longest_period) + ", in milliseconds";
-    return wanted_instead(declared.kind, text);
 }
 
 /** One argument: without a value the parameter is to be printed. */
@@ -101,6 +50,34 @@ bool carry_out(Store& store, const std::string& package, const Wish& wish, GErro
     return true;
 }
 
+/** What is wrong with the alerts' seconds once all wishes are carried out; what stands there already is nobody's wish.
+ */
+std::string disorder_after(const std::vector<Wish>& wishes, Store& store, const std::string& package) {
+    const bool about_seconds = std::ranges::any_of(
+        wishes, [](const Wish& wish) { return wish.value && wish.name.ends_with("ThreshSeconds"); });
+    if (!about_seconds)
+        return "";
+    return wrong_order([&](const std::string& name) {
+        std::string value;
+        store.get(package, name, value, nullptr);
+        for (const Wish& wish : wishes) {
+            if (wish.name == name && wish.value)
+                value = *wish.value;
+        }
+        return value;
+    });
+}
+
+/** Those that the camera offers, as "1280x720". */
+std::vector<std::string> stream_sizes() {
+    std::vector<std::string> sizes;
+    const platform::ObjectHandle<VdoChannel> channel(vdo_channel_get(1, nullptr));
+    g_autofree VdoResolutionSet* set = vdo_channel_get_resolutions(channel.get(), nullptr, nullptr);
+    for (gsize i = 0; set != nullptr && i < set->count; ++i)
+        sizes.push_back(std::to_string(set->resolutions[i].width) + "x" + std::to_string(set->resolutions[i].height));
+    return sizes;
+}
+
 std::string list_of(const Manifest& manifest) {
     std::string text;
     for (const DeclaredParameter& parameter : manifest.parameters)
@@ -118,6 +95,7 @@ int main(int argc, char** argv) {
     Store store(host_parameters::store_path(), manifest);
     manifest.parameters.push_back({rotation, "0", Kind::integer});
 
+    const std::vector<std::string> streams = stream_sizes();
     std::vector<Wish> wishes;
     for (int i = 1; i < argc; ++i) {
         const Wish wish = wish_of(argv[i]);
@@ -127,7 +105,7 @@ int main(int argc, char** argv) {
                          list_of(manifest).c_str());
             return 1;
         }
-        const std::string wanted = wish.value ? wanted_instead(*declared, *wish.value) : "";
+        const std::string wanted = wish.value ? wanted_instead(*declared, *wish.value, streams) : "";
         if (!wanted.empty())
             return refuse("\"" + *wish.value + "\" does not suit the parameter " + wish.name + ": it takes " + wanted +
                           ".");
@@ -135,6 +113,10 @@ int main(int argc, char** argv) {
     }
 
     bool done = store.open(&error) && store.check_room(&error);
+    const std::string disorder = done ? disorder_after(wishes, store, manifest.package) : "";
+    if (!disorder.empty()) {
+        return refuse(disorder);
+    }
     for (const Wish& wish : wishes) {
         done = done && carry_out(store, manifest.package, wish, &error);
     }

@@ -1,7 +1,9 @@
 import assert from "node:assert/strict";
+import { readFileSync } from "node:fs";
+import { join } from "node:path";
 import { test } from "node:test";
 import { SIZES, valid } from "./example.mjs";
-import { load } from "./modules.mjs";
+import { html, load } from "./modules.mjs";
 
 /** @type {typeof import("../../../html/js/core/problems.js")} */
 const { chainWarnings, overlayWarning, problems } = await load("core/problems.js");
@@ -111,3 +113,13 @@ for (const [boxes, hidden, expected] of /** @type {[string, string, RegExp][]} *
     });
     assert.match(overlayWarning(settings), expected);
   });
+
+test("the pages take what the package says that a person may set", () => {
+  /** @type {{name: string, least?: number, most?: number}[]} */
+  const declared = JSON.parse(readFileSync(join(html, "../package/manifest.json"), "utf8")).parameters;
+  for (const [name, { least, most }] of Object.entries(NUMBERS)) {
+    if (name === "MaxDisappear") continue; // seconds here, passes there
+    const { least: lowest, most: highest } = declared.find((each) => each.name === name) ?? {};
+    assert.deepEqual([least, most], [lowest, highest], name);
+  }
+});

@@ -58,6 +58,20 @@ TEST_F(ParameterTool, RefusesWhatWouldNotDoAndChangesNothing) {
         {"MainLoopTime=x", "\"x\" does not suit the parameter MainLoopTime" + period},
         {"MainLoopTime=", "\"\" does not suit the parameter MainLoopTime" + period},
         {"HStream=-1", "\"-1\" does not suit the parameter HStream: it takes a whole number from 0 to 2147483647.\n"},
+        {"Sensitivity=7", "\"7\" does not suit the parameter Sensitivity: it takes a number from 0.01 to 0.99.\n"},
+        {"Sensitivity=-1", "\"-1\" does not suit the parameter Sensitivity: it takes a number from 0.01 to 0.99.\n"},
+        {"MinNumberOfPeopleForTrigger=0", "\"0\" does not suit the parameter MinNumberOfPeopleForTrigger: it takes a "
+                                          "whole number from 1 to 12.\n"},
+        {"MinNumberOfPeopleForTrigger=99", "\"99\" does not suit the parameter MinNumberOfPeopleForTrigger: it takes a "
+                                           "whole number from 1 to 12.\n"},
+        {"Alert1ThreshSeconds=10", "Alert2ThreshSeconds would be 10 and Alert1ThreshSeconds 10: each alert needs more "
+                                   "seconds than the one below it.\n"},
+        {"Alert2ThreshSeconds=20 Alert3ThreshSeconds=19",
+         "Alert3ThreshSeconds would be 19 and Alert2ThreshSeconds 20: each alert needs more seconds than the one below "
+         "it.\n"},
+        {"SelectedAnonOverlay=641x360",
+         "\"641x360\" does not suit the parameter SelectedAnonOverlay: it takes 0x0 for none, or one of the camera's "
+         "streams: 1920x1080 1280x960 1280x720 800x600 800x450 640x480 640x360.\n"},
         {"root.Image.I0.Appearance.Rotation=45",
          "\"45\" does not suit the parameter root.Image.I0.Appearance.Rotation: it takes 0, 90, 180 or 270.\n"},
     };
@@ -69,6 +83,12 @@ TEST_F(ParameterTool, RefusesWhatWouldNotDoAndChangesNothing) {
     EXPECT_EQ(value_of(open(), "Sensitivity"), "0.350000");
     for (const char* longest : {"1", "3600000"})
         EXPECT_EQ(tool(std::string("MainLoopTime=") + longest).status, 0);
+}
+
+TEST_F(ParameterTool, TakesSecondsThatAreInOrderTogether) {
+    EXPECT_EQ(tool("Alert1ThreshSeconds=100 Alert2ThreshSeconds=200 Alert3ThreshSeconds=300").text, "");
+    EXPECT_EQ(tool("SelectedAnonOverlay=0x0 SelectedDetectionOverlay=640x360 Sensitivity=0.99").text, "");
+    EXPECT_EQ(tool("Alert3ThreshSeconds SelectedDetectionOverlay").text, "300\n640x360\n");
 }
 
 TEST_F(ParameterTool, EndsWithOneSentenceWhereTheStoreCannotBeMade) {

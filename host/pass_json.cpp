@@ -30,10 +30,13 @@ void print(std::ostream& out, const detection& found) {
     }
 }
 
-void print(std::ostream& out, const one_find& find) {
+void print(std::ostream& out, const ExplainedFinding& finding) {
+    const one_find& find = finding.find;
     out << "{\"id\": " << find.id << ", ";
     print_class_and_box(out, find.detect);
-    out << ", \"footing\": " << static_cast<int>(find.footing) << ", \"seconds\": " << find.seconds << '}';
+    out << ", \"footing\": " << static_cast<int>(find.footing) << ", \"seconds\": " << find.seconds << ", \"state\": \""
+        << name_of(find.footing) << "\", \"reason\": \"" << finding.explanation.reason
+        << "\", \"unseen\": " << finding.explanation.unseen << '}';
 }
 
 void print(std::ostream& out, const AlertChange& change) {

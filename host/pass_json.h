@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/explanation.h"
 #include "scene/finding.h"
 
 #include <string>
@@ -13,12 +14,18 @@ struct AlertChange {
     bool active = false;
 };
 
+/** A followed object, and why it counts or does not. */
+struct ExplainedFinding {
+    one_find find;
+    Explanation explanation;
+};
+
 /** What one pass of a replay found. */
 struct PassRecord {
     double seconds = 0.0; // in the video
     int status = 0;
     t_detection_list detections;
-    t_findings_list findings;
+    std::vector<ExplainedFinding> findings;
     std::vector<AlertChange> alerts; // in the order in which they happened
 };
 
@@ -26,10 +33,12 @@ struct PassRecord {
 
         {"time": s, "status": code,
          "detections": [{"class": index, "label": text, "box": [x, y, width, height], "score": 0 to 1}],
-         "findings": [{"id": n, "class": index, "label": text, "box": [...], "footing": 0 to 4, "seconds": n}],
+         "findings": [{"id": n, "class": index, "label": text, "box": [...], "footing": 0 to 4, "seconds": n,
+                       "state": the footing's name, "reason": why it counts or not, "unseen": passes}],
          "alerts": [{"name": text, "active": true|false}]}
 
-    on one line. Boxes are in pixels of the analysed stream. The same record gives the same bytes whatever the locale.
+    on one line; host/replay.schema.json is its JSON schema. Boxes are in pixels of the analysed stream. The same record
+   gives the same bytes whatever the locale.
  */
 std::string json_of_pass(const PassRecord& record);
 

@@ -10,6 +10,7 @@
 #include "host/options.h"
 #include "host/pass_json.h"
 #include "host/starter.h"
+#include "host/stays.h"
 #include "platform/axevent/host_events.h"
 #include "platform/axoverlay/host_recorder.h"
 #include "platform/vdostream/host_video.h"
@@ -60,6 +61,18 @@ timeval video_time() {
     return {whole, static_cast<suseconds_t>((video_seconds - static_cast<double>(whole)) * 1e6)};
 }
 
+console::StayWatch stays;
+console::Summary summary;
+
+void summarise(const console::PassRecord& record) {
+    summary.add(stays.pass(g_findings, video_seconds));
+    for (const console::AlertChange& change : record.alerts) {
+        if (change.active) {
+            summary.add_alert(change.name);
+        }
+    }
+}
+
 /** One pass at `video_seconds`; false when its line cannot be written. */
 bool run_pass() {
     console::PassRecord record;
@@ -73,8 +86,11 @@ bool run_pass() {
     record.status = g_StatusCode;
     if (complete) {
         record.detections = g_detections;
-        record.findings = g_findings;
+        for (const one_find& find : g_findings) {
+            record.findings.push_back({find, console::explain(find)});
+        }
     }
+    summarise(record);
     // The next listener has a record of its own.
     host_events::set_listener(ignore_event);
     return std::puts(console::json_of_pass(record).c_str()) >= 0;
@@ -138,6 +154,8 @@ int run(const console::Options& options) {
     }
     std::fprintf(stderr, "%s%d passes%s.\n", isatty(STDERR_FILENO) == 1 ? "\r\x1b[K" : "", passes,
                  asked_to_end != 0 ? ", then it was asked to end" : "");
+    summary.add(stays.end());
+    std::fprintf(stderr, "%s.\n", summary.text().c_str());
     if (asked_to_end != 0) {
         return 128 + asked_to_end;
     }

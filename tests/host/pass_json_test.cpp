@@ -23,14 +23,15 @@ TEST(PassJson, EverythingThatAPassFoundStandsInOneLine) {
     find.detect = {10, 20, 30, 40, 2, 0.5F};
     find.footing = in_AOI1_lengthily;
     find.seconds = 5;
-    record.findings = {find};
+    record.findings = {{find, {"counts", 3}}};
     record.alerts = {{"Korvex Orvel First Alert", true}, {"Korvex Orvel Third Alert", false}};
     EXPECT_EQ(
         json_of_pass(record),
         R"({"time": 12.400, "status": 502, )"
         R"("detections": [{"class": 2, "label": "Car", "box": [10, 20, 30, 40], "score": 0.5123}, )"
         R"({"class": 99, "label": "Unknown", "box": [-1, 0, 5, 6], "score": 1.0000}], )"
-        R"("findings": [{"id": 7, "class": 2, "label": "Car", "box": [10, 20, 30, 40], "footing": 2, "seconds": 5}], )"
+        R"("findings": [{"id": 7, "class": 2, "label": "Car", "box": [10, 20, 30, 40], "footing": 2, "seconds": 5, )"
+        R"("state": "lengthily", "reason": "counts", "unseen": 3}], )"
         R"("alerts": [{"name": "Korvex Orvel First Alert", "active": true}, )"
         R"({"name": "Korvex Orvel Third Alert", "active": false}]})");
 }

@@ -9,13 +9,18 @@ lines_are() { [ "$(wc -l <"$2")" -eq "$1" ]; }
 has() { grep -q -E "$1" "$2"; }
 
 check "it runs over the scene" replay scene --seconds 4 --json "$work/one.jsonl"
+check "it ends with what there was" bash -c "'$run' --state '$state' --replay scene --seconds 15 2>&1 >/dev/null |
+    grep -q -E '^[0-9]+ stays?, the longest a [A-Z][a-z]+.s of [0-9]+ s; [0-9]+ First Alerts?, '"
 check "again" replay scene --seconds 4 --json "$work/two.jsonl"
 check "and gives the same bytes" cmp "$work/one.jsonl" "$work/two.jsonl"
 check "with one line a pass" lines_are 20 "$work/one.jsonl"
 check "at the passes' times, status 200 however slow the machine is" has '^\{"time": 4\.000, "status": 200, ' "$work/one.jsonl"
 check "and the scene's car" has '"label": "Car", "box": ' "$work/one.jsonl"
-check "every line is JSON" /usr/bin/python3 -c \
-    'import json, sys; [json.loads(line)["findings"] for line in open(sys.argv[1])]' "$work/one.jsonl"
+check "every line is as its schema says" /usr/bin/python3 -c 'if True:
+    import json, jsonschema, sys
+    schema = json.load(open(sys.argv[1]))
+    for line in open(sys.argv[2]):
+        jsonschema.validate(json.loads(line), schema)' "${run%/run}/host/replay.schema.json" "$work/one.jsonl"
 
 check "recording changes nothing of it" replay scene --seconds 4 --json "$work/three.jsonl" --record "$work/one.mp4"
 check "not a byte" cmp "$work/one.jsonl" "$work/three.jsonl"

@@ -20,7 +20,7 @@ check "every line is as its schema says" /usr/bin/python3 -c 'if True:
     import json, jsonschema, sys
     schema = json.load(open(sys.argv[1]))
     for line in open(sys.argv[2]):
-        jsonschema.validate(json.loads(line), schema)' "${run%/run}/host/replay.schema.json" "$work/one.jsonl"
+        jsonschema.validate(json.loads(line), schema)' "$root/host/replay.schema.json" "$work/one.jsonl"
 
 check "recording changes nothing of it" replay scene --seconds 4 --json "$work/three.jsonl" --record "$work/one.mp4"
 check "not a byte" cmp "$work/one.jsonl" "$work/three.jsonl"

@@ -2,9 +2,9 @@
 
 #include <json-glib/json-glib.h>
 
-#include <initializer_list>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace host_events {
 
@@ -16,7 +16,7 @@ inline std::string json_text(const std::string& value) {
 }
 
 /** An object on one line; the members' values are JSON already. */
-inline std::string json_object(std::initializer_list<std::pair<const char*, std::string>> members) {
+inline std::string json_object(const std::vector<std::pair<const char*, std::string>>& members) {
     std::string text;
     for (const auto& [name, value] : members)
         text += (text.empty() ? "{" : ",") + json_text(name) + ":" + value;

@@ -40,7 +40,7 @@ mosquitto* new_client(const MqttSettings& settings, void* owner) {
     });
     // The same name each time: the broker then ends what is left of a former connection before it begins this one, and
     // not minutes later with a Will that would stay.
-    return mosquitto_new(identifier(settings.prefix).c_str(), true, owner);
+    return mosquitto_new(settings.client_id.c_str(), true, owner);
 }
 
 /** What became of a connect that did not end at once; 0 when it succeeded. */

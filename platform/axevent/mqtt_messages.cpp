@@ -3,6 +3,8 @@
 #include "platform/axevent/json.h"
 
 #include <algorithm>
+#include <utility>
+#include <vector>
 
 namespace host_events {
 namespace {
@@ -11,6 +13,11 @@ constexpr const char* product = "Korvex Orvel";
 
 std::string state_topic(const MqttSettings& settings, const Occurrence& alert) {
     return settings.prefix + "/" + identifier(alert.id) + "/state";
+}
+
+/** Of several cameras, each is known by its prefix. */
+std::string device_name(const MqttSettings& settings) {
+    return settings.prefix == MqttSettings().prefix ? product : std::string(product) + " " + settings.prefix;
 }
 
 /** Home Assistant puts the device's name before the entity's. */
@@ -41,14 +48,18 @@ MqttMessage discovery_message(const MqttSettings& settings, const Occurrence& al
     const std::string unique = camera + "_" + identifier(alert.id);
     const std::string state = json_text(state_topic(settings, alert));
     const std::string name = json_text(product);
-    const std::string device = json_object({{"identifiers", "[" + json_text(camera) + "]"},
-                                            {"name", name},
-                                            {"manufacturer", json_text("Korvex")},
-                                            {"model", json_text("Orvel")}});
+    std::vector<std::pair<const char*, std::string>> device = {{"identifiers", "[" + json_text(camera) + "]"},
+                                                               {"name", json_text(device_name(settings))},
+                                                               {"manufacturer", json_text("Korvex")},
+                                                               {"model", json_text("Orvel")},
+                                                               {"sw_version", json_text(KORVEX_VERSION)}};
+    if (!settings.pages.empty())
+        device.emplace_back("configuration_url", json_text(settings.pages));
     return {settings.discovery + "/binary_sensor/" + unique + "/config",
             json_object({{"name", json_text(name_within_device(alert.nice_name))},
                          {"unique_id", json_text(unique)},
                          {"object_id", json_text(unique)},
+                         {"default_entity_id", json_text("binary_sensor." + unique)},
                          {"state_topic", state},
                          {"value_template", json_text("{{ value_json.state }}")},
                          {"json_attributes_topic", state},
@@ -58,7 +69,7 @@ MqttMessage discovery_message(const MqttSettings& settings, const Occurrence& al
                          {"payload_available", json_text("online")},
                          {"payload_not_available", json_text("offline")},
                          {"device_class", json_text("occupancy")},
-                         {"device", device},
+                         {"device", json_object(device)},
                          {"origin", json_object({{"name", name}})}})};
 }
 

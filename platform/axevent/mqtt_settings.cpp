@@ -1,10 +1,14 @@
 #include "platform/axevent/mqtt_settings.h"
 
+#include "platform/axevent/mqtt_messages.h"
 #include "platform/common/settings.h"
 
 #include <glib.h>
 #include <mosquitto.h>
 #include <unistd.h>
+
+#include <fstream>
+#include <random>
 
 namespace host_events {
 namespace {
@@ -21,6 +25,16 @@ bool begins_topic(const std::string& topic) {
     return mosquitto_pub_topic_check(topic.c_str()) == MOSQ_ERR_SUCCESS &&
            mosquitto_validate_utf8(topic.c_str(), static_cast<int>(topic.size())) == MOSQ_ERR_SUCCESS &&
            topic.size() <= longest && topic.front() != '/' && topic.back() != '/';
+}
+
+constexpr std::size_t name_length = 8;
+
+std::string new_name() {
+    std::random_device random;
+    std::string name;
+    while (name.size() < name_length)
+        name += "0123456789abcdef"[random() % 16];
+    return name;
 }
 
 /** The file's text without the line's end that editors and `echo` leave. */
@@ -76,7 +90,22 @@ std::optional<MqttSettings> mqtt_settings_from_environment(std::string& problem)
         return refuse("KORVEX_MQTT_PREFIX and KORVEX_MQTT_DISCOVERY must be topics without wildcards, with no '/' at "
                       "either end");
     settings.queue_path = environment_or("KORVEX_MQTT_QUEUE", default_queue_path());
+    settings.client_id = identifier(settings.prefix) + "-" + name_of_installation(settings.queue_path);
+    settings.pages = environment("KORVEX_MQTT_PAGES");
     return settings;
+}
+
+std::string name_of_installation(const std::string& queue_path) {
+    if (queue_path.empty())
+        return new_name();
+    const std::string path = queue_path + ".name";
+    std::string name;
+    std::ifstream(path) >> name;
+    if (name.size() == name_length && name.find_first_not_of("0123456789abcdef") == std::string::npos)
+        return name;
+    name = new_name();
+    std::ofstream(path) << name << '\n'; // one that cannot be kept serves this run
+    return name;
 }
 
 bool shows_password(const MqttSettings& settings) {

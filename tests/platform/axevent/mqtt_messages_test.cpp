@@ -1,10 +1,11 @@
 #include "platform/axevent/mqtt_messages.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 using host_events::MqttMessage;
 using host_events::MqttSettings;
 using host_events::Occurrence;
+using testing::HasSubstr;
 
 namespace {
 
@@ -48,13 +49,23 @@ TEST(MqttMessages, DescribeTheAlertForDiscovery) {
     EXPECT_EQ(message.payload,
               R"({"name":"First Alert","unique_id":"korvex_orvel_KorvexOrvelFirstAlert",)"
               R"("object_id":"korvex_orvel_KorvexOrvelFirstAlert",)"
+              R"("default_entity_id":"binary_sensor.korvex_orvel_KorvexOrvelFirstAlert",)"
               R"("state_topic":"korvex_orvel/KorvexOrvelFirstAlert/state",)"
               R"("value_template":"{{ value_json.state }}",)"
               R"("json_attributes_topic":"korvex_orvel/KorvexOrvelFirstAlert/state",)"
               R"("payload_on":"ON","payload_off":"OFF","availability_topic":"korvex_orvel/availability",)"
               R"("payload_available":"online","payload_not_available":"offline","device_class":"occupancy",)"
               R"("device":{"identifiers":["korvex_orvel"],"name":"Korvex Orvel","manufacturer":"Korvex",)"
-              R"("model":"Orvel"},"origin":{"name":"Korvex Orvel"}})");
+              R"("model":"Orvel","sw_version":"1.0.0"},"origin":{"name":"Korvex Orvel"}})");
+}
+
+TEST(MqttMessages, TellCamerasApartByTheirPrefixAndWhereTheirPagesAre) {
+    MqttSettings settings;
+    settings.prefix = "yard/gate";
+    settings.pages = "https://gate:8080/";
+    const std::string payload = discovery_message(settings, first_alert(false)).payload;
+    EXPECT_THAT(payload, HasSubstr(R"("device":{"identifiers":["yard_gate"],"name":"Korvex Orvel yard/gate",)"));
+    EXPECT_THAT(payload, HasSubstr(R"("configuration_url":"https://gate:8080/"})"));
 }
 
 TEST(MqttMessages, MakeEveryTopicFromThePrefix) {

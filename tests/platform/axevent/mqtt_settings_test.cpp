@@ -41,6 +41,29 @@ TEST(MqttSettings, HaveDefaultsForAllButTheAddress) {
     EXPECT_EQ(settings->queue_path, "");
 }
 
+TEST(MqttSettings, NameTheClientAfterThePrefixAndTheInstallation) {
+    const ScratchDirectory first;
+    const ScratchDirectory second;
+    const auto client_of = [](const std::string& queue) {
+        std::string problem;
+        const auto settings =
+            read({{"KORVEX_MQTT", "broker:1883"}, {"KORVEX_MQTT_PREFIX", "yard/gate"}, {"KORVEX_MQTT_QUEUE", queue}},
+                 problem);
+        return settings ? settings->client_id : problem;
+    };
+    const std::string name = client_of(first / "queue");
+    EXPECT_EQ(name.size(), std::string("yard_gate-01234567").size());
+    EXPECT_EQ(name.substr(0, 10), "yard_gate-");
+    EXPECT_EQ(client_of(first / "queue"), name) << "it stays";
+    EXPECT_NE(client_of(second / "queue"), name) << "another installation has another one";
+    EXPECT_NE(client_of(""), client_of(""));
+    std::ofstream(first / "queue.name") << "damaged";
+    const std::string anew = client_of(first / "queue");
+    EXPECT_NE(anew, name);
+    EXPECT_EQ(client_of(first / "queue"), anew);
+    EXPECT_EQ(client_of("/no/such/folder/queue").substr(0, 10), "yard_gate-");
+}
+
 TEST(MqttSettings, TakeAllVariables) {
     const ScratchDirectory scratch;
     std::ofstream(scratch / "password") << "s3cret with blank \r\n";

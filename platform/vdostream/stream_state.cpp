@@ -12,8 +12,8 @@ namespace {
 
 std::atomic<std::uint64_t> handed_out = 0;
 
-/** Frames of one stream that may be out at once: more than any camera has. */
-constexpr std::size_t most_handed = 16;
+/** Frames of one stream that may be out at once, as many as a camera has: a pass that fails leaves its frame out. */
+constexpr std::size_t most_handed = 6;
 
 using BufferReference = std::unique_ptr<VdoBuffer, decltype(&g_object_unref)>;
 

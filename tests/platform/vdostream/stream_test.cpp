@@ -242,10 +242,10 @@ TEST(StreamTest, BuffersThatNeverComeBackStopNothingAndFillNoMemory) {
         ++alive;
         g_object_weak_ref(
             G_OBJECT(newest), [](gpointer count, GObject*) { --*static_cast<int*>(count); }, &alive);
-        EXPECT_EQ(alive, std::min(i + 1, 16));
+        EXPECT_EQ(alive, std::min(i + 1, 6));
     }
     EXPECT_TRUE(vdo_stream_buffer_unref(stream.get(), &newest, nullptr));
-    EXPECT_EQ(alive, 15);
+    EXPECT_EQ(alive, 5);
 }
 
 TEST(StreamTest, ABufferMayBeDroppedDirectlyOrOutliveItsStream) {

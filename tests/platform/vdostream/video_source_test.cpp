@@ -156,7 +156,7 @@ TEST(VideoSourceTest, CardsComeAtTheSourcesPace) {
 }
 
 TEST(VideoSourceTest, AReplayShowsNoCard) {
-    auto reader = pictures_at({0.0});
+    auto reader = pictures_at({0.0, 3600.0});
     reader->live = false;
     SourceTiming timing = patient();
     timing.patience = 1ms;

@@ -145,6 +145,7 @@ int run_live(const RunOptions& options, const Places& places, mode_t users_mask,
     const WebServer server(options, places, state.path(), for_server, signals);
     // From the state folder, in which the application runs: a socket's path is limited to 107 bytes.
     run.environment()["KORVEX_OVERLAY_LISTEN"] = "unix:html/streams.socket";
+    run.environment()["KORVEX_MQTT_PAGES"] = server.address();
     const RecordingFile recording(options.record, users_mask);
     say("Its pages are at " + server.address());
     say("Korvex Orvel watches " + shown(options.source) + "; settings and log are in " + state.path() +

@@ -152,7 +152,7 @@ std::string to_text(const xmlChar* text) {
 std::string parameter_io::get_parameters() {
     const ConfigParams& config = g_ConfigParams;
     document_writer document;
-    const auto give = [&document, &config](row which) { document.add(setting_of(which), config); };
+    const auto give = [&](row which) { document.add(setting_of(which), config); };
     give(row::min_number);
     give(row::sensitivity);
     document.add(setting_of(row::max_disappeared).element,
@@ -182,7 +182,7 @@ int parameter_io::set_post_parameters(std::string body) {
         return -1;
     }
     document_reader document(std::move(values));
-    const auto take = [&document, &config](row which) { document.read(setting_of(which), config); };
+    const auto take = [&](row which) { document.read(setting_of(which), config); };
     for (const row which : {row::min_number, row::sensitivity, row::detection_overlays_on,
                             row::max_disappeared, // in seconds until further down
                             row::detection_overlay, row::anon_overlays_on, row::anon_overlay, row::eula})

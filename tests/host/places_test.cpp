@@ -8,7 +8,7 @@ namespace {
 using console::Places;
 
 TEST(Places, OfABuildAreInItsFolderAndInTheRepository) {
-    const Places places = console::built_places("/build/asan", "/work");
+    const Places places = console::built_places("/build/asan", "/tree");
     EXPECT_EQ(places.live, "/build/asan/host/korvex_live");
     EXPECT_EQ(places.replay, "/build/asan/host/korvex_replay");
     EXPECT_EQ(places.parameter, "/build/asan/platform/axparameter/korvex_parameter");
@@ -16,11 +16,11 @@ TEST(Places, OfABuildAreInItsFolderAndInTheRepository) {
     EXPECT_EQ(places.check_video, "/build/asan/platform/vdostream/korvex_check_video");
     EXPECT_EQ(places.inference_service, "/build/asan/platform/larod/korvex_larod");
     EXPECT_EQ(places.inference_library, "");
-    EXPECT_EQ(places.pages, "/work/html");
-    EXPECT_EQ(places.web_rules, "/work/web/lighttpd");
-    EXPECT_EQ(places.models, "/work/build/model");
-    EXPECT_EQ(places.manifest, "/work/package/manifest.json");
-    EXPECT_EQ(places.state, "/work/.state");
+    EXPECT_EQ(places.pages, "/tree/html");
+    EXPECT_EQ(places.web_rules, "/tree/web/lighttpd");
+    EXPECT_EQ(places.models, "/tree/build/model");
+    EXPECT_EQ(places.manifest, "/tree/package/manifest.json");
+    EXPECT_EQ(places.state, "/tree/.state");
 }
 
 TEST(Places, OfAPackageAreBesideTheProgramAndInItsShare) {

@@ -325,7 +325,7 @@ TEST_F(lighttpd_test, keeps_queries_of_more_than_256_characters_from_the_applica
     EXPECT_EQ(ask("GET", query_of(256)).status, "HTTP/1.0 200 OK");
     const size_t logged = log_lines().size();
     EXPECT_GT(logged, 0U);
-    for (const size_t length : {257, 300, 8000}) {
+    for (const size_t length : {257U, 300U, 8000U}) {
         const http_answer refused = ask("GET", query_of(length));
         EXPECT_EQ(refused.status, "HTTP/1.0 414 URI Too Long") << length;
         EXPECT_THAT(refused.body, testing::HasSubstr("may have 256 characters")) << length;

@@ -111,9 +111,8 @@ void measure() {
     }
     std::printf("%d findings, one viewer, 1280x720; medians of %d passes without the network\n", findings, passes);
     std::printf("%-34s %9s %14s\n", "", "wall ms", "processor ms");
-    for (Step* step : {&look, &think, &draw, &whole}) {
+    for (Step* step : {&look, &think, &draw, &whole})
         step->print();
-    }
     if (whole.wall_median() >= most_ms) {
         throw std::runtime_error("the whole pass takes " + std::to_string(most_ms) +
                                  " ms or more; is the machine quiet?");

@@ -42,9 +42,8 @@ void StayBook::look(double now, const std::vector<host_scene::TruthObject>& trut
         const Box box = box_of(each);
         const std::pair<int, int> centre(static_cast<int>(box.left + box.width / 2),
                                          static_cast<int>(box.top + box.height / 2));
-        if (each.class_index == person || !g_AreaofInterest.is_detected(1, centre)) {
+        if (each.class_index == person || !g_AreaofInterest.is_detected(1, centre))
             continue;
-        }
         inside.push_back(each.id);
         if (const Stay* stay = last_stay(each.id); stay == nullptr || stay->left >= 0.0) {
             Stay fresh;
@@ -54,20 +53,17 @@ void StayBook::look(double now, const std::vector<host_scene::TruthObject>& trut
             stays_.push_back(fresh);
         }
     }
-    for (Stay& stay : stays_) {
-        if (stay.left < 0.0 && std::ranges::find(inside, stay.vehicle) == inside.end()) {
+    for (Stay& stay : stays_)
+        if (stay.left < 0.0 && std::ranges::find(inside, stay.vehicle) == inside.end())
             stay.left = now;
-        }
-    }
 }
 
 void StayBook::pass(double now, const std::vector<host_scene::TruthObject>& truth, const t_findings_list& findings) {
     for (const auto& each : truth) {
         Stay* stay = last_stay(each.id);
         // Its box may be found in the area a little longer than its centre is there.
-        if (stay == nullptr || (stay->left >= 0.0 && now - stay->left > tolerance_)) {
+        if (stay == nullptr || (stay->left >= 0.0 && now - stay->left > tolerance_))
             continue;
-        }
         const Box box = box_of(each);
         const auto best =
             std::ranges::max_element(findings, {}, [&](const one_find& find) { return box.overlap(find.detect); });
@@ -76,12 +72,10 @@ void StayBook::pass(double now, const std::vector<host_scene::TruthObject>& trut
             ++stay->passes;
             stay->passes_found += found ? 1 : 0;
         }
-        if (!found || best->footing == not_in_AOI) {
+        if (!found || best->footing == not_in_AOI)
             continue;
-        }
-        if (stay->finding_id != -1 && stay->finding_id != best->id) {
+        if (stay->finding_id != -1 && stay->finding_id != best->id)
             ++stay->switches;
-        }
         stay->finding_id = best->id;
         stay->measured = best->seconds;
     }
@@ -95,13 +89,11 @@ void StayBook::alert(double now, int level, bool active) {
         const bool recent = stay.left < 0.0 || now - stay.left <= tolerance_;
         const bool long_enough = stay.dwell(now) >= thresholds_[index] - tolerance_;
         const auto longest = [&] { return stays_[static_cast<std::size_t>(alert.cause)].dwell(now); };
-        if (recent && long_enough && (alert.cause == -1 || stay.dwell(now) > longest())) {
+        if (recent && long_enough && (alert.cause == -1 || stay.dwell(now) > longest()))
             alert.cause = static_cast<int>(i);
-        }
     }
-    if (alert.cause != -1 && stays_[static_cast<std::size_t>(alert.cause)].alert[index] < 0.0) {
+    if (alert.cause != -1 && stays_[static_cast<std::size_t>(alert.cause)].alert[index] < 0.0)
         stays_[static_cast<std::size_t>(alert.cause)].alert[index] = now;
-    }
     alerts_.push_back(alert);
 }
 

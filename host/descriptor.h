@@ -20,9 +20,8 @@ class Descriptor {
 
     int get() const { return number_; }
     void reset() {
-        if (number_ >= 0) {
+        if (number_ >= 0)
             close(std::exchange(number_, -1));
-        }
     }
 
   private:

@@ -26,9 +26,8 @@ std::string why_no_view(const std::vector<std::string>& bwrap, const std::string
     probe.command = joined(bwrap, {"true"});
     probe.environment = own_environment();
     probe.err = log.get();
-    if (run_to_end(probe, signals) == 0) {
+    if (run_to_end(probe, signals) == 0)
         return {};
-    }
     const std::string said = first_line(contents_of(complaints));
     return said.empty() ? "bwrap fails without a word" : said;
 }

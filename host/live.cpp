@@ -58,9 +58,8 @@ class LiveConsole {
 
     /** Leaves the cursor below the line. */
     ~LiveConsole() {
-        if (!shown_line_.empty()) {
+        if (!shown_line_.empty())
             show("\n\n\n");
-        }
     }
 
   private:
@@ -81,13 +80,11 @@ class LiveConsole {
     std::string line() const {
         const host_video::Statistics video = host_video::statistics();
         console::Snapshot snapshot{g_StatusCode, g_ExecutionTime, rate_, video.source_fps, {}, 0.0};
-        if (video.source_fps > 0.0) {
+        if (video.source_fps > 0.0)
             snapshot.source_seconds = static_cast<double>(video.frames_decoded) / video.source_fps;
-        }
         // The outputs exist once the detector is set up; status 400 and 408 leave them as they were.
-        if (g_LocationController.get_output_scores() != nullptr) {
+        if (g_LocationController.get_output_scores() != nullptr)
             snapshot.detections = g_LocationController.get_detections();
-        }
         return console::line_of(snapshot);
     }
 
@@ -98,9 +95,8 @@ class LiveConsole {
 
     /** When nobody reads any more, the application ends as if it had been asked to. */
     static void show(const std::string& text) {
-        if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size() || std::fflush(stdout) != 0) {
+        if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size() || std::fflush(stdout) != 0)
             raise(SIGTERM);
-        }
     }
 
     const bool is_terminal_ = isatty(STDOUT_FILENO) == 1;
@@ -119,9 +115,8 @@ class Recording {
 
     /** Begins it, once. A recording that cannot begin ends the application: it was asked for. */
     void after_pass() {
-        if (options_.record.empty() || recorder_ || failed_) {
+        if (options_.record.empty() || recorder_ || failed_)
             return;
-        }
         try {
             recorder_.emplace(host_overlay::RecorderOptions{options_.record, options_.width, options_.height,
                                                             g_ParameterController.get_rotation(), false, false,
@@ -135,9 +130,8 @@ class Recording {
     /** Completes the file; false when there is none, or it ends before the run did. */
     bool finish() {
         try {
-            if (recorder_) {
+            if (recorder_)
                 recorder_->finish();
-            }
         } catch (const std::exception& failure) {
             fail(failure);
         }
@@ -147,9 +141,8 @@ class Recording {
   private:
     void fail(const std::exception& failure) {
         failed_ = true;
-        if (!told_) {
+        if (!told_)
             std::fprintf(stderr, "live: no recording: %s.\n", failure.what());
-        }
     }
 
     /** On the recording's thread, when it happens: nobody looks after a recording before the end. */
@@ -169,9 +162,8 @@ class Recording {
 std::vector<host_overlay::CoveredSize> hiding_streams() {
     const uint32_t width = read_shared(g_OverlayInfo.anonymizedStreamWidth);
     const uint32_t height = read_shared(g_OverlayInfo.anonymizedStreamHeight);
-    if (width == 0 || g_OverlayInfo.getStreamType(width, height) != AnonymizedStream) {
+    if (width == 0 || g_OverlayInfo.getStreamType(width, height) != AnonymizedStream)
         return {};
-    }
     return {{static_cast<int>(width), static_cast<int>(height)}};
 }
 
@@ -181,9 +173,8 @@ int run(const console::Options& options) {
     // The application ends at once when a client of the web holds it.
     static Recording* unfinished = &recording;
     std::at_quick_exit([] {
-        if (unfinished != nullptr) {
+        if (unfinished != nullptr)
             unfinished->finish();
-        }
     });
     const console::PassWatch watch([&] {
         live.after_pass();

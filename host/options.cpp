@@ -18,9 +18,8 @@ bool is_side(int pixels) {
 
 void read_size(const std::string& text, Options& options) {
     const auto size = platform::parse_size(text);
-    if (!size || !is_side(size->width) || !is_side(size->height)) {
+    if (!size || !is_side(size->width) || !is_side(size->height))
         throw std::runtime_error("--stream is a size like 1280x720, not \"" + text + "\"");
-    }
     options.width = size->width;
     options.height = size->height;
 }
@@ -40,27 +39,21 @@ Options parse_options(int argc, char** argv, bool replay) {
         {nullptr, 0, 0, G_OPTION_ARG_NONE, nullptr, nullptr, nullptr}};
     g_autoptr(GOptionContext) context = g_option_context_new(nullptr);
     g_option_context_add_main_entries(context, recording, nullptr);
-    if (replay) {
+    if (replay)
         g_option_context_add_main_entries(context, replaying, nullptr);
-    }
     g_autoptr(GError) error = nullptr;
-    if (g_option_context_parse(context, &argc, &argv, &error) == FALSE) {
+    if (g_option_context_parse(context, &argc, &argv, &error) == FALSE)
         throw std::runtime_error(error->message);
-    }
-    if (argc > 1) {
+    if (argc > 1)
         throw std::runtime_error(std::string("\"") + argv[1] + "\" is no option; --help lists them");
-    }
-    if (!(seconds > 0.0)) {
+    if (!(seconds > 0.0))
         throw std::runtime_error("--seconds must be more than 0");
-    }
     Options options;
     options.seconds = seconds;
-    if (record != nullptr) {
+    if (record != nullptr)
         options.record = record;
-    }
-    if (stream != nullptr) {
+    if (stream != nullptr)
         read_size(stream, options);
-    }
     return options;
 }
 

@@ -16,9 +16,8 @@ Descriptor open_output(const std::string& path, mode_t mask) {
     const mode_t before = umask(mask);
     Descriptor file(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, usual_rights));
     umask(before);
-    if (file.get() < 0) {
+    if (file.get() < 0)
         throw Refusal("\"" + path + "\" cannot be written.");
-    }
     return file;
 }
 
@@ -32,9 +31,8 @@ RecordingFile::RecordingFile(const std::string& path, mode_t mask) {
 
 RecordingFile::~RecordingFile() {
     std::error_code ignored;
-    if (!made_.empty() && fs::file_size(made_, ignored) == 0) {
+    if (!made_.empty() && fs::file_size(made_, ignored) == 0)
         fs::remove(made_, ignored);
-    }
 }
 
 } // namespace console

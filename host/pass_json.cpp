@@ -23,11 +23,10 @@ void print(std::ostream& out, const detection& found) {
     print_class_and_box(out, found);
     out << ", \"score\": ";
     // JSON has no word for what is not finite.
-    if (std::isfinite(found.Confidence)) {
+    if (std::isfinite(found.Confidence))
         out << std::setprecision(4) << found.Confidence << '}';
-    } else {
+    else
         out << "null}";
-    }
 }
 
 void print(std::ostream& out, const ExplainedFinding& finding) {

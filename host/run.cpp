@@ -37,9 +37,8 @@ class Run {
         environment_["KORVEX_AXEVENT_JOURNAL"] = state + "/events.jsonl";
         // The application ends with this command, whatever stands between the two.
         environment_["KORVEX_STARTER"] = std::to_string(getpid());
-        if (!places.inference_library.empty()) {
+        if (!places.inference_library.empty())
             environment_.emplace("KORVEX_LAROD_LIBRARY", places.inference_library);
-        }
     }
 
     Environment& environment() { return environment_; }
@@ -48,9 +47,8 @@ class Run {
     void prepare() {
         std::vector<std::string> command = {places_.parameter};
         command.insert(command.end(), options_.settings.begin(), options_.settings.end());
-        if (options_.accepts_eula) {
+        if (options_.accepts_eula)
             command.push_back("EulaAccepted=true");
-        }
         need(command);
         install_model();
         check_video();
@@ -61,12 +59,10 @@ class Run {
 
     /** A program that records what is to be recorded. */
     Program recorder(std::vector<std::string> command) const {
-        if (!options_.record.empty()) {
+        if (!options_.record.empty())
             command.insert(command.end(), {"--record", options_.record});
-        }
-        if (!options_.stream.empty()) {
+        if (!options_.stream.empty())
             command.insert(command.end(), {"--stream", options_.stream});
-        }
         return program(std::move(command));
     }
 
@@ -79,9 +75,8 @@ class Run {
     }
 
     void need(const std::vector<std::string>& command) {
-        if (run_to_end(program(command), signals_) != 0) {
+        if (run_to_end(program(command), signals_) != 0)
             throw Ending{1};
-        }
     }
 
     /** Another model serves both of the names under which the application looks: it opens the one that suits the
@@ -99,9 +94,8 @@ class Run {
         const bool is_portrait = rotation == "90" || rotation == "270";
         const char* name = is_portrait ? portrait_model : landscape_model;
         std::vector<std::string> command = {places_.check_model, is_own ? options_.model : folder + name};
-        if (is_portrait) {
+        if (is_portrait)
             command.push_back("--portrait");
-        }
         need(command);
     }
 
@@ -109,9 +103,8 @@ class Run {
     void check_video() {
         const std::string& source = options_.source;
         const bool is_camera = source.starts_with("/dev/") && !fs::is_regular_file(source);
-        if (!options_.source_file.empty() || !(is_network_address(source) || is_camera)) {
+        if (!options_.source_file.empty() || !(is_network_address(source) || is_camera))
             need({places_.check_video});
-        }
     }
 
     const RunOptions& options_;
@@ -123,9 +116,8 @@ class Run {
 
 /** Without the password that an address may carry, before the host or among what follows it. */
 std::string shown(const std::string& source) {
-    if (!is_network_address(source)) {
+    if (!is_network_address(source))
         return source;
-    }
     const size_t at = source.rfind('@');
     const std::string address = at == std::string::npos ? source : source.substr(at + 1);
     return address.substr(0, address.find('?'));
@@ -171,9 +163,8 @@ int run_replay(RunOptions options, const Places& places, mode_t users_mask, Sign
     run.environment().erase("KORVEX_MQTT"); // its alerts are nobody else's
     say("Replaying " + options.source + " in its own time.");
     std::vector<std::string> command = {places.replay};
-    if (!options.seconds.empty()) {
+    if (!options.seconds.empty())
         command.insert(command.end(), {"--seconds", options.seconds});
-    }
     Program replay = run.recorder(command);
     Descriptor lines;
     if (!options.json.empty()) {
@@ -200,12 +191,10 @@ int run(int argc, char** argv) {
     }
     options = checked(options);
     const Places places = own_places();
-    if (options.state.empty()) {
+    if (options.state.empty())
         options.state = places.state;
-    }
-    if (!options.inference_service.empty()) {
+    if (!options.inference_service.empty())
         become_inference_service(options, places);
-    }
     Signals signals;
     const mode_t users_mask = umask(077);
     return options.replay.empty() ? run_live(options, places, users_mask, signals)

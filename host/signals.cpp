@@ -25,16 +25,13 @@ Signals::Signals() {
     sigset_t heard;
     sigemptyset(&heard);
     sigaddset(&heard, SIGCHLD);
-    for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
-        if (!is_ignored(number)) {
+    for (const int number : {SIGINT, SIGTERM, SIGHUP})
+        if (!is_ignored(number))
             sigaddset(&heard, number);
-        }
-    }
     sigprocmask(SIG_BLOCK, &heard, &before_);
     signals_ = Descriptor(signalfd(-1, &heard, SFD_CLOEXEC | SFD_NONBLOCK));
-    if (signals_.get() < 0) {
+    if (signals_.get() < 0)
         throw Refusal(std::string("signals cannot be heard here: ") + std::strerror(errno) + ".");
-    }
 }
 
 Signals::~Signals() {
@@ -44,9 +41,8 @@ Signals::~Signals() {
 
 bool Signals::asked() {
     signalfd_siginfo signal{};
-    while (read(signals_.get(), &signal, sizeof signal) == sizeof signal) {
+    while (read(signals_.get(), &signal, sizeof signal) == sizeof signal)
         asked_ = asked_ || signal.ssi_signo != SIGCHLD;
-    }
     return asked_;
 }
 

@@ -35,36 +35,30 @@ class Supervision {
                 asked_at_ = Clock::now();
                 ask();
             }
-            if (const std::optional<int> status = status_of_ended(main_)) {
+            if (const std::optional<int> status = status_of_ended(main_))
                 return *status;
-            }
-            if (program_ == 0) {
+            if (program_ == 0)
                 hear_of_program();
-            }
             signals.wait(milliseconds_left(), told_.get());
         }
     }
 
   private:
     void ask() const {
-        if (program_ > 0) {
+        if (program_ > 0)
             kill(program_, SIGTERM);
-        }
     }
 
     /** Until the time to kill; kills then. -1: no limit. */
     int milliseconds_left() {
-        if (!asked_at_ || is_killed_) {
+        if (!asked_at_ || is_killed_)
             return -1;
-        }
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(*asked_at_ + patience_ - Clock::now());
-        if (left.count() > 0) {
+        if (left.count() > 0)
             return static_cast<int>(left.count());
-        }
         say("The application did not end within 5 s of being asked; it is killed.");
-        if (program_ > 0) {
+        if (program_ > 0)
             kill(program_, SIGKILL);
-        }
         kill(main_, SIGKILL);
         is_killed_ = true;
         return -1;
@@ -74,22 +68,19 @@ class Supervision {
     void hear_of_program() {
         std::array<char, 256> piece{};
         const ssize_t length = read(told_.get(), piece.data(), piece.size());
-        if (length < 0) {
+        if (length < 0)
             return; // nothing yet
-        }
         text_.append(piece.data(), static_cast<size_t>(length));
         const bool is_whole = text_.find('}') != std::string::npos;
         const std::string name = "\"child-pid\":";
         const size_t found = text_.find(name);
         if (is_whole && found != std::string::npos) {
             program_ = static_cast<pid_t>(std::strtol(text_.c_str() + found + name.size(), nullptr, 10));
-            if (asked_at_) {
+            if (asked_at_)
                 ask();
-            }
         }
-        if (is_whole || length == 0) {
+        if (is_whole || length == 0)
             told_.reset();
-        }
     }
 
     const pid_t main_;
@@ -110,9 +101,8 @@ int supervise(const Program& program, Signals& signals, std::chrono::millisecond
 
 int supervise_behind_view(Program bwrap, Signals& signals, std::chrono::milliseconds patience) {
     std::array<int, 2> ends{};
-    if (pipe2(ends.data(), O_CLOEXEC) != 0) {
+    if (pipe2(ends.data(), O_CLOEXEC) != 0)
         throw Refusal(std::string("no pipe can be made: ") + std::strerror(errno) + ".");
-    }
     Descriptor told(ends[0]);
     Descriptor telling(ends[1]);
     fcntl(told.get(), F_SETFL, O_NONBLOCK);

@@ -29,9 +29,8 @@ std::string full_name(const std::string& name) {
     addrinfo wanted{};
     wanted.ai_flags = AI_CANONNAME;
     addrinfo* found = nullptr;
-    if (getaddrinfo(name.c_str(), nullptr, &wanted, &found) != 0) {
+    if (getaddrinfo(name.c_str(), nullptr, &wanted, &found) != 0)
         return {};
-    }
     const std::unique_ptr<addrinfo, decltype(&freeaddrinfo)> owner(found, freeaddrinfo);
     return found->ai_canonname != nullptr ? found->ai_canonname : "";
 }
@@ -56,15 +55,12 @@ std::string address_of(const sockaddr* address) {
 std::set<std::string> own_addresses() {
     std::set<std::string> addresses;
     ifaddrs* all = nullptr;
-    if (getifaddrs(&all) != 0) {
+    if (getifaddrs(&all) != 0)
         return addresses;
-    }
     const std::unique_ptr<ifaddrs, decltype(&freeifaddrs)> owner(all, freeifaddrs);
-    for (const ifaddrs* one = all; one != nullptr; one = one->ifa_next) {
-        if (one->ifa_addr != nullptr && (one->ifa_flags & IFF_LOOPBACK) == 0) {
+    for (const ifaddrs* one = all; one != nullptr; one = one->ifa_next)
+        if (one->ifa_addr != nullptr && (one->ifa_flags & IFF_LOOPBACK) == 0)
             addresses.insert(address_of(one->ifa_addr));
-        }
-    }
     return addresses;
 }
 
@@ -74,9 +70,8 @@ std::string pattern_of(const std::vector<std::string>& names) {
     for (const std::string& name : names) {
         pattern += pattern.empty() ? "" : "|";
         for (const char letter : name) {
-            if (letter == '.' || letter == '[' || letter == ']') {
+            if (letter == '.' || letter == '[' || letter == ']')
                 pattern += '\\';
-            }
             pattern += letter;
         }
     }
@@ -99,9 +94,8 @@ std::vector<std::string> own_names(const std::string& host) {
     if (!is_loopback(host)) {
         const std::string machine = machine_name();
         names.insert({machine, full_name(machine), machine + ".local"});
-        if (is_everywhere(host)) {
+        if (is_everywhere(host))
             names.merge(own_addresses());
-        }
     }
     names.erase("");
     return {names.begin(), names.end()};
@@ -117,9 +111,8 @@ Environment web_rules(const WebSite& site) {
     const std::string names = pattern_of(site.names);
     const std::string nothing = site.rules + "/none.conf";
     std::string port = ":" + std::to_string(site.port);
-    if (site.port == (site.certificate.empty() ? http_port : https_port)) {
+    if (site.port == (site.certificate.empty() ? http_port : https_port))
         port = "(" + port + ")?"; // browsers leave the usual one out
-    }
     Environment rules = {
         {"KORVEX_WEB_ADDRESS", site.host},
         {"KORVEX_WEB_PORT", std::to_string(site.port)},

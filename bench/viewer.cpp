@@ -47,25 +47,25 @@ std::size_t count_of(std::string_view wanted, std::string_view text) {
 
 } // namespace
 
-Viewer::Viewer(const std::string& address, const std::string& path) : socket_(ask_for(address, path)) {
-    reader_ = std::thread([this] {
+Viewer::Viewer(const std::string& address, const std::string& path) : m_socket(ask_for(address, path)) {
+    m_reader = std::thread([this] {
         std::array<char, 65536> block{};
         ssize_t count = 0;
-        while ((count = recv(socket_, block.data(), block.size(), 0)) > 0) {
-            bytes_ += static_cast<std::size_t>(count);
-            pictures_ += count_of("\r\nContent-Type: image/jpeg\r\n", {block.data(), static_cast<std::size_t>(count)});
+        while ((count = recv(m_socket, block.data(), block.size(), 0)) > 0) {
+            m_bytes += static_cast<std::size_t>(count);
+            m_pictures += count_of("\r\nContent-Type: image/jpeg\r\n", {block.data(), static_cast<std::size_t>(count)});
         }
     });
 }
 
 Viewer::~Viewer() {
-    shutdown(socket_, SHUT_RDWR);
-    reader_.join();
-    close(socket_);
+    shutdown(m_socket, SHUT_RDWR);
+    m_reader.join();
+    close(m_socket);
 }
 
 void Viewer::wait_for_pictures() const {
-    for (int tenths = 0; bytes_ < some_pictures; ++tenths) {
+    for (int tenths = 0; m_bytes < some_pictures; ++tenths) {
         if (tenths == 100)
             throw std::runtime_error("the stream delivers no pictures");
         std::this_thread::sleep_for(std::chrono::milliseconds(100));
@@ -73,9 +73,9 @@ void Viewer::wait_for_pictures() const {
 }
 
 StalledViewer::StalledViewer(const std::string& address, const std::string& path) {
-    waiter_ = std::thread([this, address, path, socket = ask_for(address, path)]() mutable {
+    m_waiter = std::thread([this, address, path, socket = ask_for(address, path)]() mutable {
         constexpr int look_ms = 100;
-        while (!ending_) {
+        while (!m_ending) {
             pollfd dropped{socket, POLLRDHUP, 0};
             if (poll(&dropped, 1, look_ms) > 0) {
                 close(socket);
@@ -87,8 +87,8 @@ StalledViewer::StalledViewer(const std::string& address, const std::string& path
 }
 
 StalledViewer::~StalledViewer() {
-    ending_ = true;
-    waiter_.join();
+    m_ending = true;
+    m_waiter.join();
 }
 
 } // namespace bench

@@ -38,13 +38,13 @@ void keep(int descriptor, int place) {
 
 void set_apart() {
     setsid();
-    const Descriptor nothing(open("/dev/null", O_RDONLY | O_CLOEXEC));
+    const platform::Descriptor nothing(open("/dev/null", O_RDONLY | O_CLOEXEC));
     dup2(nothing.get(), STDIN_FILENO);
 }
 
 void set_niceness(int niceness) {
     setpriority(PRIO_PROCESS, 0, niceness);
-    const Descriptor group(open("/proc/self/autogroup", O_WRONLY | O_CLOEXEC));
+    const platform::Descriptor group(open("/proc/self/autogroup", O_WRONLY | O_CLOEXEC));
     if (group.get() >= 0)
         dprintf(group.get(), "%d", niceness);
 }
@@ -124,8 +124,8 @@ std::string output_of(Program program, Signals& signals) {
     std::array<int, 2> ends{};
     if (pipe2(ends.data(), O_CLOEXEC | O_NONBLOCK) != 0)
         throw Refusal(std::string("no pipe can be made: ") + std::strerror(errno) + ".");
-    const Descriptor reading(ends[0]);
-    Descriptor writing(ends[1]);
+    const platform::Descriptor reading(ends[0]);
+    platform::Descriptor writing(ends[1]);
     program.out = writing.get();
     const pid_t child = start(program);
     writing.reset();

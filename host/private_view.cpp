@@ -71,8 +71,8 @@ void RealLinks::make(const Place& place) {
         throw Refusal(place.target + " exists already and no private view can be made here; move it away first.");
     fs::path folder = fs::path(place.target).parent_path();
     for (; !fs::is_directory(folder, problem); folder = folder.parent_path())
-        folders_.push_back(folder);
-    links_.push_back(place.target);
+        m_folders.push_back(folder);
+    m_links.push_back(place.target);
     fs::create_directories(fs::path(place.target).parent_path(), problem);
     fs::remove(place.target, problem);
     fs::create_directory_symlink(place.source, place.target, problem);
@@ -82,9 +82,9 @@ void RealLinks::make(const Place& place) {
 
 void RealLinks::remove() {
     std::error_code ignored;
-    for (const std::string& link : links_)
+    for (const std::string& link : m_links)
         fs::remove(link, ignored);
-    for (const std::string& folder : folders_)
+    for (const std::string& folder : m_folders)
         fs::remove(folder, ignored); // one that others use as well is not empty
 }
 

@@ -92,23 +92,23 @@ std::string make_closed(const std::string& path, std::initializer_list<const cha
 
 } // namespace
 
-StateFolder::StateFolder(const std::string& path) : path_(make_closed(path, {"html", "package", "localdata"})) {
-    lock_ = Descriptor(open((path_ + "/.lock").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
-    if (lock_.get() < 0)
-        throw Refusal("the state folder " + path_ + " is not writable.");
-    if (flock(lock_.get(), LOCK_EX | LOCK_NB) != 0)
-        throw Refusal("another ./run uses " + path_ + "; end it, or give this one a --state folder of its own.");
+StateFolder::StateFolder(const std::string& path) : m_path(make_closed(path, {"html", "package", "localdata"})) {
+    m_lock = platform::Descriptor(open((m_path + "/.lock").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
+    if (m_lock.get() < 0)
+        throw Refusal("the state folder " + m_path + " is not writable.");
+    if (flock(m_lock.get(), LOCK_EX | LOCK_NB) != 0)
+        throw Refusal("another ./run uses " + m_path + "; end it, or give this one a --state folder of its own.");
 }
 
 PassingFolder::PassingFolder(const std::string& outer) {
-    path_ = make_closed(outer, {}) + "/replay.XXXXXX";
-    if (mkdtemp(path_.data()) == nullptr)
+    m_path = make_closed(outer, {}) + "/replay.XXXXXX";
+    if (mkdtemp(m_path.data()) == nullptr)
         throw Refusal("no folder for the replay can be made in the state folder " + outer + ".");
 }
 
 PassingFolder::~PassingFolder() {
     std::error_code ignored;
-    fs::remove_all(path_, ignored);
+    fs::remove_all(m_path, ignored);
 }
 
 } // namespace console

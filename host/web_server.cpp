@@ -100,17 +100,17 @@ pid_t start_keeper(const Program& server, int log) {
 
 WebServer::WebServer(const RunOptions& options, const Places& places, const std::string& state, Environment environment,
                      Signals& signals)
-    : log_(state + "/web_server.log"), environment_(std::move(environment)), site_(site_of(options, places, state)),
-      folder_(site_.folder, places, site_.passwords) {
+    : m_log(state + "/web_server.log"), m_environment(std::move(environment)), m_site(site_of(options, places, state)),
+      m_folder(m_site.folder, places, m_site.passwords) {
     need_lighttpd();
-    site_.user = folder_.user();
+    m_site.user = m_folder.user();
     const ListenAddress wanted = listen_address(options.listen);
     const int first = wanted.port.value_or(first_port);
     const int last = wanted.port.value_or(first_port + ports - 1);
     for (int port = first; port <= last; ++port) {
         if (listens_at(port, signals))
             return;
-        const std::string said = contents_of(log_);
+        const std::string said = contents_of(m_log);
         if (said.find("Address already in use") == std::string::npos)
             throw Refusal("the web server could not start: " + complaint_of(said));
     }
@@ -127,26 +127,26 @@ WebServer::~WebServer() {
 }
 
 bool WebServer::listens_at(int port, Signals& signals) {
-    site_.port = port;
+    m_site.port = port;
     std::error_code ignored;
-    fs::remove(site_.pid_file, ignored);
+    fs::remove(m_site.pid_file, ignored);
     Program server;
-    server.command = {"lighttpd", "-D", "-f", site_.rules + "/korvex_orvel.conf"};
-    server.environment = environment_;
-    for (const auto& [name, value] : web_rules(site_))
+    server.command = {"lighttpd", "-D", "-f", m_site.rules + "/korvex_orvel.conf"};
+    server.environment = m_environment;
+    for (const auto& [name, value] : web_rules(m_site))
         server.environment[name] = value;
-    server.folder = site_.folder;
+    server.folder = m_site.folder;
     {
-        const Descriptor log = open_output(log_, nobody_else);
-        keeper_ = start_keeper(server, log.get());
+        const platform::Descriptor log = open_output(m_log, nobody_else);
+        m_keeper = start_keeper(server, log.get());
     }
-    while (contents_of(site_.pid_file).empty()) {
+    while (contents_of(m_site.pid_file).empty()) {
         if (signals.asked()) {
             stop();
             throw Ending{asked_status};
         }
-        if (status_of_ended(keeper_)) {
-            keeper_ = 0;
+        if (status_of_ended(m_keeper)) {
+            m_keeper = 0;
             return false;
         }
         signals.wait(look_again_ms);
@@ -155,12 +155,12 @@ bool WebServer::listens_at(int port, Signals& signals) {
 }
 
 void WebServer::stop() {
-    if (keeper_ > 0) {
-        kill(keeper_, SIGTERM);
-        waitpid(keeper_, nullptr, 0);
-        keeper_ = 0;
+    if (m_keeper > 0) {
+        kill(m_keeper, SIGTERM);
+        waitpid(m_keeper, nullptr, 0);
+        m_keeper = 0;
         std::error_code ignored;
-        fs::remove(site_.pid_file, ignored);
+        fs::remove(m_site.pid_file, ignored);
     }
 }
 

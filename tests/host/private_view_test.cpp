@@ -28,11 +28,11 @@ class PrivateView : public RunnerTest {
         std::vector<std::string> view = view_arguments(places);
         view.insert(view.begin(), "bwrap");
         program.command.insert(program.command.begin(), view.begin(), view.end());
-        return run_to_end(program, signals_) == 0;
+        return run_to_end(program, m_signals) == 0;
     }
 
   private:
-    console::Signals signals_;
+    console::Signals m_signals;
 };
 
 TEST_F(PrivateView, APlaceThatExistsIsCoveredAlone) {

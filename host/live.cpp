@@ -7,6 +7,7 @@
 #include "host/console_line.h"
 #include "host/options.h"
 #include "host/pass_watch.h"
+#include "host/remembering.h"
 #include "host/starter.h"
 #include "platform/axevent/host_events.h"
 #include "platform/axoverlay/host_recorder.h"
@@ -177,6 +178,10 @@ std::vector<host_overlay::CoveredSize> hiding_streams() {
 
 int run(const console::Options& options) {
     LiveConsole live;
+    std::optional<console::Remembering> memory;
+    if (const auto settings = console::stay_settings_from_environment()) {
+        memory.emplace(*settings);
+    }
     Recording recording(options);
     // The application ends at once when a client of the web holds it.
     static Recording* unfinished = &recording;
@@ -186,15 +191,26 @@ int run(const console::Options& options) {
         }
     });
     const console::PassWatch watch([&] {
+        if (memory) {
+            memory->after_pass();
+        }
         live.after_pass();
         recording.after_pass();
         host_overlay::cover_streams(hiding_streams());
     });
-    host_events::set_listener([&live](const host_events::Occurrence& occurrence) { live.tell(occurrence); });
+    host_events::set_listener([&](const host_events::Occurrence& occurrence) {
+        if (memory) {
+            memory->before_alert(occurrence);
+        }
+        live.tell(occurrence);
+    });
     const int status = korvex_orvel_main();
     unfinished = nullptr;
     // The events are withdrawn after this, when the process's objects are destroyed.
     host_events::set_listener([](const host_events::Occurrence&) {});
+    if (memory) {
+        memory->finish();
+    }
     return recording.finish() ? status : 1;
 }
 

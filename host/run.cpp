@@ -34,6 +34,7 @@ class Run {
           environment_(with_options(own_environment(), options)) {
         environment_["KORVEX_AXPARAMETER_STORE"] = state + "/parameters.sqlite";
         environment_["KORVEX_AXPARAMETER_MANIFEST"] = places.manifest;
+        environment_["KORVEX_STAYS"] = state;
         environment_["KORVEX_AXEVENT_JOURNAL"] = state + "/events.jsonl";
         // The application ends with this command, whatever stands between the two.
         environment_["KORVEX_STARTER"] = std::to_string(getpid());

@@ -2,6 +2,7 @@
 
 #include "scene/finding.h"
 
+#include <array>
 #include <map>
 #include <string>
 #include <vector>
@@ -16,6 +17,7 @@ struct Stay {
     double left = 0.0;
     int seconds = 0; // as counted and shown
     int level = 0;   // 0, or the highest alert whose seconds it reached
+    std::array<double, 3> reached{-1.0, -1.0, -1.0}; // when it reached the levels 1 to 3; negative: not yet
 };
 
 /**

@@ -171,7 +171,7 @@ class MqttPublisher::Worker {
         }
         if (visit.on_its_way && !connection.is_waiting(visit.on_its_way->number)) {
             const auto& [entry, number] = *visit.on_its_way;
-            if (number != 0)
+            if (number != 0 && entry.message.retained)
                 m_delivered[entry.message.topic] = entry.message.payload;
             m_queue.pop(entry.number);
             m_queue.tidy();
@@ -261,6 +261,10 @@ void MqttPublisher::publish(const Occurrence& occurrence) {
     if (occurrence.what == Occurrence::What::declared && !m_settings.discovery.empty())
         announce(discovery_message(m_settings, occurrence));
     enqueue(state_message(m_settings, occurrence));
+}
+
+void MqttPublisher::tell_stay(const std::string& stay) {
+    enqueue(stay_message(m_settings, stay));
 }
 
 void MqttPublisher::announce(const MqttMessage& message) {

@@ -191,6 +191,24 @@ int run_replay(RunOptions options, const Places& places, mode_t users_mask, Sign
     become(service);
 }
 
+/** What is kept, whether or not the camera runs; nothing is started for it and nothing made. */
+[[noreturn]] void show_stays(const RunOptions& options, const Places& places, mode_t users_mask) {
+    std::error_code ignored;
+    if (!fs::is_directory(options.state, ignored)) {
+        throw Refusal("there is no state folder \"" + options.state + "\"; --state says where the stays are kept.");
+    }
+    Program stays;
+    stays.command = {places.stays, full_path(options.state), options.stays};
+    stays.environment = own_environment();
+    Descriptor lines;
+    if (!options.json.empty()) {
+        lines = open_output(options.json, users_mask);
+        stays.out = lines.get();
+        stays.command.push_back("--json");
+    }
+    become(stays);
+}
+
 } // namespace
 
 int run(int argc, char** argv) {
@@ -207,8 +225,11 @@ int run(int argc, char** argv) {
     if (!options.inference_service.empty()) {
         become_inference_service(options, places);
     }
-    Signals signals;
     const mode_t users_mask = umask(077);
+    if (!options.stays.empty()) {
+        show_stays(options, places, users_mask);
+    }
+    Signals signals;
     return options.replay.empty() ? run_live(options, places, users_mask, signals)
                                   : run_replay(options, places, users_mask, signals);
 }

@@ -40,9 +40,12 @@ void check_source_file(RunOptions& options) {
 void check_replay(RunOptions& options) {
     const std::string& replay = options.replay;
     if (replay.empty()) {
-        need(options.seconds.empty() && options.json.empty(), "--seconds and --json belong to --replay.");
+        need(options.seconds.empty(), "--seconds belongs to --replay.");
+        need(options.json.empty() || !options.stays.empty(), "--json belongs to --replay or --stays.");
         return;
     }
+    need(options.stays.empty(), "--replay and --stays are two things; leave one of them out.");
+    need(options.keep_days.empty() && options.keep_mb.empty(), "a replay keeps no stays; leave --keep-... out.");
     need(options.niceness.empty(), "a replay waits for nobody; leave --niceness out, or start it with nice.");
     need(options.listen.empty() && options.password_file.empty() && options.certificate.empty(),
          "a replay has no pages; leave --listen, --password-file and --certificate out.");

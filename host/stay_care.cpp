@@ -95,9 +95,8 @@ std::deque<StayCare::Picture> StayCare::next_pictures() {
 void StayCare::take(const std::deque<Picture>& wanted) {
     try {
         const std::string file = m_camera.take(wanted.front().view);
-        const bool written = std::ranges::all_of(wanted, [&](const Picture& picture) {
-            return write(m_folder.still(picture.id, picture.level), file);
-        });
+        const bool written = std::ranges::all_of(
+            wanted, [&](const Picture& picture) { return write(m_folder.still(picture.id, picture.level), file); });
         if (written && m_failing) {
             platform::report("stays", "pictures are kept again");
         }

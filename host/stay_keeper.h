@@ -13,9 +13,9 @@
 namespace console {
 
 /**
- * Keeps the stays of a live run: makes them of the passes' findings and writes a stay when it begins, whenever its level
- * rises, every few seconds while it lasts, and when it ends. A few rows a second at most, in some tens of microseconds
- * each.
+ * Keeps the stays of a live run: makes them of the passes' findings and writes a stay when it begins, whenever its
+ * level rises, every few seconds while it lasts, and when it ends. A few rows a second at most, in some tens of
+ * microseconds each.
  *
  * It is asked to look before an alert is told to anybody, and again after each pass, so that whatever an alert, or its
  * end, was about is on record by then. Main thread.

@@ -106,8 +106,9 @@ std::string table_of_stays(const std::vector<StayRecord>& records) {
         const Stay& stay = record.stay;
         const std::string left = record.is_there ? "still there" : plain_text(stay.left);
         std::array<char, 160> line{};
-        std::snprintf(line.data(), line.size(), "%6lld  %-11s  %-19s  %-19s  %7d  %s", static_cast<long long>(record.id),
-                      class_label(stay.class_id).c_str(), plain_text(stay.entered).c_str(), left.c_str(), stay.seconds,
+        std::snprintf(line.data(), line.size(), "%6lld  %-11s  %-19s  %-19s  %7d  %s",
+                      static_cast<long long>(record.id), class_label(stay.class_id).c_str(),
+                      plain_text(stay.entered).c_str(), left.c_str(), stay.seconds,
                       alert_words.at(static_cast<size_t>(stay.level)));
         std::string shown = line.data();
         shown.erase(shown.find_last_not_of(' ') + 1);

@@ -13,8 +13,8 @@ struct StaySettings {
     StayLimits limits;
 };
 
-/** From KORVEX_STAYS, the state folder, KORVEX_STAYS_DAYS and KORVEX_STAYS_MB. Nothing when the first is not set. Throws
-    std::runtime_error with a sentence about a number that is none. */
+/** From KORVEX_STAYS, the state folder, KORVEX_STAYS_DAYS and KORVEX_STAYS_MB. Nothing when the first is not set.
+   Throws std::runtime_error with a sentence about a number that is none. */
 std::optional<StaySettings> stay_settings_from_environment();
 
 } // namespace console

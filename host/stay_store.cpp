@@ -142,8 +142,7 @@ void StayStore::put_aside() {
     }
     std::remove((m_path + "-wal").c_str());
     std::remove((m_path + "-shm").c_str());
-    platform::report("stays",
-                     "the kept stays were damaged; their file is " + aside + " now, and a new one is begun");
+    platform::report("stays", "the kept stays were damaged; their file is " + aside + " now, and a new one is begun");
 }
 
 std::vector<StayRecord> StayStore::close_left_open() {

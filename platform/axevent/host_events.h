@@ -23,8 +23,9 @@ using Listener = std::function<void(const Occurrence&)>;
 
 /**
  * Has `listener` called for every occurrence from now on, on the thread that declares or sends and in the order of the
- * journal, before the journal and the broker hear of it. It stands in for the line on stdout. An empty one ends that; when this returns, no call of the former
- * listener is under way. One for the process, any thread; the listener must not call into the event service.
+ * journal, before the journal and the broker hear of it. It stands in for the line on stdout. An empty one ends that;
+ * when this returns, no call of the former listener is under way. One for the process, any thread; the listener must
+ * not call into the event service.
  */
 void set_listener(Listener listener);
 

@@ -28,7 +28,8 @@ class StillCamera {
 
     /**
      * The next picture that has the overlay of a pass, as a JPEG file. Blocks for that pass, so it is for a thread that
-     * may; one at a time. Throws std::runtime_error with a sentence when none comes within `patience`, and after stop().
+     * may; one at a time. Throws std::runtime_error with a sentence when none comes within `patience`, and after
+     * stop().
      */
     std::string take(const StillView& view, std::chrono::milliseconds patience);
 

@@ -20,7 +20,6 @@ class RunChecks : public RunnerTest {
 
 TEST_F(RunChecks, WhatDoesNotGoTogetherIsRefusedInASentence) {
     const std::string replay_pages = "a replay has no pages; leave --listen, --password-file and --certificate out.";
-    const std::string replay_only = "--seconds and --json belong to --replay.";
     const std::string mqtt_only = "the --mqtt-... options belong to --mqtt HOST:PORT.";
     struct Row {
         std::function<void(RunOptions&)> wish;
@@ -29,8 +28,12 @@ TEST_F(RunChecks, WhatDoesNotGoTogetherIsRefusedInASentence) {
     const std::vector<Row> table = {
         {[](RunOptions& o) { o.replay = "scene", o.niceness = "5"; },
          "a replay waits for nobody; leave --niceness out, or start it with nice."},
-        {[](RunOptions& o) { o.json = "x"; }, replay_only},
-        {[](RunOptions& o) { o.seconds = "5"; }, replay_only},
+        {[](RunOptions& o) { o.json = "x"; }, "--json belongs to --replay or --stays."},
+        {[](RunOptions& o) { o.seconds = "5"; }, "--seconds belongs to --replay."},
+        {[](RunOptions& o) { o.replay = "scene", o.stays = "2026-11-22"; },
+         "--replay and --stays are two things; leave one of them out."},
+        {[](RunOptions& o) { o.replay = "scene", o.keep_days = "3"; },
+         "a replay keeps no stays; leave --keep-... out."},
         {[](RunOptions& o) { o.replay = "scene", o.listen = "127.0.0.1:1"; }, replay_pages},
         {[](RunOptions& o) { o.replay = "scene", o.certificate = "x"; }, replay_pages},
         {[](RunOptions& o) { o.replay = "scene", o.source = "x.mp4"; },

@@ -64,6 +64,8 @@ TEST(RunOptions, WhatMakesNoSenseIsRefusedInASentence) {
         {{"--mqtt", "127.0.0.1:70000"}, mqtt + "\"127.0.0.1:70000\"."},
         {{"--mqtt", "::1:1883"}, mqtt + "\"::1:1883\"."},
         {{"--mqtt", "h:00"}, mqtt + "\"h:00\"."},
+        {{"--keep-days", "0"}, "--keep-days is a number from 1 to 9999, not \"0\"."},
+        {{"--keep-mb", "1e3"}, "--keep-mb is a number from 1 to 9999999, not \"1e3\"."},
         {{"--mqtt-prefix", "a/#"}, prefix + "\"a/#\"."},
         {{"--mqtt-prefix", "/a"}, prefix + "\"/a\"."},
         {{"--mqtt-prefix", "a/"}, prefix + "\"a/\"."},
@@ -142,18 +144,17 @@ TEST(RunOptions, TheProgramsHearOfThemByVariables) {
                                        "c",
                                        "--mqtt-prefix",
                                        "gate",
+                                       "--keep-days",
+                                       "7",
+                                       "--keep-mb",
+                                       "50",
                                        "--json",
                                        "x"});
-    const Environment expected = {{"HOME", "/home"},
-                                  {"KORVEX_VDO_SOURCE", "x.mp4"},
-                                  {"KORVEX_VDO_ASPECT", "crop"},
-                                  {"KORVEX_MQTT", "h:1"},
-                                  {"KORVEX_LAROD_THREADS", "2"},
-                                  {"KORVEX_INFERENCE", "s"},
-                                  {"KORVEX_MQTT_USER", "me"},
-                                  {"KORVEX_MQTT_PASSWORD_FILE", "p"},
-                                  {"KORVEX_MQTT_CA_FILE", "c"},
-                                  {"KORVEX_MQTT_PREFIX", "gate"}};
+    const Environment expected = {
+        {"HOME", "/home"},          {"KORVEX_VDO_SOURCE", "x.mp4"},     {"KORVEX_VDO_ASPECT", "crop"},
+        {"KORVEX_MQTT", "h:1"},     {"KORVEX_LAROD_THREADS", "2"},      {"KORVEX_INFERENCE", "s"},
+        {"KORVEX_MQTT_USER", "me"}, {"KORVEX_MQTT_PASSWORD_FILE", "p"}, {"KORVEX_MQTT_CA_FILE", "c"},
+        {"KORVEX_STAYS_DAYS", "7"}, {"KORVEX_STAYS_MB", "50"},          {"KORVEX_MQTT_PREFIX", "gate"}};
     EXPECT_EQ(console::with_options({{"HOME", "/home"}, {"KORVEX_VDO_SOURCE_FILE", "old"}}, options), expected);
 }
 

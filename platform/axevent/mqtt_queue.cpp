@@ -38,7 +38,8 @@ int add_missing_column(sqlite3* database) {
 
 } // namespace
 
-MqttQueue::MqttQueue(const std::string& path, size_t limit) : m_path(path), m_limit(limit) {
+MqttQueue::MqttQueue(const std::string& path, size_t limit, std::string name)
+    : m_path(path), m_name(std::move(name)), m_limit(limit) {
     const int code = path.empty() ? SQLITE_DONE : open_file();
     if (code == SQLITE_DONE)
         return;
@@ -85,7 +86,7 @@ void MqttQueue::push(MqttMessage message) {
     const std::lock_guard lock(m_mutex);
     if (m_entries.size() >= m_limit) {
         if (!m_dropping) {
-            complain("the broker's queue is full with " + std::to_string(m_limit) + " changes; the oldest go");
+            complain(m_name + " is full with " + std::to_string(m_limit) + " changes; the oldest go");
             m_dropping = true;
         }
         remove_first();
@@ -150,7 +151,7 @@ void MqttQueue::run(const char* sql, std::int64_t number, const MqttMessage* mes
 
 void MqttQueue::file_failed(const std::string& problem) {
     if (!m_file_failing)
-        complain("cannot keep the broker's queue in " + m_path + ": " + problem +
+        complain("cannot keep " + m_name + " in " + m_path + ": " + problem +
                  "; changes that wait are in memory only");
     m_file_failing = true;
 }

@@ -2,9 +2,12 @@
 
 #include "app/app_main.h"
 #include "base/shared_field.h"
+#include "host/alert_message.h"
 #include "host/stay_answers.h"
 #include "platform/axoverlay/host_answers.h"
 #include "scene/clock.h"
+
+#include <unistd.h>
 
 #include <chrono>
 #include <memory>
@@ -61,7 +64,12 @@ std::optional<host_overlay::StillView> view_to_remember() {
 Remembering::Remembering(const StaySettings& settings)
     : m_folder(settings.state), m_keeper(m_folder, {steady_seconds, unix_seconds},
                                          [this](const StayRecord& record, int level) { remember(record, level); }),
-      m_care(m_folder, settings.limits, stream_camera()) {
+      m_pages(settings.pages), m_care(m_folder, settings.limits, stream_camera()) {
+    if (settings.webhook) {
+        m_webhook.emplace(*settings.webhook, [folder = m_folder](const std::string& name) {
+            return access((folder.stills() + "/" + name + ".jpg").c_str(), F_OK) == 0;
+        });
+    }
     host_overlay::set_answers([folder = m_folder](const std::string& path, const host_overlay::QueryArguments& query) {
         return stay_answer(folder, path, query);
     });
@@ -74,6 +82,19 @@ Remembering::~Remembering() {
 void Remembering::before_alert(const host_events::Occurrence& occurrence) {
     if (occurrence.what == host_events::Occurrence::What::event) {
         m_keeper.look(g_findings);
+        if (m_webhook && occurrence.active.value_or(false)) {
+            tell_webhook(occurrence);
+        }
+    }
+}
+
+void Remembering::tell_webhook(const host_events::Occurrence& alert) {
+    const int level = level_of_alert(alert.nice_name);
+    const StayRecord* stay = level > 0 ? m_keeper.latest_at(level) : nullptr;
+    if (stay != nullptr) {
+        const bool has_still = view_to_remember().has_value();
+        m_webhook->push(has_still ? StayFolder::name_of(stay->id, level) : "",
+                        json_of_alert(alert, *stay, m_pages, has_still));
     }
 }
 

@@ -34,10 +34,13 @@ class Remembering {
 
   private:
     void remember(const StayRecord& record, int level);
+    void tell_webhook(const host_events::Occurrence& alert);
     void tell_ended();
 
     const StayFolder m_folder;
     StayKeeper m_keeper;
+    const std::string m_pages;
+    std::optional<Webhook> m_webhook;
     StayCare m_care; // after the keeper, which may have to put its file aside
 };
 

@@ -143,6 +143,7 @@ int run_live(const RunOptions& options, const Places& places, mode_t users_mask,
     Environment for_server = run.environment();
     // It is not to know what only the application needs to: an address may hold a password.
     for_server.erase("KORVEX_VDO_SOURCE");
+    for_server.erase("KORVEX_WEBHOOK");
     const WebServer server(options, places, state.path(), for_server, signals);
     // From the state folder, in which the application runs: a socket's path is limited to 107 bytes.
     run.environment()["KORVEX_OVERLAY_LISTEN"] = "unix:html/streams.socket";

@@ -128,6 +128,16 @@ void check_mqtt(RunOptions& options) {
     }
 }
 
+void check_webhook(RunOptions& options) {
+    std::string& authority = options.webhook_ca;
+    need(options.webhook.empty() || options.replay.empty(), "--webhook is for what happens now, not for a replay.");
+    if (!authority.empty()) {
+        need(options.webhook.starts_with("https://"), "--webhook-ca belongs to a --webhook of https.");
+        need(is_readable_file(authority), "the certificate file \"" + authority + "\" cannot be read.");
+        authority = full_path(authority);
+    }
+}
+
 void check_record(RunOptions& options) {
     std::string& record = options.record;
     if (record.empty()) {
@@ -159,6 +169,7 @@ RunOptions checked(RunOptions options) {
     check_model(options);
     check_web(options);
     check_mqtt(options);
+    check_webhook(options);
     check_record(options);
     need(options.json.empty() || can_write(options.json), "\"" + options.json + "\" cannot be written.");
     return options;

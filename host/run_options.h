@@ -30,6 +30,8 @@ struct RunOptions {
     std::string keep_days;
     std::string keep_mb;
     std::string stays;
+    std::string webhook;
+    std::string webhook_ca;
     std::string record;
     std::string stream;
     std::string replay;

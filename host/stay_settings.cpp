@@ -37,6 +37,14 @@ std::optional<StaySettings> stay_settings_from_environment() {
         static_cast<int>(number("KORVEX_STAYS_DAYS", static_cast<std::uint64_t>(usual.days), most_days));
     settings.limits.bytes =
         number("KORVEX_STAYS_MB", usual.bytes / bytes_of_megabyte, most_megabytes) * bytes_of_megabyte;
+    const std::string hook = platform::environment("KORVEX_WEBHOOK");
+    if (!hook.empty()) {
+        if (!hook.starts_with("http://") && !hook.starts_with("https://")) {
+            throw std::runtime_error("KORVEX_WEBHOOK is an http:// or https:// address");
+        }
+        settings.webhook = {hook, platform::environment("KORVEX_WEBHOOK_CA"), settings.state + "/webhook-queue"};
+    }
+    settings.pages = platform::environment("KORVEX_MQTT_PAGES");
     return settings;
 }
 

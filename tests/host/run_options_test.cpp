@@ -35,6 +35,7 @@ TEST(RunOptions, WhatMakesNoSenseIsRefusedInASentence) {
     const std::string mqtt = "--mqtt is HOST:PORT, like 127.0.0.1:1883 or [::1]:1883, not ";
     const std::string prefix =
         "--mqtt-prefix is the beginning of a topic, without + and # and with no / at either end, not ";
+    const std::string webhook = "--webhook is an address like https://example.org/alerts, not ";
     const std::vector<WrongUse> table = {
         {{"--bogus"}, "\"--bogus\" is no option; ./run --help lists them."},
         {{"--accept-eula", "scene"}, "\"scene\" is no option; ./run --help lists them."},
@@ -65,6 +66,12 @@ TEST(RunOptions, WhatMakesNoSenseIsRefusedInASentence) {
         {{"--mqtt", "::1:1883"}, mqtt + "\"::1:1883\"."},
         {{"--mqtt", "h:00"}, mqtt + "\"h:00\"."},
         {{"--keep-days", "0"}, "--keep-days is a number from 1 to 9999, not \"0\"."},
+        {{"--webhook", "example.org"}, webhook + "\"example.org\"."},
+        {{"--webhook", "ftp://example.org/"}, webhook + "\"ftp://example.org/\"."},
+        {{"--webhook", "https://"}, webhook + "\"https://\"."},
+        {{"--webhook", "https://h:70000/"}, webhook + "\"https://h:70000/\"."},
+        {{"--webhook", "https://h/a b"}, webhook + "\"https://h/a b\"."},
+        {{"--webhook", "https://h/#part"}, webhook + "\"https://h/#part\"."},
         {{"--keep-mb", "1e3"}, "--keep-mb is a number from 1 to 9999999, not \"1e3\"."},
         {{"--mqtt-prefix", "a/#"}, prefix + "\"a/#\"."},
         {{"--mqtt-prefix", "/a"}, prefix + "\"/a\"."},
@@ -77,11 +84,23 @@ TEST(RunOptions, WhatMakesNoSenseIsRefusedInASentence) {
 
 TEST(RunOptions, WhatMakesSenseIsTakenAsItWasTyped) {
     const std::vector<std::vector<std::string>> table = {
-        {"--aspect", "crop"},          {"--threads", "64"},          {"--niceness", "-20"},
-        {"--niceness", "-5"},          {"--niceness", "19"},         {"--seconds", "0.25"},
-        {"--stream", "640x360"},       {"--listen", "[::1]:8080"},   {"--listen", "localhost:65535"},
-        {"--listen", "0.0.0.0:00080"}, {"--mqtt", "[fe80::1]:1883"}, {"--mqtt", "broker.example.org:1"},
-        {"--mqtt-prefix", "a/b"},      {"--mqtt-user", "--me"},      {"--json", "a file"},
+        {"--aspect", "crop"},
+        {"--threads", "64"},
+        {"--niceness", "-20"},
+        {"--niceness", "-5"},
+        {"--niceness", "19"},
+        {"--seconds", "0.25"},
+        {"--stream", "640x360"},
+        {"--listen", "[::1]:8080"},
+        {"--listen", "localhost:65535"},
+        {"--listen", "0.0.0.0:00080"},
+        {"--mqtt", "[fe80::1]:1883"},
+        {"--mqtt", "broker.example.org:1"},
+        {"--mqtt-prefix", "a/b"},
+        {"--mqtt-user", "--me"},
+        {"--json", "a file"},
+        {"--webhook", "http://h"},
+        {"--webhook", "https://me:secret@[::1]:8443/a/b?c=d"},
     };
     for (const std::vector<std::string>& words : table) {
         const RunOptions options = parsed(words);
@@ -144,6 +163,10 @@ TEST(RunOptions, TheProgramsHearOfThemByVariables) {
                                        "c",
                                        "--mqtt-prefix",
                                        "gate",
+                                       "--webhook",
+                                       "https://h/x",
+                                       "--webhook-ca",
+                                       "w",
                                        "--keep-days",
                                        "7",
                                        "--keep-mb",
@@ -154,7 +177,8 @@ TEST(RunOptions, TheProgramsHearOfThemByVariables) {
         {"HOME", "/home"},          {"KORVEX_VDO_SOURCE", "x.mp4"},     {"KORVEX_VDO_ASPECT", "crop"},
         {"KORVEX_MQTT", "h:1"},     {"KORVEX_LAROD_THREADS", "2"},      {"KORVEX_INFERENCE", "s"},
         {"KORVEX_MQTT_USER", "me"}, {"KORVEX_MQTT_PASSWORD_FILE", "p"}, {"KORVEX_MQTT_CA_FILE", "c"},
-        {"KORVEX_STAYS_DAYS", "7"}, {"KORVEX_STAYS_MB", "50"},          {"KORVEX_MQTT_PREFIX", "gate"}};
+        {"KORVEX_STAYS_DAYS", "7"}, {"KORVEX_STAYS_MB", "50"},          {"KORVEX_WEBHOOK", "https://h/x"},
+        {"KORVEX_WEBHOOK_CA", "w"}, {"KORVEX_MQTT_PREFIX", "gate"}};
     EXPECT_EQ(console::with_options({{"HOME", "/home"}, {"KORVEX_VDO_SOURCE_FILE", "old"}}, options), expected);
 }
 

@@ -28,6 +28,11 @@ struct RunOptions {
     std::string mqtt_password_file;
     std::string mqtt_ca;
     std::string mqtt_prefix;
+    std::string keep_days;
+    std::string keep_mb;
+    std::string stays;
+    std::string webhook;
+    std::string webhook_ca;
     std::string record;
     std::string stream;
     std::string replay;

@@ -38,6 +38,18 @@ guint next_id() {
 
 } // namespace
 
+void tell_stay(const std::string& stay) {
+    std::shared_ptr<EventService> service;
+    {
+        const std::lock_guard lock(slot().mutex);
+        service = slot().service.lock();
+    }
+    if (service != nullptr) {
+        service->tell_stay(stay);
+        EventService::release(std::move(service));
+    }
+}
+
 EventService::EventService(Outputs outputs, Clock clock) : m_clock(std::move(clock)), m_outputs(std::move(outputs)) {}
 
 std::shared_ptr<EventService> EventService::acquire() {
@@ -104,6 +116,11 @@ void EventService::forget(const void* owner) {
 void EventService::tell(const Problem& problem, bool is_news) {
     const std::lock_guard lock(m_mutex);
     m_outputs.publish(problem, m_clock(), is_news);
+}
+
+void EventService::tell_stay(const std::string& stay) {
+    const std::lock_guard lock(m_mutex);
+    m_outputs.tell_stay(m_clock(), stay);
 }
 
 void EventService::close_outputs() {

@@ -218,8 +218,9 @@ void MqttConnection::allow_more() {
 
 int MqttConnection::publish(const MqttMessage& message) {
     int number = 0;
-    const int code = mosquitto_publish(m_client.get(), &number, message.topic.c_str(),
-                                       static_cast<int>(message.payload.size()), message.payload.data(), qos, true);
+    const int code =
+        mosquitto_publish(m_client.get(), &number, message.topic.c_str(), static_cast<int>(message.payload.size()),
+                          message.payload.data(), qos, message.retained);
     if (code == MOSQ_ERR_INVAL || code == MOSQ_ERR_MALFORMED_UTF8 || code == MOSQ_ERR_PAYLOAD_SIZE) {
         complain("a message for the broker is left out: " + text_of(code));
         return 0;
@@ -264,9 +265,8 @@ bool MqttConnection::lost(int code) {
 }
 
 bool MqttConnection::lost(const std::string& problem) {
-    if (m_problem.empty()) { // the broker's own reason comes first, and what is wrong with its certificate
+    if (m_problem.empty()) // the broker's own reason comes first, and what is wrong with its certificate
         m_problem = problem;
-    }
     return false;
 }
 

@@ -7,10 +7,11 @@
 
 namespace host_events {
 
-/** Every message is retained and of QoS 1: who subscribes later sees how things stand. */
+/** Every message is of QoS 1; what tells how things stand is retained, so that who subscribes later sees it. */
 struct MqttMessage {
     std::string topic;
     std::string payload;
+    bool retained = true;
 
     bool operator==(const MqttMessage&) const = default;
 };
@@ -23,6 +24,9 @@ MqttMessage availability_message(const MqttSettings& settings, bool online);
 
 /** "<prefix>/<id>/state": {"state":"ON"|"OFF","time":…,"name":…}. REQUIRES: is_alert. */
 MqttMessage state_message(const MqttSettings& settings, const Occurrence& alert);
+
+/** "<prefix>/stays": the JSON of a stay that has ended. It is over, so it is not retained. */
+MqttMessage stay_message(const MqttSettings& settings, const std::string& stay);
 
 /**
  * "<discovery>/binary_sensor/<prefix>_<id>/config": what Home Assistant needs to show the alert. REQUIRES: is_alert.

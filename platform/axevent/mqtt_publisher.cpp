@@ -171,7 +171,7 @@ class MqttPublisher::Worker {
         }
         if (visit.on_its_way && !connection.is_waiting(visit.on_its_way->number)) {
             const auto& [entry, number] = *visit.on_its_way;
-            if (number != 0)
+            if (number != 0 && entry.message.retained)
                 m_delivered[entry.message.topic] = entry.message.payload;
             m_queue.pop(entry.number);
             m_queue.tidy();
@@ -267,6 +267,10 @@ void MqttPublisher::publish(const Problem& problem, const std::string& time) {
     if (!m_settings.discovery.empty())
         announce(discovery_message(m_settings, problem));
     enqueue(state_message(m_settings, problem, time));
+}
+
+void MqttPublisher::tell_stay(const std::string& stay) {
+    enqueue(stay_message(m_settings, stay));
 }
 
 void MqttPublisher::announce(const MqttMessage& message) {

@@ -2,8 +2,8 @@
 
 #include "platform/axoverlay/broadcast.h"
 #include "platform/axoverlay/settings.h"
-#include "platform/axoverlay/unix_socket.h"
 #include "platform/common/handle.h"
+#include "platform/common/unix_socket.h"
 
 #include <microhttpd.h>
 
@@ -36,7 +36,7 @@ class StreamServer {
     MHD_Result begin(MHD_Connection* connection, const std::string& path, const std::string& method, void** request);
 
     Broadcasts m_broadcasts;
-    std::optional<UnixSocket> m_socket;
+    std::optional<platform::UnixSocket> m_socket;
     platform::Handle<MHD_Daemon, MHD_stop_daemon> m_daemon;
     std::string m_address;
 };

@@ -35,7 +35,8 @@ void take_files(msghdr& header, std::vector<Descriptor>& files) {
     std::vector<int> numbers(size / sizeof(int));
     if (size > 0)
         std::memcpy(numbers.data(), CMSG_DATA(part), size);
-    files.assign(numbers.begin(), numbers.end());
+    for (const int number : numbers)
+        files.emplace_back(number);
 }
 
 bool is_valid(const Message& message) {

@@ -11,7 +11,7 @@
 
 #include <array>
 
-namespace korvex::larod {
+namespace korvex::larod::test {
 namespace {
 
 class File {
@@ -105,4 +105,4 @@ TEST(DescriptorIo, says_why_a_descriptor_cannot_be_written) {
 
 } // namespace
 
-} // namespace korvex::larod
+} // namespace korvex::larod::test

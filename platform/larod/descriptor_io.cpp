@@ -37,7 +37,7 @@ std::vector<std::byte> read_whole(int fd) {
     std::size_t size = 0;
     while (size == bytes.size()) {
         if (size > most_model_bytes)
-            throw Failure{Code::descriptor, "The file is larger than any model can be (512 MiB)."};
+            throw Failure(Code::descriptor, "The file is larger than any model can be (512 MiB).");
         bytes.resize(size + block);
         size += fill(fd, std::span(bytes).subspan(size), seekable ? static_cast<off_t>(size) : -1, "file");
     }
@@ -48,8 +48,8 @@ std::vector<std::byte> read_whole(int fd) {
 void read_in_place(int fd, std::span<std::byte> bytes) {
     const std::size_t done = fill(fd, bytes, lseek(fd, 0, SEEK_CUR), "input");
     if (done < bytes.size())
-        throw Failure{Code::descriptor, "The input's file holds " + std::to_string(done) + " of the " +
-                                            std::to_string(bytes.size()) + " bytes that the model takes."};
+        throw Failure(Code::descriptor, "The input's file holds " + std::to_string(done) + " of the " +
+                                            std::to_string(bytes.size()) + " bytes that the model takes.");
 }
 
 void write_on(int fd, std::span<const std::byte> bytes) {

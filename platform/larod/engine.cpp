@@ -19,14 +19,14 @@ Engine::Engine(const std::string& path) : m_path(path), m_library(dlopen(path.c_
 Engine::Symbol Engine::need(const char* name) const {
     if (m_library == nullptr) {
         const char* reason = dlerror();
-        throw Failure{Code::engine, "Cannot load the inference engine " + m_path + ": " +
+        throw Failure(Code::engine, "Cannot load the inference engine " + m_path + ": " +
                                         (reason != nullptr ? reason : "unknown reason") +
-                                        ". model/make.sh fetches it; KORVEX_LAROD_LIBRARY names another one."};
+                                        ". model/make.sh fetches it; KORVEX_LAROD_LIBRARY names another one.");
     }
     void* address = dlsym(m_library, name);
     if (address == nullptr)
-        throw Failure{Code::engine,
-                      "The library " + m_path + " is no TensorFlow Lite with a C interface: it lacks " + name + "."};
+        throw Failure(Code::engine,
+                      "The library " + m_path + " is no TensorFlow Lite with a C interface: it lacks " + name + ".");
     return {address};
 }
 

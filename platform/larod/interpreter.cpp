@@ -10,9 +10,9 @@ Interpreter::Interpreter(const Engine& engine, std::span<const std::byte> model,
       m_delegate(nullptr, engine.delegate_delete), m_options(nullptr, engine.options_delete),
       m_interpreter(nullptr, engine.interpreter_delete) {
     if (m_model == nullptr)
-        throw Failure{Code::model, "The model cannot be used: it is no TensorFlow Lite file, or it is damaged."};
+        throw Failure(Code::model, "The model cannot be used: it is no TensorFlow Lite file, or it is damaged.");
     if (!build(threads, true) && !build(threads, false))
-        throw Failure{Code::model, "The model cannot be used: " + complaint()};
+        throw Failure(Code::model, "The model cannot be used: " + complaint());
 }
 
 bool Interpreter::build(int threads, bool fast) {
@@ -59,7 +59,7 @@ TensorView Interpreter::tensor(std::size_t index) const {
 void Interpreter::run() {
     m_complaint.clear();
     if (m_engine.invoke(m_interpreter.get()) != kTfLiteOk)
-        throw Failure{Code::inference, "The model cannot be run: " + complaint()};
+        throw Failure(Code::inference, "The model cannot be run: " + complaint());
 }
 
 std::string Interpreter::complaint() const {

@@ -72,7 +72,7 @@ auto guarded(larodError** error, Body body) noexcept -> decltype(body()) {
     try {
         return body();
     } catch (const Failure& failure) {
-        set_error(error, failure.code, failure.sentence);
+        set_error(error, static_cast<Code>(failure.code), failure.sentence);
     } catch (const std::exception& problem) {
         set_error(error, Code::memory, std::string("The request could not be carried out: ") + problem.what());
     }
@@ -80,12 +80,11 @@ auto guarded(larodError** error, Body body) noexcept -> decltype(body()) {
 }
 
 [[noreturn]] void refuse(const std::string& why) {
-    throw Failure{Code::argument, why};
+    throw Failure(Code::argument, why);
 }
 
 void need(bool is_there, const char* otherwise) {
-    if (!is_there)
-        refuse(otherwise);
+    platform::need(is_there, Code::argument, otherwise);
 }
 
 /** The places of a model's inputs or outputs among its tensors. */

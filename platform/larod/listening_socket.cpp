@@ -43,7 +43,7 @@ std::unique_ptr<UnixSocket> listen_at(const std::string& path) {
 platform::Descriptor connect_to(const std::string& path) {
     const auto address = platform::unix_address(path);
     if (!address)
-        throw Failure{Code::engine, "The path of the inference service's socket " + path + " is too long."};
+        throw Failure(Code::engine, "The path of the inference service's socket " + path + " is too long.");
     auto connection = platform::connect_to(*address, SOCK_SEQPACKET);
     if (!connection)
         throw refused_by_system(Code::engine, "No inference service answers at " + path);

@@ -51,7 +51,7 @@ std::string tensor_name(std::size_t index, std::size_t inputs) {
 }
 
 Message message_of(const Failure& failure) {
-    Message message{.kind = Message::Kind::failed, .code = failure.code};
+    Message message{.kind = Message::Kind::failed, .code = static_cast<Code>(failure.code)};
     failure.sentence.copy(message.text.data(), message.text.size() - 1);
     return message;
 }

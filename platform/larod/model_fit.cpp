@@ -48,8 +48,8 @@ void need_what_was_made(const std::string& path) {
     const std::filesystem::path file = std::filesystem::canonical(path, unknown);
     const std::string noted = unknown ? "" : noted_checksum(file);
     if (!noted.empty() && noted != checksum_of(file))
-        throw Failure{Code::model, "The file " + file.string() +
-                                       " is damaged: it is not what was made. model/make.sh makes it anew."};
+        throw Failure(Code::model, "The file " + file.string() +
+                                       " is damaged: it is not what was made. model/make.sh makes it anew.");
 }
 
 /** "uint8 [1, 540, 960, 3]" */

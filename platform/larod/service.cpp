@@ -120,7 +120,7 @@ void Service::obey(Client& client, const Message& message, std::vector<Descripto
 void Service::load(Client& client, std::vector<Descriptor> files) {
     auto bytes = StoredModel::adopt(files.size() == 1 ? std::move(files[0]) : Descriptor());
     if (client.models.size() >= most_held)
-        throw Failure{Code::model, "This client holds too many models."};
+        throw Failure(Code::model, "This client holds too many models.");
     auto known = std::find_if(m_models.begin(), m_models.end(),
                               [&](const auto& entry) { return entry.second.bytes.holds_same_as(bytes); });
     if (known == m_models.end())
@@ -142,8 +142,8 @@ void Service::bind(Client& client, const Message& message, std::vector<Descripto
 
 void Service::enqueue(Client& client, std::uint32_t model, const Bound* bound) {
     if (const auto left = client.penalty.left(); left.count() > 0)
-        throw Failure{Code::inference,
-                      "The process that ran the model has ended; it is started again in " + seconds(left) + "."};
+        throw Failure(Code::inference,
+                      "The process that ran the model has ended; it is started again in " + seconds(left) + ".");
     client.waits = true;
     m_queue.push_back({&client, model, bound, Deadline::clock::now() + m_options.limit});
 }

@@ -76,8 +76,8 @@ void ServiceLink::need_service() {
     if (m_socket)
         return;
     if (const auto left = m_penalty.left(); left.count() > 0)
-        throw Failure{Code::engine,
-                      "The inference service is gone; it is tried again in " + std::to_string(left.count()) + " ms."};
+        throw Failure(Code::engine,
+                      "The inference service is gone; it is tried again in " + std::to_string(left.count()) + " ms.");
     try {
         connect();
     } catch (const Failure&) {
@@ -98,7 +98,7 @@ void ServiceLink::connect() {
 void ServiceLink::start() {
     auto [own, services] = connected_sockets();
     if (!own)
-        throw Failure{Code::engine, std::string("no socket can be made for it: ") + std::strerror(errno)};
+        throw Failure(Code::engine, std::string("no socket can be made for it: ") + std::strerror(errno));
     // Its signals are as a program expects them, whatever this process blocks and ignores.
     sigset_t none;
     sigset_t all;
@@ -122,7 +122,7 @@ void ServiceLink::start() {
     posix_spawn_file_actions_destroy(&actions);
     posix_spawnattr_destroy(&attributes);
     if (failure != 0)
-        throw Failure{Code::engine, path + " cannot be started: " + std::strerror(failure)};
+        throw Failure(Code::engine, path + " cannot be started: " + std::strerror(failure));
     m_process = platform::Child(process);
     m_socket = std::move(own);
 }
@@ -146,9 +146,9 @@ std::uint32_t ServiceLink::bind(const Request& request) {
         times.push_back(tensor->times);
         files.push_back(tensor->fd);
         if (files.back() < 0 || fcntl(files.back(), F_GETFD) < 0)
-            throw Failure{Code::descriptor,
+            throw Failure(Code::descriptor,
                           tensor_name(tensor->index, request.model->inputs) +
-                              (files.back() < 0 ? ": No descriptor is bound." : ": Its descriptor has been closed.")};
+                              (files.back() < 0 ? ": No descriptor is bound." : ": Its descriptor has been closed."));
     }
     Bound& bound = m_requests[&request];
     if (bound.number == 0)
@@ -194,7 +194,7 @@ void ServiceLink::leave() {
 
 void ServiceLink::lose(const std::string& why) {
     leave();
-    throw Failure{Code::engine, "The inference service is lost: " + why + "."};
+    throw Failure(Code::engine, "The inference service is lost: " + why + ".");
 }
 
 } // namespace korvex::larod

@@ -26,7 +26,7 @@ StoredModel StoredModel::copy(int fd) {
 StoredModel StoredModel::adopt(Descriptor file) {
     const int seals = fcntl(file.get(), F_GET_SEALS);
     if (seals < 0 || (seals & unchangeable) != unchangeable)
-        throw Failure{Code::model, "The model's file could still be changed."};
+        throw Failure(Code::model, "The model's file could still be changed.");
     return {std::move(file), Code::model};
 }
 

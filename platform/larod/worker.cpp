@@ -57,9 +57,9 @@ class Worker {
         const std::size_t inputs = model->interpreter.input_count();
         const std::size_t outputs = model->interpreter.output_count();
         if (inputs + outputs > most_tensors)
-            throw Failure{Code::model, "The model cannot be used: it has " + std::to_string(inputs) + " inputs and " +
+            throw Failure(Code::model, "The model cannot be used: it has " + std::to_string(inputs) + " inputs and " +
                                            std::to_string(outputs) + " outputs; " + std::to_string(most_tensors) +
-                                           " together are possible."};
+                                           " together are possible.");
         Message answer{.kind = Message::Kind::loaded,
                        .model = number,
                        .inputs = static_cast<std::uint32_t>(inputs),
@@ -67,7 +67,7 @@ class Worker {
         for (std::size_t i = 0; i < answer.tensor_count(); ++i) {
             answer.tensors[i] = model->interpreter.tensor(i).info;
             if (answer.tensors[i].type == string_type)
-                throw Failure{Code::model, "The model cannot be used: it takes or gives texts."};
+                throw Failure(Code::model, "The model cannot be used: it takes or gives texts.");
         }
         m_models[number] = std::move(model);
         return answer;
@@ -76,18 +76,18 @@ class Worker {
     Message run(std::uint32_t number, const std::vector<Descriptor>& files) {
         const auto found = m_models.find(number);
         if (found == m_models.end())
-            throw Failure{Code::model, "The model has not been loaded."};
+            throw Failure(Code::model, "The model has not been loaded.");
         Interpreter& model = found->second->interpreter;
         const std::size_t inputs = model.input_count();
         if (files.size() != inputs + model.output_count())
-            throw Failure{Code::descriptor, "Not every tensor has its file."};
+            throw Failure(Code::descriptor, "Not every tensor has its file.");
         std::size_t i = 0; // the tensor at hand
         try {
             for (i = 0; i < files.size(); ++i) {
                 struct stat status {};
                 // Anything else may keep a reader waiting for as long as its other end likes.
                 if (fstat(files[i].get(), &status) != 0 || !S_ISREG(status.st_mode))
-                    throw Failure{Code::descriptor, "The descriptor is not a file's."};
+                    throw Failure(Code::descriptor, "The descriptor is not a file's.");
             }
             for (i = 0; i < inputs; ++i)
                 read_in_place(files[i].get(), model.tensor(i).bytes);
@@ -95,9 +95,9 @@ class Worker {
             for (i = inputs; i < files.size(); ++i)
                 write_on(files[i].get(), model.tensor(i).bytes);
         } catch (const Failure& failure) {
-            if (failure.code != Code::descriptor)
+            if (failure.code != static_cast<int>(Code::descriptor))
                 throw;
-            throw Failure{failure.code, tensor_name(i, inputs) + ": " + failure.sentence};
+            throw Failure(failure.code, tensor_name(i, inputs) + ": " + failure.sentence);
         }
         return {.kind = Message::Kind::done};
     }

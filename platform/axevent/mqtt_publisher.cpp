@@ -263,6 +263,12 @@ void MqttPublisher::publish(const Occurrence& occurrence) {
     enqueue(state_message(m_settings, occurrence));
 }
 
+void MqttPublisher::publish(const Problem& problem, const std::string& time) {
+    if (!m_settings.discovery.empty())
+        announce(discovery_message(m_settings, problem));
+    enqueue(state_message(m_settings, problem, time));
+}
+
 void MqttPublisher::announce(const MqttMessage& message) {
     m_worker->announce(message);
 }

@@ -45,6 +45,9 @@ class MqttPublisher {
      */
     void publish(const Occurrence& occurrence);
 
+    /** How a problem stands. */
+    void publish(const Problem& problem, const std::string& time);
+
     /** A message that is sent on every connection before the queue; the same one again changes nothing. */
     void announce(const MqttMessage& message);
     void enqueue(MqttMessage message);

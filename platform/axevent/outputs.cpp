@@ -104,4 +104,11 @@ void Outputs::publish(const Occurrence& occurrence) {
         m_mqtt->publish(occurrence);
 }
 
+void Outputs::publish(const Problem& problem, const std::string& time, bool is_news) {
+    if (m_journal && is_news)
+        m_journal->write(journal_line(problem, time));
+    if (m_mqtt)
+        m_mqtt->publish(problem, time);
+}
+
 } // namespace host_events

@@ -29,6 +29,8 @@ class Outputs {
      */
     void publish(const Occurrence& occurrence);
 
+    void publish(const Problem& problem, const std::string& time, bool is_news);
+
     /** Ends the broker's part: the camera goes offline there. Takes at most a third of a second. */
     void close() { m_mqtt.reset(); }
 

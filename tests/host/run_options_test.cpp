@@ -33,6 +33,8 @@ TEST(RunOptions, WhatMakesNoSenseIsRefusedInASentence) {
     const std::string listen = "--listen takes ADDR:PORT with a numeric address, like 127.0.0.1:8080, 0.0.0.0:8080 or "
                                "[::1]:8080, not ";
     const std::string mqtt = "--mqtt is HOST:PORT, like 127.0.0.1:1883 or [::1]:1883, not ";
+    const std::string name =
+        "--name takes HOST or HOST:PORT, as it stands in a browser's address, or several with commas between, not ";
     const std::string prefix =
         "--mqtt-prefix is the beginning of a topic, without + and # and with no / at either end, not ";
     const std::vector<WrongUse> table = {
@@ -60,6 +62,10 @@ TEST(RunOptions, WhatMakesNoSenseIsRefusedInASentence) {
         {{"--listen", "127.0.0.1:0"}, listen + "\"127.0.0.1:0\"."},
         {{"--listen", "127.0.0.1:65536"}, listen + "\"127.0.0.1:65536\"."},
         {{"--listen", "example.org:80"}, listen + "\"example.org:80\"."},
+        {{"--name", "https://gate"}, name + "\"https://gate\"."},
+        {{"--name", "gate:0"}, name + "\"gate:0\"."},
+        {{"--name", "gate:65536"}, name + "\"gate:65536\"."},
+        {{"--name", "gate,"}, name + "\"gate,\"."},
         {{"--mqtt", "nowhere"}, mqtt + "\"nowhere\"."},
         {{"--mqtt", "127.0.0.1:70000"}, mqtt + "\"127.0.0.1:70000\"."},
         {{"--mqtt", "::1:1883"}, mqtt + "\"::1:1883\"."},
@@ -75,11 +81,22 @@ TEST(RunOptions, WhatMakesNoSenseIsRefusedInASentence) {
 
 TEST(RunOptions, WhatMakesSenseIsTakenAsItWasTyped) {
     const std::vector<std::vector<std::string>> table = {
-        {"--aspect", "crop"},          {"--threads", "64"},          {"--niceness", "-20"},
-        {"--niceness", "-5"},          {"--niceness", "19"},         {"--seconds", "0.25"},
-        {"--stream", "640x360"},       {"--listen", "[::1]:8080"},   {"--listen", "localhost:65535"},
-        {"--listen", "0.0.0.0:00080"}, {"--mqtt", "[fe80::1]:1883"}, {"--mqtt", "broker.example.org:1"},
-        {"--mqtt-prefix", "a/b"},      {"--mqtt-user", "--me"},      {"--json", "a file"},
+        {"--aspect", "crop"},
+        {"--threads", "64"},
+        {"--niceness", "-20"},
+        {"--niceness", "-5"},
+        {"--niceness", "19"},
+        {"--seconds", "0.25"},
+        {"--stream", "640x360"},
+        {"--listen", "[::1]:8080"},
+        {"--name", "gate.example.org:65535,[::1]:1,x"},
+        {"--listen", "localhost:65535"},
+        {"--listen", "0.0.0.0:00080"},
+        {"--mqtt", "[fe80::1]:1883"},
+        {"--mqtt", "broker.example.org:1"},
+        {"--mqtt-prefix", "a/b"},
+        {"--mqtt-user", "--me"},
+        {"--json", "a file"},
     };
     for (const std::vector<std::string>& words : table) {
         const RunOptions options = parsed(words);
@@ -101,6 +118,8 @@ TEST(RunOptions, TheLastOfAnOptionCountsAndEverySetting) {
     EXPECT_THAT(options.settings, ElementsAre("A=1", "B=="));
     EXPECT_TRUE(options.accepts_eula);
     EXPECT_FALSE(parsed({}).accepts_eula);
+    EXPECT_TRUE(parsed({"--overwrite"}).overwrites);
+    EXPECT_FALSE(parsed({}).overwrites);
 }
 
 TEST(RunOptions, HelpIsAskedForByTwoNames) {
@@ -110,7 +129,7 @@ TEST(RunOptions, HelpIsAskedForByTwoNames) {
 }
 
 TEST(RunOptions, TheHelpNamesEveryOptionAndNoOther) {
-    std::set<std::string> table = {"set", "accept-eula", "help"};
+    std::set<std::string> table = {"set", "accept-eula", "overwrite", "help"};
     for (const console::Option& option : console::option_table()) {
         table.insert(option.name);
     }

@@ -204,13 +204,17 @@ int run_replay(RunOptions options, const Places& places, mode_t users_mask, Sign
 
 } // namespace
 
-int run(int argc, char** argv) {
+RunOptions checked_options(int argc, char** argv) {
     RunOptions options = parse_run_options(argc, argv);
+    return options.wants_help ? options : checked(options);
+}
+
+int run(int argc, char** argv) {
+    RunOptions options = checked_options(argc, argv);
     if (options.wants_help) {
         std::fputs(help_text, stdout);
         return 0;
     }
-    options = checked(options);
     const Places places = own_places();
     if (options.state.empty())
         options.state = places.state;

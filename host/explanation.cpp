@@ -1,6 +1,8 @@
 #include "host/explanation.h"
 
 #include "base/arithmetic.h"
+#include "base/shared_field.h"
+#include "config/config_params.h"
 #include "detection/object_class.h"
 #include "scene/area_of_interest.h"
 #include "scene/detection_processing.h"
@@ -45,6 +47,7 @@ Explanation explain(const one_find& find) {
     Explanation explanation;
     const auto missing = g_Tracker.m_Disappeared.find(find.id);
     explanation.unseen = missing != g_Tracker.m_Disappeared.end() ? missing->second : 0;
+    explanation.unseen_seconds = explanation.unseen * read_shared(g_ConfigParams.i_MainLoopTime) / 1000.0;
     if (find.footing != not_in_AOI) {
         explanation.reason = "counts";
     } else if (!is_class_wanted(find.detect.ClassId)) {

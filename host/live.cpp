@@ -5,6 +5,7 @@
 #include "app/app_main.h"
 #include "base/shared_field.h"
 #include "host/console_line.h"
+#include "host/live_report.h"
 #include "host/options.h"
 #include "host/pass_watch.h"
 #include "host/remembering.h"
@@ -50,12 +51,13 @@ class LiveConsole {
     /** An event's line stands above the live one. */
     void tell(const host_events::Occurrence& occurrence) {
         if (occurrence.what == host_events::Occurrence::What::event) {
-            std::string text = is_terminal_ ? console::clear_below : "";
-            text += occurrence.time + " " + occurrence.nice_name;
-            text += occurrence.active.value_or(true) ? ": started\n" : ": stopped\n";
-            show(text.append(shown_line_));
+            say(occurrence.time + " " + occurrence.nice_name +
+                (occurrence.active.value_or(true) ? ": started" : ": stopped"));
         }
     }
+
+    /** So does any other. */
+    void say(const std::string& line) { show((is_terminal_ ? console::clear_below : "") + line + "\n" + shown_line_); }
 
     /** Leaves the cursor below the line. */
     ~LiveConsole() {
@@ -190,11 +192,13 @@ int run(const console::Options& options) {
             unfinished->finish();
         }
     });
+    console::LiveReport report([&live](const std::string& line) { live.say(line); });
     const console::PassWatch watch([&] {
         if (memory) {
             memory->after_pass();
         }
         live.after_pass();
+        report.after_pass();
         recording.after_pass();
         host_overlay::cover_streams(hiding_streams());
     });

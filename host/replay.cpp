@@ -18,6 +18,7 @@
 
 #include <unistd.h>
 
+#include <cerrno>
 #include <cmath>
 #include <csignal>
 #include <cstdio>
@@ -34,6 +35,11 @@ volatile std::sig_atomic_t asked_to_end = 0; // the signal's number
 int give_up(const std::string& sentence) {
     std::fprintf(stderr, "replay: %s\n", sentence.c_str());
     return 1;
+}
+
+/** A line could not be printed. Who reads no further, as `head` does, needs not to be told. */
+int end_without_output() {
+    return errno == EPIPE ? 128 + SIGPIPE : give_up("the output cannot be written.");
 }
 
 /** The reason of a failed start stands in the application's own log. */
@@ -135,7 +141,7 @@ int run(const console::Options& options) {
             break;
         }
         if (!run_pass()) {
-            return give_up("the output cannot be written.");
+            return end_without_output();
         }
         if (recorder) {
             recorder->take(video_seconds);
@@ -146,7 +152,7 @@ int run(const console::Options& options) {
         recorder->finish();
     }
     if (std::fflush(stdout) != 0) {
-        return give_up("the output cannot be written.");
+        return end_without_output();
     }
     if (passes == 0 && asked_to_end == 0) {
         return give_up("there is no pass: the first one is at " + std::to_string(period_ms) +

@@ -155,9 +155,11 @@ int run_live(const RunOptions& options, const Places& places, mode_t users_mask,
     Program live = run.recorder({places.live});
     live.niceness = options.niceness.empty() ? usual_niceness : std::stoi(options.niceness);
     const int status = run_in_camera(live, state.path(), signals);
-    if (!signals.asked()) {
-        say("The application ended by itself with status " + std::to_string(status) + "; its log is " + state.path() +
-            "/localdata/OrvelLog.txt.");
+    // With status 0 it was asked to end by others, or nobody reads its lines any more.
+    if (!signals.asked() && status != 0) {
+        const std::string log = state.path() + "/localdata/OrvelLog.txt";
+        say("The application ended by itself with status " + std::to_string(status) +
+            (fs::exists(log) ? "; its log is " + log : std::string()) + ".");
     }
     return status;
 }

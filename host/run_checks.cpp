@@ -47,8 +47,8 @@ void check_replay(RunOptions& options) {
     need(options.stays.empty(), "--replay and --stays are two things; leave one of them out.");
     need(options.keep_days.empty() && options.keep_mb.empty(), "a replay keeps no stays; leave --keep-... out.");
     need(options.niceness.empty(), "a replay waits for nobody; leave --niceness out, or start it with nice.");
-    need(options.listen.empty() && options.password_file.empty() && options.certificate.empty(),
-         "a replay has no pages; leave --listen, --password-file and --certificate out.");
+    need(options.listen.empty() && options.name.empty() && options.password_file.empty() && options.certificate.empty(),
+         "a replay has no pages; leave --listen, --name, --password-file and --certificate out.");
     need(options.source == scene, "--replay names the video itself; leave --source and --source-file out.");
     need(!is_network_address(replay) && !replay.starts_with("/dev/video"),
          "--replay needs a video file or scene: " + replay + " has no time of its own.");
@@ -142,6 +142,7 @@ void check_record(RunOptions& options) {
     std::string& record = options.record;
     if (record.empty()) {
         need(options.stream.empty(), "--stream says what --record records.");
+        need(!options.overwrites, "--overwrite lets --record replace a file.");
         return;
     }
     need(record.ends_with(".mp4"), "--record writes an MP4 file; \"" + record + "\" must end in .mp4.");
@@ -149,6 +150,8 @@ void check_record(RunOptions& options) {
     const fs::path folder = named.empty() ? "." : named;
     std::error_code ignored;
     need(fs::is_directory(folder, ignored), "there is no folder \"" + folder.string() + "\" for the recording.");
+    need(options.overwrites || !fs::exists(record, ignored),
+         "\"" + record + "\" is there already; give the recording another name, or --overwrite.");
     need(can_write(record), "\"" + record + "\" cannot be written.");
     record = full_path(record);
 }

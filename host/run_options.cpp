@@ -57,6 +57,11 @@ gboolean keep_agreement(const gchar* /*name*/, const gchar* /*value*/, gpointer 
     return TRUE;
 }
 
+gboolean keep_overwriting(const gchar* /*name*/, const gchar* /*value*/, gpointer data, GError** /*error*/) {
+    static_cast<RunOptions*>(data)->overwrites = true;
+    return TRUE;
+}
+
 gboolean keep_help(const gchar* /*name*/, const gchar* /*value*/, gpointer data, GError** /*error*/) {
     static_cast<RunOptions*>(data)->wants_help = true;
     return TRUE;
@@ -74,6 +79,7 @@ std::vector<GOptionEntry> entries() {
     }
     all.push_back(entry("set", 0, G_OPTION_FLAG_FILENAME, keep));
     all.push_back(entry("accept-eula", 0, G_OPTION_FLAG_NO_ARG, keep_agreement));
+    all.push_back(entry("overwrite", 0, G_OPTION_FLAG_NO_ARG, keep_overwriting));
     all.push_back(entry("help", 'h', G_OPTION_FLAG_NO_ARG, keep_help));
     all.push_back({});
     return all;
@@ -86,6 +92,9 @@ const std::vector<Option>& option_table() {
     static const std::string number =
         "(?!0+$)([0-5]?[0-9]{1,4}|6[0-4][0-9]{3}|65[0-4][0-9]{2}|655[0-2][0-9]|6553[0-5])";
     static const std::string port = number + "$";
+    static const std::string one_name =
+        "([A-Za-z0-9_.-]+|\\[[0-9A-Fa-f:.]+\\])"
+        "(:(6553[0-5]|655[0-2][0-9]|65[0-4][0-9]{2}|6[0-4][0-9]{3}|[1-5][0-9]{4}|[1-9][0-9]{0,3}))?";
     static const std::vector<Option> table = {
         {"source", &RunOptions::source, "", "", "KORVEX_VDO_SOURCE"},
         {"source-file", &RunOptions::source_file, "", "", "KORVEX_VDO_SOURCE_FILE"},
@@ -101,6 +110,9 @@ const std::vector<Option>& option_table() {
          nullptr},
         {"listen", &RunOptions::listen, "^(localhost|[0-9]+(\\.[0-9]+){3}|\\[[0-9A-Fa-f:.]+\\]):" + port,
          "--listen takes ADDR:PORT with a numeric address, like 127.0.0.1:8080, 0.0.0.0:8080 or [::1]:8080", nullptr},
+        {"name", &RunOptions::name, "^" + one_name + "(," + one_name + ")*$",
+         "--name takes HOST or HOST:PORT, as it stands in a browser's address, or several with commas between",
+         nullptr},
         {"password-file", &RunOptions::password_file, "", "", nullptr},
         {"certificate", &RunOptions::certificate, "", "", nullptr},
         {"mqtt", &RunOptions::mqtt, "^([^:]+|\\[[0-9a-fA-F:.]+\\]):" + port,

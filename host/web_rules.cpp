@@ -1,5 +1,6 @@
 #include "host/web_rules.h"
 
+#include "host/descriptor.h"
 #include "host/listen_address.h"
 
 #include <arpa/inet.h>
@@ -8,11 +9,13 @@
 #include <net/if.h>
 #include <netdb.h>
 #include <netinet/in.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <array>
 #include <memory>
 #include <set>
+#include <sstream>
 
 namespace console {
 namespace {
@@ -68,6 +71,21 @@ std::set<std::string> own_addresses() {
     return addresses;
 }
 
+/** The address from which packets to elsewhere go, which is the one that elsewhere knows; empty without a network.
+   Nothing is sent. */
+std::string outgoing_address() {
+    const Descriptor socket(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+    sockaddr_in elsewhere{};
+    elsewhere.sin_family = AF_INET;
+    elsewhere.sin_port = htons(http_port);
+    inet_pton(AF_INET, "192.0.2.1", &elsewhere.sin_addr); // an address for examples, which nobody has
+    sockaddr_in own{};
+    socklen_t size = sizeof own;
+    const bool is_known = connect(socket.get(), reinterpret_cast<const sockaddr*>(&elsewhere), sizeof elsewhere) == 0 &&
+                          getsockname(socket.get(), reinterpret_cast<sockaddr*>(&own), &size) == 0;
+    return is_known ? address_of(reinterpret_cast<const sockaddr*>(&own)) : std::string();
+}
+
 /** The names as one pattern: each in its own letters. */
 std::string pattern_of(const std::vector<std::string>& names) {
     std::string pattern;
@@ -92,6 +110,25 @@ std::string scheme_of(const WebSite& site) {
 std::string machine_name() {
     std::array<char, HOST_NAME_MAX + 1> name{};
     return gethostname(name.data(), name.size() - 1) == 0 && name[0] != '\0' ? name.data() : "localhost";
+}
+
+std::string reachable_name() {
+    const std::string outgoing = outgoing_address();
+    if (!outgoing.empty()) {
+        return outgoing;
+    }
+    std::set<std::string> addresses = own_addresses();
+    addresses.erase("");
+    return addresses.empty() ? machine_name() : *addresses.begin();
+}
+
+std::vector<std::string> names_in(const std::string& list) {
+    std::vector<std::string> names;
+    std::istringstream text(list);
+    for (std::string name; std::getline(text, name, ',');) {
+        names.push_back(name);
+    }
+    return names;
 }
 
 std::vector<std::string> own_names(const std::string& host) {
@@ -120,14 +157,23 @@ Environment web_rules(const WebSite& site) {
     if (site.port == (site.certificate.empty() ? http_port : https_port)) {
         port = "(" + port + ")?"; // browsers leave the usual one out
     }
+    std::string hosts = "(" + names + ")" + port;
+    std::string origins = scheme + "://" + hosts;
+    std::string referers = origins + "/";
+    if (!site.proxies.empty()) {
+        const std::string proxies = "(" + pattern_of(site.proxies) + ")";
+        hosts = "(" + hosts + "|" + proxies + ")";
+        origins += "|https?://" + proxies;
+        referers += "|https?://" + proxies + "/";
+    }
     Environment rules = {
         {"KORVEX_WEB_ADDRESS", site.host},
         {"KORVEX_WEB_PORT", std::to_string(site.port)},
         {"KORVEX_WEB_PID_FILE", site.pid_file},
         {"KORVEX_WEB_FOLDER", site.folder},
-        {"KORVEX_WEB_HOSTS", "(?i)^(" + names + ")" + port + "$"},
-        {"KORVEX_WEB_ORIGINS", "(?i)^(" + scheme + "://(" + names + ")" + port + ")?$"},
-        {"KORVEX_WEB_REFERERS", "(?i)^(" + scheme + "://(" + names + ")" + port + "/|$)"},
+        {"KORVEX_WEB_HOSTS", "(?i)^" + hosts + "$"},
+        {"KORVEX_WEB_ORIGINS", "(?i)^(" + origins + ")?$"},
+        {"KORVEX_WEB_REFERERS", "(?i)^(" + referers + "|$)"},
         {"KORVEX_WEB_RIGHTS", nothing},
         {"KORVEX_WEB_PASSWORD_RULES", nothing},
         {"KORVEX_WEB_TLS_RULES", nothing},

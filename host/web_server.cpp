@@ -46,7 +46,8 @@ WebSite site_of(const RunOptions& options, const Places& places, const std::stri
         site.passwords = read_passwords(options.password_file, !options.certificate.empty());
     }
     site.names = own_names(site.host);
-    site.machine = machine_name();
+    site.proxies = names_in(options.name);
+    site.machine = reachable_name();
     return site;
 }
 

@@ -34,6 +34,7 @@ class EventService {
     gboolean declare(const void* owner, const KeyValueSet& set, bool stateless, guint& id, GError** error);
     gboolean undeclare(const void* owner, guint id, GError** error);
     gboolean send(const void* owner, guint id, const AXEvent& event, GError** error);
+    void tell(const Problem& problem, bool is_news);
     /** Ends all declarations of an owner. */
     void forget(const void* owner);
 

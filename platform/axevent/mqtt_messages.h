@@ -33,6 +33,12 @@ MqttMessage stay_message(const MqttSettings& settings, const std::string& stay);
  */
 MqttMessage discovery_message(const MqttSettings& settings, const Occurrence& alert);
 
+/** "<prefix>/problems/<kind>/state": {"state":"ON"|"OFF","time":…,"text":…}. */
+MqttMessage state_message(const MqttSettings& settings, const Problem& problem, const std::string& time);
+
+/** "<discovery>/binary_sensor/<prefix>_problem_<kind>/config": likewise for the problem's sensor. */
+MqttMessage discovery_message(const MqttSettings& settings, const Problem& problem);
+
 /** A text with nothing but letters, digits, '_' and '-': other characters become '_'. */
 std::string identifier(const std::string& text);
 

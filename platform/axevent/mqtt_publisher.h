@@ -48,6 +48,9 @@ class MqttPublisher {
     /** A stay that has ended, a JSON object. */
     void tell_stay(const std::string& stay);
 
+    /** How a problem stands. */
+    void publish(const Problem& problem, const std::string& time);
+
     /** A message that is sent on every connection before the queue; the same one again changes nothing. */
     void announce(const MqttMessage& message);
     void enqueue(MqttMessage message);

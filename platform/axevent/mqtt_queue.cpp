@@ -151,8 +151,7 @@ void MqttQueue::run(const char* sql, std::int64_t number, const MqttMessage* mes
 
 void MqttQueue::file_failed(const std::string& problem) {
     if (!m_file_failing)
-        complain("cannot keep " + m_name + " in " + m_path + ": " + problem +
-                 "; changes that wait are in memory only");
+        complain("cannot keep " + m_name + " in " + m_path + ": " + problem + "; changes that wait are in memory only");
     m_file_failing = true;
 }
 

@@ -27,8 +27,8 @@ class MqttQueue {
     };
 
     /**
-     * `name` stands in what is said of it. With an empty path there is no file. Beyond `limit` messages the oldest goes, with one message on stderr until
-     * the queue has been empty again. REQUIRES: limit > 0
+     * `name` stands in what is said of it. With an empty path there is no file. Beyond `limit` messages the oldest
+     * goes, with one message on stderr until the queue has been empty again. REQUIRES: limit > 0
      */
     MqttQueue(const std::string& path, size_t limit, std::string name = "the broker's queue");
 

@@ -112,4 +112,11 @@ void Outputs::tell_stay(const std::string& time, const std::string& stay) {
         m_mqtt->tell_stay(stay);
 }
 
+void Outputs::publish(const Problem& problem, const std::string& time, bool is_news) {
+    if (m_journal && is_news)
+        m_journal->write(journal_line(problem, time));
+    if (m_mqtt)
+        m_mqtt->publish(problem, time);
+}
+
 } // namespace host_events

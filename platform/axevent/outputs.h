@@ -31,6 +31,7 @@ class Outputs {
 
     /** What host_events.h tells of a stay. */
     void tell_stay(const std::string& time, const std::string& stay);
+    void publish(const Problem& problem, const std::string& time, bool is_news);
 
     /** Ends the broker's part: the camera goes offline there. Takes at most a third of a second. */
     void close() { m_mqtt.reset(); }

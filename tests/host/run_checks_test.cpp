@@ -19,7 +19,8 @@ class RunChecks : public RunnerTest {
 };
 
 TEST_F(RunChecks, WhatDoesNotGoTogetherIsRefusedInASentence) {
-    const std::string replay_pages = "a replay has no pages; leave --listen, --password-file and --certificate out.";
+    const std::string replay_pages =
+        "a replay has no pages; leave --listen, --name, --password-file and --certificate out.";
     const std::string mqtt_only = "the --mqtt-... options belong to --mqtt HOST:PORT.";
     struct Row {
         std::function<void(RunOptions&)> wish;
@@ -97,6 +98,9 @@ TEST_F(RunChecks, WhatIsNotThereIsRefusedInASentence) {
          "the certificate file \"" + none + "\" cannot be read."},
         {[&](RunOptions& o) { o.record = path("x.avi"); },
          "--record writes an MP4 file; \"" + path("x.avi") + "\" must end in .mp4."},
+        {[&](RunOptions& o) { o.record = file("real.mp4"); },
+         "\"" + path("real.mp4") + "\" is there already; give the recording another name, or --overwrite."},
+        {[&](RunOptions& o) { o.overwrites = true; }, "--overwrite lets --record replace a file."},
         {[&](RunOptions& o) { o.record = none + "/x.mp4"; }, "there is no folder \"" + none + "\" for the recording."},
         {[&](RunOptions& o) { o.replay = "scene", o.json = none + "/x"; }, "\"" + none + "/x\" cannot be written."},
         {[&](RunOptions& o) { o.replay = "scene", o.json = folder; }, "\"" + folder.string() + "\" cannot be written."},
@@ -132,6 +136,9 @@ TEST_F(RunChecks, FilesAreGivenWithTheirFullPaths) {
     EXPECT_EQ(options.certificate, path("both.pem"));
     EXPECT_EQ(options.record, path("new.mp4"));
     EXPECT_FALSE(std::filesystem::exists(options.record)) << "nothing is made yet";
+    options.record = path("real.mp4");
+    options.overwrites = true;
+    EXPECT_EQ(checked(options).record, path("real.mp4"));
 }
 
 TEST_F(RunChecks, AnAddressIsTheFirstLineOfItsFile) {

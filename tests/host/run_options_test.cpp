@@ -33,6 +33,8 @@ TEST(RunOptions, WhatMakesNoSenseIsRefusedInASentence) {
     const std::string listen = "--listen takes ADDR:PORT with a numeric address, like 127.0.0.1:8080, 0.0.0.0:8080 or "
                                "[::1]:8080, not ";
     const std::string mqtt = "--mqtt is HOST:PORT, like 127.0.0.1:1883 or [::1]:1883, not ";
+    const std::string name =
+        "--name takes HOST or HOST:PORT, as it stands in a browser's address, or several with commas between, not ";
     const std::string prefix =
         "--mqtt-prefix is the beginning of a topic, without + and # and with no / at either end, not ";
     const std::string webhook = "--webhook is an address like https://example.org/alerts, not ";
@@ -61,6 +63,10 @@ TEST(RunOptions, WhatMakesNoSenseIsRefusedInASentence) {
         {{"--listen", "127.0.0.1:0"}, listen + "\"127.0.0.1:0\"."},
         {{"--listen", "127.0.0.1:65536"}, listen + "\"127.0.0.1:65536\"."},
         {{"--listen", "example.org:80"}, listen + "\"example.org:80\"."},
+        {{"--name", "https://gate"}, name + "\"https://gate\"."},
+        {{"--name", "gate:0"}, name + "\"gate:0\"."},
+        {{"--name", "gate:65536"}, name + "\"gate:65536\"."},
+        {{"--name", "gate,"}, name + "\"gate,\"."},
         {{"--mqtt", "nowhere"}, mqtt + "\"nowhere\"."},
         {{"--mqtt", "127.0.0.1:70000"}, mqtt + "\"127.0.0.1:70000\"."},
         {{"--mqtt", "::1:1883"}, mqtt + "\"::1:1883\"."},
@@ -92,6 +98,7 @@ TEST(RunOptions, WhatMakesSenseIsTakenAsItWasTyped) {
         {"--seconds", "0.25"},
         {"--stream", "640x360"},
         {"--listen", "[::1]:8080"},
+        {"--name", "gate.example.org:65535,[::1]:1,x"},
         {"--listen", "localhost:65535"},
         {"--listen", "0.0.0.0:00080"},
         {"--mqtt", "[fe80::1]:1883"},
@@ -122,6 +129,8 @@ TEST(RunOptions, TheLastOfAnOptionCountsAndEverySetting) {
     EXPECT_THAT(options.settings, ElementsAre("A=1", "B=="));
     EXPECT_TRUE(options.accepts_eula);
     EXPECT_FALSE(parsed({}).accepts_eula);
+    EXPECT_TRUE(parsed({"--overwrite"}).overwrites);
+    EXPECT_FALSE(parsed({}).overwrites);
 }
 
 TEST(RunOptions, HelpIsAskedForByTwoNames) {
@@ -131,7 +140,7 @@ TEST(RunOptions, HelpIsAskedForByTwoNames) {
 }
 
 TEST(RunOptions, TheHelpNamesEveryOptionAndNoOther) {
-    std::set<std::string> table = {"set", "accept-eula", "help"};
+    std::set<std::string> table = {"set", "accept-eula", "overwrite", "help"};
     for (const console::Option& option : console::option_table()) {
         table.insert(option.name);
     }

@@ -65,14 +65,12 @@ void write_outputs(std::ofstream& file) {
     rows.precision(4);
     int count = 0;
     for (int row = 0; row < detector.m_MaxResults; ++row) {
-        if (detector.m_OutputScores[row] < least_score) {
+        if (detector.m_OutputScores[row] < least_score)
             continue;
-        }
         ++count;
         rows << ' ' << detector.m_OutputClasses[row] << ' ' << detector.m_OutputScores[row];
-        for (int edge = 0; edge < 4; ++edge) {
+        for (int edge = 0; edge < 4; ++edge)
             rows << ' ' << detector.m_OutputLocations[row * 4 + edge];
-        }
     }
     file << count << rows.str() << '\n';
 }
@@ -90,23 +88,19 @@ bench::StayBook replay(double minutes, const char* outputs, double period) {
     });
     const host_scene::StreetScene scene(host_scene::design_width, host_scene::design_height);
     std::ofstream recorded;
-    if (outputs != nullptr) {
+    if (outputs != nullptr)
         recorded.open(outputs);
-    }
     double looked = 0.0;
     for (int pass = 1; pass * period <= minutes * 60.0; ++pass) {
         now = pass * period;
-        for (; looked < now; looked += truth_step) {
+        for (; looked < now; looked += truth_step)
             book.look(looked, scene.truth(looked));
-        }
         host_video::replay_advance(now);
-        if (do_one_analysis() != 0) {
+        if (do_one_analysis() != 0)
             throw std::runtime_error("a pass failed:\n" + g_Logger.getPlainLogContents());
-        }
         book.pass(now, scene.truth(now), g_findings);
-        if (outputs != nullptr && now <= host_scene::cycle_seconds) {
+        if (outputs != nullptr && now <= host_scene::cycle_seconds)
             write_outputs(recorded);
-        }
         if (pass % 50 == 0) {
             const auto counts = inference_cache::counts();
             std::fprintf(stderr, "\r%.0f s, %zu passes known, %zu computed ", now, counts.known, counts.computed);
@@ -128,13 +122,11 @@ void print_stays(const bench::StayBook& book, double allowed) {
         std::printf("%9.2f  %-6s %7.2f  %10d  %+7.2f  %8d  %4.0f%%  ", stay.entered,
                     location_controller_larod::ClassIDToLabel(stay.class_index).c_str(), dwell, stay.measured, error,
                     stay.switches, stay.passes > 0 ? 100.0 * stay.passes_found / stay.passes : 100.0);
-        for (std::size_t level = 0; level < bench::levels; ++level) {
-            if (stay.alert[level] >= 0.0) {
+        for (std::size_t level = 0; level < bench::levels; ++level)
+            if (stay.alert[level] >= 0.0)
                 std::printf(" %+.2f", stay.alert[level] - stay.entered - thresholds[level]);
-            } else {
+            else
                 std::printf(dwell >= thresholds[level] + allowed ? " missing" : " -");
-            }
-        }
         std::puts(std::abs(error) > allowed ? "  <-- off" : "");
     }
 }
@@ -143,13 +135,11 @@ void print_stays(const bench::StayBook& book, double allowed) {
 double longest_aftermath(const bench::StayBook& book) {
     double longest = 0.0;
     int cause = -1;
-    for (const bench::Alert& alert : book.alerts()) {
-        if (alert.active) {
+    for (const bench::Alert& alert : book.alerts())
+        if (alert.active)
             cause = alert.cause;
-        } else if (cause != -1 && book.stays()[static_cast<std::size_t>(cause)].left >= 0.0) {
+        else if (cause != -1 && book.stays()[static_cast<std::size_t>(cause)].left >= 0.0)
             longest = std::max(longest, alert.at - book.stays()[static_cast<std::size_t>(cause)].left);
-        }
-    }
     return longest;
 }
 
@@ -161,9 +151,8 @@ bool print_summary(const bench::StayBook& book, double allowed) {
     int false_alerts = 0;
     double worst = 0.0;
     for (const bench::Stay& stay : book.stays()) {
-        if (stay.left < 0.0) {
+        if (stay.left < 0.0)
             continue; // the replay ended before it did
-        }
         const double error = std::abs(stay.measured - stay.dwell(now));
         ++stays;
         good += error <= allowed ? 1 : 0;
@@ -190,9 +179,8 @@ int run(double minutes, const char* outputs) {
     start();
     inference_cache::open(cache != nullptr ? cache : ".");
     const double period = g_ConfigParams.i_MainLoopTime / 1000.0;
-    if (!(period > 0.0)) {
+    if (!(period > 0.0))
         throw std::runtime_error("MainLoopTime must be at least 1 ms");
-    }
     const double allowed = allowed_seconds + allowed_passes * period;
     const bench::StayBook book = replay(minutes, outputs, period);
     print_stays(book, allowed);

@@ -13,9 +13,8 @@ namespace {
 std::string quoted(const std::string& text) {
     std::string result = "\"";
     for (const char each : text) {
-        if (each == '"' || each == '\\') {
+        if (each == '"' || each == '\\')
             result += '\\';
-        }
         result += each;
     }
     return result + "\"";

@@ -75,14 +75,12 @@ CURLcode HttpPost::run() {
     CURLM* multi = m_multi.get();
     while (!m_stopped) {
         int running = 0;
-        if (curl_multi_perform(multi, &running) != CURLM_OK) {
+        if (curl_multi_perform(multi, &running) != CURLM_OK)
             return CURLE_FAILED_INIT;
-        }
         int left = 0;
         const CURLMsg* message = curl_multi_info_read(multi, &left);
-        if (message != nullptr) {
+        if (message != nullptr)
             return message->data.result;
-        }
         curl_multi_poll(multi, nullptr, 0, poll_milliseconds, nullptr);
     }
     return CURLE_ABORTED_BY_CALLBACK;

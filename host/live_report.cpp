@@ -32,37 +32,34 @@ void LiveReport::after_pass() {
 }
 
 void LiveReport::tell_of_problems(double now) {
-    if (!sensors_are_there_) {
-        for (const Problem& kind : ProblemWatch::kinds()) {
+    if (!m_sensors_are_there) {
+        for (const Problem& kind : ProblemWatch::kinds())
             host_events::tell_problem(event_of(kind, false), false);
-        }
-        sensors_are_there_ = true;
+        m_sensors_are_there = true;
     }
     const Condition condition{g_StatusCode, host_video::statistics().lost_since, host_parameters::failing_since()};
     tell_of_video(condition.lost_since);
-    for (const ProblemNews& news : problems_.look(condition, now)) {
+    for (const ProblemNews& news : m_problems.look(condition, now)) {
         host_events::tell_problem(event_of(news.problem, news.begins));
-        say_(iso_time(static_cast<std::time_t>(now)) + " " +
-             (news.begins ? news.problem.text : news.problem.name + ": over") + ".");
+        m_say(iso_time(static_cast<std::time_t>(now)) + " " +
+              (news.begins ? news.problem.text : news.problem.name + ": over") + ".");
     }
 }
 
 void LiveReport::tell_of_video(std::time_t lost_since) {
     const std::string video = lost_since == 0 ? "ok" : "lost since " + iso_time(lost_since);
-    if (video != video_) {
-        video_ = video;
+    if (video != m_video) {
+        m_video = video;
         host_overlay::set_header("Korvex-Video", video);
     }
 }
 
 void LiveReport::tell_listeners(double now) const {
-    if (!host_overlay::has_listeners()) {
+    if (!host_overlay::has_listeners())
         return;
-    }
-    LiveRecord record{now, g_StreamWidth, g_StreamHeight, g_StatusCode, {}, problems_.standing()};
-    for (const one_find& find : g_findings) {
+    LiveRecord record{now, g_StreamWidth, g_StreamHeight, g_StatusCode, {}, m_problems.standing()};
+    for (const one_find& find : g_findings)
         record.findings.push_back({find, explain(find)});
-    }
     host_overlay::tell_listeners(json_of_live_pass(record));
 }
 

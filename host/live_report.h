@@ -14,7 +14,7 @@ namespace console {
 class LiveReport {
   public:
     /** `say` gets a line for a person, without a newline. */
-    explicit LiveReport(std::function<void(const std::string&)> say) : say_(std::move(say)) {}
+    explicit LiveReport(std::function<void(const std::string&)> say) : m_say(std::move(say)) {}
 
     void after_pass();
 
@@ -23,10 +23,10 @@ class LiveReport {
     void tell_of_video(std::time_t lost_since);
     void tell_listeners(double now) const;
 
-    std::function<void(const std::string&)> say_;
-    ProblemWatch problems_;
-    bool sensors_are_there_ = false;
-    std::string video_;
+    std::function<void(const std::string&)> m_say;
+    ProblemWatch m_problems;
+    bool m_sensors_are_there = false;
+    std::string m_video;
 };
 
 } // namespace console

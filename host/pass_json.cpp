@@ -16,11 +16,10 @@ namespace {
 /** JSON has no word for what is not finite; what is only remembered has no score. */
 void print_score(std::ostream& out, float score, bool seen) {
     out << ", \"score\": ";
-    if (seen && std::isfinite(score)) {
+    if (seen && std::isfinite(score))
         out << std::setprecision(4) << score;
-    } else {
+    else
         out << "null";
-    }
 }
 
 void print_class_and_box(std::ostream& out, const detection& found) {

@@ -51,9 +51,8 @@ std::string time_of_day(std::time_t time) {
 
 Problem problem_of(const Kind& kind, std::time_t since) {
     Problem problem{kind.kind, kind.name, since, kind.name};
-    if (kind.has_time) {
+    if (kind.has_time)
         problem.text += " since " + time_of_day(since);
-    }
     return problem;
 }
 
@@ -74,9 +73,8 @@ std::vector<ProblemNews> ProblemWatch::look(const Condition& condition, double n
                 news.push_back({*watched.told, true});
             }
         } else if (watched.first_seen != 0.0 && now - watched.last_seen >= kind.rest) {
-            if (watched.told) {
+            if (watched.told)
                 news.push_back({*watched.told, false});
-            }
             watched = {};
         }
     }
@@ -85,19 +83,16 @@ std::vector<ProblemNews> ProblemWatch::look(const Condition& condition, double n
 
 std::vector<Problem> ProblemWatch::standing() const {
     std::vector<Problem> all;
-    for (const Watched& watched : m_watched) {
-        if (watched.told) {
+    for (const Watched& watched : m_watched)
+        if (watched.told)
             all.push_back(*watched.told);
-        }
-    }
     return all;
 }
 
 std::vector<Problem> ProblemWatch::kinds() {
     std::vector<Problem> all;
-    for (const Kind& kind : kinds_of_problems) {
+    for (const Kind& kind : kinds_of_problems)
         all.push_back({kind.kind, kind.name, 0, ""});
-    }
     return all;
 }
 

@@ -50,9 +50,8 @@ std::optional<host_overlay::StillView> view_to_remember() {
     uint32_t width = read_shared(g_OverlayInfo.anonymizedStreamWidth);
     uint32_t height = read_shared(g_OverlayInfo.anonymizedStreamHeight);
     if (width != 0) {
-        if (g_OverlayInfo.getStreamType(width, height) != AnonymizedStream) {
+        if (g_OverlayInfo.getStreamType(width, height) != AnonymizedStream)
             return std::nullopt;
-        }
     } else {
         width = read_shared(g_OverlayInfo.overlayStreamWidth);
         height = read_shared(g_OverlayInfo.overlayStreamHeight);
@@ -88,9 +87,8 @@ Remembering::~Remembering() {
 void Remembering::before_alert(const host_events::Occurrence& occurrence) {
     if (occurrence.what == host_events::Occurrence::What::event) {
         m_keeper.look(g_findings);
-        if (m_webhook && occurrence.active.value_or(false)) {
+        if (m_webhook && occurrence.active.value_or(false))
             tell_webhook(occurrence);
-        }
     }
 }
 
@@ -105,15 +103,12 @@ void Remembering::tell_webhook(const host_events::Occurrence& alert) {
 }
 
 void Remembering::after_pass() {
-    if (has_findings()) {
+    if (has_findings())
         m_keeper.look(g_findings);
-    }
-    if (std::vector<std::int64_t> over = m_care.take_over(); !over.empty()) {
+    if (std::vector<std::int64_t> over = m_care.take_over(); !over.empty())
         m_keeper.forget(std::move(over));
-    }
-    if (m_clips) {
+    if (m_clips)
         watch_for_clips();
-    }
     tell_ended();
 }
 
@@ -129,18 +124,17 @@ void Remembering::finish() {
 }
 
 void Remembering::remember(const StayRecord& record, int level) {
-    if (const auto view = view_to_remember()) {
-        m_care.picture(record.id, level, *view);
-        if (m_clips) {
-            m_clips->save(m_folder.clip(record.id, level));
-        }
-    }
+    const auto view = view_to_remember();
+    if (!view)
+        return;
+    m_care.picture(record.id, level, *view);
+    if (m_clips)
+        m_clips->save(m_folder.clip(record.id, level));
 }
 
 void Remembering::tell_ended() {
-    for (const StayRecord& record : m_keeper.take_ended()) {
+    for (const StayRecord& record : m_keeper.take_ended())
         host_events::tell_stay(json_of_stay(record, m_folder));
-    }
 }
 
 } // namespace console

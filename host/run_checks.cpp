@@ -18,9 +18,8 @@ constexpr const char* scene = "scene";
 constexpr const char* seconds_of_scene = "90"; // which never ends by itself
 
 void need(bool is_right, const std::string& sentence) {
-    if (!is_right) {
+    if (!is_right)
         throw Refusal(sentence);
-    }
 }
 
 void check_source_file(RunOptions& options) {
@@ -28,9 +27,8 @@ void check_source_file(RunOptions& options) {
     need(options.source == scene, "--source and --source-file name the video twice; leave one of them out.");
     need(is_readable_file(file), "the file \"" + file + "\" with the video's address cannot be read.");
     std::string address = first_line(contents_of(file));
-    if (address.ends_with('\r')) {
+    if (address.ends_with('\r'))
         address.pop_back();
-    }
     need(is_network_address(address) && !address.ends_with("://"),
          "the first line of \"" + file + "\" is to be an rtsp:// address.");
     options.source = address;
@@ -54,16 +52,14 @@ void check_replay(RunOptions& options) {
     need(!is_network_address(replay) && !replay.starts_with("/dev/video"),
          "--replay needs a video file or scene: " + replay + " has no time of its own.");
     options.source = replay;
-    if (options.source == scene && options.seconds.empty()) {
+    if (options.source == scene && options.seconds.empty())
         options.seconds = seconds_of_scene;
-    }
 }
 
 void check_source(RunOptions& options) {
     std::string& source = options.source;
-    if (source == scene || is_network_address(source)) {
+    if (source == scene || is_network_address(source))
         return;
-    }
     std::error_code ignored;
     const fs::file_status status = fs::status(source, ignored);
     need(fs::exists(status),
@@ -164,9 +160,8 @@ bool is_network_address(const std::string& source) {
 }
 
 RunOptions checked(RunOptions options) {
-    if (!options.source_file.empty()) {
+    if (!options.source_file.empty())
         check_source_file(options);
-    }
     check_replay(options);
     check_source(options);
     check_inference(options);

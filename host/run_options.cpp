@@ -19,15 +19,12 @@ bool matches(const std::string& text, const std::string& pattern) {
 void check_values(const RunOptions& options) {
     for (const Option& option : option_table()) {
         const std::string& value = options.*option.value;
-        if (!option.pattern.empty() && !value.empty() && !matches(value, option.pattern)) {
+        if (!option.pattern.empty() && !value.empty() && !matches(value, option.pattern))
             refuse_value(option.meaning, value);
-        }
     }
-    for (const std::string& setting : options.settings) {
-        if (!matches(setting, "^.+=")) {
+    for (const std::string& setting : options.settings)
+        if (!matches(setting, "^.+="))
             refuse_value("--set takes NAME=VALUE", setting);
-        }
-    }
 }
 
 std::string needs_value(const std::string& option) {
@@ -41,14 +38,11 @@ gboolean keep(const gchar* name, const gchar* value, gpointer data, GError** err
         g_set_error_literal(error, G_OPTION_ERROR, G_OPTION_ERROR_FAILED, needs_value(option).c_str());
         return FALSE;
     }
-    if (option == "--set") {
+    if (option == "--set")
         kept.settings.emplace_back(value);
-    }
-    for (const Option& row : option_table()) {
-        if (option == std::string("--") + row.name) {
+    for (const Option& row : option_table())
+        if (option == std::string("--") + row.name)
             kept.*row.value = value;
-        }
-    }
     return TRUE;
 }
 
@@ -79,9 +73,8 @@ GOptionEntry entry(const char* name, gchar letter, int flags, GOptionArgFunc fun
 /** Ends with an empty row. */
 std::vector<GOptionEntry> entries() {
     std::vector<GOptionEntry> all;
-    for (const Option& option : option_table()) {
+    for (const Option& option : option_table())
         all.push_back(entry(option.name, 0, G_OPTION_FLAG_FILENAME, keep));
-    }
     all.push_back(entry("set", 0, G_OPTION_FLAG_FILENAME, keep));
     all.push_back(entry("accept-eula", 0, G_OPTION_FLAG_NO_ARG, keep_agreement));
     all.push_back(entry("clips", 0, G_OPTION_FLAG_NO_ARG, keep_clips));
@@ -164,25 +157,21 @@ RunOptions parse_run_options(int argc, char** argv) {
         const bool is_ours = g_error_matches(error, G_OPTION_ERROR, G_OPTION_ERROR_FAILED) != FALSE;
         throw Refusal(is_ours ? error->message : needs_value(last));
     }
-    if (argc > 1) {
+    if (argc > 1)
         throw Refusal("\"" + std::string(argv[1]) + "\" is no option; ./run --help lists them.");
-    }
-    if (!options.wants_help) {
+    if (!options.wants_help)
         check_values(options);
-    }
     return options;
 }
 
 Environment with_options(Environment environment, const RunOptions& options) {
     for (const Option& option : option_table()) {
         const std::string& value = options.*option.value;
-        if (option.variable != nullptr && !value.empty()) {
+        if (option.variable != nullptr && !value.empty())
             environment[option.variable] = value;
-        }
     }
-    if (options.keeps_clips) {
+    if (options.keeps_clips)
         environment["KORVEX_CLIPS"] = "1";
-    }
     environment.erase(options.source_file.empty() ? "KORVEX_VDO_SOURCE_FILE" : "KORVEX_VDO_SOURCE");
     return environment;
 }

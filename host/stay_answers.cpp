@@ -27,9 +27,8 @@ TimeRange range_of(const QueryArguments& query) {
     std::string from;
     std::string to;
     for (const auto& [name, value] : query) {
-        if (name != "from" && name != "to") {
+        if (name != "from" && name != "to")
             throw BadQuery("The query may hold from and to only.");
-        }
         (name == "from" ? from : to) = value;
     }
     try {
@@ -69,9 +68,8 @@ Answer list_answer(const StayFolder& folder, const QueryArguments& query, bool i
 std::optional<Answer> file_answer(const StayFolder& folder, const std::string& path) {
     static const std::regex form("/stream/(stills|clips)/([1-9][0-9]{0,17}-[1-3])\\.(jpg|mp4)");
     std::smatch parts;
-    if (!std::regex_match(path, parts, form) || (parts[1] == "stills") != (parts[3] == "jpg")) {
+    if (!std::regex_match(path, parts, form) || (parts[1] == "stills") != (parts[3] == "jpg"))
         return std::nullopt;
-    }
     const bool is_still = parts[1] == "stills";
     Answer answer;
     answer.type = is_still ? "image/jpeg" : "video/mp4";
@@ -82,9 +80,8 @@ std::optional<Answer> file_answer(const StayFolder& folder, const std::string& p
 } // namespace
 
 std::optional<Answer> stay_answer(const StayFolder& folder, const std::string& path, const QueryArguments& query) {
-    if (path == "/stream/stays.json" || path == "/stream/stays.csv") {
+    if (path == "/stream/stays.json" || path == "/stream/stays.csv")
         return list_answer(folder, query, path.ends_with(".json"));
-    }
     if (path.starts_with("/stream/stills/") || path.starts_with("/stream/clips/")) {
         std::optional<Answer> file = file_answer(folder, path);
         return file ? file : Answer{.status = 404, .body = "There is no such picture or video of a stay.\n"};

@@ -68,14 +68,12 @@ void StayCare::run() {
         tidy();
         std::unique_lock lock(m_lock);
         m_changed.wait_for(lock, between_looks, [this] { return m_ending || !m_wanted.empty(); });
-        if (m_ending) {
+        if (m_ending)
             return;
-        }
         const std::deque<Picture> wanted = next_pictures();
         lock.unlock();
-        if (!wanted.empty()) {
+        if (!wanted.empty())
             take(wanted);
-        }
         settle_stays(m_folder.database());
     }
 }
@@ -97,9 +95,8 @@ void StayCare::take(const std::deque<Picture>& wanted) {
         const std::string file = m_camera.take(wanted.front().view);
         const bool written = std::ranges::all_of(
             wanted, [&](const Picture& picture) { return write(m_folder.still(picture.id, picture.level), file); });
-        if (written && m_failing) {
+        if (written && m_failing)
             platform::report("stays", "pictures are kept again");
-        }
         m_failing = !written;
     } catch (const std::exception&) {
         // No pass, or no video: there is nothing to be seen, and others say so.
@@ -118,9 +115,8 @@ bool StayCare::write(const std::string& path, const std::string& file) {
     }
     const int reason = errno;
     std::remove(unfinished.c_str());
-    if (!m_failing) {
+    if (!m_failing)
         platform::report("stays", "pictures cannot be kept in " + m_folder.stills() + ": " + std::strerror(reason));
-    }
     m_failing = true;
     return false;
 }
@@ -129,9 +125,8 @@ void StayCare::tidy() {
     const double now = unix_now();
     // A clock that was set back does not put it off for long.
     const bool due = now >= m_next_tidying || now < m_next_tidying - between_tidyings;
-    if (!due && m_written < m_limits.bytes / unswept_parts) {
+    if (!due && m_written < m_limits.bytes / unswept_parts)
         return;
-    }
     m_next_tidying = now + between_tidyings;
     m_written = 0;
     try {

@@ -16,9 +16,8 @@ constexpr size_t forgotten_at_once = 50;
 Stay dated(Stay stay, double offset) {
     stay.entered += offset;
     stay.left += offset;
-    for (double& moment : stay.reached) {
+    for (double& moment : stay.reached)
         moment += moment < 0.0 ? 0.0 : offset;
-    }
     return stay;
 }
 
@@ -53,14 +52,12 @@ void StayKeeper::look(const t_findings_list& findings) {
             open.written = now;
             changed.push_back(open.record);
         }
-        for (int level = level_before + 1; level <= stay.level; ++level) {
+        for (int level = level_before + 1; level <= stay.level; ++level)
             rises.emplace_back(open.record, level);
-        }
     }
     m_store.write(changed);
-    for (const auto& [record, level] : rises) {
+    for (const auto& [record, level] : rises)
         m_risen(record, level);
-    }
     forget_some();
 }
 
@@ -93,11 +90,9 @@ const StayRecord* StayKeeper::latest_at(int level) const {
     const auto reached = [level](const StayRecord& record) {
         return record.stay.reached.at(static_cast<size_t>(level) - 1);
     };
-    for (const auto& [object, open] : m_open) {
-        if (open.record.stay.level >= level && (latest == nullptr || reached(open.record) > reached(*latest))) {
+    for (const auto& [object, open] : m_open)
+        if (open.record.stay.level >= level && (latest == nullptr || reached(open.record) > reached(*latest)))
             latest = &open.record;
-        }
-    }
     return latest;
 }
 

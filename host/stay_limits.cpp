@@ -44,9 +44,8 @@ std::map<std::int64_t, Files> files_of(const StayFolder& folder) {
 
 void remove(const Files& files) {
     std::error_code ignored;
-    for (const fs::path& path : files.paths) {
+    for (const fs::path& path : files.paths)
         fs::remove(path, ignored);
-    }
 }
 
 } // namespace
@@ -57,18 +56,16 @@ std::vector<std::int64_t> sweep_stays(const StayFolder& folder, const StayLimits
         read_stays(folder.database(), {-ever, ever}, std::numeric_limits<std::int64_t>::max());
     std::map<std::int64_t, Files> files = files_of(folder);
     std::uint64_t bytes = bytes_of_row * stays.size();
-    for (const auto& [id, those] : files) {
+    for (const auto& [id, those] : files)
         bytes += those.bytes;
-    }
     const double begin = now - seconds_of_day * limits.days;
     const std::uint64_t aim = bytes > limits.bytes ? limits.bytes / 10 * kept_tenths : bytes;
     std::vector<std::int64_t> over;
     for (const StayRecord& record : stays) {
         const auto those = files.extract(record.id);
         const bool goes = !record.is_there && (record.stay.left < begin || bytes > aim);
-        if (!goes) {
+        if (!goes)
             continue;
-        }
         over.push_back(record.id);
         bytes -= bytes_of_row;
         if (!those.empty()) {
@@ -77,11 +74,9 @@ std::vector<std::int64_t> sweep_stays(const StayFolder& folder, const StayLimits
         }
     }
     // What is left belongs to no stay.
-    for (const auto& [id, those] : files) {
-        if (strangers) {
+    for (const auto& [id, those] : files)
+        if (strangers)
             remove(those);
-        }
-    }
     return over;
 }
 

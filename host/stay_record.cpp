@@ -47,11 +47,9 @@ std::string json_of_alerts(const StayRecord& record, const StayFolder& folder) {
 
 /** The still of the highest alert that has one. */
 std::string best_still(const StayRecord& record, const StayFolder& folder) {
-    for (int level = record.stay.level; level > 0; --level) {
-        if (is_there(folder.still(record.id, level))) {
+    for (int level = record.stay.level; level > 0; --level)
+        if (is_there(folder.still(record.id, level)))
             return still_address(record.id, level);
-        }
-    }
     return "";
 }
 
@@ -92,9 +90,8 @@ std::string csv_of_stays(const std::vector<StayRecord>& records, const StayFolde
         text += std::to_string(record.id) + "," + std::to_string(stay.object) + "," + class_label(stay.class_id) + "," +
                 plain_text(stay.entered) + "," + (record.is_there ? "" : plain_text(stay.left)) + "," +
                 std::to_string(stay.seconds) + "," + std::to_string(stay.level);
-        for (const double moment : stay.reached) {
+        for (const double moment : stay.reached)
             text += "," + (moment < 0.0 ? "" : plain_text(moment));
-        }
         text += "," + best_still(record, folder) + "\r\n";
     }
     return text;

@@ -48,9 +48,8 @@ StayRecord record_of(sqlite3_stmt* row) {
     stay.left = sqlite3_column_double(row, 4);
     stay.seconds = sqlite3_column_int(row, 5);
     stay.level = std::clamp(sqlite3_column_int(row, 6), 0, highest_level);
-    for (int level = 0; level < highest_level; ++level) {
+    for (int level = 0; level < highest_level; ++level)
         stay.reached.at(static_cast<size_t>(level)) = sqlite3_column_double(row, 7 + level);
-    }
     record.is_there = sqlite3_column_int(row, 10) != 0;
     return record;
 }
@@ -66,9 +65,8 @@ int write_row(sqlite3* database, const StayRecord& record) {
     sqlite3_bind_double(row.get(), 5, stay.left);
     sqlite3_bind_int(row.get(), 6, stay.seconds);
     sqlite3_bind_int(row.get(), 7, stay.level);
-    for (int level = 0; level < highest_level; ++level) {
+    for (int level = 0; level < highest_level; ++level)
         sqlite3_bind_double(row.get(), 8 + level, stay.reached.at(static_cast<size_t>(level)));
-    }
     sqlite3_bind_int(row.get(), 11, record.is_there ? 1 : 0);
     return sqlite3_step(row.get());
 }
@@ -78,27 +76,23 @@ int read_rows(sqlite3* database, const char* sql, const TimeRange& range, std::i
               std::vector<StayRecord>& records) {
     Statement rows;
     int code = platform::prepare(database, sql, rows);
-    if (code != SQLITE_OK) {
+    if (code != SQLITE_OK)
         return code;
-    }
     sqlite3_bind_double(rows.get(), 1, range.from);
     sqlite3_bind_double(rows.get(), 2, range.to);
     sqlite3_bind_int64(rows.get(), 3, limit);
-    while ((code = sqlite3_step(rows.get())) == SQLITE_ROW) {
+    while ((code = sqlite3_step(rows.get())) == SQLITE_ROW)
         records.push_back(record_of(rows.get()));
-    }
     return code;
 }
 
 int check_soundness(sqlite3* database) {
     Statement answer;
     int code = platform::prepare(database, check_sql, answer);
-    if (code == SQLITE_OK) {
+    if (code == SQLITE_OK)
         code = sqlite3_step(answer.get());
-    }
-    if (code == SQLITE_ROW) {
+    if (code == SQLITE_ROW)
         return platform::column_bytes(answer.get(), 0) == "ok" ? SQLITE_OK : SQLITE_CORRUPT;
-    }
     return code;
 }
 
@@ -111,35 +105,29 @@ StayStore::StayStore(const std::string& path) : m_path(path) {
         put_aside();
         code = open();
     }
-    if (code != SQLITE_OK) {
+    if (code != SQLITE_OK)
         failed(m_database != nullptr ? sqlite3_errmsg(m_database.get()) : sqlite3_errstr(code));
-    }
 }
 
 int StayStore::open() {
     int code = platform::open_database(m_path, 0, busy_timeout_ms, m_database);
-    if (code == SQLITE_OK) {
+    if (code == SQLITE_OK)
         code = check_soundness(m_database.get());
-    }
-    if (code == SQLITE_OK) {
+    if (code == SQLITE_OK)
         code = platform::execute(m_database.get(), prepare_sql);
-    }
     Statement last;
-    if (code == SQLITE_OK) {
+    if (code == SQLITE_OK)
         code = platform::prepare(m_database.get(), last_id_sql, last);
-    }
-    if (code == SQLITE_OK && sqlite3_step(last.get()) == SQLITE_ROW) {
+    if (code == SQLITE_OK && sqlite3_step(last.get()) == SQLITE_ROW)
         m_last_id = std::max(m_last_id, static_cast<std::int64_t>(sqlite3_column_int64(last.get(), 0)));
-    }
     m_usable = code == SQLITE_OK;
     return code;
 }
 
 void StayStore::put_aside() {
     const std::string aside = m_path + ".damaged";
-    if (std::rename(m_path.c_str(), aside.c_str()) != 0) {
+    if (std::rename(m_path.c_str(), aside.c_str()) != 0)
         return;
-    }
     std::remove((m_path + "-wal").c_str());
     std::remove((m_path + "-shm").c_str());
     platform::report("stays", "the kept stays were damaged; their file is " + aside + " now, and a new one is begun");
@@ -147,43 +135,36 @@ void StayStore::put_aside() {
 
 std::vector<StayRecord> StayStore::close_left_open() {
     std::vector<StayRecord> open;
-    if (m_database == nullptr || read_rows(m_database.get(), read_open_sql, {}, 0, open) != SQLITE_DONE) {
+    if (m_database == nullptr || read_rows(m_database.get(), read_open_sql, {}, 0, open) != SQLITE_DONE)
         return {};
-    }
-    for (StayRecord& record : open) {
+    for (StayRecord& record : open)
         record.is_there = false;
-    }
     write(open);
     return open;
 }
 
 void StayStore::write(const std::vector<StayRecord>& records) {
-    for (const StayRecord& record : records) {
+    for (const StayRecord& record : records)
         m_unwritten[record.id] = record;
-    }
-    if (m_unwritten.empty()) {
+    if (m_unwritten.empty())
         return;
-    }
     // A disk that was full when it was opened may have room by now.
     if ((m_usable || open() == SQLITE_OK) && write_all()) {
         m_unwritten.clear();
-        if (m_failing) {
+        if (m_failing)
             platform::report("stays", "stays are kept again");
-        }
         m_failing = false;
     }
-    while (m_unwritten.size() > most_unwritten) {
+    while (m_unwritten.size() > most_unwritten)
         m_unwritten.erase(m_unwritten.begin());
-    }
 }
 
 /** All of them or none. */
 bool StayStore::write_all() {
     sqlite3* database = m_database.get();
     bool good = platform::execute(database, "BEGIN IMMEDIATE") == SQLITE_OK;
-    for (auto row = m_unwritten.begin(); good && row != m_unwritten.end(); ++row) {
+    for (auto row = m_unwritten.begin(); good && row != m_unwritten.end(); ++row)
         good = write_row(database, row->second) == SQLITE_DONE;
-    }
     good = good && platform::execute(database, "COMMIT") == SQLITE_OK;
     if (!good) {
         failed(sqlite3_errmsg(database));
@@ -193,9 +174,8 @@ bool StayStore::write_all() {
 }
 
 void StayStore::remove(const std::vector<std::int64_t>& ids) {
-    if (ids.empty() || platform::execute(m_database.get(), "BEGIN IMMEDIATE") != SQLITE_OK) {
+    if (ids.empty() || platform::execute(m_database.get(), "BEGIN IMMEDIATE") != SQLITE_OK)
         return;
-    }
     for (const std::int64_t id : ids) {
         Statement row;
         platform::prepare(m_database.get(), remove_sql, row);
@@ -203,9 +183,8 @@ void StayStore::remove(const std::vector<std::int64_t>& ids) {
         sqlite3_step(row.get());
     }
     // On a full disk nothing is removed now; the next sweep asks for the same again.
-    if (platform::execute(m_database.get(), "COMMIT") != SQLITE_OK) {
+    if (platform::execute(m_database.get(), "COMMIT") != SQLITE_OK)
         platform::execute(m_database.get(), "ROLLBACK");
-    }
 }
 
 void StayStore::failed(const std::string& problem) {
@@ -218,9 +197,8 @@ void StayStore::failed(const std::string& problem) {
 
 std::vector<StayRecord> read_stays(const std::string& path, const TimeRange& range, std::int64_t limit) {
     std::vector<StayRecord> records;
-    if (access(path.c_str(), F_OK) != 0) {
+    if (access(path.c_str(), F_OK) != 0)
         return records;
-    }
     sqlite3* raw = nullptr;
     int code = sqlite3_open_v2(path.c_str(), &raw, SQLITE_OPEN_READONLY, nullptr);
     const Database database(raw);

@@ -18,9 +18,8 @@ bool print(const std::string& text) {
 int show(const console::StayFolder& folder, const console::TimeRange& range, bool is_json) {
     const auto stays = console::read_stays(folder.database(), range, std::numeric_limits<std::int64_t>::max());
     bool good = is_json || print(console::table_of_stays(stays));
-    for (size_t index = 0; is_json && good && index < stays.size(); ++index) {
+    for (size_t index = 0; is_json && good && index < stays.size(); ++index)
         good = print(console::json_of_stay(stays[index], folder) + "\n");
-    }
     return good && std::fflush(stdout) == 0 ? 0 : 1;
 }
 

@@ -17,9 +17,8 @@ Moment local(double seconds) {
     const auto whole = std::floor(seconds);
     const Moment start(g_date_time_new_from_unix_local(static_cast<gint64>(whole)));
     // No date that GLib knows: the beginning of time says at least that it is none.
-    if (start == nullptr) {
+    if (start == nullptr)
         return Moment(g_date_time_new_from_unix_local(0));
-    }
     return Moment(g_date_time_add(start.get(), std::llround((seconds - whole) * G_USEC_PER_SEC)));
 }
 
@@ -63,15 +62,13 @@ std::optional<double> parse_moment(const std::string& text) {
                                  "(T([0-9]{2}:[0-9]{2})(:[0-9]{2}([.,][0-9]{1,9})?)?(Z|[+ -][0-9]{2}:?[0-9]{2})?)?");
     constexpr size_t longest = 40;
     std::smatch parts;
-    if (text.size() > longest || !std::regex_match(text, parts, form)) {
+    if (text.size() > longest || !std::regex_match(text, parts, form))
         return std::nullopt;
-    }
     const std::string time = parts[3].matched ? parts[3].str() : "00:00";
     const std::string second = parts[4].matched ? parts[4].str() : ":00";
     std::string zone = parts[6].str();
-    if (zone.starts_with(' ')) {
+    if (zone.starts_with(' '))
         zone.front() = '+';
-    }
     const Zone here(g_time_zone_new_local());
     const Moment moment(
         g_date_time_new_from_iso8601((parts[1].str() + "T" + time + second + zone).c_str(), here.get()));
@@ -91,9 +88,8 @@ TimeRange range_between(const std::string& from, const std::string& to) {
 
 TimeRange parse_range(const std::string& text) {
     const size_t dots = text.find("..");
-    if (dots != std::string::npos) {
+    if (dots != std::string::npos)
         return range_between(text.substr(0, dots), text.substr(dots + 2));
-    }
     if (!is_date(text)) {
         throw std::runtime_error(shown(text) + " is no range of time; it is to be FROM..TO, like "
                                                "2026-11-22..2026-11-23, or one date.");

@@ -1,7 +1,7 @@
 #include "host/web_rules.h"
 
-#include "host/descriptor.h"
 #include "host/listen_address.h"
+#include "platform/common/descriptor.h"
 
 #include <arpa/inet.h>
 #include <ifaddrs.h>
@@ -32,9 +32,8 @@ std::string full_name(const std::string& name) {
     addrinfo wanted{};
     wanted.ai_flags = AI_CANONNAME;
     addrinfo* found = nullptr;
-    if (getaddrinfo(name.c_str(), nullptr, &wanted, &found) != 0) {
+    if (getaddrinfo(name.c_str(), nullptr, &wanted, &found) != 0)
         return {};
-    }
     const std::unique_ptr<addrinfo, decltype(&freeaddrinfo)> owner(found, freeaddrinfo);
     return found->ai_canonname != nullptr ? found->ai_canonname : "";
 }
@@ -59,22 +58,19 @@ std::string address_of(const sockaddr* address) {
 std::set<std::string> own_addresses() {
     std::set<std::string> addresses;
     ifaddrs* all = nullptr;
-    if (getifaddrs(&all) != 0) {
+    if (getifaddrs(&all) != 0)
         return addresses;
-    }
     const std::unique_ptr<ifaddrs, decltype(&freeifaddrs)> owner(all, freeifaddrs);
-    for (const ifaddrs* one = all; one != nullptr; one = one->ifa_next) {
-        if (one->ifa_addr != nullptr && (one->ifa_flags & IFF_LOOPBACK) == 0) {
+    for (const ifaddrs* one = all; one != nullptr; one = one->ifa_next)
+        if (one->ifa_addr != nullptr && (one->ifa_flags & IFF_LOOPBACK) == 0)
             addresses.insert(address_of(one->ifa_addr));
-        }
-    }
     return addresses;
 }
 
 /** The address from which packets to elsewhere go, which is the one that elsewhere knows; empty without a network.
    Nothing is sent. */
 std::string outgoing_address() {
-    const Descriptor socket(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+    const platform::Descriptor socket(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
     sockaddr_in elsewhere{};
     elsewhere.sin_family = AF_INET;
     elsewhere.sin_port = htons(http_port);
@@ -92,9 +88,8 @@ std::string pattern_of(const std::vector<std::string>& names) {
     for (const std::string& name : names) {
         pattern += pattern.empty() ? "" : "|";
         for (const char letter : name) {
-            if (letter == '.' || letter == '[' || letter == ']') {
+            if (letter == '.' || letter == '[' || letter == ']')
                 pattern += '\\';
-            }
             pattern += letter;
         }
     }
@@ -114,9 +109,8 @@ std::string machine_name() {
 
 std::string reachable_name() {
     const std::string outgoing = outgoing_address();
-    if (!outgoing.empty()) {
+    if (!outgoing.empty())
         return outgoing;
-    }
     std::set<std::string> addresses = own_addresses();
     addresses.erase("");
     return addresses.empty() ? machine_name() : *addresses.begin();
@@ -125,9 +119,8 @@ std::string reachable_name() {
 std::vector<std::string> names_in(const std::string& list) {
     std::vector<std::string> names;
     std::istringstream text(list);
-    for (std::string name; std::getline(text, name, ',');) {
+    for (std::string name; std::getline(text, name, ',');)
         names.push_back(name);
-    }
     return names;
 }
 
@@ -136,9 +129,8 @@ std::vector<std::string> own_names(const std::string& host) {
     if (!is_loopback(host)) {
         const std::string machine = machine_name();
         names.insert({machine, full_name(machine), machine + ".local"});
-        if (is_everywhere(host)) {
+        if (is_everywhere(host))
             names.merge(own_addresses());
-        }
     }
     names.erase("");
     return {names.begin(), names.end()};
@@ -154,9 +146,8 @@ Environment web_rules(const WebSite& site) {
     const std::string names = pattern_of(site.names);
     const std::string nothing = site.rules + "/none.conf";
     std::string port = ":" + std::to_string(site.port);
-    if (site.port == (site.certificate.empty() ? http_port : https_port)) {
+    if (site.port == (site.certificate.empty() ? http_port : https_port))
         port = "(" + port + ")?"; // browsers leave the usual one out
-    }
     std::string hosts = "(" + names + ")" + port;
     std::string origins = scheme + "://" + hosts;
     std::string referers = origins + "/";

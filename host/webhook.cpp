@@ -79,13 +79,11 @@ class Webhook::Sender {
                 pause = first_rest;
                 continue;
             }
-            if (ends_within(0ms)) {
+            if (ends_within(0ms))
                 return;
-            }
             say_away(result);
-            if (ends_within(pause)) {
+            if (ends_within(pause))
                 return;
-            }
             pause = std::min(pause * 2, longest_rest);
         }
     }
@@ -95,9 +93,8 @@ class Webhook::Sender {
         std::unique_lock lock(m_lock);
         std::optional<MqttQueue::Entry> entry;
         // Who pushes holds no lock while it tells of it: now and then it is looked for without that.
-        while (!m_ending && !(entry = m_queue.front())) {
+        while (!m_ending && !(entry = m_queue.front()))
             m_changed.wait_for(lock, 1s);
-        }
         return m_ending ? std::nullopt : entry;
     }
 
@@ -109,9 +106,8 @@ class Webhook::Sender {
     void await_picture(const std::string& name) {
         const Clock::time_point until = Clock::now() + picture_patience;
         bool waits = !name.empty();
-        while (waits && Clock::now() < until) {
+        while (waits && Clock::now() < until)
             waits = !m_has_picture(name) && !ends_within(picture_look);
-        }
     }
 
     /** Each kind once an outage: what the network says of it changes from try to try and means nothing new. */
@@ -126,9 +122,8 @@ class Webhook::Sender {
     }
 
     void say_back() {
-        if (!m_said.empty()) {
+        if (!m_said.empty())
             platform::report("webhook", m_name + " takes alerts again");
-        }
         m_said.clear();
     }
 

@@ -101,14 +101,14 @@ void EventService::forget(const void* owner) {
     }
 }
 
-void EventService::tell_stay(const std::string& stay) {
-    const std::lock_guard lock(m_mutex);
-    m_outputs.tell_stay(m_clock(), stay);
-}
-
 void EventService::tell(const Problem& problem, bool is_news) {
     const std::lock_guard lock(m_mutex);
     m_outputs.publish(problem, m_clock(), is_news);
+}
+
+void EventService::tell_stay(const std::string& stay) {
+    const std::lock_guard lock(m_mutex);
+    m_outputs.tell_stay(m_clock(), stay);
 }
 
 void EventService::close_outputs() {

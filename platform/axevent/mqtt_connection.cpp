@@ -265,9 +265,8 @@ bool MqttConnection::lost(int code) {
 }
 
 bool MqttConnection::lost(const std::string& problem) {
-    if (m_problem.empty()) { // the broker's own reason comes first, and what is wrong with its certificate
+    if (m_problem.empty()) // the broker's own reason comes first, and what is wrong with its certificate
         m_problem = problem;
-    }
     return false;
 }
 

@@ -263,14 +263,14 @@ void MqttPublisher::publish(const Occurrence& occurrence) {
     enqueue(state_message(m_settings, occurrence));
 }
 
-void MqttPublisher::tell_stay(const std::string& stay) {
-    enqueue(stay_message(m_settings, stay));
-}
-
 void MqttPublisher::publish(const Problem& problem, const std::string& time) {
     if (!m_settings.discovery.empty())
         announce(discovery_message(m_settings, problem));
     enqueue(state_message(m_settings, problem, time));
+}
+
+void MqttPublisher::tell_stay(const std::string& stay) {
+    enqueue(stay_message(m_settings, stay));
 }
 
 void MqttPublisher::announce(const MqttMessage& message) {

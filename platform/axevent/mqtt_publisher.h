@@ -45,11 +45,10 @@ class MqttPublisher {
      */
     void publish(const Occurrence& occurrence);
 
-    /** A stay that has ended, a JSON object. */
-    void tell_stay(const std::string& stay);
-
     /** How a problem stands. */
     void publish(const Problem& problem, const std::string& time);
+    /** A stay that has ended, a JSON object. */
+    void tell_stay(const std::string& stay);
 
     /** A message that is sent on every connection before the queue; the same one again changes nothing. */
     void announce(const MqttMessage& message);

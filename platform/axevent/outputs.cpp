@@ -105,18 +105,18 @@ void Outputs::publish(const Occurrence& occurrence) {
         m_mqtt->publish(occurrence);
 }
 
-void Outputs::tell_stay(const std::string& time, const std::string& stay) {
-    if (m_journal)
-        m_journal->write(stay_line(time, stay));
-    if (m_mqtt)
-        m_mqtt->tell_stay(stay);
-}
-
 void Outputs::publish(const Problem& problem, const std::string& time, bool is_news) {
     if (m_journal && is_news)
         m_journal->write(journal_line(problem, time));
     if (m_mqtt)
         m_mqtt->publish(problem, time);
+}
+
+void Outputs::tell_stay(const std::string& time, const std::string& stay) {
+    if (m_journal)
+        m_journal->write(stay_line(time, stay));
+    if (m_mqtt)
+        m_mqtt->tell_stay(stay);
 }
 
 } // namespace host_events

@@ -65,9 +65,8 @@ void FakeHook::run() {
     while (true) {
         {
             const std::lock_guard lock(m_lock);
-            if (m_ending) {
+            if (m_ending)
                 return;
-            }
         }
         pollfd waiting{m_listener, POLLIN, 0};
         if (poll(&waiting, 1, look_milliseconds) > 0) {
@@ -82,9 +81,8 @@ void FakeHook::serve(int client) {
     std::string request;
     std::array<char, 4096> bytes{};
     ssize_t size = 1;
-    while (!is_whole(request) && (size = recv(client, bytes.data(), bytes.size(), 0)) > 0) {
+    while (!is_whole(request) && (size = recv(client, bytes.data(), bytes.size(), 0)) > 0)
         request.append(bytes.data(), static_cast<size_t>(size));
-    }
     std::unique_lock lock(m_lock);
     m_requests.push_back(request);
     m_changed.notify_all();

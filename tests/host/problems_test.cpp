@@ -22,9 +22,8 @@ class ProblemsTest : public testing::Test {
     /** "+No video since 15:00" for what begins, "-video" for what ends. */
     std::string look(const Condition& condition, double seconds) {
         std::string text;
-        for (const ProblemNews& news : m_watch.look(condition, start + seconds)) {
+        for (const ProblemNews& news : m_watch.look(condition, start + seconds))
             text += news.begins ? "+" + news.problem.text : "-" + news.problem.kind;
-        }
         return text;
     }
 
@@ -71,16 +70,14 @@ TEST_F(ProblemsTest, a_pass_that_fails_or_is_late_counts_when_it_goes_on) {
 }
 
 TEST_F(ProblemsTest, alerts_are_no_problems) {
-    for (const int status : {50, 100, 200, 502, 503, 504}) {
+    for (const int status : {50, 100, 200, 502, 503, 504})
         EXPECT_EQ(look({.status = status}, status), "") << status;
-    }
 }
 
 TEST_F(ProblemsTest, each_kind_has_a_name_for_its_sensor) {
     std::string all;
-    for (const console::Problem& problem : ProblemWatch::kinds()) {
+    for (const console::Problem& problem : ProblemWatch::kinds())
         all += problem.kind + "=" + problem.name + ";";
-    }
     EXPECT_EQ(all, "video=No video;agreement=The end-user agreement is not accepted;inference=No inference;"
                    "late=The analysis is late;store=Settings cannot be kept;");
 }

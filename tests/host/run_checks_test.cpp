@@ -62,9 +62,8 @@ TEST_F(RunChecks, WhatDoesNotGoTogetherIsRefusedInASentence) {
          "--listen [::]:8080 lets others reach the camera's picture and settings; give a --password-file with a "
          "line user:password."},
     };
-    for (const auto& [wish, sentence] : table) {
+    for (const auto& [wish, sentence] : table)
         EXPECT_EQ(refusal(wish), sentence);
-    }
 }
 
 TEST_F(RunChecks, WhatIsNotThereIsRefusedInASentence) {
@@ -107,9 +106,8 @@ TEST_F(RunChecks, WhatIsNotThereIsRefusedInASentence) {
         {[&](RunOptions& o) { o.replay = "scene", o.json = none + "/x"; }, "\"" + none + "/x\" cannot be written."},
         {[&](RunOptions& o) { o.replay = "scene", o.json = folder; }, "\"" + folder.string() + "\" cannot be written."},
     };
-    for (const auto& [wish, sentence] : table) {
+    for (const auto& [wish, sentence] : table)
         EXPECT_EQ(refusal(wish), sentence);
-    }
 }
 
 TEST_F(RunChecks, APipeIsNoVideo) {

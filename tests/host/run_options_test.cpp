@@ -17,9 +17,8 @@ using testing::ElementsAre;
 RunOptions parsed(std::vector<std::string> words) {
     words.insert(words.begin(), "run");
     std::vector<char*> pointers;
-    for (std::string& word : words) {
+    for (std::string& word : words)
         pointers.push_back(word.data());
-    }
     pointers.push_back(nullptr);
     return console::parse_run_options(static_cast<int>(words.size()), pointers.data());
 }
@@ -83,9 +82,8 @@ TEST(RunOptions, WhatMakesNoSenseIsRefusedInASentence) {
         {{"--mqtt-prefix", "/a"}, prefix + "\"/a\"."},
         {{"--mqtt-prefix", "a/"}, prefix + "\"a/\"."},
     };
-    for (const auto& [words, sentence] : table) {
+    for (const auto& [words, sentence] : table)
         EXPECT_EQ(refusal_of([&words = words] { parsed(words); }), sentence);
-    }
 }
 
 TEST(RunOptions, WhatMakesSenseIsTakenAsItWasTyped) {
@@ -113,11 +111,10 @@ TEST(RunOptions, WhatMakesSenseIsTakenAsItWasTyped) {
         const RunOptions options = parsed(words);
         for (const console::Option& option : console::option_table()) {
             const std::string& value = options.*option.value;
-            if (words[0] == std::string("--") + option.name) {
+            if (words[0] == std::string("--") + option.name)
                 EXPECT_EQ(value, words[1]);
-            } else {
+            else
                 EXPECT_EQ(value, RunOptions().*option.value) << option.name;
-            }
         }
     }
 }
@@ -141,15 +138,13 @@ TEST(RunOptions, HelpIsAskedForByTwoNames) {
 
 TEST(RunOptions, TheHelpNamesEveryOptionAndNoOther) {
     std::set<std::string> table = {"set", "accept-eula", "overwrite", "clips", "help"};
-    for (const console::Option& option : console::option_table()) {
+    for (const console::Option& option : console::option_table())
         table.insert(option.name);
-    }
     std::set<std::string> named;
     const std::string text = console::help_text;
     const std::regex option("--([a-z]+(-[a-z]+)*)");
-    for (std::sregex_iterator found(text.begin(), text.end(), option), end; found != end; ++found) {
+    for (std::sregex_iterator found(text.begin(), text.end(), option), end; found != end; ++found)
         named.insert((*found)[1]);
-    }
     EXPECT_EQ(named, table);
 }
 

@@ -75,9 +75,8 @@ TEST_F(StayAnswersTest, NoPathLeavesItsFolder) {
 }
 
 TEST_F(StayAnswersTest, OtherPathsAreNotTheirs) {
-    for (const char* path : {"/stream/1280x720.mjpg", "/stream/stays.jsonx", "/stays.json", "/stream/stills"}) {
+    for (const char* path : {"/stream/1280x720.mjpg", "/stream/stays.jsonx", "/stays.json", "/stream/stills"})
         EXPECT_FALSE(console::stay_answer(folder(), path, {})) << path;
-    }
 }
 
 TEST_F(StayAnswersTest, ADatabaseThatCannotBeReadIsNotTheClientsFault) {

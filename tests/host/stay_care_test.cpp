@@ -15,9 +15,8 @@ constexpr StillView small{640, 360, 0};
 
 bool becomes_true(const std::function<bool()>& condition) {
     for (int tries = 0; tries < 1000; ++tries) {
-        if (condition()) {
+        if (condition())
             return true;
-        }
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
     return false;
@@ -31,9 +30,8 @@ class StayCareTest : public StayTest {
                     may.wait();
                     const std::lock_guard lock(mutex);
                     taken.push_back(std::to_string(view.width));
-                    if (broken) {
+                    if (broken)
                         throw std::runtime_error("the camera delivers no video");
-                    }
                     return "picture of " + std::to_string(view.width);
                 },
                 [this] { stopped = true; }};
@@ -71,9 +69,8 @@ TEST_F(StayCareTest, MoreThanCanBeTakenGetNone) {
     StayCare care(folder(), {}, camera());
     care.picture(1, 1, large);
     std::this_thread::sleep_for(std::chrono::milliseconds(50)); // it is under way, or counts as waiting: both will do
-    for (int id = 2; id <= 100; ++id) {
+    for (int id = 2; id <= 100; ++id)
         care.picture(id, 1, large);
-    }
     permission.set_value();
     EXPECT_TRUE(becomes_true([&] { return has(folder().still(64, 1)); }));
     EXPECT_FALSE(has(folder().still(67, 1)));

@@ -40,9 +40,8 @@ TEST_F(StayLimitsTest, WhatEndedLongAgoGoesWithItsFiles) {
 }
 
 TEST_F(StayLimitsTest, WhatIsTooMuchGoesFromTheOldestUntilNineTenthsAreLeft) {
-    for (int id = 1; id <= 10; ++id) {
+    for (int id = 1; id <= 10; ++id)
         keep(record(id, 100.0 - id, 1, 1), 1000); // the highest is the oldest
-    }
     make_file(folder().clip(10, 1), 500);
     EXPECT_THAT(sweep_stays(folder(), {30, 20000}, noon, false), IsEmpty());
     EXPECT_THAT(sweep_stays(folder(), {30, 10000}, noon, false), ElementsAre(10, 9, 8));

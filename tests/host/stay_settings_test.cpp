@@ -11,9 +11,8 @@ class StaySettingsTest : public testing::Test {
   protected:
     ~StaySettingsTest() override {
         for (const char* name : {"KORVEX_STAYS", "KORVEX_STAYS_DAYS", "KORVEX_STAYS_MB", "KORVEX_WEBHOOK",
-                                 "KORVEX_WEBHOOK_CA", "KORVEX_MQTT_PAGES", "KORVEX_CLIPS"}) {
+                                 "KORVEX_WEBHOOK_CA", "KORVEX_MQTT_PAGES", "KORVEX_CLIPS"})
             unsetenv(name);
-        }
     }
 };
 

@@ -84,9 +84,8 @@ TEST_F(StayStoreTest, ADamagedFileIsPutAsideAndANewOneBegun) {
 TEST_F(StayStoreTest, APageThatHasRottenIsDamageToo) {
     {
         StayStore store(path());
-        for (int id = 1; id < 500; ++id) {
+        for (int id = 1; id < 500; ++id)
             store.write({record(id, id, 1, 0)});
-        }
     }
     std::fstream file(path(), std::ios::in | std::ios::out | std::ios::binary);
     file.seekp(5 * 4096);
@@ -155,16 +154,14 @@ TEST_F(StayStoreTest, AFolderThatIsNotThereIsSaidAndKeepsNobody) {
 
 TEST_F(StayStoreTest, TheLogDoesNotGrowForEver) {
     StayStore store(path());
-    for (int id = 1; id < 600; ++id) {
+    for (int id = 1; id < 600; ++id)
         store.write({record(id, id, 1, 0)});
-    }
     const auto before = std::filesystem::file_size(path() + "-wal");
     ASSERT_GT(before, 1U << 20);
     console::settle_stays(path());
     store.write({record(600, 0.0, 1, 0)});
-    for (int id = 601; id < 700; ++id) {
+    for (int id = 601; id < 700; ++id)
         store.write({record(id, id, 1, 0)});
-    }
     EXPECT_EQ(std::filesystem::file_size(path() + "-wal"), before);
     EXPECT_EQ(all().size(), 699U);
 }

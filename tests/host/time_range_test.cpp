@@ -32,9 +32,8 @@ TEST_F(TimeRangeTest, MomentsAreReadAsPeopleAndPagesWriteThem) {
 TEST_F(TimeRangeTest, AnythingElseIsNoMoment) {
     for (const char* text : {"", "today", "2025-11", "2025-13-01", "2025-11-31", "2025-11-22T25:00", "2025-11-22 12:00",
                              "2025-11-22T", "22.11.2025", "2025-11-22T12:00:00+", "2025-11-22x", "-2025-11-22",
-                             "2025-11-22T12:00:00.0000000000000000000000000000001"}) {
+                             "2025-11-22T12:00:00.0000000000000000000000000000001"})
         EXPECT_FALSE(parse_moment(text)) << text;
-    }
 }
 
 TEST_F(TimeRangeTest, ARangeIsFromATimeToAnotherOrOneDay) {
@@ -69,9 +68,8 @@ TEST_F(TimeRangeTest, MomentsAreShownInTheMachinesZone) {
 }
 
 TEST_F(TimeRangeTest, WhatIsShownIsReadAgain) {
-    for (double moment : {noon, noon + 0.5, noon - 1e8, noon + 1e8 + 0.25}) {
+    for (double moment : {noon, noon + 0.5, noon - 1e8, noon + 1e8 + 0.25})
         EXPECT_EQ(parse_moment(console::iso_text(moment)), moment);
-    }
 }
 
 } // namespace

@@ -29,9 +29,8 @@ class WebhookTest : public StayTest {
 
 TEST_F(WebhookTest, AlertsArriveInTheirOrder) {
     Webhook webhook(settings(), always);
-    for (const char* alert : {"one", "two", "three"}) {
+    for (const char* alert : {"one", "two", "three"})
         webhook.push("", alert);
-    }
     const auto requests = hook.requests(3);
     ASSERT_THAT(requests, SizeIs(3));
     EXPECT_THAT(requests[0], EndsWith("one"));
@@ -65,9 +64,8 @@ TEST_F(WebhookTest, AHookThatHangsDelaysNeitherAlertsNorTheEnd) {
     webhook->push("", "one");
     ASSERT_THAT(hook.requests(1), SizeIs(1));
     auto begin = Clock::now();
-    for (int count = 0; count < 50; ++count) {
+    for (int count = 0; count < 50; ++count)
         webhook->push("", "more");
-    }
     EXPECT_LT(Clock::now() - begin, std::chrono::milliseconds(250));
     begin = Clock::now();
     webhook.reset();
@@ -98,9 +96,8 @@ TEST_F(WebhookTest, AnAlertWaitsForItsPictureButNotForLong) {
         return picture == "12-1" && made;
     });
     webhook.push("12-1", "one");
-    for (int tries = 0; tries < 1000 && asked < 3; ++tries) {
+    for (int tries = 0; tries < 1000 && asked < 3; ++tries)
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
     ASSERT_GE(asked, 3);
     made = true;
     EXPECT_THAT(hook.requests(1), SizeIs(1));

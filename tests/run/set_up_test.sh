@@ -122,6 +122,14 @@ MAKE
 made=$("$copy/run" --set 'A=b c' '') && status=0 || status=$?
 check "after its set-up it becomes the program" test "$made" = '<--set><A=b c><>'
 check "and gives its status" test "$status" -eq 7
+# The program that is there looks at the words first.
+cp "$1/host/korvex_run" "$copy/build/release/host/korvex_run"
+echo 'install_packages() { echo "set up" >&2; exit 3; }' >"$copy/tools/packages.sh"
+check "a wrong word is refused before a set-up" test "$("$copy/run" --bogus 2>&1)" = \
+    'run: "--bogus" is no option; ./run --help lists them.'
+check "a right one is not" test "$("$copy/run" --threads 2 2>&1)" = "set up"
+touch -d '1 minute' "$copy/host/run_options.cpp"
+check "a program that is older than its options has no say" test "$("$copy/run" --bogus 2>&1)" = "set up"
 echo 'install_packages() { fail "nothing can be installed."; }' >"$copy/tools/packages.sh"
 check "a set-up that fails is told in a sentence" test "$("$copy/run" 2>&1)" = "run: nothing can be installed."
 finish

@@ -18,10 +18,7 @@ using host_overlay::UnixSocket;
 
 class UnixSocketTest : public testing::Test {
   protected:
-    ~UnixSocketTest() override {
-        std::filesystem::current_path(before);
-        std::filesystem::remove_all(folder);
-    }
+    ~UnixSocketTest() override { std::filesystem::current_path(before); }
 
     static std::string failure_at(const std::string& path) {
         try {
@@ -46,7 +43,8 @@ class UnixSocketTest : public testing::Test {
     }
 
     const std::filesystem::path before = std::filesystem::current_path();
-    const std::string folder = test_video::new_folder("unix_socket");
+    const TemporaryFolder own;
+    const std::string folder = own.path();
     const std::string path = folder + "/streams.socket";
 };
 

@@ -1,9 +1,9 @@
 // The C interface's handlers: who declares and sends. What they declare lives in the process's one event service.
+#include "base/thread_safety.h"
 #include "platform/axevent/event_service.h"
 #include "platform/axevent/failure.h"
 
 #include <map>
-#include <mutex>
 
 using host_events::ErrorCode;
 using host_events::EventService;
@@ -47,8 +47,8 @@ Completion completion(const Call& call) {
 
 struct _AXEventHandler {
     std::shared_ptr<EventService> service = EventService::acquire();
-    std::mutex mutex; // the completions
-    std::map<guint, Completion> completions;
+    annotated_mutex mutex;
+    std::map<guint, Completion> completions GUARDED_BY(mutex);
 };
 
 AXEventHandler* ax_event_handler_new(void) {
@@ -58,7 +58,10 @@ AXEventHandler* ax_event_handler_new(void) {
 void ax_event_handler_free(AXEventHandler* handler) {
     if (handler == nullptr)
         return;
-    handler->completions.clear();
+    {
+        const annotated_lock lock(handler->mutex);
+        handler->completions.clear();
+    }
     handler->service->forget(handler);
     EventService::release(std::move(handler->service));
     delete handler;
@@ -75,7 +78,7 @@ gboolean ax_event_handler_declare(AXEventHandler* handler, AXEventKeyValueSet* s
         return FALSE;
     *declaration = id;
     if (callback != nullptr) {
-        const std::lock_guard lock(handler->mutex);
+        const annotated_lock lock(handler->mutex);
         handler->completions.try_emplace(id, completion({id, callback, user_data}));
     }
     return TRUE;
@@ -86,7 +89,7 @@ gboolean ax_event_handler_undeclare(AXEventHandler* handler, guint declaration, 
         return fail(error, ErrorCode::argument, "The handler is NULL.");
     if (handler->service->undeclare(handler, declaration, error) == FALSE)
         return FALSE;
-    const std::lock_guard lock(handler->mutex);
+    const annotated_lock lock(handler->mutex);
     handler->completions.erase(declaration);
     return TRUE;
 }

@@ -1,5 +1,6 @@
 #include "platform/axevent/event_service.h"
 
+#include "base/thread_safety.h"
 #include "platform/axevent/failure.h"
 #include "platform/axevent/timestamp.h"
 
@@ -11,8 +12,8 @@ namespace host_events {
 namespace {
 
 struct Slot {
-    std::mutex mutex;
-    std::weak_ptr<EventService> service;
+    annotated_mutex mutex;
+    std::weak_ptr<EventService> service GUARDED_BY(mutex);
 };
 
 /** Never destroyed: handlers of the application's process-wide objects outlive every static object made here. */
@@ -23,7 +24,7 @@ Slot& slot() {
 
 /** An application that ends without freeing its handler still leaves the broker in order. */
 void close_at_exit() {
-    const std::lock_guard lock(slot().mutex);
+    const annotated_lock lock(slot().mutex);
     if (const std::shared_ptr<EventService> service = slot().service.lock())
         service->close_outputs();
 }
@@ -43,7 +44,7 @@ EventService::EventService(Outputs outputs, Clock clock) : m_clock(std::move(clo
 std::shared_ptr<EventService> EventService::acquire() {
     static const int registered = std::atexit(close_at_exit);
     static_cast<void>(registered); // without the hook the broker's own Will does the same, later
-    const std::lock_guard lock(slot().mutex);
+    const annotated_lock lock(slot().mutex);
     std::shared_ptr<EventService> service = slot().service.lock();
     if (service == nullptr) {
         service = std::make_shared<EventService>(Outputs::from_environment(), iso_now);
@@ -54,7 +55,7 @@ std::shared_ptr<EventService> EventService::acquire() {
 
 void EventService::release(std::shared_ptr<EventService> service) {
     // Under the lock, so that the next service begins after the end of this one: both use the same files and broker.
-    const std::lock_guard lock(slot().mutex);
+    const annotated_lock lock(slot().mutex);
     service.reset();
 }
 
@@ -63,7 +64,7 @@ gboolean EventService::declare(const void* owner, const KeyValueSet& set, bool s
     if (!topic)
         return fail(error, ErrorCode::no_topic,
                     "The set to declare needs a topic0, and every topic level is a text that is not empty.");
-    const std::lock_guard lock(m_mutex);
+    const annotated_lock lock(m_mutex);
     id = next_id();
     const Declaration& added = m_declarations[id] = {owner, set, *topic, stateless};
     publish(Occurrence::What::declared, added, m_clock());
@@ -71,7 +72,7 @@ gboolean EventService::declare(const void* owner, const KeyValueSet& set, bool s
 }
 
 gboolean EventService::undeclare(const void* owner, guint id, GError** error) {
-    const std::lock_guard lock(m_mutex);
+    const annotated_lock lock(m_mutex);
     const auto found = find(owner, id, error);
     if (found == m_declarations.end())
         return FALSE;
@@ -81,7 +82,7 @@ gboolean EventService::undeclare(const void* owner, guint id, GError** error) {
 }
 
 gboolean EventService::send(const void* owner, guint id, const AXEvent& event, GError** error) {
-    const std::lock_guard lock(m_mutex);
+    const annotated_lock lock(m_mutex);
     const auto found = find(owner, id, error);
     if (found == m_declarations.end() || found->second.state.update(event.values, error) == FALSE)
         return FALSE;
@@ -90,7 +91,7 @@ gboolean EventService::send(const void* owner, guint id, const AXEvent& event, G
 }
 
 void EventService::forget(const void* owner) {
-    const std::lock_guard lock(m_mutex);
+    const annotated_lock lock(m_mutex);
     for (auto each = m_declarations.begin(); each != m_declarations.end();) {
         if (each->second.owner == owner) {
             publish(Occurrence::What::undeclared, each->second, m_clock());
@@ -102,7 +103,7 @@ void EventService::forget(const void* owner) {
 }
 
 void EventService::close_outputs() {
-    const std::lock_guard lock(m_mutex);
+    const annotated_lock lock(m_mutex);
     m_outputs.close();
 }
 

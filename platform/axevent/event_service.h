@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/thread_safety.h"
 #include "platform/axevent/key_value_set.h"
 #include "platform/axevent/outputs.h"
 #include "platform/axevent/topic.h"
@@ -7,7 +8,6 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
 
 namespace host_events {
 
@@ -48,13 +48,13 @@ class EventService {
     };
     using Declarations = std::map<guint, Declaration>;
 
-    Declarations::iterator find(const void* owner, guint id, GError** error);
-    void publish(Occurrence::What what, const Declaration& declaration, const std::string& time);
+    Declarations::iterator find(const void* owner, guint id, GError** error) REQUIRES(m_mutex);
+    void publish(Occurrence::What what, const Declaration& declaration, const std::string& time) REQUIRES(m_mutex);
 
     const Clock m_clock;
-    std::mutex m_mutex; // everything below
-    Outputs m_outputs;
-    Declarations m_declarations;
+    annotated_mutex m_mutex;
+    Outputs m_outputs GUARDED_BY(m_mutex);
+    Declarations m_declarations GUARDED_BY(m_mutex);
 };
 
 } // namespace host_events

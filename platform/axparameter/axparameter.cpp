@@ -1,5 +1,6 @@
 // The C interface: handles, and the checks of what a caller passes.
 
+#include "base/thread_safety.h"
 #include "platform/axparameter/failure.h"
 #include "platform/axparameter/manifest.h"
 #include "platform/axparameter/outage.h"
@@ -12,7 +13,6 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
@@ -34,14 +34,14 @@ struct Handle {
     Handle(std::string name, Store opened) : group(std::move(name)), store(std::move(opened)) {}
 
     void settle() {
-        const std::lock_guard lock(mutex);
+        const annotated_lock lock(mutex);
         store.settle();
     }
 
     const std::string group;
-    std::mutex mutex; // the two below
-    Store store;
-    host_parameters::Outage outage;
+    annotated_mutex mutex;
+    Store store GUARDED_BY(mutex);
+    host_parameters::Outage outage GUARDED_BY(mutex);
     host_parameters::Settler settler{[this] { settle(); }}; // the last member: its thread uses the others
 };
 
@@ -53,29 +53,29 @@ struct Handle {
 class HandleTable {
   public:
     AXParameter* insert(std::shared_ptr<Handle> handle) {
-        const std::lock_guard lock(m_mutex);
+        const annotated_lock lock(m_mutex);
         AXParameter* token = &m_tokens.emplace_back();
         m_live.emplace(token, std::move(handle));
         return token;
     }
 
     std::shared_ptr<Handle> find(AXParameter* token) {
-        const std::lock_guard lock(m_mutex);
+        const annotated_lock lock(m_mutex);
         const auto entry = m_live.find(token);
         return entry == m_live.end() ? nullptr : entry->second;
     }
 
     /** An operation that another thread has under way keeps the handle until it is done. */
     std::shared_ptr<Handle> take(AXParameter* token) {
-        const std::lock_guard lock(m_mutex);
+        const annotated_lock lock(m_mutex);
         const auto entry = m_live.extract(token);
         return entry.empty() ? nullptr : entry.mapped();
     }
 
   private:
-    std::mutex m_mutex;
-    std::deque<_AXParameter> m_tokens;
-    std::map<AXParameter*, std::shared_ptr<Handle>> m_live;
+    annotated_mutex m_mutex;
+    std::deque<_AXParameter> m_tokens GUARDED_BY(m_mutex);
+    std::map<AXParameter*, std::shared_ptr<Handle>> m_live GUARDED_BY(m_mutex);
 };
 
 /** Never destroyed: a thread may still save while the process ends. */
@@ -103,7 +103,7 @@ void need_value(const gchar* value, const gchar* name) {
 
 /** Runs an operation on the store, under the handle's lock, and says what outage it shows. */
 void attempt(Handle& handle, bool writes, const std::function<void(Store&)>& operation) {
-    const std::lock_guard lock(handle.mutex);
+    const annotated_lock lock(handle.mutex);
     try {
         operation(handle.store);
     } catch (const Failure& failure) {
@@ -149,7 +149,7 @@ AXParameter* ax_parameter_new(const gchar* app_name, GError** error) {
 
 void ax_parameter_free(AXParameter* parameter) {
     if (const auto handle = handles().take(parameter)) {
-        const std::lock_guard lock(handle->mutex);
+        const annotated_lock lock(handle->mutex);
         handle->outage.given_up();
     }
 }

@@ -8,6 +8,7 @@
 using host_events::ErrorCode;
 using host_events::EventService;
 using host_events::fail;
+using host_events::guarded;
 
 namespace {
 
@@ -70,32 +71,31 @@ void ax_event_handler_free(AXEventHandler* handler) {
 gboolean ax_event_handler_declare(AXEventHandler* handler, AXEventKeyValueSet* set, gboolean stateless,
                                   guint* declaration, AXDeclarationCompleteCallback callback, gpointer user_data,
                                   GError** error) {
-    if (handler == nullptr || set == nullptr || declaration == nullptr)
-        return fail(error, ErrorCode::argument,
-                    "The handler, the set and the place for the declaration must be given.");
-    guint id = 0;
-    if (handler->service->declare(handler, set->values, stateless != FALSE, id, error) == FALSE)
-        return FALSE;
-    *declaration = id;
-    if (callback != nullptr) {
-        const annotated_lock lock(handler->mutex);
-        handler->completions.try_emplace(id, completion({id, callback, user_data}));
-    }
-    return TRUE;
+    return guarded(error, [&] {
+        if (handler == nullptr || set == nullptr || declaration == nullptr)
+            fail(ErrorCode::argument, "The handler, the set and the place for the declaration must be given.");
+        *declaration = handler->service->declare(handler, set->values, stateless != FALSE);
+        if (callback != nullptr) {
+            const annotated_lock lock(handler->mutex);
+            handler->completions.try_emplace(*declaration, completion({*declaration, callback, user_data}));
+        }
+    });
 }
 
 gboolean ax_event_handler_undeclare(AXEventHandler* handler, guint declaration, GError** error) {
-    if (handler == nullptr)
-        return fail(error, ErrorCode::argument, "The handler is NULL.");
-    if (handler->service->undeclare(handler, declaration, error) == FALSE)
-        return FALSE;
-    const annotated_lock lock(handler->mutex);
-    handler->completions.erase(declaration);
-    return TRUE;
+    return guarded(error, [&] {
+        if (handler == nullptr)
+            fail(ErrorCode::argument, "The handler is NULL.");
+        handler->service->undeclare(handler, declaration);
+        const annotated_lock lock(handler->mutex);
+        handler->completions.erase(declaration);
+    });
 }
 
 gboolean ax_event_handler_send_event(AXEventHandler* handler, guint declaration, AXEvent* event, GError** error) {
-    if (handler == nullptr || event == nullptr)
-        return fail(error, ErrorCode::argument, "The handler and the event must be given.");
-    return handler->service->send(handler, declaration, *event, error);
+    return guarded(error, [&] {
+        if (handler == nullptr || event == nullptr)
+            fail(ErrorCode::argument, "The handler and the event must be given.");
+        handler->service->send(handler, declaration, *event);
+    });
 }

@@ -59,47 +59,39 @@ void EventService::release(std::shared_ptr<EventService> service) {
     service.reset();
 }
 
-gboolean EventService::declare(const void* owner, const KeyValueSet& set, bool stateless, guint& id, GError** error) {
+guint EventService::declare(const void* owner, const KeyValueSet& set, bool stateless) {
     const std::optional<Topic> topic = topic_of(set);
     if (!topic)
-        return fail(error, ErrorCode::no_topic,
-                    "The set to declare needs a topic0, and every topic level is a text that is not empty.");
+        fail(ErrorCode::no_topic,
+             "The set to declare needs a topic0, and every topic level is a text that is not empty.");
     const annotated_lock lock(m_mutex);
-    id = next_id();
+    const guint id = next_id();
     const Declaration& added = m_declarations[id] = {owner, set, *topic, stateless};
     publish(Occurrence::What::declared, added, m_clock());
-    return TRUE;
+    return id;
 }
 
-gboolean EventService::undeclare(const void* owner, guint id, GError** error) {
+void EventService::undeclare(const void* owner, guint id) {
     const annotated_lock lock(m_mutex);
-    const auto found = find(owner, id, error);
-    if (found == m_declarations.end())
-        return FALSE;
-    publish(Occurrence::What::undeclared, found->second, m_clock());
-    m_declarations.erase(found);
-    return TRUE;
+    publish(Occurrence::What::undeclared, find(owner, id), m_clock());
+    m_declarations.erase(id);
 }
 
-gboolean EventService::send(const void* owner, guint id, const AXEvent& event, GError** error) {
+void EventService::send(const void* owner, guint id, const AXEvent& event) {
     const annotated_lock lock(m_mutex);
-    const auto found = find(owner, id, error);
-    if (found == m_declarations.end() || found->second.state.update(event.values, error) == FALSE)
-        return FALSE;
-    publish(Occurrence::What::event, found->second, event.time);
-    return TRUE;
+    Declaration& declaration = find(owner, id);
+    declaration.state.update(event.values);
+    publish(Occurrence::What::event, declaration, event.time);
 }
 
 void EventService::forget(const void* owner) {
     const annotated_lock lock(m_mutex);
-    for (auto each = m_declarations.begin(); each != m_declarations.end();) {
-        if (each->second.owner == owner) {
-            publish(Occurrence::What::undeclared, each->second, m_clock());
-            each = m_declarations.erase(each);
-        } else {
-            ++each;
-        }
-    }
+    std::erase_if(m_declarations, [&](const auto& entry) REQUIRES(m_mutex) {
+        if (entry.second.owner != owner)
+            return false;
+        publish(Occurrence::What::undeclared, entry.second, m_clock());
+        return true;
+    });
 }
 
 void EventService::close_outputs() {
@@ -107,13 +99,11 @@ void EventService::close_outputs() {
     m_outputs.close();
 }
 
-EventService::Declarations::iterator EventService::find(const void* owner, guint id, GError** error) {
+EventService::Declaration& EventService::find(const void* owner, guint id) {
     const auto found = m_declarations.find(id);
-    if (found == m_declarations.end() || found->second.owner != owner) {
-        fail(error, ErrorCode::not_declared, "This handler has no declaration " + std::to_string(id) + ".");
-        return m_declarations.end();
-    }
-    return found;
+    if (found == m_declarations.end() || found->second.owner != owner)
+        fail(ErrorCode::not_declared, "This handler has no declaration " + std::to_string(id) + ".");
+    return found->second;
 }
 
 void EventService::publish(Occurrence::What what, const Declaration& declaration, const std::string& time) {

@@ -28,17 +28,9 @@ Slot& slot() {
 }
 
 const char* verb(const Occurrence& occurrence) {
-    switch (occurrence.what) {
-    case Occurrence::What::declared:
-        return "declared";
-    case Occurrence::What::undeclared:
-        return "undeclared";
-    case Occurrence::What::event:
-        break;
-    }
-    if (!occurrence.active)
-        return "sent";
-    return *occurrence.active ? "started" : "stopped";
+    if (occurrence.what != Occurrence::What::event)
+        return occurrence.what == Occurrence::What::declared ? "declared" : "undeclared";
+    return !occurrence.active ? "sent" : *occurrence.active ? "started" : "stopped";
 }
 
 /** The default when it is not set, and with a message when it is no number of that range. */

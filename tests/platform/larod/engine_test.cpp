@@ -10,7 +10,7 @@ namespace {
 using testing::HasSubstr;
 using testing::StartsWith;
 
-TEST(Engine, opens_the_packaged_library_with_its_fast_convolutions) {
+TEST(Engine, OpensThePackagedLibraryWithItsFastConvolutions) {
     std::string why;
     const auto engine = Engine::open(engine_location(), why);
     ASSERT_NE(engine, nullptr) << why;
@@ -19,14 +19,14 @@ TEST(Engine, opens_the_packaged_library_with_its_fast_convolutions) {
     EXPECT_NE(engine->delegate_delete, nullptr);
 }
 
-TEST(Engine, says_that_the_library_is_missing_and_how_to_get_it) {
+TEST(Engine, SaysThatTheLibraryIsMissingAndHowToGetIt) {
     std::string why;
     EXPECT_EQ(Engine::open("/nowhere/libengine.so", why), nullptr);
     EXPECT_THAT(why, HasSubstr("Cannot load the inference engine /nowhere/libengine.so"));
     EXPECT_THAT(why, HasSubstr("model/make.sh"));
 }
 
-TEST(Engine, says_what_another_library_lacks) {
+TEST(Engine, SaysWhatAnotherLibraryLacks) {
     std::string why;
     EXPECT_EQ(Engine::open("libm.so.6", why), nullptr);
     EXPECT_EQ(why, "The library libm.so.6 is no TensorFlow Lite with a C interface: it lacks TfLiteVersion.");

@@ -34,7 +34,7 @@ class Listening : public testing::Test {
     std::string m_folder;
 };
 
-TEST_F(Listening, makes_its_folder_for_its_user_alone_and_leaves_no_socket) {
+TEST_F(Listening, MakesItsFolderForItsUserAloneAndLeavesNoSocket) {
     const std::string path = m_folder + "/new/socket";
     {
         const ListeningSocket socket(path);
@@ -48,7 +48,7 @@ TEST_F(Listening, makes_its_folder_for_its_user_alone_and_leaves_no_socket) {
     EXPECT_THAT(why, HasSubstr(path));
 }
 
-TEST_F(Listening, replaces_the_socket_of_one_that_died_and_nothing_else) {
+TEST_F(Listening, ReplacesTheSocketOfOneThatDiedAndNothingElse) {
     const std::string path = m_folder + "/socket";
     {
         const Descriptor dead(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
@@ -67,7 +67,7 @@ TEST_F(Listening, replaces_the_socket_of_one_that_died_and_nothing_else) {
     EXPECT_TRUE(std::filesystem::exists(file));
 }
 
-TEST_F(Listening, refuses_a_folder_that_others_may_enter) {
+TEST_F(Listening, RefusesAFolderThatOthersMayEnter) {
     std::filesystem::permissions(m_folder, std::filesystem::perms::others_exec, std::filesystem::perm_options::add);
     EXPECT_THAT(refusal(m_folder + "/socket"), HasSubstr("is open to others"));
     EXPECT_THAT(refusal(m_folder + "/a/b/socket"), HasSubstr("cannot be made"));

@@ -14,7 +14,7 @@ using testing::HasSubstr;
 
 const std::vector<std::byte> content{std::byte{1}, std::byte{2}, std::byte{3}};
 
-TEST(StoredModel, keeps_a_files_bytes_however_the_file_changes) {
+TEST(StoredModel, KeepsAFilesBytesHoweverTheFileChanges) {
     std::string why;
     const Descriptor file(memory_file(content));
     const auto model = StoredModel::copy(file.get(), why);
@@ -25,7 +25,7 @@ TEST(StoredModel, keeps_a_files_bytes_however_the_file_changes) {
     EXPECT_NE(ftruncate(model->file(), 0), 0);
 }
 
-TEST(StoredModel, is_adopted_by_another_holder_of_its_file) {
+TEST(StoredModel, IsAdoptedByAnotherHolderOfItsFile) {
     std::string why;
     const Descriptor file(memory_file(content));
     const auto model = StoredModel::copy(file.get(), why);
@@ -36,7 +36,7 @@ TEST(StoredModel, is_adopted_by_another_holder_of_its_file) {
     EXPECT_FALSE(StoredModel::copy(longer.get(), why)->holds_same_as(*model));
 }
 
-TEST(StoredModel, is_not_adopted_from_a_file_that_could_still_be_changed) {
+TEST(StoredModel, IsNotAdoptedFromAFileThatCouldStillBeChanged) {
     std::string why;
     EXPECT_EQ(StoredModel::adopt(Descriptor(memory_file(content)), why), nullptr);
     EXPECT_EQ(why, "The model's file could still be changed.");
@@ -50,7 +50,7 @@ TEST(StoredModel, is_not_adopted_from_a_file_that_could_still_be_changed) {
     EXPECT_EQ(StoredModel::adopt(Descriptor(), why), nullptr);
 }
 
-TEST(StoredModel, is_not_made_of_nothing) {
+TEST(StoredModel, IsNotMadeOfNothing) {
     std::string why;
     const Descriptor empty(memory_file({}));
     EXPECT_EQ(StoredModel::copy(empty.get(), why), nullptr);

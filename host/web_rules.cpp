@@ -1,7 +1,7 @@
 #include "host/web_rules.h"
 
-#include "platform/common/descriptor.h"
 #include "host/listen_address.h"
+#include "platform/common/descriptor.h"
 
 #include <arpa/inet.h>
 #include <ifaddrs.h>

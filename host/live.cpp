@@ -8,6 +8,7 @@
 #include "host/live_report.h"
 #include "host/options.h"
 #include "host/pass_watch.h"
+#include "host/remembering.h"
 #include "host/starter.h"
 #include "platform/axevent/host_events.h"
 #include "platform/axoverlay/host_recorder.h"
@@ -174,6 +175,9 @@ std::vector<host_overlay::CoveredSize> hiding_streams() {
 
 int run(const console::Options& options) {
     LiveConsole live;
+    std::optional<console::Remembering> memory;
+    if (const auto settings = console::stay_settings_from_environment())
+        memory.emplace(*settings);
     Recording recording(options);
     // The application ends at once when a client of the web holds it.
     static Recording* unfinished = &recording;
@@ -183,16 +187,25 @@ int run(const console::Options& options) {
     });
     console::LiveReport report([&live](const std::string& line) { live.say(line); });
     const console::PassWatch watch([&] {
+        if (memory)
+            memory->after_pass();
         live.after_pass();
         report.after_pass();
         recording.after_pass();
         host_overlay::cover_streams(hiding_streams());
     });
-    host_events::set_listener([&live](const host_events::Occurrence& occurrence) { live.tell(occurrence); });
+    host_events::set_listener([&](const host_events::Occurrence& occurrence) {
+        if (memory) {
+            memory->before_alert(occurrence);
+        }
+        live.tell(occurrence);
+    });
     const int status = korvex_orvel_main();
     unfinished = nullptr;
     // The events are withdrawn after this, when the process's objects are destroyed.
     host_events::set_listener([](const host_events::Occurrence&) {});
+    if (memory)
+        memory->finish();
     return recording.finish() ? status : 1;
 }
 

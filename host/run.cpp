@@ -34,6 +34,7 @@ class Run {
           m_environment(with_options(own_environment(), options)) {
         m_environment["KORVEX_AXPARAMETER_STORE"] = state + "/parameters.sqlite";
         m_environment["KORVEX_AXPARAMETER_MANIFEST"] = places.manifest;
+        m_environment["KORVEX_STAYS"] = state;
         m_environment["KORVEX_AXEVENT_JOURNAL"] = state + "/events.jsonl";
         // The application ends with this command, whatever stands between the two.
         m_environment["KORVEX_STARTER"] = std::to_string(getpid());
@@ -134,6 +135,7 @@ int run_live(const RunOptions& options, const Places& places, mode_t users_mask,
     Environment for_server = run.environment();
     // It is not to know what only the application needs to: an address may hold a password.
     for_server.erase("KORVEX_VDO_SOURCE");
+    for_server.erase("KORVEX_WEBHOOK");
     const WebServer server(options, places, state.path(), for_server, signals);
     // From the state folder, in which the application runs: a socket's path is limited to 107 bytes.
     run.environment()["KORVEX_OVERLAY_LISTEN"] = "unix:html/streams.socket";
@@ -183,6 +185,23 @@ int run_replay(RunOptions options, const Places& places, mode_t users_mask, Sign
     become(service);
 }
 
+/** What is kept, whether or not the camera runs; nothing is started for it and nothing made. */
+[[noreturn]] void show_stays(const RunOptions& options, const Places& places, mode_t users_mask) {
+    std::error_code ignored;
+    if (!fs::is_directory(options.state, ignored))
+        throw Refusal("there is no state folder \"" + options.state + "\"; --state says where the stays are kept.");
+    Program stays;
+    stays.command = {places.stays, full_path(options.state), options.stays};
+    stays.environment = own_environment();
+    platform::Descriptor lines;
+    if (!options.json.empty()) {
+        lines = open_output(options.json, users_mask);
+        stays.out = lines.get();
+        stays.command.push_back("--json");
+    }
+    become(stays);
+}
+
 } // namespace
 
 RunOptions checked_options(int argc, char** argv) {
@@ -201,8 +220,10 @@ int run(int argc, char** argv) {
         options.state = places.state;
     if (!options.inference_service.empty())
         become_inference_service(options, places);
-    Signals signals;
     const mode_t users_mask = umask(077);
+    if (!options.stays.empty())
+        show_stays(options, places, users_mask);
+    Signals signals;
     return options.replay.empty() ? run_live(options, places, users_mask, signals)
                                   : run_replay(options, places, users_mask, signals);
 }

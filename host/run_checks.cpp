@@ -38,9 +38,13 @@ void check_source_file(RunOptions& options) {
 void check_replay(RunOptions& options) {
     const std::string& replay = options.replay;
     if (replay.empty()) {
-        need(options.seconds.empty() && options.json.empty(), "--seconds and --json belong to --replay.");
+        need(options.seconds.empty(), "--seconds belongs to --replay.");
+        need(options.json.empty() || !options.stays.empty(), "--json belongs to --replay or --stays.");
         return;
     }
+    need(options.stays.empty(), "--replay and --stays are two things; leave one of them out.");
+    need(options.keep_days.empty() && options.keep_mb.empty() && !options.keeps_clips,
+         "a replay keeps no stays; leave --keep-... and --clips out.");
     need(options.niceness.empty(), "a replay waits for nobody; leave --niceness out, or start it with nice.");
     need(options.listen.empty() && options.name.empty() && options.password_file.empty() && options.certificate.empty(),
          "a replay has no pages; leave --listen, --name, --password-file and --certificate out.");
@@ -121,6 +125,16 @@ void check_mqtt(RunOptions& options) {
     }
 }
 
+void check_webhook(RunOptions& options) {
+    std::string& authority = options.webhook_ca;
+    need(options.webhook.empty() || options.replay.empty(), "--webhook is for what happens now, not for a replay.");
+    if (!authority.empty()) {
+        need(options.webhook.starts_with("https://"), "--webhook-ca belongs to a --webhook of https.");
+        need(is_readable_file(authority), "the certificate file \"" + authority + "\" cannot be read.");
+        authority = full_path(authority);
+    }
+}
+
 void check_record(RunOptions& options) {
     std::string& record = options.record;
     if (record.empty()) {
@@ -154,6 +168,7 @@ RunOptions checked(RunOptions options) {
     check_model(options);
     check_web(options);
     check_mqtt(options);
+    check_webhook(options);
     check_record(options);
     need(options.json.empty() || can_write(options.json), "\"" + options.json + "\" cannot be written.");
     return options;

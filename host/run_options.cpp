@@ -51,6 +51,11 @@ gboolean keep_agreement(const gchar* /*name*/, const gchar* /*value*/, gpointer 
     return TRUE;
 }
 
+gboolean keep_clips(const gchar* /*name*/, const gchar* /*value*/, gpointer data, GError** /*error*/) {
+    static_cast<RunOptions*>(data)->keeps_clips = true;
+    return TRUE;
+}
+
 gboolean keep_overwriting(const gchar* /*name*/, const gchar* /*value*/, gpointer data, GError** /*error*/) {
     static_cast<RunOptions*>(data)->overwrites = true;
     return TRUE;
@@ -72,6 +77,7 @@ std::vector<GOptionEntry> entries() {
         all.push_back(entry(option.name, 0, G_OPTION_FLAG_FILENAME, keep));
     all.push_back(entry("set", 0, G_OPTION_FLAG_FILENAME, keep));
     all.push_back(entry("accept-eula", 0, G_OPTION_FLAG_NO_ARG, keep_agreement));
+    all.push_back(entry("clips", 0, G_OPTION_FLAG_NO_ARG, keep_clips));
     all.push_back(entry("overwrite", 0, G_OPTION_FLAG_NO_ARG, keep_overwriting));
     all.push_back(entry("help", 'h', G_OPTION_FLAG_NO_ARG, keep_help));
     all.push_back({});
@@ -82,7 +88,9 @@ std::vector<GOptionEntry> entries() {
 
 const std::vector<Option>& option_table() {
     // From 1 to 65535.
-    static const std::string port = "(?!0+$)([0-5]?[0-9]{1,4}|6[0-4][0-9]{3}|65[0-4][0-9]{2}|655[0-2][0-9]|6553[0-5])$";
+    static const std::string number =
+        "(?!0+$)([0-5]?[0-9]{1,4}|6[0-4][0-9]{3}|65[0-4][0-9]{2}|655[0-2][0-9]|6553[0-5])";
+    static const std::string port = number + "$";
     static const std::string one_name =
         "([A-Za-z0-9_.-]+|\\[[0-9A-Fa-f:.]+\\])"
         "(:(6553[0-5]|655[0-2][0-9]|65[0-4][0-9]{2}|6[0-4][0-9]{3}|[1-5][0-9]{4}|[1-9][0-9]{0,3}))?";
@@ -114,6 +122,15 @@ const std::vector<Option>& option_table() {
         {"mqtt-prefix", &RunOptions::mqtt_prefix, "^(?!/)[^+#]*(?<!/)$",
          "--mqtt-prefix is the beginning of a topic, without + and # and with no / at either end",
          "KORVEX_MQTT_PREFIX"},
+        {"keep-days", &RunOptions::keep_days, "^[1-9][0-9]{0,3}$", "--keep-days is a number from 1 to 9999",
+         "KORVEX_STAYS_DAYS"},
+        {"keep-mb", &RunOptions::keep_mb, "^[1-9][0-9]{0,6}$", "--keep-mb is a number from 1 to 9999999",
+         "KORVEX_STAYS_MB"},
+        {"stays", &RunOptions::stays, "", "", nullptr},
+        {"webhook", &RunOptions::webhook,
+         "^https?://([^/?#@\\s]+@)?([^/?#@:\\[\\]\\s]+|\\[[0-9A-Fa-f:.]+\\])(:" + number + ")?([/?][^#\\s]*)?$",
+         "--webhook is an address like https://example.org/alerts", "KORVEX_WEBHOOK"},
+        {"webhook-ca", &RunOptions::webhook_ca, "", "", "KORVEX_WEBHOOK_CA"},
         {"record", &RunOptions::record, "", "", nullptr},
         {"stream", &RunOptions::stream, "^[1-9][0-9]*x[1-9][0-9]*$", "--stream is a size like 1280x720", nullptr},
         {"replay", &RunOptions::replay, "", "", nullptr},
@@ -153,6 +170,8 @@ Environment with_options(Environment environment, const RunOptions& options) {
         if (option.variable != nullptr && !value.empty())
             environment[option.variable] = value;
     }
+    if (options.keeps_clips)
+        environment["KORVEX_CLIPS"] = "1";
     environment.erase(options.source_file.empty() ? "KORVEX_VDO_SOURCE_FILE" : "KORVEX_VDO_SOURCE");
     return environment;
 }

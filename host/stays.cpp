@@ -31,7 +31,9 @@ std::vector<Stay> StayWatch::pass(const t_findings_list& findings, double now) {
         stay.class_id = find.detect.ClassId;
         stay.left = now;
         stay.seconds = std::max(stay.seconds, find.seconds);
-        stay.level = std::max(stay.level, static_cast<int>(find.footing) - static_cast<int>(in_AOI1_briefly));
+        const int level = static_cast<int>(find.footing) - static_cast<int>(in_AOI1_briefly);
+        for (; stay.level < level; ++stay.level)
+            stay.reached.at(static_cast<size_t>(stay.level)) = now;
         there.emplace(find.id, stay);
     }
     std::vector<Stay> ended;

@@ -106,6 +106,11 @@ void EventService::tell(const Problem& problem, bool is_news) {
     m_outputs.publish(problem, m_clock(), is_news);
 }
 
+void EventService::tell_stay(const std::string& stay) {
+    const std::lock_guard lock(m_mutex);
+    m_outputs.tell_stay(m_clock(), stay);
+}
+
 void EventService::close_outputs() {
     const std::lock_guard lock(m_mutex);
     m_outputs.close();
@@ -123,6 +128,12 @@ EventService::Declarations::iterator EventService::find(const void* owner, guint
 void EventService::publish(Occurrence::What what, const Declaration& declaration, const std::string& time) {
     m_outputs.publish({what, time, declaration.topic.path, declaration.topic.last, declaration.topic.nice_name,
                        active_of(declaration.state), !declaration.stateless});
+}
+
+void tell_stay(const std::string& stay) {
+    const std::lock_guard lock(slot().mutex);
+    if (const std::shared_ptr<EventService> service = slot().service.lock())
+        service->tell_stay(stay);
 }
 
 void tell_problem(const Problem& problem, bool is_news) {

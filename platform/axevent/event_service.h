@@ -38,6 +38,9 @@ class EventService {
     /** Ends all declarations of an owner. */
     void forget(const void* owner);
 
+    /** Tells the outputs of a stay, a JSON object. */
+    void tell_stay(const std::string& stay);
+
     void close_outputs();
 
   private:

@@ -13,6 +13,9 @@ std::string journal_line(const Occurrence& occurrence);
 /** {"time":…,"what":"problem","kind":…,"active":true|false,"text":…} */
 std::string journal_line(const Problem& problem, const std::string& time);
 
+/** {"time":…,"what":"stay","stay":…}; the stay is JSON already. */
+std::string stay_line(const std::string& time, const std::string& stay);
+
 /**
  * A file that only grows, one line for each occurrence. Before a line would make it larger than `limit_bytes` it
  * becomes PATH.1, that one PATH.2 and so on; the oldest beyond `old_files` goes. A line is whole or not there at all.

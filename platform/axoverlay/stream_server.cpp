@@ -78,7 +78,7 @@ void StreamServer::listen_on(const ListenAddress& listen) {
         flags |= listen.address.ss_family == AF_INET6 ? MHD_USE_IPv6 : MHD_NO_FLAG;
         where[0] = {MHD_OPTION_SOCK_ADDR, 0, const_cast<sockaddr_storage*>(&listen.address)}; // is only read
     } else {
-        m_socket.emplace(listen.path);
+        m_socket.emplace(listen.path, SOCK_STREAM);
         where[0] = {MHD_OPTION_LISTEN_SOCKET, m_socket->take(), nullptr};
     }
     int failure = 0;

@@ -4,8 +4,8 @@
 #include "platform/axoverlay/host_answers.h"
 #include "platform/axoverlay/listeners.h"
 #include "platform/axoverlay/settings.h"
-#include "platform/axoverlay/unix_socket.h"
 #include "platform/common/handle.h"
+#include "platform/common/unix_socket.h"
 
 #include <microhttpd.h>
 
@@ -45,7 +45,7 @@ class StreamServer {
 
     Listeners m_listeners;
     Broadcasts m_broadcasts;
-    std::optional<UnixSocket> m_socket;
+    std::optional<platform::UnixSocket> m_socket;
     platform::Handle<MHD_Daemon, MHD_stop_daemon> m_daemon;
     std::string m_address;
 };

@@ -22,9 +22,8 @@ class ProblemsTest : public testing::Test {
     /** "+No video since 15:00" for what begins, "-video" for what ends. */
     std::string look(const Condition& condition, double seconds) {
         std::string text;
-        for (const ProblemNews& news : m_watch.look(condition, start + seconds)) {
+        for (const ProblemNews& news : m_watch.look(condition, start + seconds))
             text += news.begins ? "+" + news.problem.text : "-" + news.problem.kind;
-        }
         return text;
     }
 
@@ -71,16 +70,14 @@ TEST_F(ProblemsTest, APassThatFailsOrIsLateCountsWhenItGoesOn) {
 }
 
 TEST_F(ProblemsTest, AlertsAreNoProblems) {
-    for (const int status : {50, 100, 200, 502, 503, 504}) {
+    for (const int status : {50, 100, 200, 502, 503, 504})
         EXPECT_EQ(look({.status = status}, status), "") << status;
-    }
 }
 
 TEST_F(ProblemsTest, EachKindHasANameForItsSensor) {
     std::string all;
-    for (const console::Problem& problem : ProblemWatch::kinds()) {
+    for (const console::Problem& problem : ProblemWatch::kinds())
         all += problem.kind + "=" + problem.name + ";";
-    }
     EXPECT_EQ(all, "video=No video;agreement=The end-user agreement is not accepted;inference=No inference;"
                    "late=The analysis is late;store=Settings cannot be kept;");
 }

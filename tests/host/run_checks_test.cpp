@@ -21,7 +21,6 @@ class RunChecks : public RunnerTest {
 TEST_F(RunChecks, WhatDoesNotGoTogetherIsRefusedInASentence) {
     const std::string replay_pages =
         "a replay has no pages; leave --listen, --name, --password-file and --certificate out.";
-    const std::string replay_only = "--seconds and --json belong to --replay.";
     const std::string mqtt_only = "the --mqtt-... options belong to --mqtt HOST:PORT.";
     struct Row {
         std::function<void(RunOptions&)> wish;
@@ -30,8 +29,18 @@ TEST_F(RunChecks, WhatDoesNotGoTogetherIsRefusedInASentence) {
     const std::vector<Row> table = {
         {[](RunOptions& o) { o.replay = "scene", o.niceness = "5"; },
          "a replay waits for nobody; leave --niceness out, or start it with nice."},
-        {[](RunOptions& o) { o.json = "x"; }, replay_only},
-        {[](RunOptions& o) { o.seconds = "5"; }, replay_only},
+        {[](RunOptions& o) { o.json = "x"; }, "--json belongs to --replay or --stays."},
+        {[](RunOptions& o) { o.seconds = "5"; }, "--seconds belongs to --replay."},
+        {[](RunOptions& o) { o.replay = "scene", o.stays = "2026-11-22"; },
+         "--replay and --stays are two things; leave one of them out."},
+        {[](RunOptions& o) { o.replay = "scene", o.webhook = "http://h/"; },
+         "--webhook is for what happens now, not for a replay."},
+        {[](RunOptions& o) { o.webhook = "http://h/", o.webhook_ca = "x"; },
+         "--webhook-ca belongs to a --webhook of https."},
+        {[](RunOptions& o) { o.replay = "scene", o.keep_days = "3"; },
+         "a replay keeps no stays; leave --keep-... and --clips out."},
+        {[](RunOptions& o) { o.replay = "scene", o.keeps_clips = true; },
+         "a replay keeps no stays; leave --keep-... and --clips out."},
         {[](RunOptions& o) { o.replay = "scene", o.listen = "127.0.0.1:1"; }, replay_pages},
         {[](RunOptions& o) { o.replay = "scene", o.certificate = "x"; }, replay_pages},
         {[](RunOptions& o) { o.replay = "scene", o.source = "x.mp4"; },
@@ -53,9 +62,8 @@ TEST_F(RunChecks, WhatDoesNotGoTogetherIsRefusedInASentence) {
          "--listen [::]:8080 lets others reach the camera's picture and settings; give a --password-file with a "
          "line user:password."},
     };
-    for (const auto& [wish, sentence] : table) {
+    for (const auto& [wish, sentence] : table)
         EXPECT_EQ(refusal(wish), sentence);
-    }
 }
 
 TEST_F(RunChecks, WhatIsNotThereIsRefusedInASentence) {
@@ -98,9 +106,8 @@ TEST_F(RunChecks, WhatIsNotThereIsRefusedInASentence) {
         {[&](RunOptions& o) { o.replay = "scene", o.json = none + "/x"; }, "\"" + none + "/x\" cannot be written."},
         {[&](RunOptions& o) { o.replay = "scene", o.json = folder; }, "\"" + folder.string() + "\" cannot be written."},
     };
-    for (const auto& [wish, sentence] : table) {
+    for (const auto& [wish, sentence] : table)
         EXPECT_EQ(refusal(wish), sentence);
-    }
 }
 
 TEST_F(RunChecks, APipeIsNoVideo) {

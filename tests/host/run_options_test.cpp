@@ -17,9 +17,8 @@ using testing::ElementsAre;
 RunOptions parsed(std::vector<std::string> words) {
     words.insert(words.begin(), "run");
     std::vector<char*> pointers;
-    for (std::string& word : words) {
+    for (std::string& word : words)
         pointers.push_back(word.data());
-    }
     pointers.push_back(nullptr);
     return console::parse_run_options(static_cast<int>(words.size()), pointers.data());
 }
@@ -37,6 +36,7 @@ TEST(RunOptions, WhatMakesNoSenseIsRefusedInASentence) {
         "--name takes HOST or HOST:PORT, as it stands in a browser's address, or several with commas between, not ";
     const std::string prefix =
         "--mqtt-prefix is the beginning of a topic, without + and # and with no / at either end, not ";
+    const std::string webhook = "--webhook is an address like https://example.org/alerts, not ";
     const std::vector<WrongUse> table = {
         {{"--bogus"}, "\"--bogus\" is no option; ./run --help lists them."},
         {{"--accept-eula", "scene"}, "\"scene\" is no option; ./run --help lists them."},
@@ -70,13 +70,20 @@ TEST(RunOptions, WhatMakesNoSenseIsRefusedInASentence) {
         {{"--mqtt", "127.0.0.1:70000"}, mqtt + "\"127.0.0.1:70000\"."},
         {{"--mqtt", "::1:1883"}, mqtt + "\"::1:1883\"."},
         {{"--mqtt", "h:00"}, mqtt + "\"h:00\"."},
+        {{"--keep-days", "0"}, "--keep-days is a number from 1 to 9999, not \"0\"."},
+        {{"--webhook", "example.org"}, webhook + "\"example.org\"."},
+        {{"--webhook", "ftp://example.org/"}, webhook + "\"ftp://example.org/\"."},
+        {{"--webhook", "https://"}, webhook + "\"https://\"."},
+        {{"--webhook", "https://h:70000/"}, webhook + "\"https://h:70000/\"."},
+        {{"--webhook", "https://h/a b"}, webhook + "\"https://h/a b\"."},
+        {{"--webhook", "https://h/#part"}, webhook + "\"https://h/#part\"."},
+        {{"--keep-mb", "1e3"}, "--keep-mb is a number from 1 to 9999999, not \"1e3\"."},
         {{"--mqtt-prefix", "a/#"}, prefix + "\"a/#\"."},
         {{"--mqtt-prefix", "/a"}, prefix + "\"/a\"."},
         {{"--mqtt-prefix", "a/"}, prefix + "\"a/\"."},
     };
-    for (const auto& [words, sentence] : table) {
+    for (const auto& [words, sentence] : table)
         EXPECT_EQ(refusal_of([&words = words] { parsed(words); }), sentence);
-    }
 }
 
 TEST(RunOptions, WhatMakesSenseIsTakenAsItWasTyped) {
@@ -97,16 +104,17 @@ TEST(RunOptions, WhatMakesSenseIsTakenAsItWasTyped) {
         {"--mqtt-prefix", "a/b"},
         {"--mqtt-user", "--me"},
         {"--json", "a file"},
+        {"--webhook", "http://h"},
+        {"--webhook", "https://me:secret@[::1]:8443/a/b?c=d"},
     };
     for (const std::vector<std::string>& words : table) {
         const RunOptions options = parsed(words);
         for (const console::Option& option : console::option_table()) {
             const std::string& value = options.*option.value;
-            if (words[0] == std::string("--") + option.name) {
+            if (words[0] == std::string("--") + option.name)
                 EXPECT_EQ(value, words[1]);
-            } else {
+            else
                 EXPECT_EQ(value, RunOptions().*option.value) << option.name;
-            }
         }
     }
 }
@@ -129,16 +137,14 @@ TEST(RunOptions, HelpIsAskedForByTwoNames) {
 }
 
 TEST(RunOptions, TheHelpNamesEveryOptionAndNoOther) {
-    std::set<std::string> table = {"set", "accept-eula", "overwrite", "help"};
-    for (const console::Option& option : console::option_table()) {
+    std::set<std::string> table = {"set", "accept-eula", "overwrite", "clips", "help"};
+    for (const console::Option& option : console::option_table())
         table.insert(option.name);
-    }
     std::set<std::string> named;
     const std::string text = console::help_text;
     const std::regex option("--([a-z]+(-[a-z]+)*)");
-    for (std::sregex_iterator found(text.begin(), text.end(), option), end; found != end; ++found) {
+    for (std::sregex_iterator found(text.begin(), text.end(), option), end; found != end; ++found)
         named.insert((*found)[1]);
-    }
     EXPECT_EQ(named, table);
 }
 
@@ -161,9 +167,19 @@ TEST(RunOptions, TheProgramsHearOfThemByVariables) {
                                        "c",
                                        "--mqtt-prefix",
                                        "gate",
+                                       "--webhook",
+                                       "https://h/x",
+                                       "--webhook-ca",
+                                       "w",
+                                       "--clips",
+                                       "--keep-days",
+                                       "7",
+                                       "--keep-mb",
+                                       "50",
                                        "--json",
                                        "x"});
     const Environment expected = {{"HOME", "/home"},
+                                  {"KORVEX_CLIPS", "1"},
                                   {"KORVEX_VDO_SOURCE", "x.mp4"},
                                   {"KORVEX_VDO_ASPECT", "crop"},
                                   {"KORVEX_MQTT", "h:1"},
@@ -172,6 +188,10 @@ TEST(RunOptions, TheProgramsHearOfThemByVariables) {
                                   {"KORVEX_MQTT_USER", "me"},
                                   {"KORVEX_MQTT_PASSWORD_FILE", "p"},
                                   {"KORVEX_MQTT_CA_FILE", "c"},
+                                  {"KORVEX_STAYS_DAYS", "7"},
+                                  {"KORVEX_STAYS_MB", "50"},
+                                  {"KORVEX_WEBHOOK", "https://h/x"},
+                                  {"KORVEX_WEBHOOK_CA", "w"},
                                   {"KORVEX_MQTT_PREFIX", "gate"}};
     EXPECT_EQ(console::with_options({{"HOME", "/home"}, {"KORVEX_VDO_SOURCE_FILE", "old"}}, options), expected);
 }

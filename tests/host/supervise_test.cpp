@@ -101,9 +101,8 @@ TEST_F(Supervise, KillsAProgramThatDoesNotEnd) {
 
 TEST_F(Supervise, TheProgramEndsWithThisCommandHoweverThatEnds) {
     const pid_t command = console::make_child();
-    if (command == 0) {
+    if (command == 0)
         _exit(supervise(shell("echo $$ >" + path("ready") + "; exec sleep 100"), m_signals));
-    }
     const pid_t program = std::stoi(await_contents(path("ready")));
     kill(command, SIGKILL);
     waitpid(command, nullptr, 0);

@@ -44,6 +44,17 @@ TEST(EventService, IsOneForAllOwnersAndEndsWithTheLast) {
     EXPECT_TRUE(watched.expired());
 }
 
+TEST(EventService, TellsOfAStayWhileThereIsAHandler) {
+    const TemporaryFolder scratch;
+    const Variables journal("KORVEX_AXEVENT_JOURNAL", scratch / "journal");
+    host_events::tell_stay(R"({"id": 1})");
+    EXPECT_FALSE(std::filesystem::exists(scratch / "journal"));
+    std::shared_ptr<EventService> service = EventService::acquire();
+    host_events::tell_stay(R"({"id": 2})");
+    EventService::release(std::move(service));
+    EXPECT_THAT(lines(scratch / "journal"), ElementsAre(testing::EndsWith(R"(,"what":"stay","stay":{"id": 2}})")));
+}
+
 TEST(EventService, KeepsAnOwnersDeclarationsFromOtherOwners) {
     EventService service(Outputs::from_environment(), [] { return std::string("now"); });
     const int owners[2] = {};

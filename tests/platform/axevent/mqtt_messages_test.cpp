@@ -29,6 +29,11 @@ TEST(MqttMessages, AreForEventsWithAState) {
     EXPECT_FALSE(is_alert(occurrence));
 }
 
+TEST(MqttMessages, TellOfAStayThatIsOver) {
+    EXPECT_EQ(stay_message(MqttSettings{}, R"({"id": 1})"), (MqttMessage{"korvex_orvel/stays", R"({"id": 1})", false}));
+    EXPECT_TRUE(state_message(MqttSettings{}, first_alert(true)).retained);
+}
+
 TEST(MqttMessages, TellTheStateWithItsTime) {
     EXPECT_EQ(
         state_message(MqttSettings{}, first_alert(true)),

@@ -1,5 +1,5 @@
-#include "platform/axoverlay/unix_socket.h"
-#include "tests/platform/axoverlay/test_video.h"
+#include "platform/common/unix_socket.h"
+#include "tests/support/temporary_folder.h"
 
 #include <gtest/gtest.h>
 #include <sys/socket.h>
@@ -14,7 +14,7 @@
 
 namespace {
 
-using host_overlay::UnixSocket;
+using platform::UnixSocket;
 
 class UnixSocketTest : public testing::Test {
   protected:
@@ -22,7 +22,7 @@ class UnixSocketTest : public testing::Test {
 
     static std::string failure_at(const std::string& path) {
         try {
-            const UnixSocket socket(path);
+            const UnixSocket socket(path, SOCK_STREAM);
             return "";
         } catch (const std::runtime_error& failure) {
             return failure.what();
@@ -50,7 +50,7 @@ class UnixSocketTest : public testing::Test {
 
 TEST_F(UnixSocketTest, ListensWhileItLivesAndLetsTheFolderDecideWhoComes) {
     {
-        const UnixSocket socket(path);
+        const UnixSocket socket(path, SOCK_STREAM);
         EXPECT_TRUE(can_connect(folder, "streams.socket"));
         struct stat file {};
         ASSERT_EQ(stat(path.c_str(), &file), 0);
@@ -61,7 +61,7 @@ TEST_F(UnixSocketTest, ListensWhileItLivesAndLetsTheFolderDecideWhoComes) {
 
 TEST_F(UnixSocketTest, TheModeDoesNotDependOnTheUmask) {
     const mode_t umask_before = umask(077);
-    const UnixSocket socket(path);
+    const UnixSocket socket(path, SOCK_STREAM);
     umask(umask_before);
     EXPECT_EQ(std::filesystem::status(path).permissions(), static_cast<std::filesystem::perms>(0666));
 }
@@ -69,23 +69,23 @@ TEST_F(UnixSocketTest, TheModeDoesNotDependOnTheUmask) {
 TEST_F(UnixSocketTest, ReplacesWhatAKilledProcessHasLeft) {
     const pid_t child = fork();
     if (child == 0) {
-        const UnixSocket socket(path);
+        const UnixSocket socket(path, SOCK_STREAM);
         _exit(0); // without its destructor
     }
     waitpid(child, nullptr, 0);
     ASSERT_TRUE(std::filesystem::is_socket(path));
-    const UnixSocket socket(path);
+    const UnixSocket socket(path, SOCK_STREAM);
     EXPECT_TRUE(can_connect(folder, "streams.socket"));
 }
 
 TEST_F(UnixSocketTest, LeavesOneAloneThatSomebodyServes) {
-    const UnixSocket first(path);
+    const UnixSocket first(path, SOCK_STREAM);
     EXPECT_EQ(failure_at(path), "another program serves it");
     EXPECT_TRUE(can_connect(folder, "streams.socket"));
 }
 
 TEST_F(UnixSocketTest, LeavesOneAloneWhoseQueueIsFull) {
-    const UnixSocket first(path);
+    const UnixSocket first(path, SOCK_STREAM);
     std::vector<int> waiting;
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
@@ -114,7 +114,7 @@ TEST_F(UnixSocketTest, LeavesAloneWhatIsNoSocket) {
 
 TEST_F(UnixSocketTest, RemovesNoFileButItsOwn) {
     {
-        const UnixSocket socket(path);
+        const UnixSocket socket(path, SOCK_STREAM);
         std::filesystem::remove(path);
         std::ofstream(path) << "another";
     }
@@ -124,7 +124,7 @@ TEST_F(UnixSocketTest, RemovesNoFileButItsOwn) {
 TEST_F(UnixSocketTest, FindsItsFileAgainWhenTheFolderHasMoved) {
     std::filesystem::create_directory(folder + "/here");
     {
-        const UnixSocket socket(folder + "/here/streams.socket");
+        const UnixSocket socket(folder + "/here/streams.socket", SOCK_STREAM);
         std::filesystem::rename(folder + "/here", folder + "/there");
     }
     EXPECT_TRUE(std::filesystem::is_empty(folder + "/there"));
@@ -134,7 +134,7 @@ TEST_F(UnixSocketTest, TakesAPathOfAnyLength) {
     const std::string deep = folder + "/" + std::string(200, 'd') + "/" + std::string(200, 'e');
     std::filesystem::create_directories(deep);
     {
-        const UnixSocket socket(deep + "/streams.socket");
+        const UnixSocket socket(deep + "/streams.socket", SOCK_STREAM);
         EXPECT_TRUE(can_connect(deep, "streams.socket"));
         EXPECT_EQ(failure_at(deep + "/streams.socket"), "another program serves it");
     }
@@ -144,7 +144,7 @@ TEST_F(UnixSocketTest, TakesAPathOfAnyLength) {
 
 TEST_F(UnixSocketTest, TakesAPathWithoutAFolder) {
     std::filesystem::current_path(folder);
-    const UnixSocket socket("streams.socket");
+    const UnixSocket socket("streams.socket", SOCK_STREAM);
     EXPECT_TRUE(can_connect(folder, "streams.socket"));
 }
 

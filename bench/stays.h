@@ -4,8 +4,6 @@
 #include "scene/finding.h"
 
 #include <array>
-#include <map>
-#include <set>
 #include <vector>
 
 /** What really happened in the area, beside what the application made of it. */
@@ -48,8 +46,6 @@ class StayBook {
     void alert(double now, int level, bool active);
 
     const std::vector<Stay>& stays() const { return m_stays; }
-    /** Identities that were on more than one vehicle in the area. */
-    int joined() const;
     const std::vector<Alert>& alerts() const { return m_alerts; }
 
   private:
@@ -61,7 +57,6 @@ class StayBook {
     const double m_tolerance;
     const double m_scale;
     std::vector<Stay> m_stays;
-    std::map<int, std::set<int>> m_vehicles; // of each identity
     std::vector<Alert> m_alerts;
 };
 

@@ -11,6 +11,7 @@
 #include <memory>
 #include <stdexcept>
 #include <unordered_map>
+#include <utility>
 
 namespace {
 
@@ -27,6 +28,7 @@ struct Record {
 std::unordered_map<std::uint64_t, Record> known;
 std::ofstream file;
 inference_cache::Counts so_far;
+std::function<void()> afterwards = [] {};
 
 std::uint64_t hash_of(const void* bytes, std::size_t size) {
     std::uint64_t hash = size;
@@ -74,6 +76,10 @@ void inference_cache::open(const std::string& folder) {
     file.open(path, std::ios::binary | std::ios::app);
 }
 
+void inference_cache::set_afterwards(std::function<void()> what) {
+    afterwards = std::move(what);
+}
+
 inference_cache::Counts inference_cache::counts() {
     return so_far;
 }
@@ -92,6 +98,7 @@ bool __wrap_larodRunInference(larodConnection* conn, const larodInferenceRequest
         copy(detector.m_OutputClasses, found->second.classes);
         copy(detector.m_OutputScores, found->second.scores);
         ++so_far.known;
+        afterwards();
         return true;
     }
     if (!__real_larodRunInference(conn, request, error))
@@ -103,6 +110,7 @@ bool __wrap_larodRunInference(larodConnection* conn, const larodInferenceRequest
     copy(record.scores, detector.m_OutputScores);
     file.write(reinterpret_cast<const char*>(&record), sizeof record).flush();
     ++so_far.computed;
+    afterwards();
     return true;
 }
 // NOLINTEND(bugprone-reserved-identifier)

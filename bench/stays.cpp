@@ -78,7 +78,12 @@ void StayBook::pass(double now, const std::vector<host_scene::TruthObject>& trut
             ++stay->switches;
         stay->finding_id = best->id;
         stay->measured = best->seconds;
+        m_vehicles[best->id].insert(each.id);
     }
+}
+
+int StayBook::joined() const {
+    return static_cast<int>(std::ranges::count_if(m_vehicles, [](const auto& each) { return each.second.size() > 1; }));
 }
 
 void StayBook::alert(double now, int level, bool active) {

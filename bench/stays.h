@@ -4,6 +4,8 @@
 #include "scene/finding.h"
 
 #include <array>
+#include <map>
+#include <set>
 #include <vector>
 
 /** What really happened in the area, beside what the application made of it. */
@@ -46,6 +48,8 @@ class StayBook {
     void alert(double now, int level, bool active);
 
     const std::vector<Stay>& stays() const { return m_stays; }
+    /** Identities that were on more than one vehicle in the area. */
+    int joined() const;
     const std::vector<Alert>& alerts() const { return m_alerts; }
 
   private:
@@ -57,6 +61,7 @@ class StayBook {
     const double m_tolerance;
     const double m_scale;
     std::vector<Stay> m_stays;
+    std::map<int, std::set<int>> m_vehicles; // of each identity
     std::vector<Alert> m_alerts;
 };
 

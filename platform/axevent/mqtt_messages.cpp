@@ -86,6 +86,10 @@ MqttMessage stay_message(const MqttSettings& settings, const std::string& stay) 
     return {settings.prefix + "/stays", stay, false};
 }
 
+MqttMessage instance_message(const MqttSettings& settings) {
+    return {settings.prefix + "/instance", settings.client_id, false};
+}
+
 MqttMessage state_message(const MqttSettings& settings, const Occurrence& alert) {
     return {state_topic(settings, alert), json_object({{"state", json_text(on_or_off(alert.active.value_or(false)))},
                                                        {"time", json_text(alert.time)},

@@ -22,6 +22,12 @@ bool is_alert(const Occurrence& occurrence);
 /** "<prefix>/availability": "online" or "offline". */
 MqttMessage availability_message(const MqttSettings& settings, bool online);
 
+/**
+ * "<prefix>/instance": the client's name. Said once the broker is there and not retained, so that two cameras of one
+ * prefix hear of each other.
+ */
+MqttMessage instance_message(const MqttSettings& settings);
+
 /** "<prefix>/<id>/state": {"state":"ON"|"OFF","time":…,"name":…}. REQUIRES: is_alert. */
 MqttMessage state_message(const MqttSettings& settings, const Occurrence& alert);
 

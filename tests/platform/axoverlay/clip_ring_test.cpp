@@ -1,6 +1,7 @@
 #include "platform/axoverlay/clip_ring.h"
 #include "tests/platform/axoverlay/mp4_reader.h"
 #include "tests/platform/axoverlay/test_video.h"
+#include "tests/support/temporary_folder.h"
 
 #include <gmock/gmock.h>
 
@@ -38,7 +39,8 @@ class ClipRingTest : public testing::Test {
 
     std::string path(const std::string& name) const { return folder + "/" + name; }
 
-    const std::string folder = test_video::new_folder("clip_ring_test");
+    const TemporaryFolder own;
+    const std::string folder = own.path();
     std::vector<std::string> written;
     std::vector<std::string> failures;
     double filmed = 0.0;

@@ -2,6 +2,7 @@
 #include "tests/platform/axoverlay/fake_vdo.h"
 #include "tests/platform/axoverlay/mp4_reader.h"
 #include "tests/platform/axoverlay/test_video.h"
+#include "tests/support/temporary_folder.h"
 
 #include <gmock/gmock.h>
 
@@ -40,7 +41,8 @@ class HostClipsTest : public test_video::OverlayApplication {
     std::string path(const std::string& name) const { return folder + "/" + name; }
 
     const test_video::LowPriorities low;
-    const std::string folder = test_video::new_folder("host_clips_test");
+    const TemporaryFolder own;
+    const std::string folder = own.path();
     std::mutex mutex;
     std::vector<std::string> written;
     std::vector<std::string> failures;

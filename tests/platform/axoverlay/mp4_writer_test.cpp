@@ -1,6 +1,7 @@
 #include "platform/axoverlay/mp4_writer.h"
 #include "tests/platform/axoverlay/mp4_reader.h"
 #include "tests/platform/axoverlay/test_video.h"
+#include "tests/support/temporary_folder.h"
 
 #include <gtest/gtest.h>
 
@@ -12,7 +13,8 @@ namespace {
 using namespace host_overlay;
 
 TEST(Mp4Writer, puts_the_packets_of_one_encoder_into_as_many_files_as_are_wanted) {
-    const std::string folder = test_video::new_folder("mp4_writer_test");
+    const TemporaryFolder own;
+    const std::string folder = own.path();
     H264Encoder encoder(64, 48);
     {
         Mp4Writer first(folder + "/a.mp4", encoder);
@@ -36,7 +38,6 @@ TEST(Mp4Writer, puts_the_packets_of_one_encoder_into_as_many_files_as_are_wanted
         ASSERT_EQ(content.seconds.size(), 10U);
         EXPECT_NEAR(content.seconds.back(), 4.5, 1e-3);
     }
-    std::filesystem::remove_all(folder);
 }
 
 TEST(Mp4Writer, says_where_it_cannot_write) {

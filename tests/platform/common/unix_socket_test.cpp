@@ -1,4 +1,5 @@
 #include "platform/common/unix_socket.h"
+#include "tests/support/temporary_folder.h"
 
 #include <gtest/gtest.h>
 #include <sys/socket.h>

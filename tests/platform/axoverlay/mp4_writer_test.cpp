@@ -1,7 +1,6 @@
 #include "platform/axoverlay/mp4_writer.h"
 #include "tests/platform/axoverlay/mp4_reader.h"
 #include "tests/platform/axoverlay/test_video.h"
-#include "tests/support/temporary_folder.h"
 
 #include <gtest/gtest.h>
 
@@ -12,9 +11,9 @@ namespace {
 
 using namespace host_overlay;
 
-TEST(Mp4Writer, puts_the_packets_of_one_encoder_into_as_many_files_as_are_wanted) {
-    const TemporaryFolder own;
-    const std::string folder = own.path();
+TEST(Mp4Writer, PutsThePacketsOfOneEncoderIntoAsManyFilesAsAreWanted) {
+    const TemporaryFolder scratch;
+    const std::string folder = scratch.path();
     H264Encoder encoder(64, 48);
     {
         Mp4Writer first(folder + "/a.mp4", encoder);
@@ -40,7 +39,7 @@ TEST(Mp4Writer, puts_the_packets_of_one_encoder_into_as_many_files_as_are_wanted
     }
 }
 
-TEST(Mp4Writer, says_where_it_cannot_write) {
+TEST(Mp4Writer, SaysWhereItCannotWrite) {
     const H264Encoder encoder(64, 48);
     try {
         const Mp4Writer writer("/no/such/folder/a.mp4", encoder);

@@ -114,8 +114,14 @@ void Remembering::after_pass() {
 
 /** Not before the first pass: only then the camera's rotation is known. */
 void Remembering::watch_for_clips() {
-    const bool hides = read_shared(g_OverlayInfo.anonymizedStreamWidth) != 0;
-    m_clips->watch(view_to_remember(), hides ? 1 : 0);
+    const int role = read_shared(g_OverlayInfo.anonymizedStreamWidth) != 0 ? 1 : 0;
+    const auto view = view_to_remember();
+    // The recorder's thread may be put aside for long while it holds what they share: it is asked when there is need.
+    if (view == m_clip_view && role == m_clip_role)
+        return;
+    m_clip_view = view;
+    m_clip_role = role;
+    m_clips->watch(view, role);
 }
 
 void Remembering::finish() {

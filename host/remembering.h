@@ -43,7 +43,9 @@ class Remembering {
     StayKeeper m_keeper;
     const std::string m_pages;
     std::optional<Webhook> m_webhook;
-    StayCare m_care;                                   // after the keeper, which may have to put its file aside
+    StayCare m_care; // after the keeper, which may have to put its file aside
+    std::optional<host_overlay::StillView> m_clip_view;
+    int m_clip_role = 0;
     std::optional<host_overlay::ClipRecorder> m_clips; // which tells the former
 };
 

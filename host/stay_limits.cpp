@@ -24,7 +24,7 @@ struct Files {
     std::uint64_t bytes = 0;
 };
 
-/** By the id with which their names begin; 0: none. */
+/** By the id with which their names begin; 0: none, and those that are not whole. */
 std::map<std::int64_t, Files> files_of(const StayFolder& folder) {
     std::map<std::int64_t, Files> all;
     std::error_code ignored;
@@ -33,7 +33,8 @@ std::map<std::int64_t, Files> files_of(const StayFolder& folder) {
             const std::string name = entry.path().filename();
             const auto id = platform::parse_number(std::string_view(name).substr(0, name.find('-')), 1,
                                                    std::numeric_limits<std::int64_t>::max());
-            Files& files = all[static_cast<std::int64_t>(id.value_or(0))];
+            const bool is_whole = !name.ends_with(".new");
+            Files& files = all[is_whole ? static_cast<std::int64_t>(id.value_or(0)) : 0];
             files.paths.push_back(entry.path());
             const std::uintmax_t size = entry.file_size(ignored);
             files.bytes += ignored ? 0 : size;

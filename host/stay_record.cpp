@@ -38,9 +38,9 @@ std::string json_of_alerts(const StayRecord& record, const StayFolder& folder) {
             is_there(folder.still(record.id, level)) ? quoted(still_address(record.id, level)) : "null";
         const std::string clip =
             is_there(folder.clip(record.id, level)) ? quoted(clip_address(record.id, level)) : "null";
-        text += std::string(level > 1 ? ", " : "") + "{\"level\": " + std::to_string(level) +
-                ", \"time\": " + quoted(iso_text(reached(record.stay, level))) + ", \"still\": " + still +
-                ", \"clip\": " + clip + "}";
+        text.append(level > 1 ? ", " : "").append("{\"level\": ").append(std::to_string(level));
+        text.append(", \"time\": ").append(quoted(iso_text(reached(record.stay, level))));
+        text.append(", \"still\": ").append(still).append(", \"clip\": ").append(clip).append("}");
     }
     return "[" + text + "]";
 }

@@ -52,13 +52,14 @@ TEST_F(StayLimitsTest, WhatIsTooMuchGoesFromTheOldestUntilNineTenthsAreLeft) {
 TEST_F(StayLimitsTest, FilesOfNoStayGoAtTheStartOnly) {
     keep(record(1, 0.0, 1, 1), 10);
     make_file(folder().still(99, 1));
-    make_file(folder().stills() + "/12-1.jpg.new");
+    make_file(folder().stills() + "/1-1.jpg.new");
     make_file(folder().clips() + "/strange");
     sweep_stays(folder(), {30, 1000000}, noon, false);
     EXPECT_TRUE(has_still(99));
     EXPECT_THAT(sweep_stays(folder(), {30, 1000000}, noon, true), IsEmpty());
     EXPECT_FALSE(has_still(99));
     EXPECT_TRUE(std::filesystem::is_empty(folder().clips()));
+    EXPECT_FALSE(std::filesystem::exists(folder().stills() + "/1-1.jpg.new"));
     EXPECT_TRUE(has_still(1));
 }
 

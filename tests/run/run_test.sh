@@ -103,6 +103,11 @@ echo "no video" >"$work/none.mp4"
 check "so is a file that is no video" refused 'none.mp4 cannot be opened \(.+\)\.$' --state "$state" --source "$work/none.mp4"
 check "so is a turn that no camera makes" refused 'Rotation: it takes 0, 90, 180 or 270\.$' --state "$state" \
     --set root.Image.I0.Appearance.Rotation=45
+check "so is a range of time that is none" refused '"monday" is no range of time' --state "$state" --stays monday
+check "so are the stays of a folder that is not there" refused 'there is no state folder' --state "$work/nowhere" --stays 2026-11-22
+check "and it is not made" test ! -e "$work/nowhere"
+check "the stays are printed in columns" has '^ +1 +[A-Z][a-z]+ +20[0-9-]+ [0-9:]+ ' \
+    <("$run" --state "$state" --stays "$(date -d yesterday +%F)..$(date -d 'tomorrow + 1 day' +%F)")
 check "so is a state folder that cannot be made, in one sentence" test "$("$run" --state "$work/none.mp4/x" 2>&1)" = \
     "run: the state folder \"$work/none.mp4/x\" cannot be made or is not writable."
 check "so is a wrong use, in one sentence" test "$("$run" --bogus 2>&1)" = 'run: "--bogus" is no option; ./run --help lists them.'

@@ -39,6 +39,18 @@ guint next_id() {
 
 } // namespace
 
+void tell_stay(const std::string& stay) {
+    std::shared_ptr<EventService> service;
+    {
+        const annotated_lock lock(slot().mutex);
+        service = slot().service.lock();
+    }
+    if (service != nullptr) {
+        service->tell_stay(stay);
+        EventService::release(std::move(service));
+    }
+}
+
 EventService::EventService(Outputs outputs, Clock clock) : m_clock(std::move(clock)), m_outputs(std::move(outputs)) {}
 
 std::shared_ptr<EventService> EventService::acquire() {
@@ -94,6 +106,16 @@ void EventService::forget(const void* owner) {
     });
 }
 
+void EventService::tell(const Problem& problem, bool is_news) {
+    const annotated_lock lock(m_mutex);
+    m_outputs.publish(problem, m_clock(), is_news);
+}
+
+void EventService::tell_stay(const std::string& stay) {
+    const annotated_lock lock(m_mutex);
+    m_outputs.tell_stay(m_clock(), stay);
+}
+
 void EventService::close_outputs() {
     const annotated_lock lock(m_mutex);
     m_outputs.close();
@@ -109,6 +131,12 @@ EventService::Declaration& EventService::find(const void* owner, guint id) {
 void EventService::publish(Occurrence::What what, const Declaration& declaration, const std::string& time) {
     m_outputs.publish({what, time, declaration.topic.path, declaration.topic.last, declaration.topic.nice_name,
                        active_of(declaration.state), !declaration.stateless});
+}
+
+void tell_problem(const Problem& problem, bool is_news) {
+    const annotated_lock lock(slot().mutex);
+    if (const std::shared_ptr<EventService> service = slot().service.lock())
+        service->tell(problem, is_news);
 }
 
 } // namespace host_events

@@ -95,12 +95,12 @@ void EventService::forget(const void* owner) {
 }
 
 void EventService::tell(const Problem& problem, bool is_news) {
-    const std::lock_guard lock(m_mutex);
+    const annotated_lock lock(m_mutex);
     m_outputs.publish(problem, m_clock(), is_news);
 }
 
 void EventService::tell_stay(const std::string& stay) {
-    const std::lock_guard lock(m_mutex);
+    const annotated_lock lock(m_mutex);
     m_outputs.tell_stay(m_clock(), stay);
 }
 
@@ -122,13 +122,13 @@ void EventService::publish(Occurrence::What what, const Declaration& declaration
 }
 
 void tell_stay(const std::string& stay) {
-    const std::lock_guard lock(slot().mutex);
+    const annotated_lock lock(slot().mutex);
     if (const std::shared_ptr<EventService> service = slot().service.lock())
         service->tell_stay(stay);
 }
 
 void tell_problem(const Problem& problem, bool is_news) {
-    const std::lock_guard lock(slot().mutex);
+    const annotated_lock lock(slot().mutex);
     if (const std::shared_ptr<EventService> service = slot().service.lock())
         service->tell(problem, is_news);
 }

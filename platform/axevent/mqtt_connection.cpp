@@ -243,7 +243,7 @@ void MqttConnection::present() {
     const MqttMessage self = instance_message(m_settings);
     mosquitto_subscribe(m_client.get(), nullptr, self.topic.c_str(), 0);
     mosquitto_publish(m_client.get(), nullptr, self.topic.c_str(), static_cast<int>(self.payload.size()),
-                      self.payload.data(), 0, self.retained);
+                      self.payload.data(), qos, self.retained);
 }
 
 void MqttConnection::close() {

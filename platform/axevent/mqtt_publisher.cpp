@@ -1,6 +1,7 @@
 #include "platform/axevent/mqtt_publisher.h"
 
 #include "base/blocked_signals.h"
+#include "base/thread_safety.h"
 #include "platform/axevent/failure.h"
 #include "platform/axevent/mqtt_connection.h"
 #include "platform/axevent/mqtt_queue.h"
@@ -12,7 +13,6 @@
 #include <algorithm>
 #include <cstdint>
 #include <map>
-#include <mutex>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -73,7 +73,7 @@ class MqttPublisher::Worker {
 
     void announce(const MqttMessage& message) {
         {
-            const std::lock_guard lock(m_mutex);
+            const annotated_lock lock(m_mutex);
             if (std::ranges::find(m_announcements, message) != m_announcements.end())
                 return;
             m_announcements.push_back(message);
@@ -89,7 +89,7 @@ class MqttPublisher::Worker {
     /** Has `run` return within stop_time, unless the name service hangs. */
     void stop() {
         {
-            const std::lock_guard lock(m_mutex);
+            const annotated_lock lock(m_mutex);
             m_stop_at = Clock::now() + stop_time;
         }
         wake();
@@ -140,7 +140,7 @@ class MqttPublisher::Worker {
     }
 
     std::optional<Clock::time_point> stop_at() {
-        const std::lock_guard lock(m_mutex);
+        const annotated_lock lock(m_mutex);
         return m_stop_at;
     }
 
@@ -206,7 +206,7 @@ class MqttPublisher::Worker {
     }
 
     void announce_new(Visit& visit) {
-        const std::lock_guard lock(m_mutex);
+        const annotated_lock lock(m_mutex);
         for (; visit.announced < m_announcements.size(); ++visit.announced)
             visit.connection.publish(m_announcements[visit.announced]);
     }
@@ -243,9 +243,9 @@ class MqttPublisher::Worker {
     MqttQueue m_queue;
     const platform::Descriptor m_wake{eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)};
 
-    std::mutex m_mutex;                       // the two below
-    std::vector<MqttMessage> m_announcements; // only grows
-    std::optional<Clock::time_point> m_stop_at;
+    annotated_mutex m_mutex;
+    std::vector<MqttMessage> m_announcements GUARDED_BY(m_mutex); // only grows
+    std::optional<Clock::time_point> m_stop_at GUARDED_BY(m_mutex);
 
     // the thread of `run` only
     std::map<std::string, std::string> m_delivered; // topic to payload, as last confirmed

@@ -83,7 +83,7 @@ void MqttQueue::replace_file() {
 }
 
 void MqttQueue::push(MqttMessage message) {
-    const std::lock_guard lock(m_mutex);
+    const annotated_lock lock(m_mutex);
     if (m_entries.size() >= m_limit) {
         if (!m_dropping) {
             complain(m_name + " is full with " + std::to_string(m_limit) + " changes; the oldest go");
@@ -96,25 +96,25 @@ void MqttQueue::push(MqttMessage message) {
 }
 
 std::optional<MqttQueue::Entry> MqttQueue::front() const {
-    const std::lock_guard lock(m_mutex);
+    const annotated_lock lock(m_mutex);
     return m_entries.empty() ? std::nullopt : std::optional<Entry>(m_entries.front());
 }
 
 void MqttQueue::pop(std::int64_t number) {
-    const std::lock_guard lock(m_mutex);
+    const annotated_lock lock(m_mutex);
     if (!m_entries.empty() && m_entries.front().number == number)
         remove_first();
     m_dropping = m_dropping && !m_entries.empty();
 }
 
 size_t MqttQueue::size() const {
-    const std::lock_guard lock(m_mutex);
+    const annotated_lock lock(m_mutex);
     return m_entries.size();
 }
 
 void MqttQueue::tidy() {
     {
-        const std::lock_guard lock(m_mutex);
+        const annotated_lock lock(m_mutex);
         if (m_database == nullptr || m_untidied < tidy_after)
             return;
         m_untidied = 0;

@@ -1,11 +1,11 @@
 #pragma once
 
+#include "base/thread_safety.h"
 #include "platform/axevent/mqtt_messages.h"
 #include "platform/common/sqlite.h"
 
 #include <cstdint>
 #include <deque>
-#include <mutex>
 #include <optional>
 #include <string>
 
@@ -46,23 +46,23 @@ class MqttQueue {
 
   private:
     /** Opens the file and reads what it holds: SQLITE_DONE, or the code of what failed. */
-    int open_file();
+    int open_file() REQUIRES(m_mutex);
     /** Puts the damaged file aside as PATH.damaged and begins a new one. */
-    void replace_file();
-    void run(const char* sql, std::int64_t number, const MqttMessage* message);
-    void remove_first();
-    void file_failed(const std::string& problem);
+    void replace_file() REQUIRES(m_mutex);
+    void run(const char* sql, std::int64_t number, const MqttMessage* message) REQUIRES(m_mutex);
+    void remove_first() REQUIRES(m_mutex);
+    void file_failed(const std::string& problem) REQUIRES(m_mutex);
 
     const std::string m_path;
     const std::string m_name;
     const size_t m_limit;
-    mutable std::mutex m_mutex; // everything below
-    platform::Database m_database;
-    std::deque<Entry> m_entries;
-    std::int64_t m_last_number = 0;
-    int m_untidied = 0; // rows written or removed since the last tidying
-    bool m_dropping = false;
-    bool m_file_failing = false;
+    mutable annotated_mutex m_mutex;
+    platform::Database m_database GUARDED_BY(m_mutex);
+    std::deque<Entry> m_entries GUARDED_BY(m_mutex);
+    std::int64_t m_last_number GUARDED_BY(m_mutex) = 0;
+    int m_untidied GUARDED_BY(m_mutex) = 0; // rows written or removed since the last tidying
+    bool m_dropping GUARDED_BY(m_mutex) = false;
+    bool m_file_failing GUARDED_BY(m_mutex) = false;
 };
 
 } // namespace host_events

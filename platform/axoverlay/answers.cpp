@@ -48,12 +48,12 @@ AnswerBook& AnswerBook::instance() {
 }
 
 void AnswerBook::set_answers(Answers answers) {
-    const std::lock_guard lock(m_asking);
+    const annotated_lock lock(m_asking);
     m_answers = std::move(answers);
 }
 
 void AnswerBook::set_header(const std::string& name, const std::string& value) {
-    const std::lock_guard lock(m_lock);
+    const annotated_lock lock(m_lock);
     if (value.empty())
         m_headers.erase(name);
     else
@@ -62,7 +62,7 @@ void AnswerBook::set_header(const std::string& name, const std::string& value) {
 
 std::optional<MHD_Response*> AnswerBook::answer(const std::string& path, const QueryArguments& query,
                                                 unsigned& status) {
-    const std::lock_guard lock(m_asking);
+    const annotated_lock lock(m_asking);
     const std::optional<Answer> answer = m_answers ? m_answers(path, query) : std::nullopt;
     if (!answer)
         return std::nullopt;
@@ -70,7 +70,7 @@ std::optional<MHD_Response*> AnswerBook::answer(const std::string& path, const Q
 }
 
 void AnswerBook::add_headers(MHD_Response* response) {
-    const std::lock_guard lock(m_lock);
+    const annotated_lock lock(m_lock);
     for (const auto& [name, value] : m_headers)
         MHD_add_response_header(response, name.c_str(), value.c_str());
 }

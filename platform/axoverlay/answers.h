@@ -1,11 +1,11 @@
 #pragma once
 
+#include "base/thread_safety.h"
 #include "platform/axoverlay/host_answers.h"
 
 #include <microhttpd.h>
 
 #include <map>
-#include <mutex>
 #include <optional>
 #include <string>
 
@@ -25,10 +25,10 @@ class AnswerBook {
     void add_headers(MHD_Response* response);
 
   private:
-    std::mutex m_asking; // held during a call of m_answers
-    Answers m_answers;
-    std::mutex m_lock; // guards m_headers
-    std::map<std::string, std::string> m_headers;
+    annotated_mutex m_asking;
+    Answers m_answers GUARDED_BY(m_asking);
+    annotated_mutex m_lock;
+    std::map<std::string, std::string> m_headers GUARDED_BY(m_lock);
 };
 
 } // namespace host_overlay

@@ -1,10 +1,10 @@
 #include "platform/axoverlay/host_stills.h"
 
+#include "base/thread_safety.h"
 #include "platform/axoverlay/annotated_video.h"
 #include "platform/axoverlay/jpeg_encoder.h"
 #include "platform/axoverlay/settings.h"
 
-#include <mutex>
 #include <optional>
 #include <stdexcept>
 #include <thread>
@@ -15,7 +15,7 @@ namespace host_overlay {
 class StillCamera::Video {
   public:
     AnnotatedVideo& open(const Geometry& geometry) {
-        const std::lock_guard lock(m_lock);
+        const annotated_lock lock(m_lock);
         m_open.emplace(geometry, AXOVERLAY_STREAM_JPEG);
         if (m_stopped)
             m_open->stop();
@@ -23,26 +23,26 @@ class StillCamera::Video {
     }
 
     void close() {
-        const std::lock_guard lock(m_lock);
+        const annotated_lock lock(m_lock);
         m_open.reset();
     }
 
     void stop() {
-        const std::lock_guard lock(m_lock);
+        const annotated_lock lock(m_lock);
         m_stopped = true;
         if (m_open)
             m_open->stop();
     }
 
     bool is_stopped() {
-        const std::lock_guard lock(m_lock);
+        const annotated_lock lock(m_lock);
         return m_stopped;
     }
 
   private:
-    std::mutex m_lock;
-    std::optional<AnnotatedVideo> m_open;
-    bool m_stopped = false;
+    annotated_mutex m_lock;
+    std::optional<AnnotatedVideo> m_open GUARDED_BY(m_lock);
+    bool m_stopped GUARDED_BY(m_lock) = false;
 };
 
 StillCamera::StillCamera() : m_video(std::make_unique<Video>()) {}

@@ -3,7 +3,7 @@
 namespace host_overlay {
 
 void Listeners::join(const std::shared_ptr<Viewer>& listener) {
-    const std::lock_guard lock(m_lock);
+    const annotated_lock lock(m_lock);
     if (m_stopped)
         listener->end();
     else
@@ -11,7 +11,7 @@ void Listeners::join(const std::shared_ptr<Viewer>& listener) {
 }
 
 bool Listeners::empty() {
-    const std::lock_guard lock(m_lock);
+    const annotated_lock lock(m_lock);
     forget_ended();
     return m_all.empty();
 }
@@ -21,14 +21,14 @@ void Listeners::tell(const std::string& line) {
     auto part = std::make_shared<EncodedPicture>();
     part->part.assign(message.begin(), message.end());
     part->complete = true;
-    const std::lock_guard lock(m_lock);
+    const annotated_lock lock(m_lock);
     forget_ended();
     for (const auto& listener : m_all)
         listener->deliver(part);
 }
 
 void Listeners::stop() {
-    const std::lock_guard lock(m_lock);
+    const annotated_lock lock(m_lock);
     m_stopped = true;
     for (const auto& listener : m_all)
         listener->end();

@@ -1,9 +1,9 @@
 #pragma once
 
+#include "base/thread_safety.h"
 #include "platform/axoverlay/viewer.h"
 
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -19,11 +19,11 @@ class Listeners {
     void stop();
 
   private:
-    void forget_ended();
+    void forget_ended() REQUIRES(m_lock);
 
-    std::mutex m_lock; // guards the rest; taken before a viewer's lock
-    std::vector<std::shared_ptr<Viewer>> m_all;
-    bool m_stopped = false;
+    annotated_mutex m_lock; // taken before a viewer's lock
+    std::vector<std::shared_ptr<Viewer>> m_all GUARDED_BY(m_lock);
+    bool m_stopped GUARDED_BY(m_lock) = false;
 };
 
 } // namespace host_overlay

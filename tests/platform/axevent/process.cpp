@@ -185,7 +185,7 @@ Watcher::Watcher(const Broker& broker) {
     m_process = std::make_unique<Process>(subscribe);
 }
 
-std::optional<std::string> Watcher::message() {
+std::optional<std::string> Watcher::any_message() {
     while (std::optional<std::string> line = m_process->line()) {
         if (line->starts_with("0 "))
             return line->substr(2);
@@ -193,10 +193,17 @@ std::optional<std::string> Watcher::message() {
     return std::nullopt;
 }
 
+std::optional<std::string> Watcher::message() {
+    std::optional<std::string> news = any_message();
+    while (news && news->find("/instance ") != std::string::npos)
+        news = any_message();
+    return news;
+}
+
 bool Watcher::hears(const std::string& wanted) {
-    std::optional<std::string> news = message();
+    std::optional<std::string> news = any_message();
     while (news && *news != wanted)
-        news = message();
+        news = any_message();
     return news.has_value();
 }
 

@@ -73,7 +73,7 @@ class Watcher {
   public:
     explicit Watcher(const Broker& broker);
 
-    /** The next message that is news, not a retained one of old: "<topic> <payload>". */
+    /** The next message that is news, not a retained one of old or a camera's name: "<topic> <payload>". */
     std::optional<std::string> message();
     /** Reads on to this message; false when it does not come. */
     bool hears(const std::string& wanted);
@@ -88,6 +88,8 @@ class Watcher {
     std::vector<std::string> new_states(int count);
 
   private:
+    std::optional<std::string> any_message();
+
     std::unique_ptr<Process> m_process;
     std::set<std::string> m_known;
 };

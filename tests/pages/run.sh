@@ -10,7 +10,7 @@ cd "$here"
 source ./tools.sh
 install_page_tools
 
-[ $# -gt 0 ] || set -- unit/*.test.mjs server.test.mjs look.test.mjs story.test.mjs hand.test.mjs trouble.test.mjs
+[ $# -gt 0 ] || set -- unit/*.test.mjs {server,look,story,hand,trouble,host,firefox}.test.mjs
 # The core has no document: it is checked as what runs without one.
 types=(tsconfig.core.json tsconfig.pages.json tsconfig.json)
 # Side by side: each suite mostly waits for a server, an application and a browser of its own.

@@ -94,12 +94,11 @@ void end_watch::watch() {
 void end_watch::wait_for_the_end() {
     std::unique_lock lock(m_mutex);
     m_deadline = clock::now() + kPatience;
-    while (m_resting || clock::now() < m_deadline) {
+    while (m_resting || clock::now() < m_deadline)
         if (m_resting)
             m_changed.wait(lock);
         else
             m_changed.wait_until(lock, m_deadline);
-    }
     m_forcing = true;
 }
 

@@ -114,27 +114,6 @@ void swscale(benchmark::State& state) {
     report(state, rgb);
 }
 
-/** The last step alone, ours beside libyuv's. */
-void reorder_ours(benchmark::State& state) {
-    const std::vector<uint8_t> argb(size_t{kModelWidth} * kModelHeight * 4, 77);
-    std::vector<uint8_t> rgb(kModelBytes);
-    for (auto _ : state) {
-        ARGBtoRAW(argb.data(), rgb.data(), kModelWidth, kModelHeight);
-        benchmark::ClobberMemory();
-    }
-    report(state, rgb);
-}
-
-void reorder_libyuv(benchmark::State& state) {
-    const std::vector<uint8_t> argb(size_t{kModelWidth} * kModelHeight * 4, 77);
-    std::vector<uint8_t> rgb(kModelBytes);
-    for (auto _ : state) {
-        libyuv::ARGBToRAW(argb.data(), kModelWidth * 4, rgb.data(), kModelWidth * 3, kModelWidth, kModelHeight);
-        benchmark::ClobberMemory();
-    }
-    report(state, rgb);
-}
-
 void camera_sizes(benchmark::internal::Benchmark* benchmark) {
     benchmark->Args({1280, 720})->Args({1920, 1080})->Unit(benchmark::kMicrosecond);
 }
@@ -143,8 +122,6 @@ BENCHMARK(ours)->Apply(camera_sizes);
 BENCHMARK(bare_libyuv)->Apply(camera_sizes);
 BENCHMARK(opencv)->Apply(camera_sizes);
 BENCHMARK(swscale)->Apply(camera_sizes);
-BENCHMARK(reorder_ours)->Unit(benchmark::kMicrosecond);
-BENCHMARK(reorder_libyuv)->Unit(benchmark::kMicrosecond);
 
 } // namespace
 

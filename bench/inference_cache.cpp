@@ -11,6 +11,7 @@
 #include <memory>
 #include <stdexcept>
 #include <unordered_map>
+#include <utility>
 
 namespace {
 
@@ -27,6 +28,7 @@ struct Record {
 std::unordered_map<std::uint64_t, Record> known;
 std::ofstream file;
 inference_cache::Counts so_far;
+std::function<void()> afterwards = [] {};
 
 std::uint64_t hash_of(const void* bytes, std::size_t size) {
     std::uint64_t hash = size;
@@ -55,27 +57,27 @@ void copy(float* to, const Values& from) {
 void inference_cache::open(const std::string& folder) {
     g_autofree gchar* model = nullptr;
     gsize size = 0;
-    if (g_file_get_contents(g_LocationController.get_modelpath().c_str(), &model, &size, nullptr) == FALSE) {
+    if (g_file_get_contents(g_LocationController.get_modelpath().c_str(), &model, &size, nullptr) == FALSE)
         throw std::runtime_error("cannot read the model " + g_LocationController.get_modelpath());
-    }
     g_autofree gchar* sum =
         g_compute_checksum_for_data(G_CHECKSUM_SHA256, reinterpret_cast<const guchar*>(model), size);
     const std::string path = folder + "/" + std::string(sum).substr(0, 16) + ".outputs";
     std::ifstream stored(path, std::ios::binary);
     Record record;
-    while (stored.read(reinterpret_cast<char*>(&record), sizeof record)) {
+    while (stored.read(reinterpret_cast<char*>(&record), sizeof record))
         known[record.picture] = record;
-    }
     // A record that a killed run has left half written is cut off, or all after it would be shifted.
     std::ofstream whole(path + ".new", std::ios::binary);
-    for (const auto& [picture, each] : known) {
+    for (const auto& [picture, each] : known)
         whole.write(reinterpret_cast<const char*>(&each), sizeof each);
-    }
     whole.close();
-    if (!whole || std::rename((path + ".new").c_str(), path.c_str()) != 0) {
+    if (!whole || std::rename((path + ".new").c_str(), path.c_str()) != 0)
         throw std::runtime_error("cannot write " + path);
-    }
     file.open(path, std::ios::binary | std::ios::app);
+}
+
+void inference_cache::set_afterwards(std::function<void()> what) {
+    afterwards = std::move(what);
 }
 
 inference_cache::Counts inference_cache::counts() {
@@ -96,11 +98,11 @@ bool __wrap_larodRunInference(larodConnection* conn, const larodInferenceRequest
         copy(detector.m_OutputClasses, found->second.classes);
         copy(detector.m_OutputScores, found->second.scores);
         ++so_far.known;
+        afterwards();
         return true;
     }
-    if (!__real_larodRunInference(conn, request, error)) {
+    if (!__real_larodRunInference(conn, request, error))
         return false;
-    }
     Record& record = known[picture];
     record.picture = picture;
     copy(record.locations, detector.m_OutputLocations);
@@ -108,6 +110,7 @@ bool __wrap_larodRunInference(larodConnection* conn, const larodInferenceRequest
     copy(record.scores, detector.m_OutputScores);
     file.write(reinterpret_cast<const char*>(&record), sizeof record).flush();
     ++so_far.computed;
+    afterwards();
     return true;
 }
 // NOLINTEND(bugprone-reserved-identifier)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <string>
 
 /**
@@ -12,6 +13,10 @@ namespace inference_cache {
 
 /** From now on, for the model that g_LocationController has loaded. Throws std::runtime_error with a sentence. */
 void open(const std::string& folder);
+
+/** Called after each inference, when its outputs are there, which it may change; the file keeps what the network gave.
+ */
+void set_afterwards(std::function<void()> afterwards);
 
 /** Pictures answered from the file, and by the network, since then. */
 struct Counts {

@@ -42,19 +42,19 @@ struct Moment {
 
 class Step {
   public:
-    explicit Step(const char* name) : name_(name) {}
+    explicit Step(const char* name) : m_name(name) {}
 
     template <typename Work>
     void time(const Work& work) {
         const Moment before;
         work();
         const Moment after;
-        wall_.push_back(std::chrono::duration<double, std::milli>(after.wall - before.wall).count());
-        processor_.push_back(after.processor_ms - before.processor_ms);
+        m_wall.push_back(std::chrono::duration<double, std::milli>(after.wall - before.wall).count());
+        m_processor.push_back(after.processor_ms - before.processor_ms);
     }
 
-    double wall_median() { return median(wall_); }
-    void print() { std::printf("%-34s %9.3f %14.3f\n", name_, median(wall_), median(processor_)); }
+    double wall_median() { return median(m_wall); }
+    void print() { std::printf("%-34s %9.3f %14.3f\n", m_name, median(m_wall), median(m_processor)); }
 
   private:
     static double median(std::vector<double>& values) {
@@ -63,9 +63,9 @@ class Step {
         return *middle;
     }
 
-    const char* name_;
-    std::vector<double> wall_;
-    std::vector<double> processor_;
+    const char* m_name;
+    std::vector<double> m_wall;
+    std::vector<double> m_processor;
 };
 
 void start() {
@@ -111,9 +111,8 @@ void measure() {
     }
     std::printf("%d findings, one viewer, 1280x720; medians of %d passes without the network\n", findings, passes);
     std::printf("%-34s %9s %14s\n", "", "wall ms", "processor ms");
-    for (Step* step : {&look, &think, &draw, &whole}) {
+    for (Step* step : {&look, &think, &draw, &whole})
         step->print();
-    }
     if (whole.wall_median() >= most_ms) {
         throw std::runtime_error("the whole pass takes " + std::to_string(most_ms) +
                                  " ms or more; is the machine quiet?");

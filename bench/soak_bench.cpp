@@ -71,9 +71,8 @@ void start() {
     init_event_manager();
     init_logic(g_ConfigParams.i_MaxDisappeared);
     set_dwell_clock(simulated_time);
-    if (g_LocationController.m_OutputScores == nullptr) {
+    if (g_LocationController.m_OutputScores == nullptr)
         throw std::runtime_error("the detector is not set up:\n" + g_Logger.getPlainLogContents());
-    }
     set_pass_time_counts(false); // no pass is slow in simulated time
 }
 
@@ -104,22 +103,19 @@ bool soak(int hours) {
             ++statuses[g_StatusCode == 200                          ? 0
                        : g_StatusCode >= 502 && g_StatusCode <= 504 ? static_cast<std::size_t>(g_StatusCode - 501)
                                                                     : 4];
-            if (pass % passes_between_lines == 0) {
+            if (pass % passes_between_lines == 0)
                 g_Logger.info("soak: hour " + std::to_string(hour) + ", pass " + std::to_string(pass));
-            }
         }
         const Use use = print_hour(hour, viewer);
-        if (hour == 1) {
+        if (hour == 1)
             first = use;
-        } else {
+        else
             flat = flat && use.memory_kb - first.memory_kb <= most_growth_kb && use.descriptors == first.descriptors;
-        }
     }
     std::printf("passes with status 200: %ld, 502: %ld, 503: %ld, 504: %ld, another: %ld\n", statuses[0], statuses[1],
                 statuses[2], statuses[3], statuses[4]);
-    if (statuses[4] != 0 || *std::min_element(statuses.begin(), statuses.begin() + 4) == 0 || viewer.bytes() == 0) {
+    if (statuses[4] != 0 || *std::min_element(statuses.begin(), statuses.begin() + 4) == 0 || viewer.bytes() == 0)
         throw std::runtime_error("the passes did not do what they were meant to");
-    }
     return flat;
 }
 
@@ -133,9 +129,8 @@ int main(int argc, char** argv) {
     }
     try {
         start();
-        if (soak(hours)) {
+        if (soak(hours))
             return 0;
-        }
         std::fputs("soak_bench: memory or descriptors have grown\n", stderr);
     } catch (const std::exception& problem) {
         std::fprintf(stderr, "soak_bench: %s\n", problem.what());

@@ -39,9 +39,8 @@ std::array<larodTensor, 4> outputs;
 template <std::size_t count>
 larodTensor** list_of(std::array<larodTensor, count>& tensors, size_t* number) {
     static std::array<larodTensor*, count> list;
-    for (std::size_t i = 0; i < count; ++i) {
+    for (std::size_t i = 0; i < count; ++i)
         list[i] = &tensors[i];
-    }
     *number = count;
     return list.data();
 }
@@ -59,15 +58,13 @@ void soak_platform::load_outputs(const std::string& path) {
         Outputs pass;
         for (std::size_t row = 0; row < count; ++row) {
             file >> pass.classes[row] >> pass.scores[row];
-            for (std::size_t edge = 0; edge < 4; ++edge) {
+            for (std::size_t edge = 0; edge < 4; ++edge)
                 file >> pass.locations[row * 4 + edge];
-            }
         }
         recorded.push_back(pass);
     }
-    if (recorded.empty() || !file.eof()) {
+    if (recorded.empty() || !file.eof())
         throw std::runtime_error("there are no recorded outputs in " + path);
-    }
 }
 
 long soak_platform::inferences() {
@@ -135,7 +132,6 @@ void larodDestroyJobRequest(larodInferenceRequest** handle) {
 }
 
 void larodClearError(larodError** error) {
-    if (error != nullptr) {
+    if (error != nullptr)
         *error = nullptr;
-    }
 }

@@ -80,9 +80,8 @@ guint32 vdo_map_get_uint32(const VdoMap* map, const gchar* name, guint32 default
 }
 
 void vdo_map_dump(const VdoMap* map) {
-    for (const auto& [name, value] : content_of<Map>(const_cast<VdoMap*>(map)).values) {
+    for (const auto& [name, value] : content_of<Map>(const_cast<VdoMap*>(map)).values)
         std::printf("%s=%u\n", name.c_str(), value);
-    }
 }
 
 VdoChannel* vdo_channel_get(guint, GError**) {

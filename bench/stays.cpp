@@ -27,13 +27,13 @@ struct StayBook::Box {
 };
 
 StayBook::Box StayBook::box_of(const host_scene::TruthObject& vehicle) const {
-    return {vehicle.left * scale_, vehicle.top * scale_, vehicle.width * scale_, vehicle.height * scale_};
+    return {vehicle.left * m_scale, vehicle.top * m_scale, vehicle.width * m_scale, vehicle.height * m_scale};
 }
 
 Stay* StayBook::last_stay(int vehicle) {
     const auto found =
-        std::find_if(stays_.rbegin(), stays_.rend(), [=](const Stay& s) { return s.vehicle == vehicle; });
-    return found != stays_.rend() ? &*found : nullptr;
+        std::find_if(m_stays.rbegin(), m_stays.rend(), [=](const Stay& s) { return s.vehicle == vehicle; });
+    return found != m_stays.rend() ? &*found : nullptr;
 }
 
 void StayBook::look(double now, const std::vector<host_scene::TruthObject>& truth) {
@@ -42,32 +42,28 @@ void StayBook::look(double now, const std::vector<host_scene::TruthObject>& trut
         const Box box = box_of(each);
         const std::pair<int, int> centre(static_cast<int>(box.left + box.width / 2),
                                          static_cast<int>(box.top + box.height / 2));
-        if (each.class_index == person || !g_AreaofInterest.is_detected(1, centre)) {
+        if (each.class_index == person || !g_AreaofInterest.is_detected(1, centre))
             continue;
-        }
         inside.push_back(each.id);
         if (const Stay* stay = last_stay(each.id); stay == nullptr || stay->left >= 0.0) {
             Stay fresh;
             fresh.vehicle = each.id;
             fresh.class_index = each.class_index;
             fresh.entered = now;
-            stays_.push_back(fresh);
+            m_stays.push_back(fresh);
         }
     }
-    for (Stay& stay : stays_) {
-        if (stay.left < 0.0 && std::ranges::find(inside, stay.vehicle) == inside.end()) {
+    for (Stay& stay : m_stays)
+        if (stay.left < 0.0 && std::ranges::find(inside, stay.vehicle) == inside.end())
             stay.left = now;
-        }
-    }
 }
 
 void StayBook::pass(double now, const std::vector<host_scene::TruthObject>& truth, const t_findings_list& findings) {
     for (const auto& each : truth) {
         Stay* stay = last_stay(each.id);
         // Its box may be found in the area a little longer than its centre is there.
-        if (stay == nullptr || (stay->left >= 0.0 && now - stay->left > tolerance_)) {
+        if (stay == nullptr || (stay->left >= 0.0 && now - stay->left > m_tolerance))
             continue;
-        }
         const Box box = box_of(each);
         const auto best =
             std::ranges::max_element(findings, {}, [&](const one_find& find) { return box.overlap(find.detect); });
@@ -76,33 +72,34 @@ void StayBook::pass(double now, const std::vector<host_scene::TruthObject>& trut
             ++stay->passes;
             stay->passes_found += found ? 1 : 0;
         }
-        if (!found || best->footing == not_in_AOI) {
+        if (!found || best->footing == not_in_AOI)
             continue;
-        }
-        if (stay->finding_id != -1 && stay->finding_id != best->id) {
+        if (stay->finding_id != -1 && stay->finding_id != best->id)
             ++stay->switches;
-        }
         stay->finding_id = best->id;
         stay->measured = best->seconds;
+        m_vehicles[best->id].insert(each.id);
     }
+}
+
+int StayBook::joined() const {
+    return static_cast<int>(std::ranges::count_if(m_vehicles, [](const auto& each) { return each.second.size() > 1; }));
 }
 
 void StayBook::alert(double now, int level, bool active) {
     const auto index = static_cast<std::size_t>(level);
     Alert alert{now, level, active, -1};
-    for (std::size_t i = 0; active && i < stays_.size(); ++i) {
-        const Stay& stay = stays_[i];
-        const bool recent = stay.left < 0.0 || now - stay.left <= tolerance_;
-        const bool long_enough = stay.dwell(now) >= thresholds_[index] - tolerance_;
-        const auto longest = [&] { return stays_[static_cast<std::size_t>(alert.cause)].dwell(now); };
-        if (recent && long_enough && (alert.cause == -1 || stay.dwell(now) > longest())) {
+    for (std::size_t i = 0; active && i < m_stays.size(); ++i) {
+        const Stay& stay = m_stays[i];
+        const bool recent = stay.left < 0.0 || now - stay.left <= m_tolerance;
+        const bool long_enough = stay.dwell(now) >= m_thresholds[index] - m_tolerance;
+        const auto longest = [&] { return m_stays[static_cast<std::size_t>(alert.cause)].dwell(now); };
+        if (recent && long_enough && (alert.cause == -1 || stay.dwell(now) > longest()))
             alert.cause = static_cast<int>(i);
-        }
     }
-    if (alert.cause != -1 && stays_[static_cast<std::size_t>(alert.cause)].alert[index] < 0.0) {
-        stays_[static_cast<std::size_t>(alert.cause)].alert[index] = now;
-    }
-    alerts_.push_back(alert);
+    if (alert.cause != -1 && m_stays[static_cast<std::size_t>(alert.cause)].alert[index] < 0.0)
+        m_stays[static_cast<std::size_t>(alert.cause)].alert[index] = now;
+    m_alerts.push_back(alert);
 }
 
 } // namespace bench

@@ -4,6 +4,8 @@
 #include "scene/finding.h"
 
 #include <array>
+#include <map>
+#include <set>
 #include <vector>
 
 /** What really happened in the area, beside what the application made of it. */
@@ -37,7 +39,7 @@ struct Alert {
 class StayBook {
   public:
     StayBook(std::array<int, levels> thresholds, double tolerance, double scale)
-        : thresholds_(thresholds), tolerance_(tolerance), scale_(scale) {}
+        : m_thresholds(thresholds), m_tolerance(tolerance), m_scale(scale) {}
 
     /** The truth at that moment; called often, so that entering and leaving are known well. */
     void look(double now, const std::vector<host_scene::TruthObject>& truth);
@@ -45,19 +47,22 @@ class StayBook {
     void pass(double now, const std::vector<host_scene::TruthObject>& truth, const t_findings_list& findings);
     void alert(double now, int level, bool active);
 
-    const std::vector<Stay>& stays() const { return stays_; }
-    const std::vector<Alert>& alerts() const { return alerts_; }
+    const std::vector<Stay>& stays() const { return m_stays; }
+    /** Identities that were on more than one vehicle in the area. */
+    int joined() const;
+    const std::vector<Alert>& alerts() const { return m_alerts; }
 
   private:
     struct Box;
     Box box_of(const host_scene::TruthObject& vehicle) const;
     Stay* last_stay(int vehicle);
 
-    const std::array<int, levels> thresholds_;
-    const double tolerance_;
-    const double scale_;
-    std::vector<Stay> stays_;
-    std::vector<Alert> alerts_;
+    const std::array<int, levels> m_thresholds;
+    const double m_tolerance;
+    const double m_scale;
+    std::vector<Stay> m_stays;
+    std::map<int, std::set<int>> m_vehicles; // of each identity
+    std::vector<Alert> m_alerts;
 };
 
 } // namespace bench

@@ -21,9 +21,8 @@ namespace {
 int number(const std::string& text) {
     int value = 0;
     const char* end = text.data() + text.size();
-    if (const auto [stop, failure] = std::from_chars(text.data(), end, value); failure != std::errc{} || stop != end) {
+    if (const auto [stop, failure] = std::from_chars(text.data(), end, value); failure != std::errc{} || stop != end)
         throw std::runtime_error("\"" + text + "\" is no number");
-    }
     return value;
 }
 
@@ -36,20 +35,18 @@ struct Target {
 void print(const Target& target, int seconds) {
     std::printf("%-46s %2zu readers %2zu stalled, pictures a second:", target.path.c_str(), target.readers.size(),
                 target.stalled.size());
-    for (const auto& reader : target.readers) {
+    for (const auto& reader : target.readers)
         std::printf(" %.1f", static_cast<double>(reader->pictures()) / seconds);
-    }
     std::printf("\n");
 }
 
 int watch(const std::string& address, int seconds, int viewers, int stalled, std::vector<Target> targets) {
     for (int i = 0; i < viewers; ++i) {
         Target& target = targets[static_cast<std::size_t>(i) % targets.size()];
-        if (i < viewers - stalled) {
+        if (i < viewers - stalled)
             target.readers.push_back(std::make_unique<bench::Viewer>(address, target.path));
-        } else {
+        else
             target.stalled.push_back(std::make_unique<bench::StalledViewer>(address, target.path));
-        }
     }
     std::this_thread::sleep_for(std::chrono::seconds(seconds));
     bool all_saw = true;
@@ -65,13 +62,11 @@ int watch(const std::string& address, int seconds, int viewers, int stalled, std
 int main(int argc, char** argv) {
     try {
         const std::vector<std::string> words(argv + 1, argv + argc);
-        if (words.size() < 5) {
+        if (words.size() < 5)
             throw std::runtime_error("usage: stream_viewers ADDRESS SECONDS VIEWERS STALLED TARGET...");
-        }
         std::vector<Target> targets(words.size() - 4);
-        for (std::size_t i = 0; i < targets.size(); ++i) {
+        for (std::size_t i = 0; i < targets.size(); ++i)
             targets[i].path = words[i + 4];
-        }
         return watch(words[0], number(words[1]), number(words[2]), number(words[3]), std::move(targets));
     } catch (const std::exception& problem) {
         std::fprintf(stderr, "stream_viewers: %s\n", problem.what());

@@ -15,9 +15,8 @@ int main(int argc, char** argv) {
         return 2;
     }
     t_Polygon area;
-    for (const host_scene::ScenePoint& corner : host_scene::suggested_area) {
+    for (const host_scene::ScenePoint& corner : host_scene::suggested_area)
         area.emplace_back(corner.x, corner.y);
-    }
     area_of_interest zones;
     zones.set_detection(1, area);
     const host_scene::StreetScene scene(host_scene::design_width, host_scene::design_height);
@@ -30,11 +29,10 @@ int main(int argc, char** argv) {
                                              static_cast<int>(object.top + object.height / 2));
             const bool here = object.class_index != 0 && zones.is_detected(1, centre);
             const auto entered = inside.find(object.id);
-            if (here) {
+            if (here)
                 still[object.id] = entered != inside.end() ? entered->second : now;
-            } else if (entered != inside.end()) {
+            else if (entered != inside.end())
                 std::printf("%.2f %.2f %d\n", entered->second, now, object.class_index);
-            }
         }
         inside = still;
     }

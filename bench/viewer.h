@@ -17,17 +17,17 @@ class Viewer {
     Viewer& operator=(const Viewer&) = delete;
 
     /** Received so far. */
-    std::size_t bytes() const { return bytes_; }
+    std::size_t bytes() const { return m_bytes; }
     /** Begun so far; those are not counted whose first bytes are divided between two reads. */
-    std::size_t pictures() const { return pictures_; }
+    std::size_t pictures() const { return m_pictures; }
     /** Waits until the stream delivers pictures. Throws std::runtime_error when it does not within 10 s. */
     void wait_for_pictures() const;
 
   private:
-    int socket_;
-    std::atomic<std::size_t> bytes_{0};
-    std::atomic<std::size_t> pictures_{0};
-    std::thread reader_;
+    int m_socket;
+    std::atomic<std::size_t> m_bytes{0};
+    std::atomic<std::size_t> m_pictures{0};
+    std::thread m_reader;
 };
 
 /** Somebody who asks for a stream and reads nothing of it. When he is dropped for that he asks again. */
@@ -40,8 +40,8 @@ class StalledViewer {
     StalledViewer& operator=(const StalledViewer&) = delete;
 
   private:
-    std::atomic<bool> ending_{false};
-    std::thread waiter_;
+    std::atomic<bool> m_ending{false};
+    std::thread m_waiter;
 };
 
 } // namespace bench

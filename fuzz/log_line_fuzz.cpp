@@ -9,12 +9,11 @@ namespace {
 
 std::vector<std::string> pieces_of(const std::string& line) {
     std::vector<std::string> pieces(1);
-    for (const char c : line) {
+    for (const char c : line)
         if (c == '|')
             pieces.emplace_back();
         else
             pieces.back() += c;
-    }
     return pieces;
 }
 

@@ -27,19 +27,16 @@ bool has_results(int status) {
 
 std::string line_of(const Snapshot& snapshot) {
     std::string line = formatted("status %d", snapshot.status);
-    if (has_results(snapshot.status)) {
+    if (has_results(snapshot.status))
         line += formatted(" | %d ms", snapshot.pass_ms);
-    }
     line += formatted(" | %.1f passes/s", snapshot.passes_per_second);
     if (snapshot.frames_per_second > 0.0) {
         line += formatted(" | source %.1f fps", snapshot.frames_per_second);
-        if (snapshot.source_seconds > 0.0) {
+        if (snapshot.source_seconds > 0.0)
             line += formatted(" at %.1f s", snapshot.source_seconds);
-        }
     }
-    if (!has_results(snapshot.status)) {
+    if (!has_results(snapshot.status))
         return line;
-    }
     const char* separator = " | ";
     for (const detection& found : snapshot.detections) {
         line += formatted("%s%s %.2f at %d,%d %dx%d", separator, class_label(found.ClassId).c_str(),
@@ -50,9 +47,8 @@ std::string line_of(const Snapshot& snapshot) {
 }
 
 std::string fitted(const std::string& line, size_t columns) {
-    if (line.size() <= columns || columns < 3) {
+    if (line.size() <= columns || columns < 3)
         return line;
-    }
     return line.substr(0, columns - 3) + "...";
 }
 

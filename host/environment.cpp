@@ -9,9 +9,8 @@ Environment own_environment() {
     for (char** entry = environ; *entry != nullptr; ++entry) {
         const std::string text = *entry;
         const size_t equals = text.find('=');
-        if (equals != std::string::npos) {
+        if (equals != std::string::npos)
             variables.emplace(text.substr(0, equals), text.substr(equals + 1));
-        }
     }
     return variables;
 }

@@ -1,6 +1,8 @@
 #include "host/explanation.h"
 
 #include "base/arithmetic.h"
+#include "base/shared_field.h"
+#include "config/config_params.h"
 #include "detection/object_class.h"
 #include "scene/area_of_interest.h"
 #include "scene/detection_processing.h"
@@ -21,21 +23,18 @@ std::vector<int> zones_over(const detection& box) {
     for (int zone = 1; zone <= 3; ++zone) {
         const t_Polygon polygon = g_AreaofInterest.get_exclusion(zone);
         bool over = false;
-        for (const auto& corner : corners) {
+        for (const auto& corner : corners)
             over = over || area_of_interest::is_winding_number_nonzero(corner, polygon);
-        }
-        if (over && g_AreaofInterest.get_exclusion_active(zone)) {
+        if (over && g_AreaofInterest.get_exclusion_active(zone))
             zones.push_back(zone);
-        }
     }
     return zones;
 }
 
 std::string exclusion_by(const std::vector<int>& zones) {
     std::string text = zones.size() == 1 ? "excluded by zone " : "excluded by zones ";
-    for (std::size_t i = 0; i < zones.size(); ++i) {
+    for (std::size_t i = 0; i < zones.size(); ++i)
         text += (i == 0 ? "" : i + 1 == zones.size() ? " and " : ", ") + std::to_string(zones[i]);
-    }
     return text;
 }
 
@@ -45,6 +44,7 @@ Explanation explain(const one_find& find) {
     Explanation explanation;
     const auto missing = g_Tracker.m_Disappeared.find(find.id);
     explanation.unseen = missing != g_Tracker.m_Disappeared.end() ? missing->second : 0;
+    explanation.unseen_seconds = explanation.unseen * read_shared(g_ConfigParams.i_MainLoopTime) / 1000.0;
     if (find.footing != not_in_AOI) {
         explanation.reason = "counts";
     } else if (!is_class_wanted(find.detect.ClassId)) {

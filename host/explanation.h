@@ -8,8 +8,9 @@ namespace console {
 
 /** Why a followed object counts, or does not, in the words of pages, replays and README. */
 struct Explanation {
-    std::string reason; // "counts", "class off", "outside", "excluded by zone 2", "excluded by zones 1 and 3"
-    int unseen = 0;     // passes since it was last seen: it is only remembered
+    std::string reason;          // "counts", "class off", "outside", "excluded by zone 2", "excluded by zones 1 and 3"
+    int unseen = 0;              // passes since it was last seen: it is only remembered
+    double unseen_seconds = 0.0; // the same, when passes keep their period
 };
 
 /** Of a finding of the pass that has just been made. Main thread. */

@@ -17,9 +17,8 @@ bool is_readable_file(const std::string& path) {
 
 bool can_write(const std::string& path) {
     std::error_code ignored;
-    if (fs::exists(path, ignored)) {
+    if (fs::exists(path, ignored))
         return !fs::is_directory(path, ignored) && euidaccess(path.c_str(), W_OK) == 0;
-    }
     const fs::path folder = fs::absolute(path, ignored).parent_path();
     return fs::is_directory(folder, ignored) && euidaccess(folder.c_str(), W_OK) == 0;
 }

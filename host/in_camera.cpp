@@ -21,14 +21,13 @@ std::vector<std::string> joined(std::vector<std::string> words, const std::vecto
 /** Empty when bwrap can make such a view, else its complaint. */
 std::string why_no_view(const std::vector<std::string>& bwrap, const std::string& state, Signals& signals) {
     const std::string complaints = state + "/view.log";
-    const Descriptor log = open_output(complaints, nobody_else);
+    const platform::Descriptor log = open_output(complaints, nobody_else);
     Program probe;
     probe.command = joined(bwrap, {"true"});
     probe.environment = own_environment();
     probe.err = log.get();
-    if (run_to_end(probe, signals) == 0) {
+    if (run_to_end(probe, signals) == 0)
         return {};
-    }
     const std::string said = first_line(contents_of(complaints));
     return said.empty() ? "bwrap fails without a word" : said;
 }

@@ -9,9 +9,8 @@
 
 int main(int argc, char** argv) {
     try {
-        if (argc < 3) {
+        if (argc < 3)
             throw console::Refusal("it takes a state folder, a program and the program's arguments.");
-        }
         console::Signals signals;
         console::Program program;
         program.command.assign(argv + 2, argv + argc);

@@ -1,8 +1,9 @@
 #include "host/options.h"
 
+#include "platform/common/settings.h"
+
 #include <glib.h>
 
-#include <charconv>
 #include <cmath>
 #include <stdexcept>
 
@@ -11,23 +12,16 @@ namespace {
 
 constexpr int largest_side = 16384;
 
-/** All of [begin, end) as a side of a picture; 0 when it is none. */
-int side(const char* begin, const char* end) {
-    int value = 0;
-    const auto [stop, failure] = std::from_chars(begin, end, value);
-    return failure == std::errc{} && stop == end && value > 0 && value <= largest_side ? value : 0;
+bool is_side(int pixels) {
+    return pixels > 0 && pixels <= largest_side;
 }
 
 void read_size(const std::string& text, Options& options) {
-    const char* end = text.data() + text.size();
-    const size_t cross = text.find('x');
-    if (cross != std::string::npos) {
-        options.width = side(text.data(), text.data() + cross);
-        options.height = side(text.data() + cross + 1, end);
-    }
-    if (cross == std::string::npos || options.width == 0 || options.height == 0) {
+    const auto size = platform::parse_size(text);
+    if (!size || !is_side(size->width) || !is_side(size->height))
         throw std::runtime_error("--stream is a size like 1280x720, not \"" + text + "\"");
-    }
+    options.width = size->width;
+    options.height = size->height;
 }
 
 } // namespace
@@ -45,27 +39,21 @@ Options parse_options(int argc, char** argv, bool replay) {
         {nullptr, 0, 0, G_OPTION_ARG_NONE, nullptr, nullptr, nullptr}};
     g_autoptr(GOptionContext) context = g_option_context_new(nullptr);
     g_option_context_add_main_entries(context, recording, nullptr);
-    if (replay) {
+    if (replay)
         g_option_context_add_main_entries(context, replaying, nullptr);
-    }
     g_autoptr(GError) error = nullptr;
-    if (g_option_context_parse(context, &argc, &argv, &error) == FALSE) {
+    if (g_option_context_parse(context, &argc, &argv, &error) == FALSE)
         throw std::runtime_error(error->message);
-    }
-    if (argc > 1) {
+    if (argc > 1)
         throw std::runtime_error(std::string("\"") + argv[1] + "\" is no option; --help lists them");
-    }
-    if (!(seconds > 0.0)) {
+    if (!(seconds > 0.0))
         throw std::runtime_error("--seconds must be more than 0");
-    }
     Options options;
     options.seconds = seconds;
-    if (record != nullptr) {
+    if (record != nullptr)
         options.record = record;
-    }
-    if (stream != nullptr) {
+    if (stream != nullptr)
         read_size(stream, options);
-    }
     return options;
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/descriptor.h"
+#include "platform/common/descriptor.h"
 
 #include <sys/types.h>
 
@@ -10,7 +10,7 @@ namespace console {
 
 /** Makes or empties what the user asked for by name, as the user makes files (`mask`), whatever the state folder's are
     made like. Throws Refusal when that cannot be done. */
-Descriptor open_output(const std::string& path, mode_t mask);
+platform::Descriptor open_output(const std::string& path, mode_t mask);
 
 /** The file of a recording. It is there before the program starts: what the program made in a folder that its view
     covers would be lost with the view. A recording that never began leaves no file. */
@@ -23,7 +23,7 @@ class RecordingFile {
     RecordingFile& operator=(const RecordingFile&) = delete;
 
   private:
-    std::string made_;
+    std::string m_made;
 };
 
 } // namespace console

@@ -11,7 +11,16 @@
 namespace console {
 namespace {
 
-// Labels and alert names come from tables of plain words: nothing in them needs escaping.
+// Labels, reasons, problems and alert names come from tables of plain words: nothing in them needs escaping.
+
+/** JSON has no word for what is not finite; what is only remembered has no score. */
+void print_score(std::ostream& out, float score, bool seen) {
+    out << ", \"score\": ";
+    if (seen && std::isfinite(score))
+        out << std::setprecision(4) << score;
+    else
+        out << "null";
+}
 
 void print_class_and_box(std::ostream& out, const detection& found) {
     out << "\"class\": " << found.ClassId << ", \"label\": \"" << class_label(found.ClassId) << "\", \"box\": ["
@@ -21,26 +30,28 @@ void print_class_and_box(std::ostream& out, const detection& found) {
 void print(std::ostream& out, const detection& found) {
     out << '{';
     print_class_and_box(out, found);
-    out << ", \"score\": ";
-    // JSON has no word for what is not finite.
-    if (std::isfinite(found.Confidence)) {
-        out << std::setprecision(4) << found.Confidence << '}';
-    } else {
-        out << "null}";
-    }
+    print_score(out, found.Confidence, true);
+    out << '}';
 }
 
 void print(std::ostream& out, const ExplainedFinding& finding) {
     const one_find& find = finding.find;
     out << "{\"id\": " << find.id << ", ";
     print_class_and_box(out, find.detect);
+    print_score(out, find.detect.Confidence, finding.explanation.unseen == 0);
     out << ", \"footing\": " << static_cast<int>(find.footing) << ", \"seconds\": " << find.seconds << ", \"state\": \""
         << name_of(find.footing) << "\", \"reason\": \"" << finding.explanation.reason
-        << "\", \"unseen\": " << finding.explanation.unseen << '}';
+        << "\", \"unseen\": " << finding.explanation.unseen << ", \"unseen_seconds\": " << std::setprecision(1)
+        << finding.explanation.unseen_seconds << '}';
 }
 
 void print(std::ostream& out, const AlertChange& change) {
     out << "{\"name\": \"" << change.name << "\", \"active\": " << (change.active ? "true" : "false") << '}';
+}
+
+void print(std::ostream& out, const Problem& problem) {
+    out << "{\"kind\": \"" << problem.kind << "\", \"since\": " << problem.since << ", \"text\": \"" << problem.text
+        << "\"}";
 }
 
 template <typename List>
@@ -64,6 +75,17 @@ std::string json_of_pass(const PassRecord& record) {
     print_list(out, "detections", record.detections);
     print_list(out, "findings", record.findings);
     print_list(out, "alerts", record.alerts);
+    out << '}';
+    return out.str();
+}
+
+std::string json_of_live_pass(const LiveRecord& record) {
+    std::ostringstream out;
+    out.imbue(std::locale::classic());
+    out << std::fixed << "{\"time\": " << std::setprecision(3) << record.time << ", \"size\": [" << record.width << ", "
+        << record.height << "], \"status\": " << record.status;
+    print_list(out, "findings", record.findings);
+    print_list(out, "problems", record.problems);
     out << '}';
     return out.str();
 }

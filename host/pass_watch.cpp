@@ -48,17 +48,17 @@ GSourceFuncs functions = {prepare, check, dispatch, finalize, nullptr, nullptr};
 
 } // namespace
 
-PassWatch::PassWatch(std::function<void()> look) : source_(g_source_new(&functions, sizeof(WatchSource))) {
-    WatchSource* watch = watch_of(source_);
+PassWatch::PassWatch(std::function<void()> look) : m_source(g_source_new(&functions, sizeof(WatchSource))) {
+    WatchSource* watch = watch_of(m_source);
     watch->armed_for = -1;
     watch->pass_done = false;
     watch->look = new std::function<void()>(std::move(look));
-    g_source_attach(source_, nullptr);
+    g_source_attach(m_source, nullptr);
 }
 
 PassWatch::~PassWatch() {
-    g_source_destroy(source_);
-    g_source_unref(source_);
+    g_source_destroy(m_source);
+    g_source_unref(m_source);
 }
 
 } // namespace console

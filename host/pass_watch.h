@@ -16,7 +16,7 @@ class PassWatch {
     ~PassWatch();
 
   private:
-    GSource* source_;
+    GSource* m_source;
 };
 
 } // namespace console

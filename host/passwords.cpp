@@ -22,26 +22,22 @@ std::vector<std::string> lines_with_users(const std::string& text) {
     std::vector<std::string> lines;
     std::istringstream stream(text);
     for (std::string line; std::getline(stream, line);) {
-        if (line.ends_with('\r')) {
+        if (line.ends_with('\r'))
             line.pop_back();
-        }
         const size_t begin = line.find_first_not_of(" \t\v\f\r");
-        if (begin != std::string::npos && line[begin] != '#') {
+        if (begin != std::string::npos && line[begin] != '#')
             lines.push_back(line);
-        }
     }
     return lines;
 }
 
 std::vector<std::string> fields_of(const std::string& line) {
     std::vector<std::string> fields(1);
-    for (const char letter : line) {
-        if (letter == ':') {
+    for (const char letter : line)
+        if (letter == ':')
             fields.emplace_back();
-        } else {
+        else
             fields.back() += letter;
-        }
-    }
     return fields;
 }
 
@@ -64,12 +60,10 @@ struct Kind {
 
 std::optional<Kind> kind_of(const std::string& line) {
     const std::vector<std::string> fields = fields_of(line);
-    if (fields.size() < 2 || fields[0].empty() || fields[1].empty()) {
+    if (fields.size() < 2 || fields[0].empty() || fields[1].empty())
         return std::nullopt;
-    }
-    if (fields.size() == 3 && is_md5(fields[2])) {
+    if (fields.size() == 3 && is_md5(fields[2]))
         return Kind{Form::htdigest, fields[1]};
-    }
     return Kind{is_hash_of_htpasswd(fields[1]) ? Form::htpasswd : Form::plain, own_realm};
 }
 
@@ -77,13 +71,11 @@ std::optional<Kind> kind_of(const std::string& line) {
 
 PasswordFile read_passwords(const std::string& path, bool is_encrypted) {
     const std::string file = "the password file \"" + path + "\"";
-    if (!is_readable_file(path)) {
+    if (!is_readable_file(path))
         throw Refusal(file + " is no file that can be read.");
-    }
     const std::vector<std::string> lines = lines_with_users(contents_of(path));
-    if (lines.empty()) {
+    if (lines.empty())
         throw Refusal(file + " names no user; give it a line user:password.");
-    }
     const std::optional<Kind> kind = kind_of(lines[0]);
     if (!kind ||
         !std::all_of(lines.begin(), lines.end(), [&](const std::string& line) { return kind_of(line) == kind; })) {

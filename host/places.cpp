@@ -13,6 +13,7 @@ Places built_places(const std::string& build, const std::string& repository) {
     Places places;
     places.live = build + "/host/korvex_live";
     places.replay = build + "/host/korvex_replay";
+    places.stays = build + "/host/korvex_stays";
     places.parameter = build + "/platform/axparameter/korvex_parameter";
     places.check_model = build + "/platform/larod/korvex_check_model";
     places.check_video = build + "/platform/vdostream/korvex_check_video";
@@ -31,6 +32,7 @@ Places installed_places(const std::string& programs, const std::string& home) {
     Places places;
     places.live = folder / "korvex_live";
     places.replay = folder / "korvex_replay";
+    places.stays = folder / "korvex_stays";
     places.parameter = folder / "korvex_parameter";
     places.check_model = folder / "korvex_check_model";
     places.check_video = folder / "korvex_check_video";
@@ -46,14 +48,12 @@ Places installed_places(const std::string& programs, const std::string& home) {
 
 Places own_places() {
     const char* build = std::getenv("KORVEX_BUILD_DIR");
-    if (build != nullptr && *build != '\0') {
+    if (build != nullptr && *build != '\0')
         return built_places(fs::absolute(build), KORVEX_SOURCE_DIR);
-    }
     const fs::path folder = fs::read_symlink("/proc/self/exe").parent_path();
     std::error_code ignored; // of a package the build is not there any more
-    if (fs::equivalent(folder, KORVEX_HOST_BUILD_DIR, ignored)) {
+    if (fs::equivalent(folder, KORVEX_HOST_BUILD_DIR, ignored))
         return built_places(folder.parent_path(), KORVEX_SOURCE_DIR);
-    }
     return installed_places(folder, g_get_home_dir());
 }
 

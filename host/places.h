@@ -8,6 +8,7 @@ namespace console {
 struct Places {
     std::string live;
     std::string replay;
+    std::string stays;
     std::string parameter;
     std::string check_model;
     std::string check_video;

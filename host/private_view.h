@@ -31,8 +31,8 @@ class RealLinks {
     void make(const Place& place);
     void remove();
 
-    std::vector<std::string> links_;
-    std::vector<std::string> folders_; // each before its parent
+    std::vector<std::string> m_links;
+    std::vector<std::string> m_folders; // each before its parent
 };
 
 } // namespace console

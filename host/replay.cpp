@@ -18,6 +18,7 @@
 
 #include <unistd.h>
 
+#include <cerrno>
 #include <cmath>
 #include <csignal>
 #include <cstdio>
@@ -36,6 +37,11 @@ int give_up(const std::string& sentence) {
     return 1;
 }
 
+/** A line could not be printed. Who reads no further, as `head` does, needs not to be told. */
+int end_without_output() {
+    return errno == EPIPE ? 128 + SIGPIPE : give_up("the output cannot be written.");
+}
+
 /** The reason of a failed start stands in the application's own log. */
 void show_log() {
     g_Logger.flush();
@@ -44,14 +50,12 @@ void show_log() {
 
 void show_progress(int pass, double limit) {
     constexpr int passes_between = 25;
-    if (pass % passes_between != 0 || isatty(STDERR_FILENO) == 0) {
+    if (pass % passes_between != 0 || isatty(STDERR_FILENO) == 0)
         return;
-    }
-    if (std::isfinite(limit)) {
+    if (std::isfinite(limit))
         std::fprintf(stderr, "\rpass %d, %.1f of %.1f s", pass, video_seconds, limit);
-    } else {
+    else
         std::fprintf(stderr, "\rpass %d, %.1f s", pass, video_seconds);
-    }
 }
 
 void ignore_event(const host_events::Occurrence& /*occurrence*/) {}
@@ -66,29 +70,25 @@ console::Summary summary;
 
 void summarise(const console::PassRecord& record) {
     summary.add(stays.pass(g_findings, video_seconds));
-    for (const console::AlertChange& change : record.alerts) {
-        if (change.active) {
+    for (const console::AlertChange& change : record.alerts)
+        if (change.active)
             summary.add_alert(change.name);
-        }
-    }
 }
 
 /** One pass at `video_seconds`; false when its line cannot be written. */
 bool run_pass() {
     console::PassRecord record;
     host_events::set_listener([&record](const host_events::Occurrence& occurrence) {
-        if (occurrence.active) {
+        if (occurrence.active)
             record.alerts.push_back({occurrence.nice_name, *occurrence.active});
-        }
     });
     const bool complete = do_one_analysis() == 0;
     record.seconds = video_seconds;
     record.status = g_StatusCode;
     if (complete) {
         record.detections = g_detections;
-        for (const one_find& find : g_findings) {
+        for (const one_find& find : g_findings)
             record.findings.push_back({find, console::explain(find)});
-        }
     }
     summarise(record);
     // The next listener has a record of its own.
@@ -100,9 +100,8 @@ bool run_pass() {
 bool start(bool overlays) {
     init_parameter_controller();
     init_ai();
-    if (overlays) {
+    if (overlays)
         init_overlay_manager();
-    }
     // The events' own lines would stand between the passes'.
     host_events::set_listener(ignore_event);
     init_event_manager();
@@ -120,9 +119,8 @@ int run(const console::Options& options) {
         return give_up("the video cannot be opened.");
     }
     const int period_ms = g_ConfigParams.i_MainLoopTime;
-    if (period_ms <= 0) {
+    if (period_ms <= 0)
         return give_up("MainLoopTime is " + std::to_string(period_ms) + "; it must be at least 1 ms.");
-    }
     std::optional<host_overlay::Recorder> recorder;
     if (records) {
         recorder.emplace(host_overlay::RecorderOptions{options.record, options.width, options.height,
@@ -131,23 +129,18 @@ int run(const console::Options& options) {
     int passes = 0;
     for (; asked_to_end == 0; ++passes) {
         video_seconds = (passes + 1.0) * period_ms / 1000.0;
-        if (video_seconds > options.seconds || !host_video::replay_advance(video_seconds)) {
+        if (video_seconds > options.seconds || !host_video::replay_advance(video_seconds))
             break;
-        }
-        if (!run_pass()) {
-            return give_up("the output cannot be written.");
-        }
-        if (recorder) {
+        if (!run_pass())
+            return end_without_output();
+        if (recorder)
             recorder->take(video_seconds);
-        }
         show_progress(passes + 1, options.seconds);
     }
-    if (recorder) {
+    if (recorder)
         recorder->finish();
-    }
-    if (std::fflush(stdout) != 0) {
-        return give_up("the output cannot be written.");
-    }
+    if (std::fflush(stdout) != 0)
+        return end_without_output();
     if (passes == 0 && asked_to_end == 0) {
         return give_up("there is no pass: the first one is at " + std::to_string(period_ms) +
                        " ms, after the end of the video or of --seconds.");
@@ -156,9 +149,8 @@ int run(const console::Options& options) {
                  asked_to_end != 0 ? ", then it was asked to end" : "");
     summary.add(stays.end());
     std::fprintf(stderr, "%s.\n", summary.text().c_str());
-    if (asked_to_end != 0) {
+    if (asked_to_end != 0)
         return 128 + asked_to_end;
-    }
     if (g_StatusCode == 400) {
         show_log();
         return give_up("the passes failed; the log above says why.");
@@ -171,9 +163,8 @@ int run(const console::Options& options) {
 int main(int argc, char** argv) {
     setenv("KORVEX_VDO_REPLAY", "1", 1);
     std::signal(SIGPIPE, SIG_IGN);
-    for (const int signal : {SIGTERM, SIGINT}) {
+    for (const int signal : {SIGTERM, SIGINT})
         std::signal(signal, [](int number) { asked_to_end = number; });
-    }
     try {
         console::end_with_starter();
         return run(console::parse_options(argc, argv, true));

@@ -30,43 +30,40 @@ constexpr const char* portrait_model = "detect_540_960.tflite";
 class Run {
   public:
     Run(const RunOptions& options, const Places& places, const std::string& state, Signals& signals)
-        : options_(options), places_(places), state_(state), signals_(signals),
-          environment_(with_options(own_environment(), options)) {
-        environment_["KORVEX_AXPARAMETER_STORE"] = state + "/parameters.sqlite";
-        environment_["KORVEX_AXPARAMETER_MANIFEST"] = places.manifest;
-        environment_["KORVEX_AXEVENT_JOURNAL"] = state + "/events.jsonl";
+        : m_options(options), m_places(places), m_state(state), m_signals(signals),
+          m_environment(with_options(own_environment(), options)) {
+        m_environment["KORVEX_AXPARAMETER_STORE"] = state + "/parameters.sqlite";
+        m_environment["KORVEX_AXPARAMETER_MANIFEST"] = places.manifest;
+        m_environment["KORVEX_STAYS"] = state;
+        m_environment["KORVEX_AXEVENT_JOURNAL"] = state + "/events.jsonl";
         // The application ends with this command, whatever stands between the two.
-        environment_["KORVEX_STARTER"] = std::to_string(getpid());
-        if (!places.inference_library.empty()) {
-            environment_.emplace("KORVEX_LAROD_LIBRARY", places.inference_library);
-        }
+        m_environment["KORVEX_STARTER"] = std::to_string(getpid());
+        if (!places.inference_library.empty())
+            m_environment.emplace("KORVEX_LAROD_LIBRARY", places.inference_library);
     }
 
-    Environment& environment() { return environment_; }
+    Environment& environment() { return m_environment; }
 
     /** Changes what is to be changed, and finds out whether the store, the model and the video can be used. */
     void prepare() {
-        std::vector<std::string> command = {places_.parameter};
-        command.insert(command.end(), options_.settings.begin(), options_.settings.end());
-        if (options_.accepts_eula) {
+        std::vector<std::string> command = {m_places.parameter};
+        command.insert(command.end(), m_options.settings.begin(), m_options.settings.end());
+        if (m_options.accepts_eula)
             command.push_back("EulaAccepted=true");
-        }
         need(command);
         install_model();
         check_video();
     }
 
     /** Its value in the store. */
-    std::string parameter(const std::string& name) { return output_of(program({places_.parameter, name}), signals_); }
+    std::string parameter(const std::string& name) { return output_of(program({m_places.parameter, name}), m_signals); }
 
     /** A program that records what is to be recorded. */
     Program recorder(std::vector<std::string> command) const {
-        if (!options_.record.empty()) {
-            command.insert(command.end(), {"--record", options_.record});
-        }
-        if (!options_.stream.empty()) {
-            command.insert(command.end(), {"--stream", options_.stream});
-        }
+        if (!m_options.record.empty())
+            command.insert(command.end(), {"--record", m_options.record});
+        if (!m_options.stream.empty())
+            command.insert(command.end(), {"--stream", m_options.stream});
         return program(std::move(command));
     }
 
@@ -74,58 +71,54 @@ class Run {
     Program program(std::vector<std::string> command) const {
         Program program;
         program.command = std::move(command);
-        program.environment = environment_;
+        program.environment = m_environment;
         return program;
     }
 
     void need(const std::vector<std::string>& command) {
-        if (run_to_end(program(command), signals_) != 0) {
+        if (run_to_end(program(command), m_signals) != 0)
             throw Ending{1};
-        }
     }
 
     /** Another model serves both of the names under which the application looks: it opens the one that suits the
         picture's rotation, and the model must be of that shape. A file that has rotted, the default one as well, would
         detect nonsense. */
     void install_model() {
-        const bool is_own = !options_.model.empty() && options_.model != "fast";
-        const std::string folder = places_.models + (options_.model == "fast" ? "/fast/" : "/");
+        const bool is_own = !m_options.model.empty() && m_options.model != "fast";
+        const std::string folder = m_places.models + (m_options.model == "fast" ? "/fast/" : "/");
         for (const char* name : {landscape_model, portrait_model}) {
-            const fs::path link = fs::path(state_) / "package" / name;
+            const fs::path link = fs::path(m_state) / "package" / name;
             fs::remove(link);
-            fs::create_symlink(is_own ? options_.model : folder + name, link);
+            fs::create_symlink(is_own ? m_options.model : folder + name, link);
         }
         const std::string rotation = parameter("root.Image.I0.Appearance.Rotation");
         const bool is_portrait = rotation == "90" || rotation == "270";
         const char* name = is_portrait ? portrait_model : landscape_model;
-        std::vector<std::string> command = {places_.check_model, is_own ? options_.model : folder + name};
-        if (is_portrait) {
+        std::vector<std::string> command = {m_places.check_model, is_own ? m_options.model : folder + name};
+        if (is_portrait)
             command.push_back("--portrait");
-        }
         need(command);
     }
 
     /** A broken file would only show as a failed set-up, pass after pass. A camera may come later. */
     void check_video() {
-        const std::string& source = options_.source;
+        const std::string& source = m_options.source;
         const bool is_camera = source.starts_with("/dev/") && !fs::is_regular_file(source);
-        if (!options_.source_file.empty() || !(is_network_address(source) || is_camera)) {
-            need({places_.check_video});
-        }
+        if (!m_options.source_file.empty() || !(is_network_address(source) || is_camera))
+            need({m_places.check_video});
     }
 
-    const RunOptions& options_;
-    const Places& places_;
-    const std::string state_;
-    Signals& signals_;
-    Environment environment_;
+    const RunOptions& m_options;
+    const Places& m_places;
+    const std::string m_state;
+    Signals& m_signals;
+    Environment m_environment;
 };
 
 /** Without the password that an address may carry, before the host or among what follows it. */
 std::string shown(const std::string& source) {
-    if (!is_network_address(source)) {
+    if (!is_network_address(source))
         return source;
-    }
     const size_t at = source.rfind('@');
     const std::string address = at == std::string::npos ? source : source.substr(at + 1);
     return address.substr(0, address.find('?'));
@@ -142,6 +135,7 @@ int run_live(const RunOptions& options, const Places& places, mode_t users_mask,
     Environment for_server = run.environment();
     // It is not to know what only the application needs to: an address may hold a password.
     for_server.erase("KORVEX_VDO_SOURCE");
+    for_server.erase("KORVEX_WEBHOOK");
     const WebServer server(options, places, state.path(), for_server, signals);
     // From the state folder, in which the application runs: a socket's path is limited to 107 bytes.
     run.environment()["KORVEX_OVERLAY_LISTEN"] = "unix:html/streams.socket";
@@ -153,9 +147,11 @@ int run_live(const RunOptions& options, const Places& places, mode_t users_mask,
     Program live = run.recorder({places.live});
     live.niceness = options.niceness.empty() ? usual_niceness : std::stoi(options.niceness);
     const int status = run_in_camera(live, state.path(), signals);
-    if (!signals.asked()) {
-        say("The application ended by itself with status " + std::to_string(status) + "; its log is " + state.path() +
-            "/localdata/OrvelLog.txt.");
+    // With status 0 it was asked to end by others, or nobody reads its lines any more.
+    if (!signals.asked() && status != 0) {
+        const std::string log = state.path() + "/localdata/OrvelLog.txt";
+        say("The application ended by itself with status " + std::to_string(status) +
+            (fs::exists(log) ? "; its log is " + log : std::string()) + ".");
     }
     return status;
 }
@@ -171,11 +167,10 @@ int run_replay(RunOptions options, const Places& places, mode_t users_mask, Sign
     run.environment().erase("KORVEX_MQTT"); // its alerts are nobody else's
     say("Replaying " + options.source + " in its own time.");
     std::vector<std::string> command = {places.replay};
-    if (!options.seconds.empty()) {
+    if (!options.seconds.empty())
         command.insert(command.end(), {"--seconds", options.seconds});
-    }
     Program replay = run.recorder(command);
-    Descriptor lines;
+    platform::Descriptor lines;
     if (!options.json.empty()) {
         lines = open_output(options.json, users_mask);
         replay.out = lines.get();
@@ -190,24 +185,45 @@ int run_replay(RunOptions options, const Places& places, mode_t users_mask, Sign
     become(service);
 }
 
+/** What is kept, whether or not the camera runs; nothing is started for it and nothing made. */
+[[noreturn]] void show_stays(const RunOptions& options, const Places& places, mode_t users_mask) {
+    std::error_code ignored;
+    if (!fs::is_directory(options.state, ignored))
+        throw Refusal("there is no state folder \"" + options.state + "\"; --state says where the stays are kept.");
+    Program stays;
+    stays.command = {places.stays, full_path(options.state), options.stays};
+    stays.environment = own_environment();
+    platform::Descriptor lines;
+    if (!options.json.empty()) {
+        lines = open_output(options.json, users_mask);
+        stays.out = lines.get();
+        stays.command.push_back("--json");
+    }
+    become(stays);
+}
+
 } // namespace
 
-int run(int argc, char** argv) {
+RunOptions checked_options(int argc, char** argv) {
     RunOptions options = parse_run_options(argc, argv);
+    return options.wants_help ? options : checked(options);
+}
+
+int run(int argc, char** argv) {
+    RunOptions options = checked_options(argc, argv);
     if (options.wants_help) {
         std::fputs(help_text, stdout);
         return 0;
     }
-    options = checked(options);
     const Places places = own_places();
-    if (options.state.empty()) {
+    if (options.state.empty())
         options.state = places.state;
-    }
-    if (!options.inference_service.empty()) {
+    if (!options.inference_service.empty())
         become_inference_service(options, places);
-    }
-    Signals signals;
     const mode_t users_mask = umask(077);
+    if (!options.stays.empty())
+        show_stays(options, places, users_mask);
+    Signals signals;
     return options.replay.empty() ? run_live(options, places, users_mask, signals)
                                   : run_replay(options, places, users_mask, signals);
 }

@@ -18,9 +18,8 @@ constexpr const char* scene = "scene";
 constexpr const char* seconds_of_scene = "90"; // which never ends by itself
 
 void need(bool is_right, const std::string& sentence) {
-    if (!is_right) {
+    if (!is_right)
         throw Refusal(sentence);
-    }
 }
 
 void check_source_file(RunOptions& options) {
@@ -28,9 +27,8 @@ void check_source_file(RunOptions& options) {
     need(options.source == scene, "--source and --source-file name the video twice; leave one of them out.");
     need(is_readable_file(file), "the file \"" + file + "\" with the video's address cannot be read.");
     std::string address = first_line(contents_of(file));
-    if (address.ends_with('\r')) {
+    if (address.ends_with('\r'))
         address.pop_back();
-    }
     need(is_network_address(address) && !address.ends_with("://"),
          "the first line of \"" + file + "\" is to be an rtsp:// address.");
     options.source = address;
@@ -40,26 +38,27 @@ void check_source_file(RunOptions& options) {
 void check_replay(RunOptions& options) {
     const std::string& replay = options.replay;
     if (replay.empty()) {
-        need(options.seconds.empty() && options.json.empty(), "--seconds and --json belong to --replay.");
+        need(options.seconds.empty(), "--seconds belongs to --replay.");
+        need(options.json.empty() || !options.stays.empty(), "--json belongs to --replay or --stays.");
         return;
     }
+    need(options.stays.empty(), "--replay and --stays are two things; leave one of them out.");
+    need(options.keep_days.empty() && options.keep_mb.empty(), "a replay keeps no stays; leave --keep-... out.");
     need(options.niceness.empty(), "a replay waits for nobody; leave --niceness out, or start it with nice.");
-    need(options.listen.empty() && options.password_file.empty() && options.certificate.empty(),
-         "a replay has no pages; leave --listen, --password-file and --certificate out.");
+    need(options.listen.empty() && options.name.empty() && options.password_file.empty() && options.certificate.empty(),
+         "a replay has no pages; leave --listen, --name, --password-file and --certificate out.");
     need(options.source == scene, "--replay names the video itself; leave --source and --source-file out.");
     need(!is_network_address(replay) && !replay.starts_with("/dev/video"),
          "--replay needs a video file or scene: " + replay + " has no time of its own.");
     options.source = replay;
-    if (options.source == scene && options.seconds.empty()) {
+    if (options.source == scene && options.seconds.empty())
         options.seconds = seconds_of_scene;
-    }
 }
 
 void check_source(RunOptions& options) {
     std::string& source = options.source;
-    if (source == scene || is_network_address(source)) {
+    if (source == scene || is_network_address(source))
         return;
-    }
     std::error_code ignored;
     const fs::file_status status = fs::status(source, ignored);
     need(fs::exists(status),
@@ -125,10 +124,21 @@ void check_mqtt(RunOptions& options) {
     }
 }
 
+void check_webhook(RunOptions& options) {
+    std::string& authority = options.webhook_ca;
+    need(options.webhook.empty() || options.replay.empty(), "--webhook is for what happens now, not for a replay.");
+    if (!authority.empty()) {
+        need(options.webhook.starts_with("https://"), "--webhook-ca belongs to a --webhook of https.");
+        need(is_readable_file(authority), "the certificate file \"" + authority + "\" cannot be read.");
+        authority = full_path(authority);
+    }
+}
+
 void check_record(RunOptions& options) {
     std::string& record = options.record;
     if (record.empty()) {
         need(options.stream.empty(), "--stream says what --record records.");
+        need(!options.overwrites, "--overwrite lets --record replace a file.");
         return;
     }
     need(record.ends_with(".mp4"), "--record writes an MP4 file; \"" + record + "\" must end in .mp4.");
@@ -136,6 +146,8 @@ void check_record(RunOptions& options) {
     const fs::path folder = named.empty() ? "." : named;
     std::error_code ignored;
     need(fs::is_directory(folder, ignored), "there is no folder \"" + folder.string() + "\" for the recording.");
+    need(options.overwrites || !fs::exists(record, ignored),
+         "\"" + record + "\" is there already; give the recording another name, or --overwrite.");
     need(can_write(record), "\"" + record + "\" cannot be written.");
     record = full_path(record);
 }
@@ -147,15 +159,15 @@ bool is_network_address(const std::string& source) {
 }
 
 RunOptions checked(RunOptions options) {
-    if (!options.source_file.empty()) {
+    if (!options.source_file.empty())
         check_source_file(options);
-    }
     check_replay(options);
     check_source(options);
     check_inference(options);
     check_model(options);
     check_web(options);
     check_mqtt(options);
+    check_webhook(options);
     check_record(options);
     need(options.json.empty() || can_write(options.json), "\"" + options.json + "\" cannot be written.");
     return options;

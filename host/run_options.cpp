@@ -19,15 +19,12 @@ bool matches(const std::string& text, const std::string& pattern) {
 void check_values(const RunOptions& options) {
     for (const Option& option : option_table()) {
         const std::string& value = options.*option.value;
-        if (!option.pattern.empty() && !value.empty() && !matches(value, option.pattern)) {
+        if (!option.pattern.empty() && !value.empty() && !matches(value, option.pattern))
             refuse_value(option.meaning, value);
-        }
     }
-    for (const std::string& setting : options.settings) {
-        if (!matches(setting, "^.+=")) {
+    for (const std::string& setting : options.settings)
+        if (!matches(setting, "^.+="))
             refuse_value("--set takes NAME=VALUE", setting);
-        }
-    }
 }
 
 std::string needs_value(const std::string& option) {
@@ -41,19 +38,21 @@ gboolean keep(const gchar* name, const gchar* value, gpointer data, GError** err
         g_set_error_literal(error, G_OPTION_ERROR, G_OPTION_ERROR_FAILED, needs_value(option).c_str());
         return FALSE;
     }
-    if (option == "--set") {
+    if (option == "--set")
         kept.settings.emplace_back(value);
-    }
-    for (const Option& row : option_table()) {
-        if (option == std::string("--") + row.name) {
+    for (const Option& row : option_table())
+        if (option == std::string("--") + row.name)
             kept.*row.value = value;
-        }
-    }
     return TRUE;
 }
 
 gboolean keep_agreement(const gchar* /*name*/, const gchar* /*value*/, gpointer data, GError** /*error*/) {
     static_cast<RunOptions*>(data)->accepts_eula = true;
+    return TRUE;
+}
+
+gboolean keep_overwriting(const gchar* /*name*/, const gchar* /*value*/, gpointer data, GError** /*error*/) {
+    static_cast<RunOptions*>(data)->overwrites = true;
     return TRUE;
 }
 
@@ -69,11 +68,11 @@ GOptionEntry entry(const char* name, gchar letter, int flags, GOptionArgFunc fun
 /** Ends with an empty row. */
 std::vector<GOptionEntry> entries() {
     std::vector<GOptionEntry> all;
-    for (const Option& option : option_table()) {
+    for (const Option& option : option_table())
         all.push_back(entry(option.name, 0, G_OPTION_FLAG_FILENAME, keep));
-    }
     all.push_back(entry("set", 0, G_OPTION_FLAG_FILENAME, keep));
     all.push_back(entry("accept-eula", 0, G_OPTION_FLAG_NO_ARG, keep_agreement));
+    all.push_back(entry("overwrite", 0, G_OPTION_FLAG_NO_ARG, keep_overwriting));
     all.push_back(entry("help", 'h', G_OPTION_FLAG_NO_ARG, keep_help));
     all.push_back({});
     return all;
@@ -83,7 +82,12 @@ std::vector<GOptionEntry> entries() {
 
 const std::vector<Option>& option_table() {
     // From 1 to 65535.
-    static const std::string port = "(?!0+$)([0-5]?[0-9]{1,4}|6[0-4][0-9]{3}|65[0-4][0-9]{2}|655[0-2][0-9]|6553[0-5])$";
+    static const std::string number =
+        "(?!0+$)([0-5]?[0-9]{1,4}|6[0-4][0-9]{3}|65[0-4][0-9]{2}|655[0-2][0-9]|6553[0-5])";
+    static const std::string port = number + "$";
+    static const std::string one_name =
+        "([A-Za-z0-9_.-]+|\\[[0-9A-Fa-f:.]+\\])"
+        "(:(6553[0-5]|655[0-2][0-9]|65[0-4][0-9]{2}|6[0-4][0-9]{3}|[1-5][0-9]{4}|[1-9][0-9]{0,3}))?";
     static const std::vector<Option> table = {
         {"source", &RunOptions::source, "", "", "KORVEX_VDO_SOURCE"},
         {"source-file", &RunOptions::source_file, "", "", "KORVEX_VDO_SOURCE_FILE"},
@@ -99,6 +103,9 @@ const std::vector<Option>& option_table() {
          nullptr},
         {"listen", &RunOptions::listen, "^(localhost|[0-9]+(\\.[0-9]+){3}|\\[[0-9A-Fa-f:.]+\\]):" + port,
          "--listen takes ADDR:PORT with a numeric address, like 127.0.0.1:8080, 0.0.0.0:8080 or [::1]:8080", nullptr},
+        {"name", &RunOptions::name, "^" + one_name + "(," + one_name + ")*$",
+         "--name takes HOST or HOST:PORT, as it stands in a browser's address, or several with commas between",
+         nullptr},
         {"password-file", &RunOptions::password_file, "", "", nullptr},
         {"certificate", &RunOptions::certificate, "", "", nullptr},
         {"mqtt", &RunOptions::mqtt, "^([^:]+|\\[[0-9a-fA-F:.]+\\]):" + port,
@@ -109,6 +116,15 @@ const std::vector<Option>& option_table() {
         {"mqtt-prefix", &RunOptions::mqtt_prefix, "^(?!/)[^+#]*(?<!/)$",
          "--mqtt-prefix is the beginning of a topic, without + and # and with no / at either end",
          "KORVEX_MQTT_PREFIX"},
+        {"keep-days", &RunOptions::keep_days, "^[1-9][0-9]{0,3}$", "--keep-days is a number from 1 to 9999",
+         "KORVEX_STAYS_DAYS"},
+        {"keep-mb", &RunOptions::keep_mb, "^[1-9][0-9]{0,6}$", "--keep-mb is a number from 1 to 9999999",
+         "KORVEX_STAYS_MB"},
+        {"stays", &RunOptions::stays, "", "", nullptr},
+        {"webhook", &RunOptions::webhook,
+         "^https?://([^/?#@\\s]+@)?([^/?#@:\\[\\]\\s]+|\\[[0-9A-Fa-f:.]+\\])(:" + number + ")?([/?][^#\\s]*)?$",
+         "--webhook is an address like https://example.org/alerts", "KORVEX_WEBHOOK"},
+        {"webhook-ca", &RunOptions::webhook_ca, "", "", "KORVEX_WEBHOOK_CA"},
         {"record", &RunOptions::record, "", "", nullptr},
         {"stream", &RunOptions::stream, "^[1-9][0-9]*x[1-9][0-9]*$", "--stream is a size like 1280x720", nullptr},
         {"replay", &RunOptions::replay, "", "", nullptr},
@@ -135,21 +151,18 @@ RunOptions parse_run_options(int argc, char** argv) {
         const bool is_ours = g_error_matches(error, G_OPTION_ERROR, G_OPTION_ERROR_FAILED) != FALSE;
         throw Refusal(is_ours ? error->message : needs_value(last));
     }
-    if (argc > 1) {
+    if (argc > 1)
         throw Refusal("\"" + std::string(argv[1]) + "\" is no option; ./run --help lists them.");
-    }
-    if (!options.wants_help) {
+    if (!options.wants_help)
         check_values(options);
-    }
     return options;
 }
 
 Environment with_options(Environment environment, const RunOptions& options) {
     for (const Option& option : option_table()) {
         const std::string& value = options.*option.value;
-        if (option.variable != nullptr && !value.empty()) {
+        if (option.variable != nullptr && !value.empty())
             environment[option.variable] = value;
-        }
     }
     environment.erase(options.source_file.empty() ? "KORVEX_VDO_SOURCE_FILE" : "KORVEX_VDO_SOURCE");
     return environment;

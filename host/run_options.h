@@ -20,6 +20,7 @@ struct RunOptions {
     std::string inference_service;
     std::string niceness;
     std::string listen;
+    std::string name;
     std::string password_file;
     std::string certificate;
     std::string mqtt;
@@ -27,6 +28,11 @@ struct RunOptions {
     std::string mqtt_password_file;
     std::string mqtt_ca;
     std::string mqtt_prefix;
+    std::string keep_days;
+    std::string keep_mb;
+    std::string stays;
+    std::string webhook;
+    std::string webhook_ca;
     std::string record;
     std::string stream;
     std::string replay;
@@ -34,6 +40,7 @@ struct RunOptions {
     std::string json;
     std::vector<std::string> settings; ///< NAME=VALUE
     bool accepts_eula = false;
+    bool overwrites = false;
     bool wants_help = false;
 };
 
@@ -46,7 +53,8 @@ struct Option {
     const char* variable;           ///< the variable by which the programs hear of it; nullptr: none
 };
 
-/** All options with one value. --set, which may come again and again, --accept-eula and --help are beside them. */
+/** All options with one value. --set, which may come again and again, --accept-eula, --overwrite and --help are beside
+ * them. */
 const std::vector<Option>& option_table();
 
 /** Throws Refusal with a sentence about an unknown word, a missing value, or a value that is none. */

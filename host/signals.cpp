@@ -25,33 +25,29 @@ Signals::Signals() {
     sigset_t heard;
     sigemptyset(&heard);
     sigaddset(&heard, SIGCHLD);
-    for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
-        if (!is_ignored(number)) {
+    for (const int number : {SIGINT, SIGTERM, SIGHUP})
+        if (!is_ignored(number))
             sigaddset(&heard, number);
-        }
-    }
-    sigprocmask(SIG_BLOCK, &heard, &before_);
-    signals_ = Descriptor(signalfd(-1, &heard, SFD_CLOEXEC | SFD_NONBLOCK));
-    if (signals_.get() < 0) {
+    sigprocmask(SIG_BLOCK, &heard, &m_before);
+    m_signals = platform::Descriptor(signalfd(-1, &heard, SFD_CLOEXEC | SFD_NONBLOCK));
+    if (m_signals.get() < 0)
         throw Refusal(std::string("signals cannot be heard here: ") + std::strerror(errno) + ".");
-    }
 }
 
 Signals::~Signals() {
     asked(); // what was heard must not end the process now
-    sigprocmask(SIG_SETMASK, &before_, nullptr);
+    sigprocmask(SIG_SETMASK, &m_before, nullptr);
 }
 
 bool Signals::asked() {
     signalfd_siginfo signal{};
-    while (read(signals_.get(), &signal, sizeof signal) == sizeof signal) {
-        asked_ = asked_ || signal.ssi_signo != SIGCHLD;
-    }
-    return asked_;
+    while (read(m_signals.get(), &signal, sizeof signal) == sizeof signal)
+        m_asked = m_asked || signal.ssi_signo != SIGCHLD;
+    return m_asked;
 }
 
 void Signals::wait(int milliseconds, int other) {
-    std::array<pollfd, 2> readable{{{signals_.get(), POLLIN, 0}, {other, POLLIN, 0}}};
+    std::array<pollfd, 2> readable{{{m_signals.get(), POLLIN, 0}, {other, POLLIN, 0}}};
     poll(readable.data(), readable.size(), milliseconds);
 }
 

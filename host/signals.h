@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/descriptor.h"
+#include "platform/common/descriptor.h"
 
 #include <csignal>
 
@@ -25,9 +25,9 @@ class Signals {
     void wait(int milliseconds, int other = -1);
 
   private:
-    sigset_t before_{};
-    Descriptor signals_;
-    bool asked_ = false;
+    sigset_t m_before{};
+    platform::Descriptor m_signals;
+    bool m_asked = false;
 };
 
 /** In a child, before it runs a program: no signal is blocked, and SIGTERM ends it unless it wants otherwise. */

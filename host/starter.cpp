@@ -25,9 +25,8 @@ pid_t starter_of(const std::string& text) {
     pid_t starter = 0;
     const char* end = text.data() + text.size();
     const auto [stop, failure] = std::from_chars(text.data(), end, starter);
-    if (failure != std::errc{} || stop != end || starter <= 0) {
+    if (failure != std::errc{} || stop != end || starter <= 0)
         throw std::runtime_error("KORVEX_STARTER is \"" + text + "\"; it must be the id of a process");
-    }
     return starter;
 }
 
@@ -44,9 +43,8 @@ void watch(int starter) {
 
 void end_with_starter() {
     const char* text = std::getenv("KORVEX_STARTER");
-    if (text == nullptr || *text == '\0') {
+    if (text == nullptr || *text == '\0')
         return;
-    }
     const pid_t starter = starter_of(text);
     prctl(PR_SET_PDEATHSIG, SIGTERM);
     // The header of Debian 12 has the function for C alone.

@@ -31,12 +31,10 @@ bool holds_what_others_made(const fs::path& folder) {
     std::error_code problem;
     fs::recursive_directory_iterator entry(folder, problem);
     for (; !problem && entry != fs::end(entry); entry.increment(problem)) {
-        if (status_of(entry->path()).st_uid != geteuid()) {
+        if (status_of(entry->path()).st_uid != geteuid())
             return true;
-        }
-        if (entry->path() == folder / "html") {
+        if (entry->path() == folder / "html")
             entry.disable_recursion_pending();
-        }
     }
     return false;
 }
@@ -48,17 +46,15 @@ bool is_state(const fs::path& folder) {
 /** Takes from others what rights they have on the folder. */
 void close_to_others(const std::string& folder) {
     const struct stat status = status_of(folder);
-    if (status.st_uid != geteuid()) {
+    if (status.st_uid != geteuid())
         throw Refusal("the state folder " + folder + " belongs to another user; give --state a folder of your own.");
-    }
     const char* home = g_getenv("HOME");
     if (folder == "/" || folder == full_path(home != nullptr ? home : "/") || (status.st_mode & S_ISVTX) != 0) {
         throw Refusal("the folder " + folder +
                       " is for more than a state, or for more than one user; give --state a folder of its own.");
     }
-    if ((status.st_mode & rights_of_others) == 0) {
+    if ((status.st_mode & rights_of_others) == 0)
         return;
-    }
     if (!fs::is_empty(folder) && !is_state(folder)) {
         throw Refusal("the folder " + folder +
                       " holds other things, which others may read; give --state a folder of its own.");
@@ -67,9 +63,8 @@ void close_to_others(const std::string& folder) {
         throw Refusal("others could write into the state folder " + folder +
                       " and have done so; give --state another one.");
     }
-    if (chmod(folder.c_str(), status.st_mode & rights_of_owner) != 0) {
+    if (chmod(folder.c_str(), status.st_mode & rights_of_owner) != 0)
         throw Refusal("the state folder " + folder + " cannot be closed to others.");
-    }
 }
 
 /** Makes the folder and these in it, for this user alone, and gives its absolute path. */
@@ -78,49 +73,42 @@ std::string make_closed(const std::string& path, std::initializer_list<const cha
     umask(rights_of_others);
     std::error_code problem;
     fs::create_directories(path, problem);
-    if (!fs::is_directory(path, problem)) {
+    if (!fs::is_directory(path, problem))
         throw Refusal(refusal);
-    }
     std::string folder = full_path(path);
     close_to_others(folder);
     std::vector<std::string> folders = {folder};
     for (const char* name : inner) {
         folders.push_back(folder + "/" + name);
         fs::create_directories(folders.back(), problem);
-        if (problem) {
+        if (problem)
             throw Refusal(refusal);
-        }
     }
-    for (const std::string& made : folders) {
-        if (euidaccess(made.c_str(), W_OK) != 0) {
+    for (const std::string& made : folders)
+        if (euidaccess(made.c_str(), W_OK) != 0)
             throw Refusal("the state folder " + made + " is not writable.");
-        }
-    }
     return folder;
 }
 
 } // namespace
 
-StateFolder::StateFolder(const std::string& path) : path_(make_closed(path, {"html", "package", "localdata"})) {
-    lock_ = Descriptor(open((path_ + "/.lock").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
-    if (lock_.get() < 0) {
-        throw Refusal("the state folder " + path_ + " is not writable.");
-    }
-    if (flock(lock_.get(), LOCK_EX | LOCK_NB) != 0) {
-        throw Refusal("another ./run uses " + path_ + "; end it, or give this one a --state folder of its own.");
-    }
+StateFolder::StateFolder(const std::string& path) : m_path(make_closed(path, {"html", "package", "localdata"})) {
+    m_lock = platform::Descriptor(open((m_path + "/.lock").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
+    if (m_lock.get() < 0)
+        throw Refusal("the state folder " + m_path + " is not writable.");
+    if (flock(m_lock.get(), LOCK_EX | LOCK_NB) != 0)
+        throw Refusal("another ./run uses " + m_path + "; end it, or give this one a --state folder of its own.");
 }
 
 PassingFolder::PassingFolder(const std::string& outer) {
-    path_ = make_closed(outer, {}) + "/replay.XXXXXX";
-    if (mkdtemp(path_.data()) == nullptr) {
+    m_path = make_closed(outer, {}) + "/replay.XXXXXX";
+    if (mkdtemp(m_path.data()) == nullptr)
         throw Refusal("no folder for the replay can be made in the state folder " + outer + ".");
-    }
 }
 
 PassingFolder::~PassingFolder() {
     std::error_code ignored;
-    fs::remove_all(path_, ignored);
+    fs::remove_all(m_path, ignored);
 }
 
 } // namespace console

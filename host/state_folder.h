@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/descriptor.h"
+#include "platform/common/descriptor.h"
 
 #include <string>
 
@@ -17,11 +17,11 @@ class StateFolder {
         object lives. Throws Refusal. */
     explicit StateFolder(const std::string& path);
 
-    const std::string& path() const { return path_; } ///< absolute, without links
+    const std::string& path() const { return m_path; } ///< absolute, without links
 
   private:
-    std::string path_;
-    Descriptor lock_;
+    std::string m_path;
+    platform::Descriptor m_lock;
 };
 
 /** A state folder for one replay inside of another one, which it neither sees nor changes; it goes with this object. */
@@ -33,10 +33,10 @@ class PassingFolder {
     PassingFolder(const PassingFolder&) = delete;
     PassingFolder& operator=(const PassingFolder&) = delete;
 
-    const std::string& path() const { return path_; }
+    const std::string& path() const { return m_path; }
 
   private:
-    std::string path_;
+    std::string m_path;
 };
 
 } // namespace console

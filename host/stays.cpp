@@ -24,41 +24,38 @@ std::string counted(int count, const std::string& what) {
 std::vector<Stay> StayWatch::pass(const t_findings_list& findings, double now) {
     std::map<int, Stay> there;
     for (const one_find& find : findings) {
-        if (find.footing == not_in_AOI) {
+        if (find.footing == not_in_AOI)
             continue;
-        }
         const auto known = m_going_on.find(find.id);
         Stay stay = known != m_going_on.end() ? known->second : Stay{.object = find.id, .entered = now};
         stay.class_id = find.detect.ClassId;
         stay.left = now;
         stay.seconds = std::max(stay.seconds, find.seconds);
-        stay.level = std::max(stay.level, static_cast<int>(find.footing) - static_cast<int>(in_AOI1_briefly));
+        const int level = static_cast<int>(find.footing) - static_cast<int>(in_AOI1_briefly);
+        for (; stay.level < level; ++stay.level)
+            stay.reached.at(static_cast<size_t>(stay.level)) = now;
         there.emplace(find.id, stay);
     }
     std::vector<Stay> ended;
-    for (const auto& [object, stay] : m_going_on) {
-        if (!there.contains(object)) {
+    for (const auto& [object, stay] : m_going_on)
+        if (!there.contains(object))
             ended.push_back(stay);
-        }
-    }
     m_going_on = std::move(there);
     return ended;
 }
 
 std::vector<Stay> StayWatch::end() {
     std::vector<Stay> all;
-    for (const auto& [object, stay] : std::exchange(m_going_on, {})) {
+    for (const auto& [object, stay] : std::exchange(m_going_on, {}))
         all.push_back(stay);
-    }
     return all;
 }
 
 void Summary::add(const std::vector<Stay>& ended) {
     for (const Stay& stay : ended) {
         ++m_stays;
-        if (m_stays == 1 || stay.seconds > m_longest.seconds) {
+        if (m_stays == 1 || stay.seconds > m_longest.seconds)
             m_longest = stay;
-        }
     }
 }
 

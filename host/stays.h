@@ -2,6 +2,7 @@
 
 #include "scene/finding.h"
 
+#include <array>
 #include <map>
 #include <string>
 #include <vector>
@@ -14,8 +15,9 @@ struct Stay {
     int class_id = 0;
     double entered = 0.0; // seconds of the caller's clock
     double left = 0.0;
-    int seconds = 0; // as counted and shown
-    int level = 0;   // 0, or the highest alert whose seconds it reached
+    int seconds = 0;                                 // as counted and shown
+    int level = 0;                                   // 0, or the highest alert whose seconds it reached
+    std::array<double, 3> reached{-1.0, -1.0, -1.0}; // when it reached the levels 1 to 3; negative: not yet
 };
 
 /**

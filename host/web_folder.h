@@ -20,8 +20,8 @@ class WebFolder {
     WebFolder(const WebFolder&) = delete;
     WebFolder& operator=(const WebFolder&) = delete;
 
-    const std::string& path() const { return path_; }
-    const std::string& user() const { return user_; } ///< as whom the server goes on; empty: as this user
+    const std::string& path() const { return m_path; }
+    const std::string& user() const { return m_user; } ///< as whom the server goes on; empty: as this user
 
   private:
     void show(const std::string& source, const std::string& name) const;
@@ -29,8 +29,8 @@ class WebFolder {
     void open_to_user() const;
     void remove() const;
 
-    const std::string path_;
-    const std::string user_;
+    const std::string m_path;
+    const std::string m_user;
 };
 
 } // namespace console

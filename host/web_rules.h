@@ -19,8 +19,9 @@ struct WebSite {
     std::string user;        ///< as whom it goes on, with `folder` as the root of all that it sees; empty: as this one
     std::string certificate; ///< a PEM file; empty: http
     std::optional<PasswordFile> passwords;
-    std::vector<std::string> names; ///< under which it may be asked; one of IPv6 in brackets
-    std::string machine;            ///< in the address that is told, in the place of 0.0.0.0 and [::]
+    std::vector<std::string> names;   ///< under which it may be asked; one of IPv6 in brackets
+    std::vector<std::string> proxies; ///< "HOST" or "HOST:PORT": likewise, by way of a proxy or a tunnel
+    std::string machine;              ///< in the address that is told, in the place of 0.0.0.0 and [::]
 };
 
 /** The names under which this machine is asked for pages that listen on the address. */
@@ -28,6 +29,12 @@ std::vector<std::string> own_names(const std::string& host);
 
 /** This machine's own name. */
 std::string machine_name();
+
+/** By what another machine, such as a phone, reaches this one: an address, or else its name. */
+std::string reachable_name();
+
+/** The parts between commas. */
+std::vector<std::string> names_in(const std::string& list);
 
 /** The address that leads to the pages. */
 std::string web_address(const WebSite& site);

@@ -29,9 +29,8 @@ void need_lighttpd() {
     const char* path = g_getenv("PATH");
     g_setenv("PATH", (std::string(path != nullptr ? path : "/usr/bin") + ":/usr/sbin").c_str(), TRUE);
     g_autofree gchar* found = g_find_program_in_path("lighttpd");
-    if (found == nullptr) {
+    if (found == nullptr)
         throw Refusal("the web server is missing; install it with: apt-get install --no-install-recommends lighttpd");
-    }
 }
 
 /** All but the port, and as whom the server goes on. */
@@ -42,20 +41,19 @@ WebSite site_of(const RunOptions& options, const Places& places, const std::stri
     site.folder = state + "/html";
     site.pid_file = state + "/web_server.pid";
     site.certificate = options.certificate;
-    if (!options.password_file.empty()) {
+    if (!options.password_file.empty())
         site.passwords = read_passwords(options.password_file, !options.certificate.empty());
-    }
     site.names = own_names(site.host);
-    site.machine = machine_name();
+    site.proxies = names_in(options.name);
+    site.machine = reachable_name();
     return site;
 }
 
 /** The first line that is not empty, without the time in front of it. */
 std::string complaint_of(const std::string& log) {
     const size_t begin = log.find_first_not_of('\n');
-    if (begin == std::string::npos) {
+    if (begin == std::string::npos)
         return "it said nothing";
-    }
     const std::string line = first_line(log.substr(begin));
     const size_t words = line.find_first_not_of("0123456789 :-");
     return g_ascii_isdigit(line[0]) && words != std::string::npos ? line.substr(words) : line;
@@ -70,12 +68,10 @@ int keep_server(const Program& server) {
     sigprocmask(SIG_BLOCK, &heard, nullptr);
     const pid_t process = start(server);
     while (true) {
-        if (const std::optional<int> status = status_of_ended(process)) {
+        if (const std::optional<int> status = status_of_ended(process))
             return *status;
-        }
-        if (sigwaitinfo(&heard, nullptr) == SIGTERM) {
+        if (sigwaitinfo(&heard, nullptr) == SIGTERM)
             kill(process, SIGTERM);
-        }
     }
 }
 
@@ -84,9 +80,8 @@ int keep_server(const Program& server) {
 pid_t start_keeper(const Program& server, int log) {
     const pid_t parent = getpid();
     const pid_t keeper = make_child();
-    if (keeper > 0) {
+    if (keeper > 0)
         return keeper;
-    }
     // What the parent would clean up is none of the child's business: no exception may leave this.
     try {
         set_apart();
@@ -106,21 +101,19 @@ pid_t start_keeper(const Program& server, int log) {
 
 WebServer::WebServer(const RunOptions& options, const Places& places, const std::string& state, Environment environment,
                      Signals& signals)
-    : log_(state + "/web_server.log"), environment_(std::move(environment)), site_(site_of(options, places, state)),
-      folder_(site_.folder, places, site_.passwords) {
+    : m_log(state + "/web_server.log"), m_environment(std::move(environment)), m_site(site_of(options, places, state)),
+      m_folder(m_site.folder, places, m_site.passwords) {
     need_lighttpd();
-    site_.user = folder_.user();
+    m_site.user = m_folder.user();
     const ListenAddress wanted = listen_address(options.listen);
     const int first = wanted.port.value_or(first_port);
     const int last = wanted.port.value_or(first_port + ports - 1);
     for (int port = first; port <= last; ++port) {
-        if (listens_at(port, signals)) {
+        if (listens_at(port, signals))
             return;
-        }
-        const std::string said = contents_of(log_);
-        if (said.find("Address already in use") == std::string::npos) {
+        const std::string said = contents_of(m_log);
+        if (said.find("Address already in use") == std::string::npos)
             throw Refusal("the web server could not start: " + complaint_of(said));
-        }
     }
     if (wanted.port) {
         throw Refusal("port " + std::to_string(first) + " of " + wanted.host +
@@ -135,27 +128,26 @@ WebServer::~WebServer() {
 }
 
 bool WebServer::listens_at(int port, Signals& signals) {
-    site_.port = port;
+    m_site.port = port;
     std::error_code ignored;
-    fs::remove(site_.pid_file, ignored);
+    fs::remove(m_site.pid_file, ignored);
     Program server;
-    server.command = {"lighttpd", "-D", "-f", site_.rules + "/korvex_orvel.conf"};
-    server.environment = environment_;
-    for (const auto& [name, value] : web_rules(site_)) {
+    server.command = {"lighttpd", "-D", "-f", m_site.rules + "/korvex_orvel.conf"};
+    server.environment = m_environment;
+    for (const auto& [name, value] : web_rules(m_site))
         server.environment[name] = value;
-    }
-    server.folder = site_.folder;
+    server.folder = m_site.folder;
     {
-        const Descriptor log = open_output(log_, nobody_else);
-        keeper_ = start_keeper(server, log.get());
+        const platform::Descriptor log = open_output(m_log, nobody_else);
+        m_keeper = start_keeper(server, log.get());
     }
-    while (contents_of(site_.pid_file).empty()) {
+    while (contents_of(m_site.pid_file).empty()) {
         if (signals.asked()) {
             stop();
             throw Ending{asked_status};
         }
-        if (status_of_ended(keeper_)) {
-            keeper_ = 0;
+        if (status_of_ended(m_keeper)) {
+            m_keeper = 0;
             return false;
         }
         signals.wait(look_again_ms);
@@ -164,12 +156,12 @@ bool WebServer::listens_at(int port, Signals& signals) {
 }
 
 void WebServer::stop() {
-    if (keeper_ > 0) {
-        kill(keeper_, SIGTERM);
-        waitpid(keeper_, nullptr, 0);
-        keeper_ = 0;
+    if (m_keeper > 0) {
+        kill(m_keeper, SIGTERM);
+        waitpid(m_keeper, nullptr, 0);
+        m_keeper = 0;
         std::error_code ignored;
-        fs::remove(site_.pid_file, ignored);
+        fs::remove(m_site.pid_file, ignored);
     }
 }
 

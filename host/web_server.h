@@ -25,17 +25,17 @@ class WebServer {
     WebServer(const WebServer&) = delete;
     WebServer& operator=(const WebServer&) = delete;
 
-    std::string address() const { return web_address(site_); }
+    std::string address() const { return web_address(m_site); }
 
   private:
     bool listens_at(int port, Signals& signals);
     void stop();
 
-    const std::string log_;
-    const Environment environment_;
-    WebSite site_;
-    const WebFolder folder_;
-    pid_t keeper_ = 0;
+    const std::string m_log;
+    const Environment m_environment;
+    WebSite m_site;
+    const WebFolder m_folder;
+    pid_t m_keeper = 0;
 };
 
 } // namespace console

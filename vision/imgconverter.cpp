@@ -7,7 +7,6 @@
 
 #include <cerrno>
 #include <cstdlib>
-#include <cstring>
 #include <memory>
 #include <string>
 
@@ -39,38 +38,6 @@ crop_region centre_crop(unsigned int src_width, unsigned int src_height, float a
     }
     return {float_to_int(crop_width), float_to_int(crop_height), (src_width - float_to_unsigned(crop_width)) / 2,
             (src_height - float_to_unsigned(crop_height)) / 2};
-}
-
-using four_pixels = uint8_t __attribute__((vector_size(16)));
-
-/**
- * The pixel loop of ARGBtoRAW, four pixels a step: pixel by pixel the reordering costs a fifth of the whole conversion.
- * Each step writes four bytes too many, which the next one replaces; the last pixels are left to the loop. Gives the
- * number of pixels done.
- */
-#if defined(__x86_64__)
-__attribute__((target("ssse3")))
-#endif
-size_t
-reorder_by_four(const uint8_t* src, uint8_t* dst, size_t pixels) {
-    size_t i = 0;
-    for (; i + 6 <= pixels; i += 4) {
-        four_pixels argb;
-        std::memcpy(&argb, src + 4 * i, sizeof argb);
-        const four_pixels rgb =
-            __builtin_shufflevector(argb, argb, 2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12, 3, 7, 11, 15);
-        std::memcpy(dst + 3 * i, &rgb, sizeof rgb);
-    }
-    return i;
-}
-
-/** Every 64-bit Arm can; an x86 processor since SSSE3. */
-bool can_shuffle_bytes() {
-#if defined(__x86_64__)
-    return __builtin_cpu_supports("ssse3") != 0;
-#else
-    return true;
-#endif
 }
 
 bool fail(const std::string& what) {
@@ -110,11 +77,6 @@ bool convertCropScaleU8yuvToRGB(const uint8_t* src, unsigned int src_width, unsi
 }
 
 void ARGBtoRAW(const uint8_t* src, uint8_t* dst, unsigned int width, unsigned int height) {
-    const size_t pixels = size_t{width} * height;
-    size_t i = can_shuffle_bytes() ? reorder_by_four(src, dst, pixels) : 0;
-    for (; i < pixels; ++i) {
-        dst[3 * i] = src[4 * i + 2];
-        dst[3 * i + 1] = src[4 * i + 1];
-        dst[3 * i + 2] = src[4 * i];
-    }
+    libyuv::ARGBToRAW(src, static_cast<int>(width * 4), dst, static_cast<int>(width * 3), static_cast<int>(width),
+                      static_cast<int>(height));
 }

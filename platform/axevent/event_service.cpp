@@ -38,6 +38,18 @@ guint next_id() {
 
 } // namespace
 
+void tell_stay(const std::string& stay) {
+    std::shared_ptr<EventService> service;
+    {
+        const std::lock_guard lock(slot().mutex);
+        service = slot().service.lock();
+    }
+    if (service != nullptr) {
+        service->tell_stay(stay);
+        EventService::release(std::move(service));
+    }
+}
+
 EventService::EventService(Outputs outputs, Clock clock) : m_clock(std::move(clock)), m_outputs(std::move(outputs)) {}
 
 std::shared_ptr<EventService> EventService::acquire() {
@@ -101,6 +113,16 @@ void EventService::forget(const void* owner) {
     }
 }
 
+void EventService::tell(const Problem& problem, bool is_news) {
+    const std::lock_guard lock(m_mutex);
+    m_outputs.publish(problem, m_clock(), is_news);
+}
+
+void EventService::tell_stay(const std::string& stay) {
+    const std::lock_guard lock(m_mutex);
+    m_outputs.tell_stay(m_clock(), stay);
+}
+
 void EventService::close_outputs() {
     const std::lock_guard lock(m_mutex);
     m_outputs.close();
@@ -118,6 +140,12 @@ EventService::Declarations::iterator EventService::find(const void* owner, guint
 void EventService::publish(Occurrence::What what, const Declaration& declaration, const std::string& time) {
     m_outputs.publish({what, time, declaration.topic.path, declaration.topic.last, declaration.topic.nice_name,
                        active_of(declaration.state), !declaration.stateless});
+}
+
+void tell_problem(const Problem& problem, bool is_news) {
+    const std::lock_guard lock(slot().mutex);
+    if (const std::shared_ptr<EventService> service = slot().service.lock())
+        service->tell(problem, is_news);
 }
 
 } // namespace host_events

@@ -34,8 +34,12 @@ class EventService {
     gboolean declare(const void* owner, const KeyValueSet& set, bool stateless, guint& id, GError** error);
     gboolean undeclare(const void* owner, guint id, GError** error);
     gboolean send(const void* owner, guint id, const AXEvent& event, GError** error);
+    void tell(const Problem& problem, bool is_news);
     /** Ends all declarations of an owner. */
     void forget(const void* owner);
+
+    /** Tells the outputs of a stay, a JSON object. */
+    void tell_stay(const std::string& stay);
 
     void close_outputs();
 

@@ -43,6 +43,18 @@ std::string journal_line(const Occurrence& occurrence) {
                                                         : "false"}});
 }
 
+std::string journal_line(const Problem& problem, const std::string& time) {
+    return json_object({{"time", json_text(time)},
+                        {"what", json_text("problem")},
+                        {"kind", json_text(problem.kind)},
+                        {"active", problem.active ? "true" : "false"},
+                        {"text", json_text(problem.text)}});
+}
+
+std::string stay_line(const std::string& time, const std::string& stay) {
+    return json_object({{"time", json_text(time)}, {"what", json_text("stay")}, {"stay", stay}});
+}
+
 Journal::Journal(std::string path, std::uint64_t limit_bytes, unsigned old_files)
     : m_path(std::move(path)), m_limit_bytes(limit_bytes), m_old_files(old_files) {}
 

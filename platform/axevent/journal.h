@@ -10,6 +10,11 @@ namespace host_events {
 
 /** {"time":…,"what":"declared"|"event"|"undeclared","topic":…,"nice_name":…,"active":true|false|null} */
 std::string journal_line(const Occurrence& occurrence);
+/** {"time":…,"what":"problem","kind":…,"active":true|false,"text":…} */
+std::string journal_line(const Problem& problem, const std::string& time);
+
+/** {"time":…,"what":"stay","stay":…}; the stay is JSON already. */
+std::string stay_line(const std::string& time, const std::string& stay);
 
 /**
  * A file that only grows, one line for each occurrence. Before a line would make it larger than `limit_bytes` it

@@ -25,6 +25,8 @@ namespace {
 /** Half as long again without a packet, and the broker sends the Will. */
 constexpr std::chrono::seconds keepalive{20};
 constexpr int qos = 1;
+/** Of another client: what is longer is no name. */
+constexpr std::size_t longest_name = 200;
 /**
  * What a broker may send without confirming anything: a TLS handshake has a few thousand bytes, an answer to a ping
  * has two.
@@ -105,6 +107,13 @@ MqttConnection::MqttConnection(const MqttSettings& settings)
         auto* self = static_cast<MqttConnection*>(owner);
         self->m_waiting.erase(number);
         self->allow_more();
+    });
+    mosquitto_message_callback_set(m_client.get(), [](mosquitto*, void* owner, const mosquitto_message* message) {
+        auto* self = static_cast<MqttConnection*>(owner);
+        const std::string name(static_cast<const char*>(message->payload),
+                               static_cast<std::size_t>(message->payloadlen));
+        if (name != self->m_settings.client_id && name.size() <= longest_name)
+            self->m_namesake = name;
     });
     // The library takes OpenSSL's errors out of their list and only logs them: "OpenSSL Error[0]: error:0A00010B:...".
     mosquitto_log_callback_set(m_client.get(), [](mosquitto*, void* owner, int, const char* line) {
@@ -218,8 +227,9 @@ void MqttConnection::allow_more() {
 
 int MqttConnection::publish(const MqttMessage& message) {
     int number = 0;
-    const int code = mosquitto_publish(m_client.get(), &number, message.topic.c_str(),
-                                       static_cast<int>(message.payload.size()), message.payload.data(), qos, true);
+    const int code =
+        mosquitto_publish(m_client.get(), &number, message.topic.c_str(), static_cast<int>(message.payload.size()),
+                          message.payload.data(), qos, message.retained);
     if (code == MOSQ_ERR_INVAL || code == MOSQ_ERR_MALFORMED_UTF8 || code == MOSQ_ERR_PAYLOAD_SIZE) {
         complain("a message for the broker is left out: " + text_of(code));
         return 0;
@@ -227,6 +237,13 @@ int MqttConnection::publish(const MqttMessage& message) {
     // A connection that is lost meanwhile confirms nothing: the message waits, and the next step says so.
     m_waiting.insert(number);
     return number;
+}
+
+void MqttConnection::present() {
+    const MqttMessage self = instance_message(m_settings);
+    mosquitto_subscribe(m_client.get(), nullptr, self.topic.c_str(), 0);
+    mosquitto_publish(m_client.get(), nullptr, self.topic.c_str(), static_cast<int>(self.payload.size()),
+                      self.payload.data(), 0, self.retained);
 }
 
 void MqttConnection::close() {
@@ -264,9 +281,8 @@ bool MqttConnection::lost(int code) {
 }
 
 bool MqttConnection::lost(const std::string& problem) {
-    if (m_problem.empty()) { // the broker's own reason comes first, and what is wrong with its certificate
+    if (m_problem.empty()) // the broker's own reason comes first, and what is wrong with its certificate
         m_problem = problem;
-    }
     return false;
 }
 

@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <set>
 #include <string>
+#include <utility>
 
 namespace host_events {
 
@@ -16,8 +17,9 @@ namespace host_events {
  * One connection to the broker, from the first packet until it is lost; then make another. Its Will tells subscribers
  * that the camera is offline when the connection ends in any way other than `close`. One thread.
  *
- * It subscribes to nothing, so that a broker has only confirmations to send. More than 64 KiB of anything else within
- * a keepalive time end the connection: the client library itself takes packets of up to 256 MiB.
+ * It subscribes to nothing but its own prefix's instances, so that a broker has little but confirmations to send. More
+ * than 64 KiB of anything else within a keepalive time end the connection: the client library itself takes packets of
+ * up to 256 MiB.
  */
 class MqttConnection {
   public:
@@ -44,6 +46,11 @@ class MqttConnection {
     int publish(const MqttMessage& message);
     /** True until the broker has confirmed the message. */
     bool is_waiting(int number) const { return m_waiting.contains(number); }
+
+    /** Says who this is, and hears from now on who else uses the prefix. REQUIRES: is_ready(). */
+    void present();
+    /** The name of another client with the same prefix, once for each of its messages; empty without any. */
+    std::string take_namesake() { return std::exchange(m_namesake, {}); }
 
     /** Takes leave of the broker: no Will. */
     void close();
@@ -73,6 +80,7 @@ class MqttConnection {
     Clock::time_point m_allowed_until;
     unsigned long m_tls_error = 0; // the first that OpenSSL found
     std::string m_problem;
+    std::string m_namesake;
     bool m_distrusted = false;
     bool m_tcp_connected = false;
     bool m_ready = false;

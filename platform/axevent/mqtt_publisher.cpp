@@ -58,6 +58,14 @@ void BrokerNews::back(std::size_t waiting_changes) {
     m_said.clear();
 }
 
+bool BrokerNews::namesake(const std::string& name, const std::string& prefix) {
+    if (!m_namesakes.insert(identifier(name)).second)
+        return false;
+    complain("another camera, " + identifier(name) + ", tells " + m_broker + " under the same prefix '" + prefix +
+             "', and each overwrites what the other says; KORVEX_MQTT_PREFIX (--mqtt-prefix) gives each its own");
+    return true;
+}
+
 /** What the publisher's thread runs, and what others hand it. */
 class MqttPublisher::Worker {
   public:
@@ -168,10 +176,15 @@ class MqttPublisher::Worker {
         if (!visit.worked && !connection.is_waiting(visit.online)) {
             visit.worked = true;
             m_news.back(m_queue.size());
+            connection.present();
         }
+        // Who has just come has not heard this one's name yet.
+        if (const std::string name = connection.take_namesake();
+            !name.empty() && m_news.namesake(name, m_settings.prefix))
+            connection.present();
         if (visit.on_its_way && !connection.is_waiting(visit.on_its_way->number)) {
             const auto& [entry, number] = *visit.on_its_way;
-            if (number != 0)
+            if (number != 0 && entry.message.retained)
                 m_delivered[entry.message.topic] = entry.message.payload;
             m_queue.pop(entry.number);
             m_queue.tidy();
@@ -261,6 +274,16 @@ void MqttPublisher::publish(const Occurrence& occurrence) {
     if (occurrence.what == Occurrence::What::declared && !m_settings.discovery.empty())
         announce(discovery_message(m_settings, occurrence));
     enqueue(state_message(m_settings, occurrence));
+}
+
+void MqttPublisher::publish(const Problem& problem, const std::string& time) {
+    if (!m_settings.discovery.empty())
+        announce(discovery_message(m_settings, problem));
+    enqueue(state_message(m_settings, problem, time));
+}
+
+void MqttPublisher::tell_stay(const std::string& stay) {
+    enqueue(stay_message(m_settings, stay));
 }
 
 void MqttPublisher::announce(const MqttMessage& message) {

@@ -45,6 +45,11 @@ class MqttPublisher {
      */
     void publish(const Occurrence& occurrence);
 
+    /** How a problem stands. */
+    void publish(const Problem& problem, const std::string& time);
+    /** A stay that has ended, a JSON object. */
+    void tell_stay(const std::string& stay);
+
     /** A message that is sent on every connection before the queue; the same one again changes nothing. */
     void announce(const MqttMessage& message);
     void enqueue(MqttMessage message);
@@ -68,10 +73,13 @@ class BrokerNews {
     /** `distrusted`: the broker is there, but its certificate is not what it should be. */
     void away(const std::string& problem, bool distrusted);
     void back(std::size_t waiting_changes);
+    /** Another camera tells the broker under the same prefix. True when this is the first that is heard of it. */
+    bool namesake(const std::string& name, const std::string& prefix);
 
   private:
     const std::string m_broker;
     std::set<std::string> m_said;
+    std::set<std::string> m_namesakes;
 };
 
 } // namespace host_events

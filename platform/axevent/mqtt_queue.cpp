@@ -13,10 +13,13 @@ namespace {
 constexpr const char* prepare_sql =
     "PRAGMA journal_mode = WAL; PRAGMA synchronous = OFF; PRAGMA wal_autocheckpoint = 0;"
     "CREATE TABLE IF NOT EXISTS queue (number INTEGER PRIMARY KEY, "
-    "topic TEXT NOT NULL, payload TEXT NOT NULL)";
-constexpr const char* insert_sql = "INSERT INTO queue (number, topic, payload) VALUES (?, ?, ?)";
+    "topic TEXT NOT NULL, payload TEXT NOT NULL, retained INTEGER NOT NULL DEFAULT 1)";
+/** Files of the first release have no such column. */
+constexpr const char* has_column_sql = "SELECT retained FROM queue LIMIT 0";
+constexpr const char* add_column_sql = "ALTER TABLE queue ADD COLUMN retained INTEGER NOT NULL DEFAULT 1";
+constexpr const char* insert_sql = "INSERT INTO queue (number, topic, payload, retained) VALUES (?, ?, ?, ?)";
 constexpr const char* delete_sql = "DELETE FROM queue WHERE number = ?";
-constexpr const char* select_sql = "SELECT number, topic, payload FROM queue ORDER BY number";
+constexpr const char* select_sql = "SELECT number, topic, payload, retained FROM queue ORDER BY number";
 
 /** A connection knows of the log only once it has read something. */
 constexpr const char* tidy_sql = "SELECT number FROM queue LIMIT 1; PRAGMA wal_checkpoint(PASSIVE)";
@@ -27,9 +30,16 @@ constexpr int tidy_after = 100;
 /** Only another process with the same file can be in the way, and a pass must not wait for it for long. */
 constexpr int busy_timeout_ms = 20;
 
+int add_missing_column(sqlite3* database) {
+    platform::Statement column;
+    const bool is_there = platform::prepare(database, has_column_sql, column) == SQLITE_OK;
+    return is_there ? SQLITE_OK : platform::execute(database, add_column_sql);
+}
+
 } // namespace
 
-MqttQueue::MqttQueue(const std::string& path, size_t limit) : m_path(path), m_limit(limit) {
+MqttQueue::MqttQueue(const std::string& path, size_t limit, std::string name)
+    : m_path(path), m_name(std::move(name)), m_limit(limit) {
     const int code = path.empty() ? SQLITE_DONE : open_file();
     if (code == SQLITE_DONE)
         return;
@@ -46,13 +56,16 @@ int MqttQueue::open_file() {
     if (code == SQLITE_OK)
         code = platform::execute(m_database.get(), prepare_sql);
     if (code == SQLITE_OK)
+        code = add_missing_column(m_database.get());
+    if (code == SQLITE_OK)
         code = platform::prepare(m_database.get(), select_sql, rows);
     if (code != SQLITE_OK)
         return code;
     while ((code = sqlite3_step(rows.get())) == SQLITE_ROW) {
         m_last_number = sqlite3_column_int64(rows.get(), 0);
-        m_entries.push_back(
-            {m_last_number, {platform::column_bytes(rows.get(), 1), platform::column_bytes(rows.get(), 2)}});
+        m_entries.push_back({m_last_number,
+                             {platform::column_bytes(rows.get(), 1), platform::column_bytes(rows.get(), 2),
+                              sqlite3_column_int(rows.get(), 3) != 0}});
     }
     return code;
 }
@@ -73,7 +86,7 @@ void MqttQueue::push(MqttMessage message) {
     const std::lock_guard lock(m_mutex);
     if (m_entries.size() >= m_limit) {
         if (!m_dropping) {
-            complain("the broker's queue is full with " + std::to_string(m_limit) + " changes; the oldest go");
+            complain(m_name + " is full with " + std::to_string(m_limit) + " changes; the oldest go");
             m_dropping = true;
         }
         remove_first();
@@ -126,6 +139,7 @@ void MqttQueue::run(const char* sql, std::int64_t number, const MqttMessage* mes
     if (message != nullptr) {
         sqlite3_bind_text(statement.get(), 2, message->topic.c_str(), -1, SQLITE_STATIC);
         sqlite3_bind_text(statement.get(), 3, message->payload.c_str(), -1, SQLITE_STATIC);
+        sqlite3_bind_int(statement.get(), 4, message->retained ? 1 : 0);
     }
     ++m_untidied;
     if (sqlite3_step(statement.get()) != SQLITE_DONE) {
@@ -137,8 +151,7 @@ void MqttQueue::run(const char* sql, std::int64_t number, const MqttMessage* mes
 
 void MqttQueue::file_failed(const std::string& problem) {
     if (!m_file_failing)
-        complain("cannot keep the broker's queue in " + m_path + ": " + problem +
-                 "; changes that wait are in memory only");
+        complain("cannot keep " + m_name + " in " + m_path + ": " + problem + "; changes that wait are in memory only");
     m_file_failing = true;
 }
 

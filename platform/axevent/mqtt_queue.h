@@ -27,10 +27,10 @@ class MqttQueue {
     };
 
     /**
-     * With an empty path there is no file. Beyond `limit` messages the oldest goes, with one message on stderr until
-     * the queue has been empty again. REQUIRES: limit > 0
+     * `name` stands in what is said of it. With an empty path there is no file. Beyond `limit` messages the oldest
+     * goes, with one message on stderr until the queue has been empty again. REQUIRES: limit > 0
      */
-    MqttQueue(const std::string& path, size_t limit);
+    MqttQueue(const std::string& path, size_t limit, std::string name = "the broker's queue");
 
     void push(MqttMessage message);
     std::optional<Entry> front() const;
@@ -54,6 +54,7 @@ class MqttQueue {
     void file_failed(const std::string& problem);
 
     const std::string m_path;
+    const std::string m_name;
     const size_t m_limit;
     mutable std::mutex m_mutex; // everything below
     platform::Database m_database;

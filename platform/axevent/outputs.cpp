@@ -94,14 +94,29 @@ Outputs Outputs::from_environment() {
 }
 
 void Outputs::publish(const Occurrence& occurrence) {
-    if (m_journal)
-        m_journal->write(journal_line(occurrence));
+    // First: it may have to put down what the others then tell of.
     if (!tell_listener(occurrence) && m_console) {
         std::fprintf(stdout, "%s\n", console_line(occurrence).c_str());
         std::fflush(stdout);
     }
+    if (m_journal)
+        m_journal->write(journal_line(occurrence));
     if (m_mqtt)
         m_mqtt->publish(occurrence);
+}
+
+void Outputs::publish(const Problem& problem, const std::string& time, bool is_news) {
+    if (m_journal && is_news)
+        m_journal->write(journal_line(problem, time));
+    if (m_mqtt)
+        m_mqtt->publish(problem, time);
+}
+
+void Outputs::tell_stay(const std::string& time, const std::string& stay) {
+    if (m_journal)
+        m_journal->write(stay_line(time, stay));
+    if (m_mqtt)
+        m_mqtt->tell_stay(stay);
 }
 
 } // namespace host_events

@@ -29,6 +29,10 @@ class Outputs {
      */
     void publish(const Occurrence& occurrence);
 
+    void publish(const Problem& problem, const std::string& time, bool is_news);
+    /** What host_events.h tells of a stay. */
+    void tell_stay(const std::string& time, const std::string& stay);
+
     /** Ends the broker's part: the camera goes offline there. Takes at most a third of a second. */
     void close() { m_mqtt.reset(); }
 

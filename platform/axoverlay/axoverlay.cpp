@@ -1,4 +1,6 @@
+#include "platform/axoverlay/host_answers.h"
 #include "platform/axoverlay/host_streams.h"
+#include "platform/axoverlay/listeners.h"
 #include "platform/axoverlay/resolutions.h"
 #include "platform/axoverlay/service.h"
 #include "platform/common/glib.h"
@@ -80,6 +82,16 @@ void axoverlay_destroy_overlay(gint id, GError** error) {
 
 void axoverlay_redraw(GError** error) {
     reporting<int>(error, 0, [&] { return Service::instance().redraw(), 0; });
+}
+
+bool host_overlay::has_listeners() {
+    Listeners* listeners = Service::instance().listeners();
+    return listeners != nullptr && !listeners->empty();
+}
+
+void host_overlay::tell_listeners(const std::string& line) {
+    if (Listeners* listeners = Service::instance().listeners())
+        listeners->tell(line);
 }
 
 std::string host_overlay::listen_address() {

@@ -7,6 +7,7 @@
 namespace host_overlay {
 
 constexpr const char* jpeg_type = "image/jpeg";
+constexpr const char* event_stream_type = "text/event-stream";
 constexpr const char* multipart_type = "multipart/x-mixed-replace; boundary=picture";
 
 /** Adds the headers that every answer has; nullptr stays nullptr. */

@@ -130,6 +130,10 @@ std::string Service::listen_address() const {
     return m_server != nullptr ? m_server->address() : "";
 }
 
+Listeners* Service::listeners() const {
+    return m_server != nullptr ? &m_server->listeners() : nullptr;
+}
+
 std::shared_ptr<OverlayTarget> Service::open_stream(const Geometry& geometry, axoverlay_stream_type type) {
     const std::lock_guard lock(m_lock);
     m_targets.push_back(std::make_shared<OverlayTarget>(++m_last_stream_id, geometry, type, m_has_overlay));

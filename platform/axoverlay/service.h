@@ -11,6 +11,7 @@
 
 namespace host_overlay {
 
+class Listeners;
 class StreamServer;
 
 /**
@@ -38,6 +39,8 @@ class Service {
     void redraw();
     /** "127.0.0.1:8080", the port being the one in use; empty without a stream server. */
     std::string listen_address() const;
+    /** nullptr without a stream server. */
+    Listeners* listeners() const;
 
     /** See host_streams.h. Any thread. */
     void cover(const std::vector<CoveredSize>& sizes, std::chrono::milliseconds patience);

@@ -1,11 +1,11 @@
 #pragma once
 
 #include "platform/axoverlay/geometry.h"
+#include "platform/axoverlay/host_answers.h"
 
 #include <vdo-types.h>
 
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace host_overlay {
@@ -17,8 +17,6 @@ struct StreamRequest {
     Geometry geometry;
     bool motion = false; // the multipart stream (.mjpg), not one picture (.jpg)
 };
-
-using QueryArguments = std::vector<std::pair<std::string, std::string>>;
 
 /**
  * Reads "/stream/WIDTHxHEIGHT.mjpg" or ".jpg" and the query's `rotation` and `mirror`. 404: no such path, or a size

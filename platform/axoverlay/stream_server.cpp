@@ -1,6 +1,7 @@
 #include "platform/axoverlay/stream_server.h"
 
 #include "base/blocked_signals.h"
+#include "platform/axoverlay/answers.h"
 #include "platform/axoverlay/http_response.h"
 #include "platform/axoverlay/priority.h"
 #include "platform/axoverlay/resolutions.h"
@@ -28,6 +29,7 @@ struct Request {
 MHD_Result queue(MHD_Connection* connection, unsigned status, MHD_Response* response) {
     if (response == nullptr)
         return MHD_NO;
+    AnswerBook::instance().add_headers(response);
     const MHD_Result result = MHD_queue_response(connection, status, response);
     MHD_destroy_response(response);
     return result;
@@ -52,11 +54,10 @@ MHD_Result refuse_method(MHD_Connection* connection) {
 }
 
 /** The headers that a GET would have, without opening a stream for them. */
-MHD_Result answer_head(MHD_Connection* connection, bool motion) {
+MHD_Result answer_head(MHD_Connection* connection, const char* type) {
     const auto nothing = [](void*, uint64_t, char*, std::size_t) -> ssize_t {
         return MHD_CONTENT_READER_END_OF_STREAM;
     };
-    const char* type = motion ? multipart_type : jpeg_type;
     return queue(connection, MHD_HTTP_OK, streamed_response(nothing, 1, nullptr, nullptr, type));
 }
 
@@ -77,7 +78,7 @@ void StreamServer::listen_on(const ListenAddress& listen) {
         flags |= listen.address.ss_family == AF_INET6 ? MHD_USE_IPv6 : MHD_NO_FLAG;
         where[0] = {MHD_OPTION_SOCK_ADDR, 0, const_cast<sockaddr_storage*>(&listen.address)}; // is only read
     } else {
-        m_socket.emplace(listen.path);
+        m_socket.emplace(listen.path, SOCK_STREAM);
         where[0] = {MHD_OPTION_LISTEN_SOCKET, m_socket->take(), nullptr};
     }
     int failure = 0;
@@ -106,6 +107,7 @@ void StreamServer::listen_on(const ListenAddress& listen) {
 
 StreamServer::~StreamServer() {
     // No connection may be suspended when the daemon stops, and none becomes so again: the viewers are ended first.
+    m_listeners.stop();
     m_broadcasts.stop();
     m_daemon.reset();
 }
@@ -134,19 +136,37 @@ MHD_Result StreamServer::begin(MHD_Connection* connection, const std::string& pa
     QueryArguments query;
     MHD_get_connection_values(connection, MHD_GET_ARGUMENT_KIND, collect, &query);
     try {
-        const StreamRequest wanted = parse_stream_request(path, query, channel_resolutions());
-        if (wanted.status != MHD_HTTP_OK)
-            return queue(connection, wanted.status, text_response(wanted.sentence));
-        if (method == MHD_HTTP_METHOD_HEAD)
-            return answer_head(connection, wanted.motion);
-        const auto wish = wanted.motion ? Viewer::Wish::all_pictures : Viewer::Wish::one_picture;
-        viewer = std::make_shared<Viewer>(connection, wish);
-        m_broadcasts.join(wanted.geometry, viewer);
+        if (const auto answered = begin_showing(connection, path, query, method == MHD_HTTP_METHOD_HEAD, viewer))
+            return *answered;
     } catch (const std::exception& failure) {
         viewer.reset();
         return queue(connection, MHD_HTTP_SERVICE_UNAVAILABLE, text_response(failure.what()));
     }
     return viewer->suspend_until_ready() ? MHD_YES : queue_answer_of(*viewer, connection);
+}
+
+std::optional<MHD_Result> StreamServer::begin_showing(MHD_Connection* connection, const std::string& path,
+                                                      const QueryArguments& query, bool head_only,
+                                                      std::shared_ptr<Viewer>& viewer) {
+    if (path == events_path) {
+        if (head_only)
+            return answer_head(connection, event_stream_type);
+        viewer = std::make_shared<Viewer>(connection, Viewer::Wish::messages);
+        m_listeners.join(viewer);
+        return std::nullopt;
+    }
+    unsigned status = 0;
+    if (const auto other = AnswerBook::instance().answer(path, query, status))
+        return queue(connection, status, *other);
+    const StreamRequest wanted = parse_stream_request(path, query, channel_resolutions());
+    if (wanted.status != MHD_HTTP_OK)
+        return queue(connection, wanted.status, text_response(wanted.sentence));
+    if (head_only)
+        return answer_head(connection, wanted.motion ? multipart_type : jpeg_type);
+    const auto wish = wanted.motion ? Viewer::Wish::all_pictures : Viewer::Wish::one_picture;
+    viewer = std::make_shared<Viewer>(connection, wish);
+    m_broadcasts.join(wanted.geometry, viewer);
+    return std::nullopt;
 }
 
 void StreamServer::completed(void*, MHD_Connection*, void** request, MHD_RequestTerminationCode) {

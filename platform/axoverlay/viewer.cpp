@@ -77,12 +77,13 @@ MHD_Response* Viewer::response(unsigned& status) {
     }
     status = MHD_HTTP_OK;
     m_served = true;
-    if (m_wish == Wish::all_pictures) {
+    if (m_wish != Wish::one_picture) {
         const auto read_from = [](void* reading, uint64_t, char* buffer, std::size_t size) {
             return (*static_cast<Reading*>(reading))->read(buffer, size);
         };
         const auto release = [](void* reading) { delete static_cast<Reading*>(reading); };
-        return streamed_response(read_from, read_size, new Reading(shared_from_this()), release, multipart_type);
+        const char* type = m_wish == Wish::messages ? event_stream_type : multipart_type;
+        return streamed_response(read_from, read_size, new Reading(shared_from_this()), release, type);
     }
     m_done = true;
     auto* kept = new std::shared_ptr<const EncodedPicture>(std::exchange(m_next, nullptr));

@@ -11,7 +11,7 @@
 
 namespace host_overlay {
 
-/** One encoded picture as a part of the multipart stream, shared by all its viewers. */
+/** One encoded picture as a part of the multipart stream, or one message of an event stream, shared by all. */
 struct EncodedPicture {
     std::vector<std::uint8_t> part; // boundary, part headers, JPEG file, line end
     std::size_t jpeg_begin = 0;
@@ -29,7 +29,7 @@ struct EncodedPicture {
  */
 class Viewer : public std::enable_shared_from_this<Viewer> {
   public:
-    enum class Wish { one_picture, all_pictures };
+    enum class Wish { one_picture, all_pictures, messages };
 
     Viewer(MHD_Connection* connection, Wish wish) : m_connection(connection), m_wish(wish) {}
 
@@ -51,7 +51,7 @@ class Viewer : public std::enable_shared_from_this<Viewer> {
     /** The connection is closed; it is not touched any more. */
     void leave();
     /**
-     * Copies the next bytes of the multipart stream: their number, 0 (then suspended) or
+     * Copies the next bytes of the endless stream: their number, 0 (then suspended) or
      * MHD_CONTENT_READER_END_OF_STREAM.
      */
     ssize_t read(char* buffer, std::size_t size);

@@ -1,9 +1,11 @@
 #pragma once
 
+#include "platform/common/failure.h"
 #include "platform/common/handle.h"
 
 #include <glib-object.h>
 
+#include <exception>
 #include <string>
 
 namespace platform {
@@ -15,6 +17,21 @@ using ObjectHandle = Handle<Object, g_object_unref>;
 inline bool set_error(GError** error, const char* domain, int code, const std::string& text) {
     g_set_error_literal(error, g_quark_from_static_string(domain), code, text.c_str());
     return false;
+}
+
+/**
+ * Runs an entry point's body; what it throws becomes the error and a result of 0. No exception leaves a C interface.
+ */
+template <typename Body>
+auto guarded(GError** error, const char* domain, Body body) noexcept -> decltype(body()) {
+    try {
+        return body();
+    } catch (const Failure& failure) {
+        set_error(error, domain, failure.code, failure.sentence);
+    } catch (const std::exception& problem) {
+        set_error(error, domain, 0, problem.what());
+    }
+    return {};
 }
 
 /** For texts with bytes of a caller's, since a GError's message is UTF-8. */

@@ -1,10 +1,10 @@
 #include "platform/larod/descriptor_io.h"
 
-#include <sys/types.h>
+#include "platform/larod/failure.h"
+
 #include <unistd.h>
 
-#include <cerrno>
-#include <cstring>
+#include <string>
 
 namespace korvex::larod {
 namespace {
@@ -12,73 +12,53 @@ namespace {
 constexpr std::size_t most_model_bytes = std::size_t{512} << 20;
 constexpr std::size_t block = std::size_t{1} << 20;
 
-std::string system_error() {
-    return std::strerror(errno);
-}
-
-/** Reads at `position`, or on from where a pipe is when it is negative; retries what a signal interrupted. */
-ssize_t read_some(int fd, std::span<std::byte> bytes, off_t position) {
-    ssize_t got = 0;
-    do {
-        got = position < 0 ? read(fd, bytes.data(), bytes.size()) : pread(fd, bytes.data(), bytes.size(), position);
-    } while (got < 0 && errno == EINTR);
-    return got;
+/** Reads on from `position`, or from where a pipe is when that is negative, until `bytes` are full or the end comes. */
+std::size_t fill(int fd, std::span<std::byte> bytes, off_t position, const char* what) {
+    std::size_t done = 0;
+    while (done < bytes.size()) {
+        const auto rest = bytes.subspan(done);
+        const ssize_t got =
+            TEMP_FAILURE_RETRY(position < 0 ? read(fd, rest.data(), rest.size())
+                                            : pread(fd, rest.data(), rest.size(), position + static_cast<off_t>(done)));
+        if (got < 0)
+            throw refused_by_system(Code::descriptor, std::string("Cannot read the ") + what);
+        if (got == 0)
+            break;
+        done += static_cast<std::size_t>(got);
+    }
+    return done;
 }
 
 } // namespace
 
-bool read_whole(int fd, std::vector<std::byte>& bytes, std::string& why) {
+std::vector<std::byte> read_whole(int fd) {
     const bool seekable = lseek(fd, 0, SEEK_CUR) >= 0;
-    bytes.clear();
-    while (true) {
-        const std::size_t had = bytes.size();
-        if (had > most_model_bytes) {
-            why = "The file is larger than any model can be (512 MiB).";
-            return false;
-        }
-        bytes.resize(had + block);
-        const ssize_t got = read_some(fd, std::span(bytes).subspan(had), seekable ? static_cast<off_t>(had) : -1);
-        bytes.resize(had + static_cast<std::size_t>(got < 0 ? 0 : got));
-        if (got < 0) {
-            why = "Cannot read the file: " + system_error() + ".";
-            return false;
-        }
-        if (got == 0)
-            return true;
+    std::vector<std::byte> bytes;
+    std::size_t size = 0;
+    while (size == bytes.size()) {
+        if (size > most_model_bytes)
+            throw Failure(Code::descriptor, "The file is larger than any model can be (512 MiB).");
+        bytes.resize(size + block);
+        size += fill(fd, std::span(bytes).subspan(size), seekable ? static_cast<off_t>(size) : -1, "file");
     }
+    bytes.resize(size);
+    return bytes;
 }
 
-bool read_in_place(int fd, std::span<std::byte> bytes, std::string& why) {
-    const off_t start = lseek(fd, 0, SEEK_CUR);
-    std::size_t done = 0;
-    while (done < bytes.size()) {
-        const ssize_t got = read_some(fd, bytes.subspan(done), start < 0 ? -1 : start + static_cast<off_t>(done));
-        if (got < 0) {
-            why = "Cannot read the input: " + system_error() + ".";
-            return false;
-        }
-        if (got == 0) {
-            why = "The input's file holds " + std::to_string(done) + " of the " + std::to_string(bytes.size()) +
-                  " bytes that the model takes.";
-            return false;
-        }
-        done += static_cast<std::size_t>(got);
-    }
-    return true;
+void read_in_place(int fd, std::span<std::byte> bytes) {
+    const std::size_t done = fill(fd, bytes, lseek(fd, 0, SEEK_CUR), "input");
+    if (done < bytes.size())
+        throw Failure(Code::descriptor, "The input's file holds " + std::to_string(done) + " of the " +
+                                            std::to_string(bytes.size()) + " bytes that the model takes.");
 }
 
-bool write_on(int fd, std::span<const std::byte> bytes, std::string& why) {
+void write_on(int fd, std::span<const std::byte> bytes) {
     while (!bytes.empty()) {
-        const ssize_t written = write(fd, bytes.data(), bytes.size());
-        if (written < 0 && errno == EINTR)
-            continue;
-        if (written < 0) {
-            why = "Cannot write the output: " + system_error() + ".";
-            return false;
-        }
+        const ssize_t written = TEMP_FAILURE_RETRY(write(fd, bytes.data(), bytes.size()));
+        if (written < 0)
+            throw refused_by_system(Code::descriptor, "Cannot write the output");
         bytes = bytes.subspan(static_cast<std::size_t>(written));
     }
-    return true;
 }
 
 } // namespace korvex::larod

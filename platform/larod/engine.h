@@ -2,7 +2,6 @@
 
 #include <tensorflow/lite/c/c_api.h>
 
-#include <memory>
 #include <string>
 
 namespace korvex::larod {
@@ -18,31 +17,47 @@ struct DelegateOptions {
  * ends, so the functions may be called at any time and from any thread.
  */
 class Engine {
-  public:
-    /** The library at `path`, or null with a sentence in `why`. */
-    static std::shared_ptr<const Engine> open(const std::string& path, std::string& why);
+    /** A function of the library, as whatever it is declared. */
+    struct Symbol {
+        void* address;
+        template <typename Function>
+        operator Function*() const {
+            return reinterpret_cast<Function*>(address);
+        }
+    };
 
-    decltype(&TfLiteVersion) version = nullptr;
-    decltype(&TfLiteModelCreate) model_create = nullptr;
-    decltype(&TfLiteModelDelete) model_delete = nullptr;
-    decltype(&TfLiteInterpreterOptionsCreate) options_create = nullptr;
-    decltype(&TfLiteInterpreterOptionsDelete) options_delete = nullptr;
-    decltype(&TfLiteInterpreterOptionsSetNumThreads) options_set_threads = nullptr;
-    decltype(&TfLiteInterpreterOptionsAddDelegate) options_add_delegate = nullptr;
-    decltype(&TfLiteInterpreterOptionsSetErrorReporter) options_set_error_reporter = nullptr;
-    decltype(&TfLiteInterpreterCreate) interpreter_create = nullptr;
-    decltype(&TfLiteInterpreterDelete) interpreter_delete = nullptr;
-    decltype(&TfLiteInterpreterGetInputTensorCount) input_count = nullptr;
-    decltype(&TfLiteInterpreterGetInputTensor) input = nullptr;
-    decltype(&TfLiteInterpreterGetOutputTensorCount) output_count = nullptr;
-    decltype(&TfLiteInterpreterGetOutputTensor) output = nullptr;
-    decltype(&TfLiteInterpreterAllocateTensors) allocate_tensors = nullptr;
-    decltype(&TfLiteInterpreterInvoke) invoke = nullptr;
-    decltype(&TfLiteTensorType) tensor_type = nullptr;
-    decltype(&TfLiteTensorNumDims) tensor_dimensions = nullptr;
-    decltype(&TfLiteTensorDim) tensor_dimension = nullptr;
-    decltype(&TfLiteTensorByteSize) tensor_bytes = nullptr;
-    decltype(&TfLiteTensorData) tensor_data = nullptr;
+    Symbol need(const char* name) const;
+
+    const std::string m_path; // this and the next are what the functions are found with
+    void* const m_library;
+
+  public:
+    /** The library at `path`; throws a Failure. */
+    explicit Engine(const std::string& path);
+
+    decltype(&TfLiteVersion) version = need("TfLiteVersion");
+    decltype(&TfLiteModelCreate) model_create = need("TfLiteModelCreate");
+    decltype(&TfLiteModelDelete) model_delete = need("TfLiteModelDelete");
+    decltype(&TfLiteInterpreterOptionsCreate) options_create = need("TfLiteInterpreterOptionsCreate");
+    decltype(&TfLiteInterpreterOptionsDelete) options_delete = need("TfLiteInterpreterOptionsDelete");
+    decltype(&TfLiteInterpreterOptionsSetNumThreads) options_set_threads =
+        need("TfLiteInterpreterOptionsSetNumThreads");
+    decltype(&TfLiteInterpreterOptionsAddDelegate) options_add_delegate = need("TfLiteInterpreterOptionsAddDelegate");
+    decltype(&TfLiteInterpreterOptionsSetErrorReporter) options_set_error_reporter =
+        need("TfLiteInterpreterOptionsSetErrorReporter");
+    decltype(&TfLiteInterpreterCreate) interpreter_create = need("TfLiteInterpreterCreate");
+    decltype(&TfLiteInterpreterDelete) interpreter_delete = need("TfLiteInterpreterDelete");
+    decltype(&TfLiteInterpreterGetInputTensorCount) input_count = need("TfLiteInterpreterGetInputTensorCount");
+    decltype(&TfLiteInterpreterGetInputTensor) input = need("TfLiteInterpreterGetInputTensor");
+    decltype(&TfLiteInterpreterGetOutputTensorCount) output_count = need("TfLiteInterpreterGetOutputTensorCount");
+    decltype(&TfLiteInterpreterGetOutputTensor) output = need("TfLiteInterpreterGetOutputTensor");
+    decltype(&TfLiteInterpreterAllocateTensors) allocate_tensors = need("TfLiteInterpreterAllocateTensors");
+    decltype(&TfLiteInterpreterInvoke) invoke = need("TfLiteInterpreterInvoke");
+    decltype(&TfLiteTensorType) tensor_type = need("TfLiteTensorType");
+    decltype(&TfLiteTensorNumDims) tensor_dimensions = need("TfLiteTensorNumDims");
+    decltype(&TfLiteTensorDim) tensor_dimension = need("TfLiteTensorDim");
+    decltype(&TfLiteTensorByteSize) tensor_bytes = need("TfLiteTensorByteSize");
+    decltype(&TfLiteTensorData) tensor_data = need("TfLiteTensorData");
 
     /** The fast convolutions; both null unless the library is of the version whose options these are (2.9). */
     TfLiteDelegate* (*delegate_create)(const DelegateOptions*) = nullptr;

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/larod/engine.h"
-#include "platform/larod/tensor.h"
+#include "platform/larod/message.h"
 
 #include <cstdarg>
 #include <cstddef>
@@ -24,36 +24,34 @@ struct TensorView {
 class Interpreter {
   public:
     /**
-     * Loads the model: with the fast convolutions where they serve it, otherwise with the engine's own. `model` must
-     * outlive the interpreter. Null with a sentence in `why` when the model is broken or not supported.
+     * Loads the model: with the fast convolutions where they serve it, otherwise with the engine's own. `engine` and
+     * `model` must outlive the interpreter. Throws a Failure when the model is broken or not supported.
      */
-    static std::unique_ptr<Interpreter> load(std::shared_ptr<const Engine> engine, std::span<const std::byte> model,
-                                             int threads, std::string& why);
-    ~Interpreter();
+    Interpreter(const Engine& engine, std::span<const std::byte> model, int threads);
     Interpreter(const Interpreter&) = delete;
     Interpreter& operator=(const Interpreter&) = delete;
 
     std::size_t input_count() const;
     std::size_t output_count() const;
-    /** REQUIRES: index < count. Outputs of a model that sizes them as it runs have their size after run() only. */
-    TensorView input(std::size_t index) const;
-    TensorView output(std::size_t index) const;
-    /** Runs the model once over its input tensors' memory; false with a sentence in `why`. */
-    bool run(std::string& why);
+    /**
+     * The outputs follow the inputs. REQUIRES: index < input_count() + output_count(). Outputs of a model that sizes
+     * them as it runs have their size after run() only.
+     */
+    TensorView tensor(std::size_t index) const;
+    /** Runs the model once over its input tensors' memory; throws a Failure. */
+    void run();
 
   private:
-    explicit Interpreter(std::shared_ptr<const Engine> engine);
     bool build(int threads, bool fast);
-    void destroy();
-    TensorView view(const TfLiteTensor* tensor) const;
     std::string complaint() const;
     static void report(void* self, const char* format, std::va_list arguments);
 
-    std::shared_ptr<const Engine> m_engine;
-    TfLiteModel* m_model = nullptr;
-    TfLiteInterpreterOptions* m_options = nullptr;
-    TfLiteDelegate* m_delegate = nullptr;
-    TfLiteInterpreter* m_interpreter = nullptr;
+    const Engine& m_engine;
+    // In the order in which each is used by those that follow.
+    std::unique_ptr<TfLiteModel, decltype(Engine::model_delete)> m_model;
+    std::unique_ptr<TfLiteDelegate, decltype(Engine::delegate_delete)> m_delegate;
+    std::unique_ptr<TfLiteInterpreterOptions, decltype(Engine::options_delete)> m_options;
+    std::unique_ptr<TfLiteInterpreter, decltype(Engine::interpreter_delete)> m_interpreter;
     /** The engine's first complaint: it names the cause; those that follow only say what it led to. */
     std::string m_complaint;
 };

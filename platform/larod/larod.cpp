@@ -5,27 +5,15 @@
 #include <algorithm>
 #include <exception>
 #include <memory>
+#include <new>
 #include <string>
 #include <utility>
 #include <vector>
 
-using korvex::larod::Binding;
-using korvex::larod::Code;
-using korvex::larod::fail;
-using korvex::larod::Failure;
-using korvex::larod::HeldModel;
-using korvex::larod::HeldRequest;
-using korvex::larod::ServiceLink;
-using korvex::larod::set_error;
-using korvex::larod::StoredModel;
+using namespace korvex::larod;
 
 struct larodConnection {
-    std::shared_ptr<ServiceLink> service;
-    bool has_chip = false;
-    /** The models that the service holds for this connection. */
-    std::vector<std::shared_ptr<HeldModel>> models;
-
-    larodConnection() = default;
+    explicit larodConnection(std::shared_ptr<ServiceLink> link) : service(std::move(link)) {}
     larodConnection(const larodConnection&) = delete;
     larodConnection& operator=(const larodConnection&) = delete;
     /** Other connections may go on with the service. */
@@ -34,81 +22,111 @@ struct larodConnection {
             service->unload(*model);
     }
 
-    bool holds(const std::shared_ptr<HeldModel>& model) const {
+    bool holds(const std::shared_ptr<Model>& model) const {
         return std::find(models.begin(), models.end(), model) != models.end();
     }
+
+    const std::shared_ptr<ServiceLink> service;
+    bool has_chip = false;
+    /** The models that the service holds for this connection. */
+    std::vector<std::shared_ptr<Model>> models;
 };
 
 struct larodModel {
-    std::shared_ptr<HeldModel> held;
+    std::shared_ptr<Model> held;
 };
 
 struct larodTensor {
     std::shared_ptr<Binding> binding;
 };
 
-struct larodInferenceRequest {
-    explicit larodInferenceRequest(std::shared_ptr<HeldModel> model) { held->model = std::move(model); }
-    ~larodInferenceRequest() {
-        if (const auto link = held->link.lock())
-            link->forget(*held);
-    }
-    larodInferenceRequest(const larodInferenceRequest&) = delete;
-    larodInferenceRequest& operator=(const larodInferenceRequest&) = delete;
-
-    const std::unique_ptr<HeldRequest> held = std::make_unique<HeldRequest>();
+struct larodInferenceRequest : Request {
+    using Request::Request;
 };
 
 namespace {
 
-/** Runs an entry point's body; no exception leaves the C interface. */
-template <typename Result, typename Body>
-Result guarded(larodError** error, Result on_failure, Body body) noexcept {
+/** What the interface's record points into; it is handed out as its base. */
+struct ErrorRecord : larodError {
+    ErrorRecord(Code number, std::string sentence) : larodError{}, text(std::move(sentence)) {
+        code = static_cast<int>(number);
+        msg = text.c_str();
+    }
+    std::string text;
+};
+
+/** Stores a new record in *error unless `error` is null. */
+void set_error(larodError** error, Code code, const std::string& text) noexcept {
+    if (error == nullptr)
+        return;
+    try {
+        *error = new ErrorRecord(code, text);
+    } catch (const std::bad_alloc&) {
+        *error = nullptr;
+    }
+}
+
+/** Runs an entry point's body; what it throws becomes the error and a result of false or null. */
+template <typename Body>
+auto guarded(larodError** error, Body body) noexcept -> decltype(body()) {
     try {
         return body();
+    } catch (const Failure& failure) {
+        set_error(error, static_cast<Code>(failure.code), failure.sentence);
     } catch (const std::exception& problem) {
         set_error(error, Code::memory, std::string("The request could not be carried out: ") + problem.what());
-        return on_failure;
     }
+    return {};
 }
 
-/** Null with the error set. */
+[[noreturn]] void refuse(const std::string& why) {
+    throw Failure(Code::argument, why);
+}
+
+void need(bool is_there, const char* otherwise) {
+    platform::need(is_there, Code::argument, otherwise);
+}
+
+/** The places of a model's inputs or outputs among its tensors. */
+struct Range {
+    Range(const Model& model, bool inputs)
+        : first(inputs ? 0 : model.inputs), count(inputs ? model.inputs : model.tensors.size() - model.inputs) {}
+
+    const std::size_t first;
+    const std::size_t count;
+};
+
 larodTensor** make_tensors(const larodModel* model, bool inputs, size_t* count, larodError** error) {
-    if (model == nullptr || count == nullptr) {
-        set_error(error, Code::argument, "Tensors need a model and a place for their number.");
-        return nullptr;
-    }
-    const std::size_t number = (inputs ? model->held->inputs : model->held->outputs).size();
-    std::vector<std::unique_ptr<larodTensor>> made(number);
-    for (std::size_t i = 0; i < number; ++i) {
-        made[i] = std::make_unique<larodTensor>();
-        made[i]->binding = std::make_shared<Binding>(model->held, i, inputs);
-    }
-    auto list = std::make_unique<larodTensor*[]>(std::max<std::size_t>(number, 1));
-    for (std::size_t i = 0; i < number; ++i)
-        list[i] = made[i].release();
-    *count = number;
-    return list.release();
+    return guarded(error, [&] {
+        need(model != nullptr && count != nullptr, "Tensors need a model and a place for their number.");
+        const Range range(*model->held, inputs);
+        std::vector<std::unique_ptr<larodTensor>> made;
+        for (std::size_t i = 0; i < range.count; ++i)
+            made.push_back(
+                std::make_unique<larodTensor>(larodTensor{std::make_shared<Binding>(model->held, range.first + i)}));
+        auto list = std::make_unique<larodTensor*[]>(std::max<std::size_t>(range.count, 1));
+        std::ranges::transform(made, list.get(), &std::unique_ptr<larodTensor>::release);
+        *count = range.count;
+        return list.release();
+    });
 }
 
-/** Adds a request's tensors, in the model's order; false with the error set when they are not the model's. */
-bool collect(larodTensor** tensors, size_t count, bool inputs, HeldRequest& request, larodError** error) {
+/** Adds tensors to a request, in the model's order, which must be the model's. */
+void collect(larodTensor** tensors, size_t count, bool inputs, Request& request) {
     const std::string kind = inputs ? "input" : "output";
-    const std::size_t needed = (inputs ? request.model->inputs : request.model->outputs).size();
-    if (tensors == nullptr || count != needed)
-        return fail(error, Code::argument,
-                    "The model needs " + std::to_string(needed) + " " + kind + " tensors; " +
-                        std::to_string(tensors == nullptr ? 0 : count) + " are given.");
+    const Range range(*request.model, inputs);
+    if (tensors == nullptr || count != range.count)
+        refuse("The model needs " + std::to_string(range.count) + " " + kind + " tensors; " +
+               std::to_string(tensors == nullptr ? 0 : count) + " are given.");
     for (std::size_t i = 0; i < count; ++i) {
+        const std::string name = "The " + kind + " tensor " + std::to_string(i);
         if (tensors[i] == nullptr)
-            return fail(error, Code::argument, "The " + kind + " tensor " + std::to_string(i) + " is missing.");
+            refuse(name + " is missing.");
         const auto& binding = tensors[i]->binding;
-        if (binding->owner != request.model || binding->is_input != inputs || binding->index != i)
-            return fail(error, Code::argument,
-                        "The " + kind + " tensor " + std::to_string(i) + " does not belong to the model there.");
+        if (binding->owner != request.model || binding->index != range.first + i)
+            refuse(name + " does not belong to the model there.");
         request.tensors.push_back(binding);
     }
-    return true;
 }
 
 } // namespace
@@ -116,75 +134,49 @@ bool collect(larodTensor** tensors, size_t count, bool inputs, HeldRequest& requ
 extern "C" {
 
 bool larodConnect(larodConnection** conn, larodError** error) {
-    return guarded(error, false, [&] {
-        if (conn == nullptr)
-            return fail(error, Code::argument, "There is no place for the connection.");
-        Failure failure;
-        auto service = ServiceLink::acquire(failure);
-        if (service == nullptr)
-            return fail(error, failure.code, failure.sentence);
-        auto connection = std::make_unique<larodConnection>();
-        connection->service = std::move(service);
-        *conn = connection.release();
+    return guarded(error, [&] {
+        need(conn != nullptr, "There is no place for the connection.");
+        *conn = std::make_unique<larodConnection>(ServiceLink::acquire()).release();
         return true;
     });
 }
 
 bool larodDisconnect(larodConnection** conn, larodError** error) {
-    if (conn == nullptr || *conn == nullptr)
-        return fail(error, Code::argument, "There is no connection to close.");
-    delete std::exchange(*conn, nullptr);
-    return true;
+    return guarded(error, [&] {
+        need(conn != nullptr && *conn != nullptr, "There is no connection to close.");
+        delete std::exchange(*conn, nullptr);
+        return true;
+    });
 }
 
 bool larodSetChip(larodConnection* conn, const larodChip chip, larodError** error) {
-    return guarded(error, false, [&] {
-        if (conn == nullptr)
-            return fail(error, Code::argument, "There is no connection.");
+    return guarded(error, [&] {
+        need(conn != nullptr, "There is no connection.");
         if (chip != LAROD_CHIP_TFLITE_CPU && chip != LAROD_CHIP_TFLITE_ARTPEC8DLPU)
-            return fail(error, Code::argument,
-                        "This host has no chip " + std::to_string(static_cast<int>(chip)) + "; 2 and 12 are there.");
-        conn->has_chip = true;
-        return true;
+            refuse("This host has no chip " + std::to_string(static_cast<int>(chip)) + "; 2 and 12 are there.");
+        return conn->has_chip = true;
     });
 }
 
 larodModel* larodLoadModel(larodConnection* conn, const int fd, const larodAccess access, const char* name,
                            larodError** error) {
-    return guarded(error, static_cast<larodModel*>(nullptr), [&]() -> larodModel* {
-        const auto refuse = [&](Code code, const std::string& why) {
-            set_error(error, code, why);
-            return nullptr;
-        };
-        if (conn == nullptr)
-            return refuse(Code::argument, "There is no connection.");
-        if (!conn->has_chip)
-            return refuse(Code::argument, "No chip has been selected.");
-        if (access != LAROD_ACCESS_PRIVATE && access != LAROD_ACCESS_PUBLIC)
-            return refuse(Code::argument, "The model's access is neither private nor public.");
-        if (name == nullptr)
-            return refuse(Code::argument, "The model has no name.");
-        std::string why;
-        auto model = std::make_shared<HeldModel>();
-        model->bytes = StoredModel::copy(fd, why);
-        if (model->bytes == nullptr)
-            return refuse(Code::descriptor, why);
-        Failure failure;
-        if (!conn->service->load(*model, failure))
-            return refuse(failure.code, failure.sentence);
-        auto handle = std::make_unique<larodModel>();
-        handle->held = model;
-        conn->models.push_back(std::move(model));
+    return guarded(error, [&] {
+        need(conn != nullptr, "There is no connection.");
+        need(conn->has_chip, "No chip has been selected.");
+        need(access == LAROD_ACCESS_PRIVATE || access == LAROD_ACCESS_PUBLIC,
+             "The model's access is neither private nor public.");
+        need(name != nullptr, "The model has no name.");
+        auto handle = std::make_unique<larodModel>(larodModel{std::make_shared<Model>(fd)});
+        conn->service->load(*handle->held);
+        conn->models.push_back(handle->held);
         return handle.release();
     });
 }
 
 bool larodDeleteModel(larodConnection* conn, larodModel* model, larodError** error) {
-    return guarded(error, false, [&] {
-        if (conn == nullptr || model == nullptr)
-            return fail(error, Code::argument, "There is no connection or no model.");
-        if (!conn->holds(model->held))
-            return fail(error, Code::argument, "The connection does not hold the model.");
+    return guarded(error, [&] {
+        need(conn != nullptr && model != nullptr, "There is no connection or no model.");
+        need(conn->holds(model->held), "The connection does not hold the model.");
         conn->service->unload(*model->held);
         std::erase(conn->models, model->held);
         return true;
@@ -197,21 +189,18 @@ void larodDestroyModel(larodModel** model) {
 }
 
 larodTensor** larodCreateModelInputs(const larodModel* model, size_t* num_tensors, larodError** error) {
-    return guarded(error, static_cast<larodTensor**>(nullptr),
-                   [&] { return make_tensors(model, true, num_tensors, error); });
+    return make_tensors(model, true, num_tensors, error);
 }
 
 larodTensor** larodCreateModelOutputs(const larodModel* model, size_t* num_tensors, larodError** error) {
-    return guarded(error, static_cast<larodTensor**>(nullptr),
-                   [&] { return make_tensors(model, false, num_tensors, error); });
+    return make_tensors(model, false, num_tensors, error);
 }
 
 bool larodSetTensorFd(larodTensor* tensor, const int fd, larodError** error) {
-    return guarded(error, false, [&] {
-        if (tensor == nullptr)
-            return fail(error, Code::argument, "There is no tensor.");
+    return guarded(error, [&] {
+        need(tensor != nullptr, "There is no tensor.");
         if (fd < 0)
-            return fail(error, Code::argument, "The descriptor " + std::to_string(fd) + " is invalid.");
+            refuse("The descriptor " + std::to_string(fd) + " is invalid.");
         tensor->binding->bind_to(fd);
         return true;
     });
@@ -231,33 +220,32 @@ void larodDestroyTensors(larodTensor*** tensors, size_t num_tensors) {
 
 larodInferenceRequest* larodCreateInferenceRequest(const larodModel* model, larodTensor** inputs, size_t num_inputs,
                                                    larodTensor** outputs, size_t num_outputs, larodError** error) {
-    return guarded(error, static_cast<larodInferenceRequest*>(nullptr), [&]() -> larodInferenceRequest* {
-        if (model == nullptr) {
-            set_error(error, Code::argument, "There is no model.");
-            return nullptr;
-        }
+    return guarded(error, [&] {
+        need(model != nullptr, "There is no model.");
         auto request = std::make_unique<larodInferenceRequest>(model->held);
-        if (!collect(inputs, num_inputs, true, *request->held, error) ||
-            !collect(outputs, num_outputs, false, *request->held, error))
-            return nullptr;
+        collect(inputs, num_inputs, true, *request);
+        collect(outputs, num_outputs, false, *request);
         return request.release();
     });
 }
 
 bool larodRunInference(larodConnection* conn, const larodInferenceRequest* request, larodError** error) {
-    return guarded(error, false, [&] {
-        if (conn == nullptr || request == nullptr)
-            return fail(error, Code::argument, "There is no connection or no request.");
-        if (!conn->holds(request->held->model))
-            return fail(error, Code::argument, "The connection does not hold the request's model any more.");
-        Failure failure;
-        return conn->service->run(*request->held, failure) || fail(error, failure.code, failure.sentence);
+    return guarded(error, [&] {
+        need(conn != nullptr && request != nullptr, "There is no connection or no request.");
+        need(conn->holds(request->model), "The connection does not hold the request's model any more.");
+        conn->service->run(*request);
+        return true;
     });
 }
 
 void larodDestroyJobRequest(larodInferenceRequest** request) {
     if (request != nullptr)
         delete std::exchange(*request, nullptr);
+}
+
+void larodClearError(larodError** error) {
+    if (error != nullptr)
+        delete static_cast<ErrorRecord*>(std::exchange(*error, nullptr));
 }
 
 } // extern "C"

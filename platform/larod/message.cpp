@@ -4,8 +4,6 @@
 #include <sys/socket.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
 #include <limits>
 #include <type_traits>
 
@@ -15,68 +13,72 @@ static_assert(std::is_trivially_copyable_v<Message>);
 
 namespace {
 
-constexpr std::size_t room_for_files = CMSG_SPACE(sizeof(int) * (most_tensors + 1));
+/** A message, and room for the descriptors beside it, as the system takes and gives them. */
+struct Packet {
+    explicit Packet(Message& message) : bytes{&message, sizeof message} {
+        header.msg_iov = &bytes;
+        header.msg_iovlen = 1;
+        header.msg_control = control.data();
+        header.msg_controllen = control.size();
+    }
+    Packet(const Packet&) = delete;
+    Packet& operator=(const Packet&) = delete;
+
+    iovec bytes;
+    alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(int) * (most_tensors + 1))> control{};
+    msghdr header{};
+};
 
 void take_files(msghdr& header, std::vector<Descriptor>& files) {
-    for (cmsghdr* part = CMSG_FIRSTHDR(&header); part != nullptr; part = CMSG_NXTHDR(&header, part)) {
-        if (part->cmsg_level != SOL_SOCKET || part->cmsg_type != SCM_RIGHTS)
-            continue;
-        const std::size_t count = (part->cmsg_len - CMSG_LEN(0)) / sizeof(int);
-        for (std::size_t i = 0; i < count; ++i) {
-            int fd = -1;
-            std::memcpy(&fd, CMSG_DATA(part) + i * sizeof fd, sizeof fd);
-            files.emplace_back(fd);
-        }
-    }
+    const cmsghdr* part = CMSG_FIRSTHDR(&header); // one has all of a message's files
+    const std::size_t size = part != nullptr && part->cmsg_type == SCM_RIGHTS ? part->cmsg_len - CMSG_LEN(0) : 0;
+    std::vector<int> numbers(size / sizeof(int));
+    if (size > 0)
+        std::memcpy(numbers.data(), CMSG_DATA(part), size);
+    for (const int number : numbers)
+        files.emplace_back(number);
 }
 
-bool is_valid(Message& message) {
-    message.text.back() = '\0';
+bool is_valid(const Message& message) {
     return message.kind <= Message::Kind::done && message.inputs <= most_tensors && message.outputs <= most_tensors &&
            message.tensor_count() <= most_tensors;
 }
 
 } // namespace
 
-Message message_of(Message::Kind kind, std::uint32_t model, std::uint32_t request) {
-    Message message;
-    message.kind = kind;
-    message.model = model;
-    message.request = request;
+std::string tensor_name(std::size_t index, std::size_t inputs) {
+    return index < inputs ? "Input tensor " + std::to_string(index) : "Output tensor " + std::to_string(index - inputs);
+}
+
+Message message_of(const Failure& failure) {
+    Message message{.kind = Message::Kind::failed, .code = static_cast<Code>(failure.code)};
+    failure.sentence.copy(message.text.data(), message.text.size() - 1);
     return message;
 }
 
-Message failure(Code code, const std::string& sentence) {
-    Message message;
-    message.kind = Message::Kind::failed;
-    message.code = code;
-    std::copy_n(sentence.begin(), std::min(sentence.size(), message.text.size() - 1), message.text.begin());
-    return message;
+int milliseconds_until(Deadline deadline) {
+    if (deadline == never)
+        return -1;
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now()).count();
+    return static_cast<int>(std::clamp<std::int64_t>(left, 0, std::numeric_limits<int>::max()));
 }
 
-std::string sentence_of(const Message& failed) {
-    return failed.text.data();
+std::pair<Descriptor, Descriptor> connected_sockets() {
+    std::array<int, 2> ends{-1, -1};
+    socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data());
+    return {Descriptor(ends[0]), Descriptor(ends[1])};
 }
 
 bool send_message(int socket, const Message& message, std::span<const int> files) {
-    iovec bytes{const_cast<Message*>(&message), sizeof message};
-    alignas(cmsghdr) std::array<char, room_for_files> control{};
-    msghdr header{};
-    header.msg_iov = &bytes;
-    header.msg_iovlen = 1;
-    if (!files.empty()) {
-        header.msg_control = control.data();
-        header.msg_controllen = CMSG_SPACE(files.size_bytes());
-        cmsghdr* part = CMSG_FIRSTHDR(&header);
+    Packet packet(const_cast<Message&>(message));
+    packet.header.msg_controllen = files.empty() ? 0 : CMSG_SPACE(files.size_bytes());
+    if (cmsghdr* part = CMSG_FIRSTHDR(&packet.header); part != nullptr) {
         part->cmsg_level = SOL_SOCKET;
         part->cmsg_type = SCM_RIGHTS;
         part->cmsg_len = CMSG_LEN(files.size_bytes());
         std::memcpy(CMSG_DATA(part), files.data(), files.size_bytes());
     }
-    ssize_t sent = 0;
-    do {
-        sent = sendmsg(socket, &header, MSG_NOSIGNAL | MSG_DONTWAIT);
-    } while (sent < 0 && errno == EINTR);
+    const ssize_t sent = TEMP_FAILURE_RETRY(sendmsg(socket, &packet.header, MSG_NOSIGNAL | MSG_DONTWAIT));
     return sent == static_cast<ssize_t>(sizeof message);
 }
 
@@ -89,30 +91,18 @@ Received receive_message(int socket, Message& message, std::vector<Descriptor>& 
             return Received::late;
         if (ready <= 0)
             continue; // a signal
-        iovec bytes{&message, sizeof message};
-        alignas(cmsghdr) std::array<char, room_for_files> control{};
-        msghdr header{};
-        header.msg_iov = &bytes;
-        header.msg_iovlen = 1;
-        header.msg_control = control.data();
-        header.msg_controllen = control.size();
-        const ssize_t got = recvmsg(socket, &header, MSG_CMSG_CLOEXEC | MSG_DONTWAIT);
+        Packet packet(message);
+        const ssize_t got = recvmsg(socket, &packet.header, MSG_CMSG_CLOEXEC | MSG_DONTWAIT);
         if (got < 0 && (errno == EINTR || errno == EAGAIN))
             continue;
         if (got <= 0)
             return Received::closed;
-        take_files(header, files);
+        take_files(packet.header, files);
+        message.text.back() = '\0';
         const bool whole =
-            got == static_cast<ssize_t>(sizeof message) && (header.msg_flags & (MSG_TRUNC | MSG_CTRUNC)) == 0;
+            got == static_cast<ssize_t>(sizeof message) && (packet.header.msg_flags & (MSG_TRUNC | MSG_CTRUNC)) == 0;
         return whole && is_valid(message) ? Received::message : Received::rubbish;
     }
-}
-
-int milliseconds_until(Deadline deadline) {
-    if (deadline == never)
-        return -1;
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now()).count();
-    return static_cast<int>(std::clamp<std::int64_t>(left, 0, std::numeric_limits<int>::max()));
 }
 
 } // namespace korvex::larod

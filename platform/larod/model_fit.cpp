@@ -8,8 +8,7 @@
 #include <glib.h>
 #include <sys/mman.h>
 
-#include <cerrno>
-#include <cstring>
+#include <array>
 #include <filesystem>
 #include <fstream>
 #include <system_error>
@@ -40,87 +39,82 @@ std::string checksum_of(const std::filesystem::path& file) {
 }
 
 /**
- * Whether a file is still what was made: its SHA-256 beside the one that `model.sha256` in the file's own folder (links
- * are followed) has for its name, in the form of sha256sum. Gives a sentence when it is not, and an empty string when
- * it is or when no checksum is there: another model than the default one has none.
+ * Throws a Failure when a file is no more what was made: when its SHA-256 is not the one that `model.sha256` in the
+ * file's own folder (links are followed) has for its name, in the form of sha256sum. Another model than the default one
+ * has none there.
  */
-std::string why_file_is_damaged(const std::string& path) {
+void need_what_was_made(const std::string& path) {
     std::error_code unknown;
     const std::filesystem::path file = std::filesystem::canonical(path, unknown);
     const std::string noted = unknown ? "" : noted_checksum(file);
-    if (noted.empty() || noted == checksum_of(file))
-        return {};
-    return "The file " + file.string() + " is damaged: it is not what was made. model/make.sh makes it anew.";
+    if (!noted.empty() && noted != checksum_of(file))
+        throw Failure(Code::model, "The file " + file.string() +
+                                       " is damaged: it is not what was made. model/make.sh makes it anew.");
 }
 
-TensorInfo picture(int width, int height) {
-    return {uint8_type, 4, {1, height, width, 3}};
+/** "uint8 [1, 540, 960, 3]" */
+std::string described(const TensorInfo& tensor) {
+    constexpr std::array names = {"no type", "float32", "int32",     "uint8", "int64",   "string",
+                                  "bool",    "int16",   "complex64", "int8",  "float16", "float64"};
+    const auto type = static_cast<std::size_t>(tensor.type);
+    std::string text = type < names.size() ? names[type] : "type " + std::to_string(tensor.type);
+    for (std::uint32_t axis = 0; axis < tensor.dimensions && axis < most_dimensions; ++axis)
+        text += (axis == 0 ? " [" : ", ") + std::to_string(tensor.shape[axis]);
+    return text + (tensor.dimensions == 0 ? " []" : "]");
 }
 
 /** What the application cannot use of the tensors, or an empty string. */
-std::string misfit(const HeldModel& model, int width, int height) {
-    const TensorInfo needed = picture(width, height);
-    if (model.inputs.size() != 1)
-        return "The model has " + std::to_string(model.inputs.size()) + " inputs; needed is one, " + described(needed) +
-               ".";
-    if (model.inputs[0] != needed)
-        return "The model's input is " + described(model.inputs[0]) + "; needed is " + described(needed) +
+std::string misfit(const Model& model, int width, int height) {
+    const TensorInfo needed{uint8_type, 4, {1, height, width, 3}};
+    if (model.inputs != 1)
+        return "The model has " + std::to_string(model.inputs) + " inputs; needed is one, " + described(needed) + ".";
+    if (model.tensors[0] != needed)
+        return "The model's input is " + described(model.tensors[0]) + "; needed is " + described(needed) +
                ", an RGB picture of " + std::to_string(width) + "x" + std::to_string(height) + ".";
     const std::string wanted = "; needed are four of float32: boxes, classes, scores, number of objects.";
-    if (model.outputs.size() != 4)
-        return "The model has " + std::to_string(model.outputs.size()) + " outputs" + wanted;
-    for (std::size_t i = 0; i < model.outputs.size(); ++i) {
-        if (model.outputs[i].type != float32_type)
-            return "The model's output " + std::to_string(i) + " is " + described(model.outputs[i]) + wanted;
+    const auto outputs = std::span(model.tensors).subspan(1);
+    if (outputs.size() != 4)
+        return "The model has " + std::to_string(outputs.size()) + " outputs" + wanted;
+    for (std::size_t i = 0; i < outputs.size(); ++i) {
+        if (outputs[i].type != float32_type)
+            return "The model's output " + std::to_string(i) + " is " + described(outputs[i]) + wanted;
     }
     return {};
 }
 
 /** Runs it once over a black picture. */
-bool run_once(ServiceLink& service, const std::shared_ptr<HeldModel>& model, off_t picture_bytes, Failure& failure) {
-    HeldRequest request;
-    request.model = model;
+void run_once(ServiceLink& service, const std::shared_ptr<Model>& model, off_t picture_bytes) {
+    Request request(model);
     std::vector<Descriptor> files;
-    const auto add = [&](bool is_input, std::size_t index) {
-        const auto binding = std::make_shared<Binding>(model, index, is_input);
+    for (std::size_t i = 0; i < model->tensors.size(); ++i) {
         files.emplace_back(memfd_create("tensor", MFD_CLOEXEC));
-        binding->bind_to(files.back().get());
-        request.tensors.push_back(binding);
-    };
-    add(true, 0);
-    for (std::size_t i = 0; i < model->outputs.size(); ++i)
-        add(false, i);
-    if (ftruncate(files[0].get(), picture_bytes) != 0) {
-        failure.sentence = std::string("There is no memory for a picture: ") + std::strerror(errno) + ".";
-        return false;
+        request.tensors.push_back(std::make_shared<Binding>(model, i));
+        request.tensors.back()->bind_to(files.back().get());
     }
-    return service.run(request, failure);
+    if (ftruncate(files[0].get(), picture_bytes) != 0)
+        throw refused_by_system(Code::memory, "There is no memory for a picture");
+    service.run(request);
 }
 
 } // namespace
 
 std::string why_model_does_not_fit(const std::string& path, int width, int height) {
-    const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
-    if (!file)
-        return std::string("Cannot open the file: ") + std::strerror(errno) + ".";
-    std::string why;
-    const auto model = std::make_shared<HeldModel>();
-    model->bytes = StoredModel::copy(file.get(), why);
-    if (model->bytes == nullptr)
+    try {
+        const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+        if (!file)
+            throw refused_by_system(Code::descriptor, "Cannot open the file");
+        const auto model = std::make_shared<Model>(file.get());
+        need_what_was_made(path);
+        need_what_was_made(engine_location());
+        const auto service = ServiceLink::acquire();
+        service->load(*model);
+        std::string why = misfit(*model, width, height);
+        if (why.empty())
+            run_once(*service, model, off_t{3} * width * height);
         return why;
-    for (const std::string& checked : {path, engine_location()}) {
-        why = why_file_is_damaged(checked);
-        if (!why.empty())
-            return why;
+    } catch (const Failure& failure) {
+        return failure.sentence;
     }
-    Failure failure;
-    const auto service = ServiceLink::acquire(failure);
-    if (service == nullptr || !service->load(*model, failure))
-        return failure.sentence;
-    why = misfit(*model, width, height);
-    if (why.empty() && !run_once(*service, model, off_t{3} * width * height, failure))
-        return failure.sentence;
-    return why;
 }
 
 } // namespace korvex::larod

@@ -1,18 +1,18 @@
 #pragma once
 
 #include "platform/larod/message.h"
+#include "platform/larod/penalty.h"
 #include "platform/larod/service_settings.h"
 #include "platform/larod/stored_model.h"
-#include "platform/larod/worker_process.h"
+#include "platform/larod/worker.h"
 
-#include <chrono>
 #include <deque>
 #include <list>
 #include <map>
-#include <memory>
 #include <optional>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace korvex::larod {
@@ -30,7 +30,9 @@ namespace korvex::larod {
  */
 class Service {
   public:
-    Service(WorkerOptions workers, ServiceOptions options) : m_worker_options(std::move(workers)), m_options(options) {}
+    /** `engine` outlives the service; the workers' stderr is the file. */
+    Service(const Engine& engine, ServiceOptions options, int workers_stderr)
+        : m_engine(engine), m_options(options), m_workers_stderr(workers_stderr) {}
 
     /** A connected socket of this service from now on. */
     void add_client(Descriptor socket);
@@ -43,10 +45,8 @@ class Service {
     void run(int end);
 
   private:
-    using Clock = std::chrono::steady_clock;
-
     struct Model {
-        std::unique_ptr<StoredModel> bytes;
+        StoredModel bytes;
         std::optional<Message> loaded; // what a worker told of it
     };
 
@@ -59,48 +59,49 @@ class Service {
         Descriptor socket;
         std::multiset<std::uint32_t> models;
         std::map<std::uint32_t, Bound> requests;
-        bool waits = false; // for an answer; whoever asks again meanwhile is dropped
+        bool waits = false; // for an answer; whoever asks for anything meanwhile is dropped
         bool gone = false;
-        Deadline not_before{};
-        std::chrono::milliseconds penalty{0};
+        Penalty penalty;
     };
 
     struct Job {
         Client* client = nullptr; // null when it has gone meanwhile
         std::uint32_t model = 0;
-        std::vector<int> files; // the client's, of a run; empty of a load
-        bool is_run = false;
+        const Bound* bound = nullptr; // the client's, of a run; null of a load
         Deadline limit = never;
     };
 
     struct Worker {
-        std::unique_ptr<WorkerProcess> process;
+        WorkerProcess process;
+        std::set<std::uint32_t> models; // loaded there
         std::optional<Job> job;
     };
 
     /** False when the end has come. */
     bool wait_for_something(int end);
     Deadline next_deadline() const;
-    void accept_client();
     void hear(Client& client);
+    /** Throws a Failure for the client to hear, or what drops it. */
     void obey(Client& client, const Message& message, std::vector<Descriptor> files);
     void load(Client& client, std::vector<Descriptor> files);
     void bind(Client& client, const Message& message, std::vector<Descriptor> files);
     void enqueue(Client& client, std::uint32_t model, const Bound* bound);
     void answer(Client& client, const Message& message);
     void hear(Worker& worker);
-    void worked(Worker& worker, Message result);
-    /** The worker ended, or is ended now; `what` completes "The model's process ...". */
+    /** The worker ended, or is ended now; `what` completes "The process of the inference ...". */
     void replace(Worker& worker, const std::string& what);
+    void finish(const Job& job, const Message& result);
     void hand_out_work();
     Worker* worker_for(std::uint32_t model);
-    bool give(Worker& worker, Job job);
+    void give(Worker& worker, const Job& job);
     void check_limits();
+    void release(Client& client, std::uint32_t model);
     void forget_gone_clients();
     void forget_unused_models();
 
-    const WorkerOptions m_worker_options;
+    const Engine& m_engine;
     const ServiceOptions m_options;
+    const int m_workers_stderr;
     int m_listening = -1;
     std::list<Client> m_clients;
     std::map<std::uint32_t, Model> m_models;

@@ -5,172 +5,196 @@
 #include "platform/larod/service_settings.h"
 
 #include <fcntl.h>
+#include <spawn.h>
 
-#include <algorithm>
+#include <filesystem>
+#include <utility>
 
 namespace korvex::larod {
 namespace {
 
-using namespace std::chrono_literals;
+constexpr int services_socket = 3; // the first after the standard ones
 
-constexpr auto first_wait = 100ms;
-constexpr auto last_wait = 5000ms;
-
-bool failed(Failure& failure, Code code, std::string sentence) {
-    failure = {code, std::move(sentence)};
-    return false;
+/** KORVEX_LAROD_SERVICE, or korvex_larod beside the program that runs, or else the one that was built with it. */
+std::string program() {
+    std::error_code ignored;
+    const auto beside = std::filesystem::read_symlink("/proc/self/exe", ignored).replace_filename("korvex_larod");
+    return platform::environment_or("KORVEX_LAROD_SERVICE", std::filesystem::exists(beside, ignored)
+                                                                ? beside.string()
+                                                                : KORVEX_LAROD_DEFAULT_SERVICE);
 }
 
 } // namespace
 
-std::shared_ptr<ServiceLink> ServiceLink::acquire(Failure& failure) {
+Request::~Request() {
+    if (const auto link = model->link.lock())
+        link->forget(*this);
+}
+
+std::shared_ptr<ServiceLink> ServiceLink::acquire() {
     static std::mutex one_at_a_time;
     static std::weak_ptr<ServiceLink> current;
     const std::lock_guard guard(one_at_a_time);
     auto link = current.lock();
-    if (link == nullptr) {
-        link = std::make_shared<ServiceLink>();
-        current = link;
-    }
+    if (link == nullptr)
+        current = link = std::make_shared<ServiceLink>();
     const std::lock_guard lock(link->m_mutex);
-    return link->is_up(failure) ? link : nullptr;
+    link->need_service();
+    return link;
 }
 
-bool ServiceLink::load(HeldModel& model, Failure& failure) {
+void ServiceLink::load(Model& model) {
     const std::lock_guard lock(m_mutex);
-    return is_up(failure) && hand_over(model, failure);
+    need_service();
+    hand_over(model);
+    model.link = weak_from_this();
 }
 
-void ServiceLink::unload(HeldModel& model) {
+void ServiceLink::unload(const Model& model) {
     const std::lock_guard lock(m_mutex);
-    if (!m_socket || model.known_since != m_connection)
-        return;
-    send_message(m_socket.get(), message_of(Message::Kind::unload, model.number));
-    model.known_since = 0;
+    if (const auto told = m_models.extract(&model))
+        send_message(m_socket.get(), {.kind = Message::Kind::unload, .model = told.mapped()});
 }
 
-bool ServiceLink::run(HeldRequest& request, Failure& failure) {
+void ServiceLink::run(const Request& request) {
     const std::lock_guard lock(m_mutex);
-    if (!is_up(failure))
-        return false;
-    if (request.model->known_since != m_connection && !hand_over(*request.model, failure))
-        return false;
-    if (!bind(request, failure))
-        return false;
-    Message answer;
-    return ask(message_of(Message::Kind::run, 0, request.number), {}, answer, failure);
+    need_service();
+    if (!m_models.contains(request.model.get()))
+        hand_over(*request.model);
+    send({.kind = Message::Kind::run, .request = bind(request)});
+    if (receive().kind == Message::Kind::done)
+        m_penalty.lift();
 }
 
-void ServiceLink::forget(HeldRequest& request) {
+void ServiceLink::forget(const Request& request) {
     const std::lock_guard lock(m_mutex);
-    if (!m_socket || request.bound_since != m_connection)
-        return;
-    send_message(m_socket.get(), message_of(Message::Kind::unbind, 0, request.number));
-    request.bound_since = 0;
+    if (const auto told = m_requests.extract(&request))
+        send_message(m_socket.get(), {.kind = Message::Kind::unbind, .request = told.mapped().number});
 }
 
-bool ServiceLink::is_up(Failure& failure) {
+void ServiceLink::need_service() {
     if (m_socket)
-        return true;
-    const auto now = std::chrono::steady_clock::now();
-    if (now >= m_not_before)
-        return connect(failure);
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(m_not_before - now);
-    return failed(failure, Code::engine,
-                  "The inference service is gone; it is tried again in " + std::to_string(left.count()) + " ms.");
-}
-
-bool ServiceLink::connect(Failure& failure) {
-    std::string why;
-    const std::string shared = platform::environment("KORVEX_INFERENCE");
-    m_socket = !shared.empty() ? connect_to(shared, why) : m_process.start(why);
-    if (!m_socket) {
-        leave();
-        return failed(failure, Code::engine, why);
+        return;
+    if (const auto left = m_penalty.left(); left.count() > 0)
+        throw Failure(Code::engine,
+                      "The inference service is gone; it is tried again in " + std::to_string(left.count()) + " ms.");
+    try {
+        connect();
+    } catch (const Failure&) {
+        leave(); // it says itself why it cannot serve
+        throw;
     }
-    ++m_connection;
-    Message ready;
-    if (receive(ready, failure))
-        return true;
-    leave(); // it says itself why it cannot serve
-    return false;
 }
 
-bool ServiceLink::hand_over(HeldModel& model, Failure& failure) {
-    const int file = model.bytes->file();
-    Message loaded;
-    if (!ask(message_of(Message::Kind::load), {&file, 1}, loaded, failure))
-        return false;
-    const auto* first = loaded.tensors.data();
-    std::vector<TensorInfo> inputs(first, first + loaded.inputs);
-    std::vector<TensorInfo> outputs(first + loaded.inputs, first + loaded.tensor_count());
-    if (model.known_since != 0 && (inputs != model.inputs || outputs != model.outputs))
-        return lose("it tells other tensors of the same model", failure);
-    model.inputs = std::move(inputs);
-    model.outputs = std::move(outputs);
-    model.number = loaded.model;
-    model.known_since = m_connection;
-    return true;
+void ServiceLink::connect() {
+    const std::string shared = platform::environment("KORVEX_INFERENCE");
+    if (shared.empty())
+        start();
+    else
+        m_socket = connect_to(shared);
+    receive();
 }
 
-bool ServiceLink::bind(HeldRequest& request, Failure& failure) {
+void ServiceLink::start() {
+    auto [own, services] = connected_sockets();
+    if (!own)
+        throw Failure(Code::engine, std::string("no socket can be made for it: ") + std::strerror(errno));
+    // Its signals are as a program expects them, whatever this process blocks and ignores.
+    sigset_t none;
+    sigset_t all;
+    sigemptyset(&none);
+    sigfillset(&all);
+    posix_spawnattr_t attributes{};
+    posix_spawnattr_init(&attributes);
+    posix_spawnattr_setsigmask(&attributes, &none);
+    posix_spawnattr_setsigdefault(&attributes, &all);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+    posix_spawn_file_actions_t actions{};
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, services.get(), services_socket);
+    const std::string path = program();
+    std::string name = "korvex_larod";
+    std::string option = "--client";
+    std::string value = std::to_string(services_socket);
+    const std::array<char*, 4> arguments{name.data(), option.data(), value.data(), nullptr};
+    pid_t process = -1;
+    const int failure = posix_spawn(&process, path.c_str(), &actions, &attributes, arguments.data(), environ);
+    posix_spawn_file_actions_destroy(&actions);
+    posix_spawnattr_destroy(&attributes);
+    if (failure != 0)
+        throw Failure(Code::engine, path + " cannot be started: " + std::strerror(failure));
+    m_process = platform::Child(process);
+    m_socket = std::move(own);
+}
+
+void ServiceLink::hand_over(Model& model) {
+    const int file = model.bytes.file();
+    send({.kind = Message::Kind::load}, {&file, 1});
+    const Message loaded = receive();
+    const std::vector<TensorInfo> tensors(loaded.tensors.data(), loaded.tensors.data() + loaded.tensor_count());
+    if (!model.tensors.empty() && (tensors != model.tensors || loaded.inputs != model.inputs))
+        lose("it tells other tensors of the same model");
+    model.tensors = tensors;
+    model.inputs = loaded.inputs;
+    m_models[&model] = loaded.model;
+}
+
+std::uint32_t ServiceLink::bind(const Request& request) {
     std::vector<int> files;
     std::vector<std::uint64_t> times;
     for (const auto& tensor : request.tensors) {
         times.push_back(tensor->times);
         files.push_back(tensor->fd);
         if (files.back() < 0 || fcntl(files.back(), F_GETFD) < 0)
-            return failed(failure, Code::descriptor,
-                          (tensor->is_input ? "Input tensor " : "Output tensor ") + std::to_string(tensor->index) +
+            throw Failure(Code::descriptor,
+                          tensor_name(tensor->index, request.model->inputs) +
                               (files.back() < 0 ? ": No descriptor is bound." : ": Its descriptor has been closed."));
     }
-    if (request.bound_since == m_connection && request.bound == times)
-        return true;
-    if (request.number == 0)
-        request.number = ++m_last_request;
-    if (!send_message(m_socket.get(), message_of(Message::Kind::bind, request.model->number, request.number), files))
-        return lose("it has ended", failure);
-    request.link = weak_from_this();
-    request.bound_since = m_connection;
-    request.bound = std::move(times);
-    return true;
+    Bound& bound = m_requests[&request];
+    if (bound.number == 0)
+        bound.number = ++m_last_request;
+    else if (bound.times == times)
+        return bound.number;
+    bound.times = std::move(times);
+    const std::uint32_t number = bound.number;
+    send({.kind = Message::Kind::bind, .model = m_models.at(request.model.get()), .request = number}, files);
+    return number;
 }
 
-bool ServiceLink::ask(const Message& question, std::span<const int> files, Message& answer, Failure& failure) {
-    if (!send_message(m_socket.get(), question, files))
-        return lose("it has ended", failure);
-    return receive(answer, failure);
+void ServiceLink::send(const Message& message, std::span<const int> files) {
+    if (!send_message(m_socket.get(), message, files))
+        lose("it has ended");
 }
 
-bool ServiceLink::receive(Message& answer, Failure& failure) {
+Message ServiceLink::receive() {
+    Message answer;
     std::vector<Descriptor> files;
     const auto limit = longest_answer();
-    switch (receive_message(m_socket.get(), answer, files, std::chrono::steady_clock::now() + limit)) {
+    switch (receive_message(m_socket.get(), answer, files, Deadline::clock::now() + limit)) {
     case Received::message:
         if (answer.kind == Message::Kind::failed)
-            return failed(failure, answer.code, sentence_of(answer));
-        if (answer.kind == Message::Kind::done)
-            m_wait = 0ms;
-        return true;
+            throw Failure{answer.code, answer.text.data()};
+        return answer;
     case Received::late:
-        return lose("it did not answer within " + std::to_string(limit.count() / 1000) + " s", failure);
+        lose("it did not answer within " + std::to_string(limit.count() / 1000) + " s");
     case Received::closed:
-        return lose("it has ended", failure);
+        lose("it has ended");
     default:
-        return lose("it says what nobody understands", failure);
+        lose("it says what nobody understands");
     }
 }
 
 void ServiceLink::leave() {
     m_socket.reset();
-    m_process.end();
-    m_wait = std::clamp<std::chrono::milliseconds>(m_wait * 2, first_wait, last_wait);
-    m_not_before = std::chrono::steady_clock::now() + m_wait;
+    m_process.reset();
+    m_models.clear();
+    m_requests.clear();
+    m_penalty.add();
 }
 
-bool ServiceLink::lose(const std::string& why, Failure& failure) {
+void ServiceLink::lose(const std::string& why) {
     leave();
-    return failed(failure, Code::engine, "The inference service is lost: " + why + ".");
+    throw Failure(Code::engine, "The inference service is lost: " + why + ".");
 }
 
 } // namespace korvex::larod

@@ -1,8 +1,7 @@
 // korvex_larod: the inference service.
-//     korvex_larod --client FD [OPTION...]        for the one client at the other end of a connected socket
-//     korvex_larod --listen SOCKET [OPTION...]    for every application of this user that connects to SOCKET
-// --workers N and --threads N say how many inferences run at once, on how many threads each (default: as many workers
-// as there are processors, on one thread each).
+//     korvex_larod --client FD        for the one client at the other end of a connected socket
+//     korvex_larod --listen SOCKET    for every application of this user that connects to SOCKET
+// Its other settings come from the environment (service_settings.h).
 
 #include "platform/common/report.h"
 #include "platform/larod/listening_socket.h"
@@ -18,6 +17,7 @@
 #include <algorithm>
 #include <csignal>
 #include <cstdlib>
+#include <optional>
 #include <stdexcept>
 
 using namespace korvex::larod;
@@ -85,28 +85,26 @@ void prepare(const Engine& engine, const Descriptor& nothing) {
 void serve(const Arguments& arguments) {
     Descriptor client(arguments.client);
     give_way_to_the_pass();
-    std::string why;
-    const auto engine = Engine::open(engine_location(), why);
-    if (engine == nullptr) {
-        send_message(client.get(), failure(Code::engine, why));
-        throw std::runtime_error(why);
+    std::optional<Engine> engine;
+    try {
+        engine.emplace(engine_location());
+    } catch (const Failure& failure) {
+        send_message(client.get(), message_of(failure));
+        throw std::runtime_error(failure.sentence);
     }
     // The workers' stderr: the engine writes there what it answers as well.
     const Descriptor nothing(open("/dev/null", O_RDWR | O_CLOEXEC));
     prepare(*engine, nothing);
     const Descriptor end = end_asked(static_cast<bool>(client));
-    const ServiceOptions options = service_options();
-    Service service({engine, options.threads, nothing.get()}, options);
-    if (client) {
-        give_up_rights(Role::service);
-        service.add_client(std::move(client));
-        service.run(end.get());
-        return;
-    }
-    const ListeningSocket listening(arguments.socket);
+    Service service(*engine, service_options(), nothing.get());
+    const auto listening = client ? nullptr : listen_at(arguments.socket);
     give_up_rights(Role::service);
-    service.listen_on(listening.get());
-    platform::report(program, "waiting for applications at " + arguments.socket + ".");
+    if (listening == nullptr) {
+        service.add_client(std::move(client));
+    } else {
+        service.listen_on(listening->get());
+        platform::report(program, "waiting for applications at " + arguments.socket + ".");
+    }
     service.run(end.get());
 }
 

@@ -3,10 +3,13 @@
 #include "platform/larod/descriptor_io.h"
 #include "platform/larod/interpreter.h"
 #include "platform/larod/message.h"
+#include "platform/larod/sandbox.h"
 #include "platform/larod/stored_model.h"
 
+#include <sys/prctl.h>
 #include <sys/stat.h>
 
+#include <csignal>
 #include <cstdlib>
 #include <exception>
 #include <map>
@@ -14,57 +17,57 @@
 namespace korvex::larod {
 namespace {
 
+constexpr int workers_socket = 3; // the first after the standard ones
+
 struct LoadedModel {
-    std::unique_ptr<StoredModel> bytes; // outlives the interpreter
-    std::unique_ptr<Interpreter> interpreter;
+    LoadedModel(const Engine& engine, Descriptor file, int threads)
+        : bytes(StoredModel::adopt(std::move(file))), interpreter(engine, bytes.bytes(), threads) {}
+
+    const StoredModel bytes;
+    Interpreter interpreter;
 };
 
 class Worker {
   public:
-    Worker(int socket, std::shared_ptr<const Engine> engine, int threads)
-        : m_socket(socket), m_engine(std::move(engine)), m_threads(threads) {}
+    Worker(const Engine& engine, int threads) : m_engine(engine), m_threads(threads) {}
 
     /** One message; false at the end. */
     bool serve() {
         Message message;
         std::vector<Descriptor> files;
-        if (receive_message(m_socket, message, files, never) != Received::message)
+        if (receive_message(workers_socket, message, files, never) != Received::message)
             return false;
-        switch (message.kind) {
-        case Message::Kind::load:
-            return send_message(m_socket, load(message.model, std::move(files)));
-        case Message::Kind::run:
-            return send_message(m_socket, run(message.model, files));
-        default:
+        if (message.kind == Message::Kind::unload) {
             m_models.erase(message.model);
             return true;
+        }
+        try {
+            return send_message(workers_socket, message.kind == Message::Kind::load
+                                                    ? load(message.model, std::move(files))
+                                                    : run(message.model, files));
+        } catch (const Failure& failure) {
+            return send_message(workers_socket, message_of(failure));
         }
     }
 
   private:
     Message load(std::uint32_t number, std::vector<Descriptor> files) {
-        std::string why;
-        LoadedModel model;
-        model.bytes = StoredModel::adopt(files.empty() ? Descriptor() : std::move(files[0]), why);
-        if (model.bytes == nullptr)
-            return failure(Code::model, why);
-        model.interpreter = Interpreter::load(m_engine, model.bytes->bytes(), m_threads, why);
-        if (model.interpreter == nullptr)
-            return failure(Code::model, why);
-        const Interpreter& loaded = *model.interpreter;
-        Message answer = message_of(Message::Kind::loaded, number);
-        const std::size_t inputs = loaded.input_count();
-        const std::size_t outputs = loaded.output_count();
+        auto model =
+            std::make_unique<LoadedModel>(m_engine, files.empty() ? Descriptor() : std::move(files[0]), m_threads);
+        const std::size_t inputs = model->interpreter.input_count();
+        const std::size_t outputs = model->interpreter.output_count();
         if (inputs + outputs > most_tensors)
-            return failure(Code::model, "The model cannot be used: it has " + std::to_string(inputs) + " inputs and " +
-                                            std::to_string(outputs) + " outputs; " + std::to_string(most_tensors) +
-                                            " together are possible.");
-        answer.inputs = static_cast<std::uint32_t>(inputs);
-        answer.outputs = static_cast<std::uint32_t>(outputs);
-        for (std::size_t i = 0; i < inputs + outputs; ++i) {
-            answer.tensors[i] = (i < inputs ? loaded.input(i) : loaded.output(i - inputs)).info;
+            throw Failure(Code::model, "The model cannot be used: it has " + std::to_string(inputs) + " inputs and " +
+                                           std::to_string(outputs) + " outputs; " + std::to_string(most_tensors) +
+                                           " together are possible.");
+        Message answer{.kind = Message::Kind::loaded,
+                       .model = number,
+                       .inputs = static_cast<std::uint32_t>(inputs),
+                       .outputs = static_cast<std::uint32_t>(outputs)};
+        for (std::size_t i = 0; i < answer.tensor_count(); ++i) {
+            answer.tensors[i] = model->interpreter.tensor(i).info;
             if (answer.tensors[i].type == string_type)
-                return failure(Code::model, "The model cannot be used: it takes or gives texts.");
+                throw Failure(Code::model, "The model cannot be used: it takes or gives texts.");
         }
         m_models[number] = std::move(model);
         return answer;
@@ -73,52 +76,64 @@ class Worker {
     Message run(std::uint32_t number, const std::vector<Descriptor>& files) {
         const auto found = m_models.find(number);
         if (found == m_models.end())
-            return failure(Code::model, "The model has not been loaded.");
-        Interpreter& model = *found->second.interpreter;
+            throw Failure(Code::model, "The model has not been loaded.");
+        Interpreter& model = found->second->interpreter;
         const std::size_t inputs = model.input_count();
         if (files.size() != inputs + model.output_count())
-            return failure(Code::descriptor, "Not every tensor has its file.");
-        const auto failed = [&](const char* kind, std::size_t i, const std::string& what) {
-            return failure(Code::descriptor, std::string(kind) + " tensor " + std::to_string(i) + ": " + what);
-        };
-        std::string why;
-        for (std::size_t i = 0; i < files.size(); ++i) {
-            struct stat status {};
-            // Anything else may keep a reader waiting for as long as its other end likes.
-            if (fstat(files[i].get(), &status) != 0 || !S_ISREG(status.st_mode))
-                return failed(i < inputs ? "Input" : "Output", i < inputs ? i : i - inputs,
-                              "The descriptor is not a file's.");
+            throw Failure(Code::descriptor, "Not every tensor has its file.");
+        std::size_t i = 0; // the tensor at hand
+        try {
+            for (i = 0; i < files.size(); ++i) {
+                struct stat status {};
+                // Anything else may keep a reader waiting for as long as its other end likes.
+                if (fstat(files[i].get(), &status) != 0 || !S_ISREG(status.st_mode))
+                    throw Failure(Code::descriptor, "The descriptor is not a file's.");
+            }
+            for (i = 0; i < inputs; ++i)
+                read_in_place(files[i].get(), model.tensor(i).bytes);
+            model.run();
+            for (i = inputs; i < files.size(); ++i)
+                write_on(files[i].get(), model.tensor(i).bytes);
+        } catch (const Failure& failure) {
+            if (failure.code != static_cast<int>(Code::descriptor))
+                throw;
+            throw Failure(failure.code, tensor_name(i, inputs) + ": " + failure.sentence);
         }
-        for (std::size_t i = 0; i < inputs; ++i) {
-            if (!read_in_place(files[i].get(), model.input(i).bytes, why))
-                return failed("Input", i, why);
-        }
-        if (!model.run(why))
-            return failure(Code::inference, why);
-        for (std::size_t i = inputs; i < files.size(); ++i) {
-            if (!write_on(files[i].get(), model.output(i - inputs).bytes, why))
-                return failed("Output", i - inputs, why);
-        }
-        return message_of(Message::Kind::done);
+        return {.kind = Message::Kind::done};
     }
 
-    const int m_socket;
-    const std::shared_ptr<const Engine> m_engine;
+    const Engine& m_engine;
     const int m_threads;
-    std::map<std::uint32_t, LoadedModel> m_models;
+    std::map<std::uint32_t, std::unique_ptr<LoadedModel>> m_models;
 };
 
-} // namespace
-
-void work(int socket, std::shared_ptr<const Engine> engine, int threads) {
+/** In the new process. */
+[[noreturn]] void work(int socket, const Engine& engine, int threads, int stderr_file) {
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    prctl(PR_SET_NAME, "korvex_worker");
+    dup2(stderr_file, STDERR_FILENO);
+    // What its siblings and the service hold is not its business; a client's end may not stay open here either.
+    dup2(socket, workers_socket);
+    close_range(workers_socket + 1, ~0U, 0);
+    give_up_rights(Role::worker);
     try {
-        Worker worker(socket, std::move(engine), threads);
+        Worker worker(engine, threads);
         while (worker.serve())
             continue;
     } catch (const std::exception&) {
         // No memory for what a model asked: the service learns of the end, and says so.
     }
     std::_Exit(0); // nothing here is worth the time that destroying takes
+}
+
+} // namespace
+
+WorkerProcess start_worker(const Engine& engine, int threads, int stderr_file) {
+    auto [own, workers] = connected_sockets();
+    const pid_t process = own ? fork() : -1;
+    if (process == 0)
+        work(workers.get(), engine, threads, stderr_file);
+    return {platform::Child(process), std::move(own)};
 }
 
 } // namespace korvex::larod

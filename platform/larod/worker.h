@@ -1,16 +1,21 @@
 #pragma once
 
+#include "platform/common/descriptor.h"
 #include "platform/larod/engine.h"
-
-#include <memory>
 
 namespace korvex::larod {
 
+/** A process that works, as the service sees it; it ends with the object. */
+struct WorkerProcess {
+    platform::Child process; // none when the system has no room for another one
+    platform::Descriptor socket;
+};
+
 /**
- * The body of a worker process: loads and runs models, one message after the other from the service at the other end of
- * `socket`, until that end is closed. Never returns. What a model or a file does to this process ends this process
- * only.
+ * Starts a process that loads and runs models, one message after the other from the other end of its socket, until the
+ * service's is closed. What a model or a file does to that process ends that process only. What goes wrong there is
+ * written to `stderr_file`.
  */
-[[noreturn]] void work(int socket, std::shared_ptr<const Engine> engine, int threads);
+WorkerProcess start_worker(const Engine& engine, int threads, int stderr_file);
 
 } // namespace korvex::larod

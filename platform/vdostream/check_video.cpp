@@ -22,12 +22,12 @@ int refuse(const std::string& sentence) {
 } // namespace
 
 int main() {
-    std::string name;
-    std::string why;
-    if (!vdostream::read_source_name(name, why))
-        return refuse(why);
-    if (vdostream::make_reader(name)->is_live())
-        return 0;
+    try {
+        if (vdostream::make_reader(vdostream::source_name())->is_live())
+            return 0;
+    } catch (const platform::Failure& failure) {
+        return refuse(failure.sentence);
+    }
     // In the video's own time the first picture is there at once or never.
     setenv("KORVEX_VDO_REPLAY", "1", 1);
     const platform::ObjectHandle<VdoMap> settings(vdo_map_new());

@@ -1,5 +1,7 @@
 #include "platform/vdostream/ffmpeg_reader.h"
 
+#include "platform/vdostream/error.h"
+
 extern "C" {
 #include <libavdevice/avdevice.h>
 }
@@ -57,20 +59,26 @@ FfmpegReader::FfmpegReader(std::string address, Access way) : m_address(std::mov
     prepare_ffmpeg();
 }
 
-bool FfmpegReader::open(std::string& why) {
+void FfmpegReader::open() {
     close();
-    if (open_input(why) && open_decoder(why))
-        return true;
-    close();
-    return false;
+    try {
+        open_input();
+        open_decoder();
+    } catch (const Failure&) {
+        close();
+        throw;
+    }
 }
 
-bool FfmpegReader::open_input(std::string& why) {
+void FfmpegReader::close() {
+    m_packet.reset();
+    m_codec.reset();
+    m_format.reset();
+}
+
+void FfmpegReader::open_input() {
     AVFormatContext* format = avformat_alloc_context();
-    if (format == nullptr) {
-        why = "needs more memory than there is";
-        return false;
-    }
+    need(format != nullptr, Code::no_source, "needs more memory than there is");
     format->interrupt_callback = {&FfmpegReader::give_up, this};
     AVDictionary* options = nullptr;
     const AVInputFormat* demuxer = nullptr;
@@ -91,34 +99,25 @@ bool FfmpegReader::open_input(std::string& why) {
     m_deadline = std::chrono::steady_clock::now() + answer_limit;
     int code = avformat_open_input(&format, url.c_str(), demuxer, &options);
     av_dict_free(&options);
-    if (code < 0) {
-        why = failed("cannot be opened", code);
-        return false;
-    }
+    if (code < 0)
+        fail("cannot be opened", code);
     m_format.reset(format);
     m_deadline = std::chrono::steady_clock::now() + answer_limit;
     code = avformat_find_stream_info(format, nullptr);
     m_stream_index = code < 0 ? code : av_find_best_stream(format, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
-    if (m_stream_index < 0) {
-        why = failed("has no video", m_stream_index);
-        return false;
-    }
-    return true;
+    if (m_stream_index < 0)
+        fail("has no video", m_stream_index);
 }
 
-bool FfmpegReader::open_decoder(std::string& why) {
+void FfmpegReader::open_decoder() {
     AVStream* stream = m_format->streams[m_stream_index];
     const AVCodec* decoder = avcodec_find_decoder(stream->codecpar->codec_id);
-    if (decoder == nullptr) {
-        why = "uses a codec that cannot be decoded, " + std::string(avcodec_get_name(stream->codecpar->codec_id));
-        return false;
-    }
+    if (decoder == nullptr)
+        throw Failure(Code::no_source, "uses a codec that cannot be decoded, " +
+                                           std::string(avcodec_get_name(stream->codecpar->codec_id)));
     m_codec.reset(avcodec_alloc_context3(decoder));
     m_packet.reset(av_packet_alloc());
-    if (m_codec == nullptr || m_packet == nullptr) {
-        why = "needs more memory than there is";
-        return false;
-    }
+    need(m_codec != nullptr && m_packet != nullptr, Code::no_source, "needs more memory than there is");
     int code = avcodec_parameters_to_context(m_codec.get(), stream->codecpar);
     if (code >= 0) {
         m_codec->thread_count = 1;
@@ -126,77 +125,59 @@ bool FfmpegReader::open_decoder(std::string& why) {
         m_codec->pkt_timebase = stream->time_base;
         code = avcodec_open2(m_codec.get(), decoder, nullptr);
     }
-    if (code < 0) {
-        why = failed("cannot be decoded", code);
-        return false;
-    }
+    if (code < 0)
+        fail("cannot be decoded", code);
     m_upright = upright_of(stream);
     m_properties = {stream->codecpar->width, stream->codecpar->height, frames_a_second(m_format.get(), stream)};
     if (m_upright.lies_on_its_side())
         std::swap(m_properties.width, m_properties.height);
     m_first_read = false;
     m_draining = false;
-    return true;
 }
 
-void FfmpegReader::close() {
-    m_packet.reset();
-    m_codec.reset();
-    m_format.reset();
-}
-
-ReadResult FfmpegReader::read(std::shared_ptr<Picture>& next, std::string& why) {
+std::shared_ptr<Picture> FfmpegReader::read() {
     m_deadline = std::chrono::steady_clock::now() + answer_limit;
     platform::FrameHandle frame(av_frame_alloc());
     while (frame != nullptr) {
         const int code = avcodec_receive_frame(m_codec.get(), frame.get());
         if (code == AVERROR_EOF)
-            return ReadResult::end;
+            return nullptr;
         if (code >= 0 && frame->width > 0 && frame->height > 0 && frame->width < 32768 && frame->height < 32768) {
             const double seconds = media_time(*frame);
             const Orientation upright = orientation_for(*frame);
-            next = std::make_shared<FfmpegPicture>(std::move(frame), upright, m_converter);
+            auto next = std::make_shared<FfmpegPicture>(std::move(frame), upright, m_converter);
             next->seconds = seconds;
-            return ReadResult::picture;
+            return next;
         }
-        if (code == AVERROR(EAGAIN)) {
-            const ReadResult result = feed(why);
-            if (result != ReadResult::picture)
-                return result;
-        }
+        if (code == AVERROR(EAGAIN) && !feed())
+            return nullptr;
         // Any other code is a picture that could not be decoded: the one after it may be.
         if (cancelled())
             break;
     }
-    why = "was given up";
-    return ReadResult::lost;
+    throw Failure(Code::no_source, "was given up");
 }
 
-ReadResult FfmpegReader::feed(std::string& why) {
-    int code = av_read_frame(m_format.get(), m_packet.get());
+bool FfmpegReader::feed() {
+    const int code = av_read_frame(m_format.get(), m_packet.get());
     if (code == AVERROR(EAGAIN)) {
-        if (give_up(this) != 0) {
-            why = "sends no pictures";
-            return ReadResult::lost;
-        }
+        need(give_up(this) == 0, Code::no_source, "sends no pictures");
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
-        return ReadResult::picture;
+        return true;
     }
     if (code < 0) {
-        if (is_live() || code == AVERROR_EXIT) {
-            why = failed("was lost", code);
-            return ReadResult::lost;
-        }
+        if (is_live() || code == AVERROR_EXIT)
+            fail("was lost", code);
         // The end, or a file that is cut short: what the decoder still holds comes first.
         if (std::exchange(m_draining, true))
-            return ReadResult::end;
+            return false;
         avcodec_send_packet(m_codec.get(), nullptr);
-        return ReadResult::picture;
+        return true;
     }
     if (m_packet->stream_index == m_stream_index)
         avcodec_send_packet(m_codec.get(), m_packet.get());
     av_packet_unref(m_packet.get());
-    return ReadResult::picture;
+    return true;
 }
 
 double FfmpegReader::media_time(const AVFrame& frame) {
@@ -225,10 +206,12 @@ Orientation FfmpegReader::orientation_for(const AVFrame& frame) const {
     return own == nullptr ? m_upright : upright_in(own->data, own->size);
 }
 
-std::string FfmpegReader::failed(const std::string& what, int code) const {
-    if (code == AVERROR_EXIT && !cancelled())
-        return what + " (no answer for " + std::to_string(answer_limit.count()) + " s)";
-    return what + " (" + platform::ffmpeg_reason(code) + ")";
+void FfmpegReader::fail(const std::string& what, int code) const {
+    const bool late = code == AVERROR_EXIT && !cancelled();
+    throw Failure(Code::no_source, what + " (" +
+                                       (late ? "no answer for " + std::to_string(answer_limit.count()) + " s"
+                                             : platform::ffmpeg_reason(code)) +
+                                       ")");
 }
 
 int FfmpegReader::give_up(void* self) {

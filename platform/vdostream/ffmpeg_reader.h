@@ -21,20 +21,21 @@ class FfmpegReader : public Reader {
   public:
     FfmpegReader(std::string address, Access way);
 
-    bool open(std::string& why) override;
-    ReadResult read(std::shared_ptr<Picture>& next, std::string& why) override;
+    void open() override;
+    std::shared_ptr<Picture> read() override;
     SourceProperties properties() const override { return m_properties; }
     bool is_live() const override { return m_access != Access::file; }
 
   private:
-    bool open_input(std::string& why);
-    bool open_decoder(std::string& why);
     void close();
-    ReadResult feed(std::string& why);
+    void open_input();
+    void open_decoder();
+    /** Gives the decoder what comes next; false when there is nothing any more. */
+    bool feed();
     double media_time(const AVFrame& frame);
     /** The picture's own, or else the video's. */
     Orientation orientation_for(const AVFrame& frame) const;
-    std::string failed(const std::string& what, int code) const;
+    [[noreturn]] void fail(const std::string& what, int code) const;
     /** FFmpeg asks it during every blocking call. */
     static int give_up(void* self);
 

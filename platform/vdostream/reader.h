@@ -8,15 +8,6 @@
 
 namespace vdostream {
 
-enum class ReadResult {
-    /** The next picture was read. */
-    picture,
-    /** The video is over; `open` begins it again. */
-    end,
-    /** The source is gone; `open` may bring it back. */
-    lost
-};
-
 /** What a source is. */
 struct SourceProperties {
     int width = 0;
@@ -26,17 +17,21 @@ struct SourceProperties {
 };
 
 /**
- * Reads one source from its beginning to its end. Not locked: one thread at a time.
- * State: closed -> open (`open` succeeded) -> closed (`end`, `lost`); `open` is allowed in either.
+ * Reads one source from its beginning to its end. Not locked: one thread at a time. A Failure's sentence goes on after
+ * the source's name: "cannot be opened (...)".
+ * State: closed -> open (`open` succeeded) -> closed (the end, a Failure); `open` is allowed in either.
  */
 class Reader {
   public:
     virtual ~Reader() = default;
 
-    /** Opens, or begins again. False with `why` set when that is not possible now. */
-    virtual bool open(std::string& why) = 0;
-    /** REQUIRES: open. Sets the picture's `seconds`, counted from this opening's first picture; `why` with `lost`. */
-    virtual ReadResult read(std::shared_ptr<Picture>& next, std::string& why) = 0;
+    /** Opens, or begins again. Throws a Failure when that is not possible now. */
+    virtual void open() = 0;
+    /**
+     * REQUIRES: open. The next picture with its `seconds`, counted from this opening's first picture; null at the end
+     * of the video, which `open` begins again. Throws a Failure when the source is gone; `open` may bring it back.
+     */
+    virtual std::shared_ptr<Picture> read() = 0;
     /** Passes over what lies before `seconds` where that costs nothing; a video of encoded pictures has to be read. */
     virtual void skip_to(double /*seconds*/) {}
     /** Of the open source. */
@@ -53,7 +48,7 @@ class Reader {
     std::atomic<bool> m_cancelled = false;
 };
 
-/** The reader of a source's name; see read_source_name. */
+/** The reader of a source's name; see source_name. */
 std::unique_ptr<Reader> make_reader(const std::string& name);
 
 } // namespace vdostream

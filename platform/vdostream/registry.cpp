@@ -1,6 +1,7 @@
 #include "platform/vdostream/registry.h"
 
 #include "platform/common/settings.h"
+#include "platform/vdostream/error.h"
 #include "platform/vdostream/ffmpeg_reader.h"
 #include "platform/vdostream/host_video.h"
 #include "platform/vdostream/scene_reader.h"
@@ -52,10 +53,8 @@ std::unique_ptr<Reader> make_reader(const std::string& name) {
     return std::make_unique<FfmpegReader>(name, is_camera(name) ? Access::v4l2 : Access::file);
 }
 
-std::shared_ptr<VideoSource> acquire_source(std::string& why) {
-    std::string name;
-    if (!read_source_name(name, why))
-        return nullptr;
+std::shared_ptr<VideoSource> acquire_source() {
+    const std::string name = source_name();
     const bool replay = platform::environment("KORVEX_VDO_REPLAY") == "1";
     Registry& all = the_registry();
     const std::lock_guard guard(all.lock);
@@ -66,10 +65,10 @@ std::shared_ptr<VideoSource> acquire_source(std::string& why) {
     std::shared_ptr<VideoSource> source = kept.lock();
     if (source == nullptr) {
         source = VideoSource::make(name, make_reader(name), replay);
-        std::string reason;
-        if (!source->open(reason)) {
-            why = "The video source " + source->name() + " " + reason;
-            return nullptr;
+        try {
+            source->open();
+        } catch (const Failure& failure) {
+            throw Failure(failure.code, "The video source " + source->name() + " " + failure.sentence);
         }
         if (replay)
             source->advance(all.replay_seconds);

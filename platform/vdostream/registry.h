@@ -5,9 +5,9 @@
 namespace vdostream {
 
 /**
- * The source that the environment names, opened; the same one as long as some stream holds it. Null with `why` set
- * when it cannot be opened.
+ * The source that the environment names, opened; the same one as long as some stream holds it. Throws a Failure when it
+ * cannot be opened.
  */
-std::shared_ptr<VideoSource> acquire_source(std::string& why);
+std::shared_ptr<VideoSource> acquire_source();
 
 } // namespace vdostream

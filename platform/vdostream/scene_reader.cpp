@@ -38,16 +38,15 @@ class ScenePicture : public Picture {
 SceneReader::SceneReader() = default;
 SceneReader::~SceneReader() = default;
 
-bool SceneReader::open(std::string& /*why*/) {
+void SceneReader::open() {
     m_scene = std::make_shared<host_scene::StreetScene>(width, height);
     m_next = 0;
-    return true;
 }
 
-ReadResult SceneReader::read(std::shared_ptr<Picture>& next, std::string& /*why*/) {
-    next = std::make_shared<ScenePicture>(m_scene);
+std::shared_ptr<Picture> SceneReader::read() {
+    auto next = std::make_shared<ScenePicture>(m_scene);
     next->seconds = static_cast<double>(m_next++) / fps;
-    return ReadResult::picture;
+    return next;
 }
 
 void SceneReader::skip_to(double seconds) {

@@ -17,8 +17,8 @@ class SceneReader : public Reader {
     SceneReader();
     ~SceneReader() override;
 
-    bool open(std::string& why) override;
-    ReadResult read(std::shared_ptr<Picture>& next, std::string& why) override;
+    void open() override;
+    std::shared_ptr<Picture> read() override;
     void skip_to(double seconds) override;
     SourceProperties properties() const override;
 

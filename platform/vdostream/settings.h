@@ -4,7 +4,6 @@
 #include "platform/vdostream/map.h"
 
 #include <cstdint>
-#include <string>
 
 namespace vdostream {
 
@@ -22,8 +21,8 @@ bool is_possible_size(std::uint32_t width, std::uint32_t height);
 
 /**
  * Reads `asked` and KORVEX_VDO_ASPECT. A missing "channel" is 1, a missing "format" YUV, a missing "rotation" or
- * "framerate" 0; the size is needed. False with `why` set for anything that cannot be honoured, unknown names included.
+ * "framerate" 0; the size is needed. Throws a Failure for anything that cannot be honoured, unknown names included.
  */
-bool read_settings(const MapValues& asked, StreamSettings& settings, std::string& why);
+StreamSettings read_settings(const MapValues& asked);
 
 } // namespace vdostream

@@ -2,6 +2,7 @@
 
 #include "platform/common/descriptor.h"
 #include "platform/common/settings.h"
+#include "platform/vdostream/error.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -31,27 +32,23 @@ std::string first_line(const std::string& text) {
     return begin == std::string::npos ? "" : line.substr(begin, line.find_last_not_of(" \t\r") + 1 - begin);
 }
 
-bool read_named_file(const std::string& path, std::string& name, std::string& why) {
+std::string name_in_file(const std::string& path) {
     const platform::Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-    if (!file) {
-        why = "The file " + path + " with the video source cannot be read: " + std::strerror(errno);
-        return false;
-    }
-    name = first_line(beginning_of(file.get()));
+    if (!file)
+        throw Failure(Code::no_source,
+                      "The file " + path + " with the video source cannot be read: " + std::strerror(errno));
+    const std::string name = first_line(beginning_of(file.get()));
     if (name.empty())
-        why = "The file " + path + " must be an ordinary one whose first line is a video source, such as " +
-              "rtsp://camera/stream";
-    return !name.empty();
+        throw Failure(Code::no_source, "The file " + path + " must be an ordinary one whose first line is a video " +
+                                           "source, such as rtsp://camera/stream");
+    return name;
 }
 
 } // namespace
 
-bool read_source_name(std::string& name, std::string& why) {
-    name.clear();
-    if (const std::string path = platform::environment("KORVEX_VDO_SOURCE_FILE"); !path.empty())
-        return read_named_file(path, name, why);
-    name = platform::environment_or("KORVEX_VDO_SOURCE", "scene");
-    return true;
+std::string source_name() {
+    const std::string path = platform::environment("KORVEX_VDO_SOURCE_FILE");
+    return path.empty() ? platform::environment_or("KORVEX_VDO_SOURCE", "scene") : name_in_file(path);
 }
 
 std::string printable(const std::string& name) {

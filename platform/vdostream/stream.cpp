@@ -15,61 +15,62 @@ VdoStream* make_stream(const StreamSettings& settings, VdoBufferFinalizer finali
                                   std::make_unique<StreamState>(settings, finalizer, std::move(source)));
 }
 
+} // namespace vdostream
+
+using vdostream::Code;
+using vdostream::guarded;
+using vdostream::StreamState;
+
 namespace {
 
-bool is_given(const VdoStream* stream, GError** error) {
-    return stream != nullptr || fail(error, Failure::bad_argument, "No video stream was given");
+/** What an entry point does with its stream. */
+template <typename Body>
+auto with(VdoStream* stream, GError** error, Body body) {
+    return guarded(error, [&] {
+        vdostream::need(stream != nullptr, Code::bad_argument, "No video stream was given");
+        return body(*stream->state);
+    });
 }
 
-bool is_given(const VdoBuffer* buffer, GError** error) {
-    return buffer != nullptr || fail(error, Failure::bad_argument, "No video buffer was given");
+void need_buffer(const VdoBuffer* buffer) {
+    vdostream::need(buffer != nullptr, Code::bad_argument, "No video buffer was given");
 }
 
 } // namespace
-} // namespace vdostream
-
-using vdostream::Failure;
-using vdostream::is_given;
-using vdostream::nothing;
 
 VdoStream* vdo_stream_new(VdoMap* settings, VdoBufferFinalizer finalizer, GError** error) {
-    if (settings == nullptr)
-        return nothing(error, Failure::bad_argument, "No stream settings were given");
-    vdostream::StreamSettings wanted{};
-    std::string why;
-    if (!vdostream::read_settings(*settings->state, wanted, why))
-        return nothing(error, Failure::bad_setting, why);
-    std::shared_ptr<vdostream::VideoSource> source = vdostream::acquire_source(why);
-    if (source == nullptr)
-        return nothing(error, Failure::no_source, why);
-    return vdostream::make_stream(wanted, finalizer, std::move(source));
+    return guarded(error, [&] {
+        vdostream::need(settings != nullptr, Code::bad_argument, "No stream settings were given");
+        const auto wanted = vdostream::read_settings(*settings->state);
+        return vdostream::make_stream(wanted, finalizer, vdostream::acquire_source());
+    });
 }
 
 gboolean vdo_stream_attach(VdoStream* stream, VdoMap* /*intent*/, GError** error) {
-    return is_given(stream, error) ? TRUE : FALSE;
+    return with(stream, error, [](StreamState&) { return TRUE; });
 }
 
 VdoMap* vdo_stream_get_settings(VdoStream* stream, GError** error) {
-    if (!is_given(stream, error))
-        return nullptr;
-    const vdostream::StreamSettings& settings = stream->state->settings();
-    VdoMap* map = vdo_map_new();
-    vdo_map_set_uint32(map, "channel", vdostream::only_channel);
-    vdo_map_set_uint32(map, "format", VDO_FORMAT_YUV);
-    vdo_map_set_uint32(map, "width", static_cast<guint32>(settings.shape.width));
-    vdo_map_set_uint32(map, "height", static_cast<guint32>(settings.shape.height));
-    vdo_map_set_uint32(map, "rotation", static_cast<guint32>(settings.shape.rotation));
-    vdo_map_set_uint32(map, "framerate", stream->state->framerate());
-    vdo_map_set_uint32(map, "buffer.strategy",
-                       settings.explicit_buffers ? VDO_BUFFER_STRATEGY_EXPLICIT : VDO_BUFFER_STRATEGY_INFINITE);
-    return map;
+    return with(stream, error, [](const StreamState& state) {
+        const vdostream::StreamSettings& settings = state.settings();
+        VdoMap* map = vdo_map_new();
+        vdo_map_set_uint32(map, "channel", vdostream::only_channel);
+        vdo_map_set_uint32(map, "format", VDO_FORMAT_YUV);
+        vdo_map_set_uint32(map, "width", static_cast<guint32>(settings.shape.width));
+        vdo_map_set_uint32(map, "height", static_cast<guint32>(settings.shape.height));
+        vdo_map_set_uint32(map, "rotation", static_cast<guint32>(settings.shape.rotation));
+        vdo_map_set_uint32(map, "framerate", state.framerate());
+        vdo_map_set_uint32(map, "buffer.strategy",
+                           settings.explicit_buffers ? VDO_BUFFER_STRATEGY_EXPLICIT : VDO_BUFFER_STRATEGY_INFINITE);
+        return map;
+    });
 }
 
 gboolean vdo_stream_start(VdoStream* stream, GError** error) {
-    if (!is_given(stream, error))
-        return FALSE;
-    stream->state->start();
-    return TRUE;
+    return with(stream, error, [](StreamState& state) {
+        state.start();
+        return TRUE;
+    });
 }
 
 void vdo_stream_stop(VdoStream* stream) {
@@ -78,23 +79,28 @@ void vdo_stream_stop(VdoStream* stream) {
 }
 
 VdoBuffer* vdo_stream_get_buffer(VdoStream* stream, GError** error) {
-    return is_given(stream, error) ? stream->state->get_buffer(error) : nullptr;
+    return with(stream, error, [](StreamState& state) { return state.get_buffer(); });
 }
 
 gboolean vdo_stream_buffer_unref(VdoStream* stream, VdoBuffer** buffer, GError** error) {
-    if (!is_given(stream, error) || !is_given(buffer == nullptr ? nullptr : *buffer, error) ||
-        !stream->state->unref(*buffer, error))
-        return FALSE;
-    *buffer = nullptr;
-    return TRUE;
+    return with(stream, error, [&](StreamState& state) {
+        need_buffer(buffer == nullptr ? nullptr : *buffer);
+        state.unref(*buffer);
+        *buffer = nullptr;
+        return TRUE;
+    });
 }
 
 VdoBuffer* vdo_stream_buffer_alloc(VdoStream* stream, gpointer opaque, GError** error) {
-    return is_given(stream, error) ? stream->state->alloc(opaque, error) : nullptr;
+    return with(stream, error, [&](StreamState& state) { return state.alloc(opaque); });
 }
 
 gboolean vdo_stream_buffer_enqueue(VdoStream* stream, VdoBuffer* buffer, GError** error) {
-    return is_given(stream, error) && is_given(buffer, error) && stream->state->enqueue(buffer, error) ? TRUE : FALSE;
+    return with(stream, error, [&](StreamState& state) {
+        need_buffer(buffer);
+        state.enqueue(buffer);
+        return TRUE;
+    });
 }
 
 gpointer vdo_buffer_get_data(VdoBuffer* buffer) {

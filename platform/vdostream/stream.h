@@ -57,10 +57,11 @@ class StreamState {
 
     void start();
     void stop();
-    VdoBuffer* get_buffer(GError** error);
-    bool unref(VdoBuffer* buffer, GError** error);
-    VdoBuffer* alloc(gpointer opaque, GError** error);
-    bool enqueue(VdoBuffer* buffer, GError** error);
+    // What the interface does with buffers; each throws a Failure.
+    VdoBuffer* get_buffer();
+    void unref(VdoBuffer* buffer);
+    VdoBuffer* alloc(gpointer opaque);
+    void enqueue(VdoBuffer* buffer);
 
     /** Frames handed out by all streams of the process. */
     static std::uint64_t frames_handed();
@@ -68,12 +69,12 @@ class StreamState {
   private:
     using Clock = VideoSource::Clock;
 
-    FrameBytes next_frame(Clock::time_point deadline, GError** error);
+    FrameBytes next_frame(Clock::time_point deadline);
     bool is_due(const Picture& candidate) const;
     void mark_taken(const Picture& taken);
     VdoBuffer* make_buffer(FrameBytes bytes, gpointer opaque);
     void take_back_the_oldest();
-    VdoBuffer* get_explicit(Clock::time_point deadline, GError** error);
+    VdoBuffer* get_explicit(Clock::time_point deadline);
     bool take_enqueued(VdoBuffer*& buffer);
 
     const StreamSettings m_settings;

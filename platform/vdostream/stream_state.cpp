@@ -15,6 +15,8 @@ std::atomic<std::uint64_t> handed_out = 0;
 /** Frames of one stream that may be out at once, as many as a camera has: a pass that fails leaves its frame out. */
 constexpr std::size_t most_handed = 6;
 
+constexpr const char* foreign_buffer = "The buffer is not one of this stream's, or was given back already";
+
 using BufferReference = std::unique_ptr<VdoBuffer, decltype(&g_object_unref)>;
 
 } // namespace
@@ -70,35 +72,33 @@ void StreamState::stop() {
     m_source->wake();
 }
 
-VdoBuffer* StreamState::get_buffer(GError** error) {
+VdoBuffer* StreamState::get_buffer() {
     const std::lock_guard guard(m_take_lock);
     // Who asked for few pictures may wait for one.
     const double fps = m_settings.framerate;
     const Clock::time_point deadline = m_source->deadline(std::chrono::duration<double>(fps > 0.0 ? 1.0 / fps : 0.0));
-    if (m_settings.explicit_buffers)
-        return get_explicit(deadline, error);
-    FrameBytes bytes = next_frame(deadline, error);
-    return bytes == nullptr ? nullptr : make_buffer(std::move(bytes), nullptr);
+    return m_settings.explicit_buffers ? get_explicit(deadline) : make_buffer(next_frame(deadline), nullptr);
 }
 
-VdoBuffer* StreamState::get_explicit(Clock::time_point deadline, GError** error) {
+VdoBuffer* StreamState::get_explicit(Clock::time_point deadline) {
     VdoBuffer* taken = nullptr;
-    if (!m_source->wait_until([this, &taken] { return take_enqueued(taken); }, m_running, deadline))
-        return nothing(error, m_running ? Failure::silent : Failure::not_running,
-                       m_running ? "No buffer was enqueued to be filled" : "The stream is not running");
+    if (!m_source->wait_until([this, &taken] { return take_enqueued(taken); }, m_running, deadline)) {
+        need(m_running, Code::not_running, "The stream is not running");
+        throw Failure(Code::silent, "No buffer was enqueued to be filled");
+    }
     // Held while it is filled, because another thread may give it back meanwhile.
     const BufferReference hold(taken, &g_object_unref);
-    const FrameBytes bytes = next_frame(deadline, error);
-    if (bytes == nullptr) {
+    try {
+        std::memcpy(taken->state->bytes.get(), next_frame(deadline).get(), frame_size(m_settings.shape));
+    } catch (const Failure&) {
         const std::lock_guard guard(m_book->lock);
         if (m_book->outstanding.contains(taken))
             m_book->enqueued.push_front(taken);
-        return nullptr;
+        throw;
     }
-    std::memcpy(taken->state->bytes.get(), bytes.get(), frame_size(m_settings.shape));
     const std::lock_guard guard(m_book->lock);
-    if (!m_book->outstanding.contains(taken))
-        return nothing(error, Failure::bad_argument, "The buffer was given back while it was being filled");
+    need(m_book->outstanding.contains(taken), Code::bad_argument,
+         "The buffer was given back while it was being filled");
     return taken;
 }
 
@@ -112,16 +112,13 @@ bool StreamState::take_enqueued(VdoBuffer*& buffer) {
     return true;
 }
 
-FrameBytes StreamState::next_frame(Clock::time_point deadline, GError** error) {
-    std::string why;
-    const std::shared_ptr<Picture> next = m_source->wait_for_picture(
-        [this](const Picture& candidate) { return is_due(candidate); }, m_running, deadline, why);
-    if (next == nullptr)
-        return nothing(error, m_running ? Failure::silent : Failure::not_running, why);
+FrameBytes StreamState::next_frame(Clock::time_point deadline) {
+    const std::shared_ptr<Picture> next =
+        m_source->wait_for_picture([this](const Picture& candidate) { return is_due(candidate); }, m_running, deadline);
     mark_taken(*next);
     FrameBytes bytes = next->in_geometry(m_settings.shape);
     if (bytes == nullptr)
-        return nothing(error, Failure::no_source, "A picture of " + m_source->name() + " could not be converted");
+        throw Failure(Code::no_source, "A picture of " + m_source->name() + " could not be converted");
     ++handed_out;
     return bytes;
 }
@@ -173,44 +170,31 @@ void StreamState::take_back_the_oldest() {
     g_object_unref(oldest);
 }
 
-bool StreamState::unref(VdoBuffer* buffer, GError** error) {
+void StreamState::unref(VdoBuffer* buffer) {
     {
         const std::lock_guard guard(m_book->lock);
-        if (!m_book->remove(buffer))
-            return fail(error, Failure::bad_argument,
-                        "The buffer is not one of this stream's, or was given back already");
+        need(m_book->remove(buffer), Code::bad_argument, foreign_buffer);
     }
     g_object_unref(buffer);
-    return true;
 }
 
-VdoBuffer* StreamState::alloc(gpointer opaque, GError** error) {
-    if (!m_settings.explicit_buffers)
-        return nothing(error, Failure::bad_argument,
-                       "Only a stream with \"buffer.strategy\" 3 has buffers of the caller's");
+VdoBuffer* StreamState::alloc(gpointer opaque) {
+    need(m_settings.explicit_buffers, Code::bad_argument,
+         "Only a stream with \"buffer.strategy\" 3 has buffers of the caller's");
     FrameBytes bytes(new (std::nothrow) std::uint8_t[frame_size(m_settings.shape)]());
-    if (bytes == nullptr)
-        return nothing(error, Failure::bad_argument, "There is no memory for another buffer");
+    need(bytes != nullptr, Code::bad_argument, "There is no memory for another buffer");
     return make_buffer(std::move(bytes), opaque);
 }
 
-bool StreamState::enqueue(VdoBuffer* buffer, GError** error) {
-    const char* problem = nullptr;
+void StreamState::enqueue(VdoBuffer* buffer) {
     {
         const std::lock_guard guard(m_book->lock);
-        if (!m_settings.explicit_buffers)
-            problem = "Only a stream with \"buffer.strategy\" 3 takes buffers";
-        else if (!m_book->outstanding.contains(buffer))
-            problem = "The buffer is not one of this stream's, or was given back already";
-        else if (std::find(m_book->enqueued.begin(), m_book->enqueued.end(), buffer) != m_book->enqueued.end())
-            problem = "The buffer is enqueued already";
-        else
-            m_book->enqueued.push_back(buffer);
+        need(m_settings.explicit_buffers, Code::bad_argument, "Only a stream with \"buffer.strategy\" 3 takes buffers");
+        need(m_book->outstanding.contains(buffer), Code::bad_argument, foreign_buffer);
+        need(std::ranges::count(m_book->enqueued, buffer) == 0, Code::bad_argument, "The buffer is enqueued already");
+        m_book->enqueued.push_back(buffer);
     }
-    if (problem != nullptr)
-        return fail(error, Failure::bad_argument, problem);
     m_source->wake();
-    return true;
 }
 
 std::uint64_t StreamState::frames_handed() {

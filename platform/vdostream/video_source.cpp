@@ -2,6 +2,7 @@
 
 #include "base/blocked_signals.h"
 #include "platform/common/report.h"
+#include "platform/vdostream/error.h"
 #include "platform/vdostream/source_name.h"
 
 #include <algorithm>
@@ -51,20 +52,16 @@ void VideoSource::end() {
     m_thread.join();
 }
 
-bool VideoSource::open(std::string& why) {
+void VideoSource::open() {
     if (!m_reader->is_live()) {
         const blocked_signals guard;
-        m_opened = reopen(why);
-        return m_opened;
+        reopen();
+        return;
     }
-    if (m_replay) {
-        why = "cannot be replayed; a file or the scene can";
-        return false;
-    }
+    need(!m_replay, Code::no_source, "cannot be replayed; a file or the scene can");
     start();
     std::unique_lock lock(m_lock);
     m_changed.wait_for(lock, m_timing.first_answer, [this] { return m_first_try_done; });
-    return true;
 }
 
 void VideoSource::start() {
@@ -81,21 +78,18 @@ VideoSource::Clock::time_point VideoSource::deadline(std::chrono::duration<doubl
 }
 
 std::shared_ptr<Picture> VideoSource::wait_for_picture(const std::function<bool(const Picture&)>& wanted,
-                                                       const std::atomic<bool>& running, Clock::time_point deadline,
-                                                       std::string& why) {
+                                                       const std::atomic<bool>& running, Clock::time_point deadline) {
     std::unique_lock lock(m_lock);
     for (;;) {
-        if (!running) {
-            why = "The stream is not running";
-            return nullptr;
-        }
+        need(running, Code::not_running, "The stream is not running");
         if (m_newest != nullptr && (m_replay || wanted(*m_newest)))
             return m_newest;
         const Clock::time_point card = card_is_due();
         if (Clock::now() >= card) {
             publish_card();
         } else if (m_replay || Clock::now() >= deadline) {
-            why = "No picture came from " + m_name;
+            if (m_newest == nullptr)
+                throw Failure(Code::silent, "No picture came from " + m_name);
             return m_newest;
         } else {
             m_changed.wait_until(lock, std::min(deadline, card));
@@ -158,13 +152,16 @@ bool VideoSource::advance(double seconds) {
     if (!std::isfinite(seconds))
         return false;
     m_reader->skip_to(seconds);
-    std::string why;
     while (!m_at_end) {
-        if (m_ahead == nullptr && m_reader->read(m_ahead, why) != ReadResult::picture)
-            m_at_end = true;
-        else if (m_ahead->seconds > seconds + time_tolerance)
+        try {
+            m_ahead = m_ahead != nullptr ? m_ahead : m_reader->read();
+        } catch (const Failure&) {
+            // It ends here.
+        }
+        m_at_end = m_ahead == nullptr;
+        if (!m_at_end && m_ahead->seconds > seconds + time_tolerance)
             return true;
-        else
+        if (!m_at_end)
             publish(std::exchange(m_ahead, nullptr));
     }
     return m_last_seconds >= 0.0 && seconds < m_last_seconds + frame_interval(properties()) - time_tolerance;
@@ -188,8 +185,13 @@ std::uint64_t VideoSource::frames_decoded() const {
 void VideoSource::run() {
     for (;;) {
         std::string why;
-        if (m_opened || reopen(why))
-            read_until_it_ends(why);
+        try {
+            if (!m_opened)
+                reopen();
+            read_until_it_ends();
+        } catch (const Failure& failure) {
+            why = failure.sentence;
+        }
         m_opened = false;
         {
             const std::lock_guard guard(m_lock);
@@ -204,37 +206,27 @@ void VideoSource::run() {
         if (m_thread_ended)
             return;
         if (!why.empty()) {
-            report_outage(why);
-            retry_later();
+            if (!std::exchange(m_outage_said, true))
+                platform::report(library, m_name + " " + why + "; trying again");
+            pause_until(Clock::now() + m_retry);
+            m_retry = std::min(m_retry * 2, m_timing.last_retry);
         }
     }
 }
 
-bool VideoSource::reopen(std::string& why) {
-    if (!m_reader->open(why))
-        return false;
-    {
-        const std::lock_guard guard(m_lock);
-        m_properties = m_reader->properties();
-        m_loop_base = m_last_seconds < 0.0 ? 0.0 : m_last_seconds + frame_interval(m_properties);
-    }
-    m_read_since_open = 0;
-    return true;
+void VideoSource::reopen() {
+    m_reader->open();
+    const std::lock_guard guard(m_lock);
+    m_properties = m_reader->properties();
+    m_loop_base = m_last_seconds < 0.0 ? 0.0 : m_last_seconds + frame_interval(m_properties);
+    m_opened = true;
 }
 
-void VideoSource::read_until_it_ends(std::string& why) {
-    for (;;) {
-        std::shared_ptr<Picture> next;
-        const ReadResult result = m_reader->read(next, why);
-        if (result == ReadResult::lost)
-            return;
-        if (result == ReadResult::end) {
-            if (m_read_since_open == 0)
-                why = "holds no picture that can be decoded";
-            return;
-        }
+void VideoSource::read_until_it_ends() {
+    bool is_empty = true;
+    while (std::shared_ptr<Picture> next = m_reader->read()) {
+        is_empty = false;
         next->seconds += m_loop_base;
-        ++m_read_since_open;
         if (m_streams > 1)
             next->prepare();
         if (!wait_for_turn(next->seconds))
@@ -244,16 +236,7 @@ void VideoSource::read_until_it_ends(std::string& why) {
             platform::report(library, m_name + " is back");
         m_retry = m_timing.first_retry;
     }
-}
-
-void VideoSource::report_outage(const std::string& why) {
-    if (!std::exchange(m_outage_said, true))
-        platform::report(library, m_name + " " + why + "; trying again");
-}
-
-void VideoSource::retry_later() {
-    pause_until(Clock::now() + m_retry);
-    m_retry = std::min(m_retry * 2, m_timing.last_retry);
+    need(!is_empty, Code::no_source, "holds no picture that can be decoded");
 }
 
 bool VideoSource::pause_until(Clock::time_point moment) {

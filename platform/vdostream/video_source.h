@@ -60,10 +60,9 @@ class VideoSource : public std::enable_shared_from_this<VideoSource> {
     VideoSource& operator=(const VideoSource&) = delete;
 
     /**
-     * Opens the source. False with `why` set when it cannot be. A camera has `first_answer` to show something, and
-     * may come later.
+     * Opens the source, or throws a Failure. A camera has `first_answer` to show something, and may come later.
      */
-    bool open(std::string& why);
+    void open();
     /** Begins to read; nothing happens the second time. */
     void start();
 
@@ -71,12 +70,11 @@ class VideoSource : public std::enable_shared_from_this<VideoSource> {
     Clock::time_point deadline(std::chrono::duration<double> least) const;
     /**
      * Waits until `deadline` for a picture that `wanted` accepts, as long as `running` holds. When none comes, the
-     * newest one is given again, and where there never was one, null with `why` set. In replay it does not wait: the
+     * newest one is given again, and where there never was one, a Failure is thrown. In replay it does not wait: the
      * current picture is taken, asked or not.
      */
     std::shared_ptr<Picture> wait_for_picture(const std::function<bool(const Picture&)>& wanted,
-                                              const std::atomic<bool>& running, Clock::time_point deadline,
-                                              std::string& why);
+                                              const std::atomic<bool>& running, Clock::time_point deadline);
     /** Waits until `deadline` for `ready` to hold; false when it does not or `running` ended. */
     bool wait_until(const std::function<bool()>& ready, const std::atomic<bool>& running, Clock::time_point deadline);
     /** Makes every waiting thread look again. */
@@ -100,15 +98,13 @@ class VideoSource : public std::enable_shared_from_this<VideoSource> {
     VideoSource(const std::string& name, std::unique_ptr<Reader> reader, bool replay, SourceTiming timing);
     void end();
     void run();
-    bool reopen(std::string& why);
-    void read_until_it_ends(std::string& why);
-    void report_outage(const std::string& why);
+    void reopen();
+    void read_until_it_ends();
     // With the lock held: from when on the card is shown, and when its next picture is due; never without an outage.
     Clock::time_point outage_begins() const;
     Clock::time_point card_is_due() const;
     void publish_card();
     void put_in_front(std::shared_ptr<Picture>& next);
-    void retry_later();
     /** Both are false when the source is to end. */
     bool pause_until(Clock::time_point moment);
     bool wait_for_turn(double seconds);
@@ -122,7 +118,6 @@ class VideoSource : public std::enable_shared_from_this<VideoSource> {
 
     // Reading thread, or whoever holds m_replay_lock.
     double m_loop_base = 0.0;
-    std::uint64_t m_read_since_open = 0;
     bool m_opened = false;
     bool m_outage_said = false;
     std::chrono::milliseconds m_retry{0};

@@ -17,10 +17,10 @@ using console::Signals;
 
 class Child : public RunnerTest {
   protected:
-    int status(const std::string& commands) { return run_to_end(shell(commands), signals_); }
-    std::string output(const Program& program) { return output_of(program, signals_); }
+    int status(const std::string& commands) { return run_to_end(shell(commands), m_signals); }
+    std::string output(const Program& program) { return output_of(program, m_signals); }
 
-    Signals signals_;
+    Signals m_signals;
 };
 
 TEST_F(Child, GivesItsStatusAsAShellCounts) {
@@ -30,11 +30,11 @@ TEST_F(Child, GivesItsStatusAsAShellCounts) {
 }
 
 TEST_F(Child, ThatCannotBeRunSaysSo) {
-    const console::Descriptor words(open(path("words").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
+    const platform::Descriptor words(open(path("words").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
     Program program;
     program.command = {"/no/such/program"};
     program.err = words.get();
-    EXPECT_EQ(run_to_end(program, signals_), 127);
+    EXPECT_EQ(run_to_end(program, m_signals), 127);
     EXPECT_EQ(console::contents_of(path("words")), "/no/such/program: No such file or directory\n");
 }
 
@@ -69,12 +69,12 @@ TEST_F(Child, MayHaveASessionOfItsOwnAndNothingToRead) {
 }
 
 TEST_F(Child, HasNoDescriptorButTheOneThatIsKept) {
-    const console::Descriptor mine(open("/dev/null", O_RDONLY | O_CLOEXEC));
+    const platform::Descriptor mine(open("/dev/null", O_RDONLY | O_CLOEXEC));
     const std::string look = "test -e /proc/self/fd/" + std::to_string(mine.get());
     EXPECT_EQ(status(look), 1);
     Program program = shell(look);
     program.kept = mine.get();
-    EXPECT_EQ(run_to_end(program, signals_), 0);
+    EXPECT_EQ(run_to_end(program, m_signals), 0);
 }
 
 TEST_F(Child, HearsSignalsThoughThisProcessWaitsWithThem) {

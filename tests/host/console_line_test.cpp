@@ -56,21 +56,21 @@ class Terminal {
     void write(const std::string& text) {
         for (size_t i = 0; i < text.size(); ++i) {
             if (text[i] == '\r') {
-                column_ = 0;
+                m_column = 0;
             } else if (text[i] == '\n') { // as a terminal has it, with the return
-                ++row_;
-                column_ = 0;
+                ++m_row;
+                m_column = 0;
             } else if (text.compare(i, 4, "\x1b[2A") == 0) {
-                row_ -= 2;
+                m_row -= 2;
                 i += 3;
             } else if (text.compare(i, 3, "\x1b[J") == 0) {
-                rows.resize(row_ + 1);
-                rows[row_].resize(column_);
+                rows.resize(m_row + 1);
+                rows[m_row].resize(m_column);
                 i += 2;
             } else {
-                rows.resize(std::max(rows.size(), row_ + 1));
-                rows[row_].resize(std::max(rows[row_].size(), column_ + 1), ' ');
-                rows[row_][column_++] = text[i];
+                rows.resize(std::max(rows.size(), m_row + 1));
+                rows[m_row].resize(std::max(rows[m_row].size(), m_column + 1), ' ');
+                rows[m_row][m_column++] = text[i];
             }
         }
     }
@@ -78,8 +78,8 @@ class Terminal {
     std::vector<std::string> rows;
 
   private:
-    size_t row_ = 0;
-    size_t column_ = 0;
+    size_t m_row = 0;
+    size_t m_column = 0;
 };
 
 TEST(ConsoleLine, WhatOthersSayStandsWholeAboveTheLine) {

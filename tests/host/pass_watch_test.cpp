@@ -23,16 +23,14 @@ TEST(PassWatch, LooksOnceAfterEachPassAndAtNoOtherTime) {
     const console::PassWatch watch([&] { EXPECT_EQ(++looks, g_passes); });
     // Rounds of the loop without a pass, before the timeout is there and beside it.
     g_idle_add(idle_round, &rounds);
-    while (rounds < 50) {
+    while (rounds < 50)
         g_main_context_iteration(nullptr, TRUE);
-    }
     EXPECT_EQ(looks, 0);
     g_ThreadID = g_timeout_add(2, count_pass, nullptr);
     rounds = 0;
     g_idle_add(idle_round, &rounds);
-    while (looks < 20) {
+    while (looks < 20)
         g_main_context_iteration(nullptr, TRUE);
-    }
     EXPECT_EQ(g_passes, 20);
     g_source_remove(g_ThreadID);
     g_ThreadID = 0;

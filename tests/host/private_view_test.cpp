@@ -28,11 +28,11 @@ class PrivateView : public RunnerTest {
         std::vector<std::string> view = view_arguments(places);
         view.insert(view.begin(), "bwrap");
         program.command.insert(program.command.begin(), view.begin(), view.end());
-        return run_to_end(program, signals_) == 0;
+        return run_to_end(program, m_signals) == 0;
     }
 
   private:
-    console::Signals signals_;
+    console::Signals m_signals;
 };
 
 TEST_F(PrivateView, APlaceThatExistsIsCoveredAlone) {
@@ -48,19 +48,16 @@ TEST_F(PrivateView, TheNearestFolderIsMadeAnewOnceWithAllThatIsInIt) {
     const std::vector<std::string> link = {"--symlink", "inner", present + "/link"};
     std::vector<std::string> expected = {"--dev-bind", "/", "/", "--tmpfs", present};
     const bool is_link_first = arguments[5] == "--symlink"; // the system's order
-    for (const auto& words : {is_link_first ? link : inner, is_link_first ? inner : link}) {
+    for (const auto& words : {is_link_first ? link : inner, is_link_first ? inner : link})
         expected.insert(expected.end(), words.begin(), words.end());
-    }
-    for (const char* place : {"/new/place", "/other"}) {
+    for (const char* place : {"/new/place", "/other"})
         expected.insert(expected.end(), {"--bind", path("shown"), present + place});
-    }
     EXPECT_EQ(arguments, expected);
 }
 
 TEST_F(PrivateView, AProgramFindsTheFolderAtAPlaceThatDoesNotExist) {
-    if (!succeeds({}, "true")) {
+    if (!succeeds({}, "true"))
         GTEST_SKIP() << "bwrap can make no view here";
-    }
     const std::string place = path("base/present/new/deep/place");
     const std::vector<Place> places = {{place, path("shown")}};
     EXPECT_TRUE(succeeds(places, "test -f " + place + "/file"));

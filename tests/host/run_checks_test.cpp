@@ -19,8 +19,8 @@ class RunChecks : public RunnerTest {
 };
 
 TEST_F(RunChecks, WhatDoesNotGoTogetherIsRefusedInASentence) {
-    const std::string replay_pages = "a replay has no pages; leave --listen, --password-file and --certificate out.";
-    const std::string replay_only = "--seconds and --json belong to --replay.";
+    const std::string replay_pages =
+        "a replay has no pages; leave --listen, --name, --password-file and --certificate out.";
     const std::string mqtt_only = "the --mqtt-... options belong to --mqtt HOST:PORT.";
     struct Row {
         std::function<void(RunOptions&)> wish;
@@ -29,8 +29,16 @@ TEST_F(RunChecks, WhatDoesNotGoTogetherIsRefusedInASentence) {
     const std::vector<Row> table = {
         {[](RunOptions& o) { o.replay = "scene", o.niceness = "5"; },
          "a replay waits for nobody; leave --niceness out, or start it with nice."},
-        {[](RunOptions& o) { o.json = "x"; }, replay_only},
-        {[](RunOptions& o) { o.seconds = "5"; }, replay_only},
+        {[](RunOptions& o) { o.json = "x"; }, "--json belongs to --replay or --stays."},
+        {[](RunOptions& o) { o.seconds = "5"; }, "--seconds belongs to --replay."},
+        {[](RunOptions& o) { o.replay = "scene", o.stays = "2026-11-22"; },
+         "--replay and --stays are two things; leave one of them out."},
+        {[](RunOptions& o) { o.replay = "scene", o.webhook = "http://h/"; },
+         "--webhook is for what happens now, not for a replay."},
+        {[](RunOptions& o) { o.webhook = "http://h/", o.webhook_ca = "x"; },
+         "--webhook-ca belongs to a --webhook of https."},
+        {[](RunOptions& o) { o.replay = "scene", o.keep_days = "3"; },
+         "a replay keeps no stays; leave --keep-... out."},
         {[](RunOptions& o) { o.replay = "scene", o.listen = "127.0.0.1:1"; }, replay_pages},
         {[](RunOptions& o) { o.replay = "scene", o.certificate = "x"; }, replay_pages},
         {[](RunOptions& o) { o.replay = "scene", o.source = "x.mp4"; },
@@ -52,9 +60,8 @@ TEST_F(RunChecks, WhatDoesNotGoTogetherIsRefusedInASentence) {
          "--listen [::]:8080 lets others reach the camera's picture and settings; give a --password-file with a "
          "line user:password."},
     };
-    for (const auto& [wish, sentence] : table) {
+    for (const auto& [wish, sentence] : table)
         EXPECT_EQ(refusal(wish), sentence);
-    }
 }
 
 TEST_F(RunChecks, WhatIsNotThereIsRefusedInASentence) {
@@ -90,13 +97,15 @@ TEST_F(RunChecks, WhatIsNotThereIsRefusedInASentence) {
          "the certificate file \"" + none + "\" cannot be read."},
         {[&](RunOptions& o) { o.record = path("x.avi"); },
          "--record writes an MP4 file; \"" + path("x.avi") + "\" must end in .mp4."},
+        {[&](RunOptions& o) { o.record = file("real.mp4"); },
+         "\"" + path("real.mp4") + "\" is there already; give the recording another name, or --overwrite."},
+        {[&](RunOptions& o) { o.overwrites = true; }, "--overwrite lets --record replace a file."},
         {[&](RunOptions& o) { o.record = none + "/x.mp4"; }, "there is no folder \"" + none + "\" for the recording."},
         {[&](RunOptions& o) { o.replay = "scene", o.json = none + "/x"; }, "\"" + none + "/x\" cannot be written."},
         {[&](RunOptions& o) { o.replay = "scene", o.json = folder; }, "\"" + folder.string() + "\" cannot be written."},
     };
-    for (const auto& [wish, sentence] : table) {
+    for (const auto& [wish, sentence] : table)
         EXPECT_EQ(refusal(wish), sentence);
-    }
 }
 
 TEST_F(RunChecks, APipeIsNoVideo) {
@@ -125,6 +134,9 @@ TEST_F(RunChecks, FilesAreGivenWithTheirFullPaths) {
     EXPECT_EQ(options.certificate, path("both.pem"));
     EXPECT_EQ(options.record, path("new.mp4"));
     EXPECT_FALSE(std::filesystem::exists(options.record)) << "nothing is made yet";
+    options.record = path("real.mp4");
+    options.overwrites = true;
+    EXPECT_EQ(checked(options).record, path("real.mp4"));
 }
 
 TEST_F(RunChecks, AnAddressIsTheFirstLineOfItsFile) {

@@ -17,9 +17,8 @@ using testing::ElementsAre;
 RunOptions parsed(std::vector<std::string> words) {
     words.insert(words.begin(), "run");
     std::vector<char*> pointers;
-    for (std::string& word : words) {
+    for (std::string& word : words)
         pointers.push_back(word.data());
-    }
     pointers.push_back(nullptr);
     return console::parse_run_options(static_cast<int>(words.size()), pointers.data());
 }
@@ -33,8 +32,11 @@ TEST(RunOptions, WhatMakesNoSenseIsRefusedInASentence) {
     const std::string listen = "--listen takes ADDR:PORT with a numeric address, like 127.0.0.1:8080, 0.0.0.0:8080 or "
                                "[::1]:8080, not ";
     const std::string mqtt = "--mqtt is HOST:PORT, like 127.0.0.1:1883 or [::1]:1883, not ";
+    const std::string name =
+        "--name takes HOST or HOST:PORT, as it stands in a browser's address, or several with commas between, not ";
     const std::string prefix =
         "--mqtt-prefix is the beginning of a topic, without + and # and with no / at either end, not ";
+    const std::string webhook = "--webhook is an address like https://example.org/alerts, not ";
     const std::vector<WrongUse> table = {
         {{"--bogus"}, "\"--bogus\" is no option; ./run --help lists them."},
         {{"--accept-eula", "scene"}, "\"scene\" is no option; ./run --help lists them."},
@@ -60,36 +62,59 @@ TEST(RunOptions, WhatMakesNoSenseIsRefusedInASentence) {
         {{"--listen", "127.0.0.1:0"}, listen + "\"127.0.0.1:0\"."},
         {{"--listen", "127.0.0.1:65536"}, listen + "\"127.0.0.1:65536\"."},
         {{"--listen", "example.org:80"}, listen + "\"example.org:80\"."},
+        {{"--name", "https://gate"}, name + "\"https://gate\"."},
+        {{"--name", "gate:0"}, name + "\"gate:0\"."},
+        {{"--name", "gate:65536"}, name + "\"gate:65536\"."},
+        {{"--name", "gate,"}, name + "\"gate,\"."},
         {{"--mqtt", "nowhere"}, mqtt + "\"nowhere\"."},
         {{"--mqtt", "127.0.0.1:70000"}, mqtt + "\"127.0.0.1:70000\"."},
         {{"--mqtt", "::1:1883"}, mqtt + "\"::1:1883\"."},
         {{"--mqtt", "h:00"}, mqtt + "\"h:00\"."},
+        {{"--keep-days", "0"}, "--keep-days is a number from 1 to 9999, not \"0\"."},
+        {{"--webhook", "example.org"}, webhook + "\"example.org\"."},
+        {{"--webhook", "ftp://example.org/"}, webhook + "\"ftp://example.org/\"."},
+        {{"--webhook", "https://"}, webhook + "\"https://\"."},
+        {{"--webhook", "https://h:70000/"}, webhook + "\"https://h:70000/\"."},
+        {{"--webhook", "https://h/a b"}, webhook + "\"https://h/a b\"."},
+        {{"--webhook", "https://h/#part"}, webhook + "\"https://h/#part\"."},
+        {{"--keep-mb", "1e3"}, "--keep-mb is a number from 1 to 9999999, not \"1e3\"."},
         {{"--mqtt-prefix", "a/#"}, prefix + "\"a/#\"."},
         {{"--mqtt-prefix", "/a"}, prefix + "\"/a\"."},
         {{"--mqtt-prefix", "a/"}, prefix + "\"a/\"."},
     };
-    for (const auto& [words, sentence] : table) {
+    for (const auto& [words, sentence] : table)
         EXPECT_EQ(refusal_of([&words = words] { parsed(words); }), sentence);
-    }
 }
 
 TEST(RunOptions, WhatMakesSenseIsTakenAsItWasTyped) {
     const std::vector<std::vector<std::string>> table = {
-        {"--aspect", "crop"},          {"--threads", "64"},          {"--niceness", "-20"},
-        {"--niceness", "-5"},          {"--niceness", "19"},         {"--seconds", "0.25"},
-        {"--stream", "640x360"},       {"--listen", "[::1]:8080"},   {"--listen", "localhost:65535"},
-        {"--listen", "0.0.0.0:00080"}, {"--mqtt", "[fe80::1]:1883"}, {"--mqtt", "broker.example.org:1"},
-        {"--mqtt-prefix", "a/b"},      {"--mqtt-user", "--me"},      {"--json", "a file"},
+        {"--aspect", "crop"},
+        {"--threads", "64"},
+        {"--niceness", "-20"},
+        {"--niceness", "-5"},
+        {"--niceness", "19"},
+        {"--seconds", "0.25"},
+        {"--stream", "640x360"},
+        {"--listen", "[::1]:8080"},
+        {"--name", "gate.example.org:65535,[::1]:1,x"},
+        {"--listen", "localhost:65535"},
+        {"--listen", "0.0.0.0:00080"},
+        {"--mqtt", "[fe80::1]:1883"},
+        {"--mqtt", "broker.example.org:1"},
+        {"--mqtt-prefix", "a/b"},
+        {"--mqtt-user", "--me"},
+        {"--json", "a file"},
+        {"--webhook", "http://h"},
+        {"--webhook", "https://me:secret@[::1]:8443/a/b?c=d"},
     };
     for (const std::vector<std::string>& words : table) {
         const RunOptions options = parsed(words);
         for (const console::Option& option : console::option_table()) {
             const std::string& value = options.*option.value;
-            if (words[0] == std::string("--") + option.name) {
+            if (words[0] == std::string("--") + option.name)
                 EXPECT_EQ(value, words[1]);
-            } else {
+            else
                 EXPECT_EQ(value, RunOptions().*option.value) << option.name;
-            }
         }
     }
 }
@@ -101,6 +126,8 @@ TEST(RunOptions, TheLastOfAnOptionCountsAndEverySetting) {
     EXPECT_THAT(options.settings, ElementsAre("A=1", "B=="));
     EXPECT_TRUE(options.accepts_eula);
     EXPECT_FALSE(parsed({}).accepts_eula);
+    EXPECT_TRUE(parsed({"--overwrite"}).overwrites);
+    EXPECT_FALSE(parsed({}).overwrites);
 }
 
 TEST(RunOptions, HelpIsAskedForByTwoNames) {
@@ -110,16 +137,14 @@ TEST(RunOptions, HelpIsAskedForByTwoNames) {
 }
 
 TEST(RunOptions, TheHelpNamesEveryOptionAndNoOther) {
-    std::set<std::string> table = {"set", "accept-eula", "help"};
-    for (const console::Option& option : console::option_table()) {
+    std::set<std::string> table = {"set", "accept-eula", "overwrite", "help"};
+    for (const console::Option& option : console::option_table())
         table.insert(option.name);
-    }
     std::set<std::string> named;
     const std::string text = console::help_text;
     const std::regex option("--([a-z]+(-[a-z]+)*)");
-    for (std::sregex_iterator found(text.begin(), text.end(), option), end; found != end; ++found) {
+    for (std::sregex_iterator found(text.begin(), text.end(), option), end; found != end; ++found)
         named.insert((*found)[1]);
-    }
     EXPECT_EQ(named, table);
 }
 
@@ -142,18 +167,22 @@ TEST(RunOptions, TheProgramsHearOfThemByVariables) {
                                        "c",
                                        "--mqtt-prefix",
                                        "gate",
+                                       "--webhook",
+                                       "https://h/x",
+                                       "--webhook-ca",
+                                       "w",
+                                       "--keep-days",
+                                       "7",
+                                       "--keep-mb",
+                                       "50",
                                        "--json",
                                        "x"});
-    const Environment expected = {{"HOME", "/home"},
-                                  {"KORVEX_VDO_SOURCE", "x.mp4"},
-                                  {"KORVEX_VDO_ASPECT", "crop"},
-                                  {"KORVEX_MQTT", "h:1"},
-                                  {"KORVEX_LAROD_THREADS", "2"},
-                                  {"KORVEX_INFERENCE", "s"},
-                                  {"KORVEX_MQTT_USER", "me"},
-                                  {"KORVEX_MQTT_PASSWORD_FILE", "p"},
-                                  {"KORVEX_MQTT_CA_FILE", "c"},
-                                  {"KORVEX_MQTT_PREFIX", "gate"}};
+    const Environment expected = {
+        {"HOME", "/home"},          {"KORVEX_VDO_SOURCE", "x.mp4"},     {"KORVEX_VDO_ASPECT", "crop"},
+        {"KORVEX_MQTT", "h:1"},     {"KORVEX_LAROD_THREADS", "2"},      {"KORVEX_INFERENCE", "s"},
+        {"KORVEX_MQTT_USER", "me"}, {"KORVEX_MQTT_PASSWORD_FILE", "p"}, {"KORVEX_MQTT_CA_FILE", "c"},
+        {"KORVEX_STAYS_DAYS", "7"}, {"KORVEX_STAYS_MB", "50"},          {"KORVEX_WEBHOOK", "https://h/x"},
+        {"KORVEX_WEBHOOK_CA", "w"}, {"KORVEX_MQTT_PREFIX", "gate"}};
     EXPECT_EQ(console::with_options({{"HOME", "/home"}, {"KORVEX_VDO_SOURCE_FILE", "old"}}, options), expected);
 }
 

@@ -36,9 +36,8 @@ TEST(Signals, ThoseThatCameAtOnceEndNothingAfterwards) {
 TEST(Signals, TheEndOfAChildEndsTheWaitAndAsksForNothing) {
     Signals signals;
     const pid_t child = fork();
-    if (child == 0) {
+    if (child == 0)
         _exit(0);
-    }
     signals.wait(-1);
     EXPECT_FALSE(signals.asked());
     waitpid(child, nullptr, 0);

@@ -14,18 +14,15 @@ namespace {
 /** A process that does `what` and then waits for a signal. Its id is told through a pipe once it waits. */
 pid_t process_that(const std::function<void()>& what) {
     int ready[2];
-    if (pipe(ready) != 0) {
+    if (pipe(ready) != 0)
         throw std::runtime_error("no pipe");
-    }
     const pid_t child = fork();
     if (child == 0) {
         what();
-        if (write(ready[1], "r", 1) != 1) {
+        if (write(ready[1], "r", 1) != 1)
             _exit(99);
-        }
-        while (true) {
+        while (true)
             pause();
-        }
     }
     close(ready[1]);
     char byte = 0;

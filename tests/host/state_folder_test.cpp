@@ -34,9 +34,8 @@ class StateFolderTest : public RunnerTest {
 TEST_F(StateFolderTest, IsMadeForNobodyElse) {
     const StateFolder state(path("new/state"));
     EXPECT_EQ(state.path(), path("new/state"));
-    for (const char* name : {"", "/html", "/package", "/localdata"}) {
+    for (const char* name : {"", "/html", "/package", "/localdata"})
         EXPECT_EQ(rights(state.path() + name), fs::perms::owner_all) << name;
-    }
     EXPECT_EQ(rights(file("later")) & (fs::perms::group_all | fs::perms::others_all), fs::perms::none);
 }
 
@@ -91,9 +90,8 @@ TEST_F(StateFolderTest, IsNobodysHomeAndNotForEverybody) {
 }
 
 TEST_F(StateFolderTest, OfAnotherUserIsRefused) {
-    if (geteuid() != 0) {
+    if (geteuid() != 0)
         GTEST_SKIP() << "only root can give a folder away";
-    }
     fs::create_directory(path("foreign"));
     ASSERT_EQ(chown(path("foreign").c_str(), 65534, 65534), 0);
     EXPECT_EQ(refusal(path("foreign")),
@@ -101,9 +99,8 @@ TEST_F(StateFolderTest, OfAnotherUserIsRefused) {
 }
 
 TEST_F(StateFolderTest, IntoWhichOthersHaveWrittenIsRefused) {
-    if (geteuid() != 0) {
+    if (geteuid() != 0)
         GTEST_SKIP() << "only root can give a file away";
-    }
     const std::string state = open_folder("state");
     fs::create_directories(state + "/localdata/deep");
     fs::create_directories(state + "/html");

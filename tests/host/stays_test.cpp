@@ -1,7 +1,7 @@
 #include "host/stays.h"
 #include "output/event_manager.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 namespace {
 
@@ -36,6 +36,7 @@ TEST(StayWatchTest, AStayLastsFromTheFirstPassInTheAreaToTheLast) {
     EXPECT_EQ(ended[0].left, 11.0);
     EXPECT_EQ(ended[0].seconds, 9);
     EXPECT_EQ(ended[0].level, 2);
+    EXPECT_THAT(ended[0].reached, testing::ElementsAre(11.0, 11.0, -1.0));
     const auto forgotten = watch.pass({}, 13.0);
     ASSERT_EQ(forgotten.size(), 1U);
     EXPECT_EQ(forgotten[0].object, 2);

@@ -52,36 +52,36 @@ class Supervise : public RunnerTest {
                path("ready") + "; while :; do sleep 0.05; done";
     }
 
-    Signals signals_;
+    Signals m_signals;
 };
 
 TEST_F(Supervise, GivesTheProgramsStatus) {
-    EXPECT_EQ(supervise(shell("exit 7"), signals_), 7);
-    EXPECT_FALSE(signals_.asked());
-    EXPECT_EQ(supervise_behind_view(behind_view("exit 7"), signals_), 7);
+    EXPECT_EQ(supervise(shell("exit 7"), m_signals), 7);
+    EXPECT_FALSE(m_signals.asked());
+    EXPECT_EQ(supervise_behind_view(behind_view("exit 7"), m_signals), 7);
 }
 
 TEST_F(Supervise, AsksTheProgramOnceByTermWhateverThisCommandWasAskedBy) {
     ask_once_ready(path("ready"));
-    EXPECT_EQ(supervise(shell(asked_program(3)), signals_), 3);
+    EXPECT_EQ(supervise(shell(asked_program(3)), m_signals), 3);
     EXPECT_EQ(console::contents_of(path("asked")), "asked\n");
-    EXPECT_TRUE(signals_.asked());
+    EXPECT_TRUE(m_signals.asked());
 }
 
 TEST_F(Supervise, AsksTheProgramItselfBehindAView) {
     ask_once_ready(path("ready"));
-    EXPECT_EQ(supervise_behind_view(behind_view(asked_program(3)), signals_), 3);
+    EXPECT_EQ(supervise_behind_view(behind_view(asked_program(3)), m_signals), 3);
     EXPECT_EQ(console::contents_of(path("asked")), "asked\n");
 }
 
 TEST_F(Supervise, WhatWasAskedBeforeThereWasAProgramCounts) {
     raise(SIGTERM);
-    EXPECT_EQ(supervise(shell("exec sleep 100"), signals_), 128 + SIGTERM);
+    EXPECT_EQ(supervise(shell("exec sleep 100"), m_signals), 128 + SIGTERM);
 }
 
 TEST_F(Supervise, WhatWasAskedBeforeTheProgramWasKnownCounts) {
     raise(SIGTERM);
-    EXPECT_EQ(supervise_behind_view(behind_view("exec sleep 100"), signals_), 128 + SIGTERM);
+    EXPECT_EQ(supervise_behind_view(behind_view("exec sleep 100"), m_signals), 128 + SIGTERM);
 }
 
 TEST_F(Supervise, KillsAProgramThatDoesNotEnd) {
@@ -89,8 +89,8 @@ TEST_F(Supervise, KillsAProgramThatDoesNotEnd) {
         const std::string deaf = "trap '' TERM; echo $$ >" + path("ready") + "; while :; do sleep 0.05; done";
         ask_once_ready(path("ready"));
         testing::internal::CaptureStderr();
-        const int status = is_behind_view ? supervise_behind_view(behind_view(deaf), signals_, short_patience)
-                                          : supervise(shell(deaf), signals_, short_patience);
+        const int status = is_behind_view ? supervise_behind_view(behind_view(deaf), m_signals, short_patience)
+                                          : supervise(shell(deaf), m_signals, short_patience);
         EXPECT_EQ(testing::internal::GetCapturedStderr(),
                   "The application did not end within 5 s of being asked; it is killed.\n");
         EXPECT_EQ(status, 128 + SIGKILL);
@@ -101,9 +101,8 @@ TEST_F(Supervise, KillsAProgramThatDoesNotEnd) {
 
 TEST_F(Supervise, TheProgramEndsWithThisCommandHoweverThatEnds) {
     const pid_t command = console::make_child();
-    if (command == 0) {
-        _exit(supervise(shell("echo $$ >" + path("ready") + "; exec sleep 100"), signals_));
-    }
+    if (command == 0)
+        _exit(supervise(shell("echo $$ >" + path("ready") + "; exec sleep 100"), m_signals));
     const pid_t program = std::stoi(await_contents(path("ready")));
     kill(command, SIGKILL);
     waitpid(command, nullptr, 0);

@@ -20,16 +20,16 @@ class WebFolderTest : public RunnerTest {
         file("repository/web/lighttpd/errors/403.html", "refused");
     }
 
-    const console::Places places_ = console::built_places("/build", path("repository"));
-    const PasswordFile passwords_{PasswordFile::Form::plain, "Korvex Orvel", {"anna:secret"}};
+    const console::Places m_places = console::built_places("/build", path("repository"));
+    const PasswordFile m_passwords{PasswordFile::Form::plain, "Korvex Orvel", {"anna:secret"}};
 };
 
 TEST_F(WebFolderTest, HasThePagesTheErrorsAndTheUsersUntilTheEnd) {
     {
-        const WebFolder web(path("html"), places_, passwords_);
+        const WebFolder web(path("html"), m_places, m_passwords);
         EXPECT_EQ(console::contents_of(path("html/pages/js/main.js")), "script");
         EXPECT_EQ(console::contents_of(path("html/errors/403.html")), "refused");
-        EXPECT_EQ(console::contents_of(path("html/web_users")), hashed_users(passwords_));
+        EXPECT_EQ(console::contents_of(path("html/web_users")), hashed_users(m_passwords));
         EXPECT_TRUE(fs::is_directory(path("html/uploads")));
     }
     EXPECT_TRUE(fs::is_empty(path("html")));
@@ -39,16 +39,15 @@ TEST_F(WebFolderTest, HasThePagesTheErrorsAndTheUsersUntilTheEnd) {
 TEST_F(WebFolderTest, MakesAnewWhatAKilledCommandLeft) {
     fs::create_directories(path("html/pages/old"));
     file("html/web_users", "old");
-    const WebFolder web(path("html"), places_, std::nullopt);
+    const WebFolder web(path("html"), m_places, std::nullopt);
     EXPECT_FALSE(fs::exists(path("html/pages/old")));
     EXPECT_FALSE(fs::exists(path("html/web_users")));
 }
 
 TEST_F(WebFolderTest, OfRootIsGivenToTheServersUserAndToNobodyElse) {
-    const WebFolder web(path("html"), places_, passwords_);
-    if (web.user().empty()) {
+    const WebFolder web(path("html"), m_places, m_passwords);
+    if (web.user().empty())
         GTEST_SKIP() << "this user, or this system, lets nobody become www-data";
-    }
     const passwd* user = getpwnam("www-data");
     for (const char* name :
          {"pages", "pages/index.html", "pages/js/main.js", "errors/403.html", "uploads", "web_users"}) {
@@ -65,10 +64,9 @@ TEST_F(WebFolderTest, OfRootIsGivenToTheServersUserAndToNobodyElse) {
 }
 
 TEST_F(WebFolderTest, ThatCannotBeMadeLeavesNothing) {
-    if (WebFolder(path("html"), places_, passwords_).user().empty()) {
+    if (WebFolder(path("html"), m_places, m_passwords).user().empty())
         GTEST_SKIP() << "links to what is not there can be made";
-    }
-    EXPECT_ANY_THROW(WebFolder(path("html"), console::built_places("/build", path("none")), passwords_));
+    EXPECT_ANY_THROW(WebFolder(path("html"), console::built_places("/build", path("none")), m_passwords));
     EXPECT_TRUE(fs::is_empty(path("html")));
 }
 

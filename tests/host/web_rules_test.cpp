@@ -1,6 +1,7 @@
 #include "host/listen_address.h"
 #include "host/web_rules.h"
 
+#include <glib.h>
 #include <gmock/gmock.h>
 
 namespace {
@@ -92,6 +93,36 @@ TEST(WebRules, TheUsualPortMayBeLeftOut) {
     EXPECT_EQ(web_rules(usual)["KORVEX_WEB_HOSTS"], "(?i)^(gate)(:443)?$");
 }
 
+TEST(WebRules, AProxyHasNamesOfItsOwnWithEitherScheme) {
+    WebSite behind = site();
+    behind.names = {"gate"};
+    behind.proxies = console::names_in("cams.example.org,tunnel:8443");
+    EXPECT_THAT(behind.proxies, ElementsAre("cams.example.org", "tunnel:8443"));
+    Environment rules = web_rules(behind);
+    const auto allows = [&rules](const char* rule, const std::string& text) {
+        return g_regex_match_simple(rules[rule].c_str(), text.c_str(), static_cast<GRegexCompileFlags>(0),
+                                    static_cast<GRegexMatchFlags>(0)) != FALSE;
+    };
+    for (const char* host : {"gate:8080", "CAMS.example.org", "tunnel:8443"})
+        EXPECT_TRUE(allows("KORVEX_WEB_HOSTS", host)) << host;
+    for (const char* host : {"gate", "camsXexample.org", "cams.example.org:8080", "tunnel", "tunnel:84430", ""})
+        EXPECT_FALSE(allows("KORVEX_WEB_HOSTS", host)) << host;
+    for (const char* origin : {"", "http://gate:8080", "https://cams.example.org", "http://tunnel:8443"})
+        EXPECT_TRUE(allows("KORVEX_WEB_ORIGINS", origin)) << origin;
+    for (const char* origin : {"https://gate:8080", "https://cams.example.org.evil.net", "ftp://tunnel:8443"})
+        EXPECT_FALSE(allows("KORVEX_WEB_ORIGINS", origin)) << origin;
+    for (const char* referer : {"", "http://gate:8080/x", "https://cams.example.org/local/"})
+        EXPECT_TRUE(allows("KORVEX_WEB_REFERERS", referer)) << referer;
+    EXPECT_FALSE(allows("KORVEX_WEB_REFERERS", "https://cams.example.org.evil.net/"));
+}
+
+TEST(WebRules, AnotherMachineReachesThisOneByAnAddressOfItsOwn) {
+    const std::string name = console::reachable_name();
+    EXPECT_FALSE(name.empty());
+    EXPECT_THAT(name, Not(testing::StartsWith("127.")));
+    EXPECT_THAT(own_names("0.0.0.0"), Contains(name)) << "it may be asked by it";
+}
+
 TEST(WebRules, AnAddressForEverybodyIsToldByTheMachinesName) {
     WebSite open = site();
     for (const char* everywhere : {"0.0.0.0", "[::]"}) {
@@ -108,9 +139,8 @@ TEST(WebRules, TheLoopbackIsAskedByItsOwnNamesAlone) {
 TEST(WebRules, AnotherAddressIsAskedByTheMachinesNameToo) {
     const std::vector<std::string> names = own_names("192.0.2.1");
     for (const std::string& name : {std::string("192.0.2.1"), std::string("localhost"), console::machine_name(),
-                                    console::machine_name() + ".local"}) {
+                                    console::machine_name() + ".local"})
         EXPECT_THAT(names, Contains(name));
-    }
     EXPECT_THAT(names, Not(Contains("")));
 }
 
@@ -125,9 +155,8 @@ TEST(ListenAddress, HasAHostAndAPort) {
 TEST(ListenAddress, IsThisMachinesAloneOnTheLoopback) {
     EXPECT_TRUE(console::is_loopback("127.0.0.2"));
     EXPECT_TRUE(console::is_loopback("[::1]"));
-    for (const char* host : {"0.0.0.0", "[::]", "192.0.2.1", "[::2]"}) {
+    for (const char* host : {"0.0.0.0", "[::]", "192.0.2.1", "[::2]"})
         EXPECT_FALSE(console::is_loopback(host)) << host;
-    }
 }
 
 } // namespace

@@ -9,7 +9,6 @@ import "./host/history.mjs";
 import "./host/told.mjs";
 import "./host/editor.mjs";
 import "./host/fingers.mjs";
-import "./host/access.mjs";
 import { complaints } from "./host/setting.mjs";
 
 test("the browser had nothing to complain of", () => assert.deepEqual(complaints, []));

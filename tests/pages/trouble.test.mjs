@@ -1,9 +1,5 @@
-// What a person meets who is not alone, or whose camera is slow, breaks off or shows nothing.
+// What a person meets who is not alone, or whose saves are slow, refused, lost or not stored.
 
 import "./trouble/together.mjs";
 import "./trouble/saves.mjs";
 import "./trouble/storing.mjs";
-import "./trouble/answers.mjs";
-import "./trouble/streams.mjs";
-import "./trouble/advanced.mjs";
-import "./trouble/turned.mjs";

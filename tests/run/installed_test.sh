@@ -5,7 +5,7 @@ source "$(dirname "$0")/lib.sh"
 programs=$work/prefix/lib/korvex_orvel
 files=$work/prefix/share/korvex_orvel
 mkdir -p "$programs" "$files/web" "$files/package" "$work/home" "$work/prefix/bin"
-for part in host/korvex_{run,live,replay} platform/axparameter/korvex_parameter platform/larod/korvex_{check_model,larod} \
+for part in host/korvex_{run,live,replay,stays} platform/axparameter/korvex_parameter platform/larod/korvex_{check_model,larod} \
     platform/vdostream/korvex_check_video; do
     cp "$1/$part" "$programs/"
 done

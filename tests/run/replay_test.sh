@@ -63,6 +63,8 @@ check "the lines so far are whole" /usr/bin/python3 -c \
 check "and the recording can be played" has '^h264$' <(ffprobe -v error -of csv=p=0 -show_entries stream=codec_name "$work/long.mp4")
 check "nothing is kept of all these" test -z "$(ls -A "$state")"
 
+("$run" --state "$state" --replay scene --seconds 60 2>"$work/said" || true) | head -n 1 >/dev/null
+check "who reads no further ends it, and nothing more is said" test "$(cat "$work/said")" = 'Replaying scene in its own time.'
 check "a period of 0 is told" refused 'takes a whole number from 1 to' --state "$state" --replay scene --set MainLoopTime=0
 check "a stream that the camera has not is told" refused 'the camera offers' --state "$state" --replay scene \
     --record "$work/x.mp4" --stream 100x100

@@ -56,6 +56,28 @@ for list in build test bench fuzz; do
         test -z "$(grep -v '^#' "$root/tools/packages-$list.txt" | grep -v -E '^[a-z0-9.+-]+( +[a-z0-9_.+-]+)? +# .+')"
 done
 
+# A folder that was moved after it was built, and one of another user.
+moved=$work/moved
+mkdir -p "$moved/build/release"
+echo "CMAKE_HOME_DIRECTORY:INTERNAL=/where/it/was" >"$moved/build/release/CMakeCache.txt"
+chmod 755 "$work" "$moved"
+said_of() {
+    (
+        source "$real_root/tools/common.sh"
+        source "$real_root/tools/build.sh"
+        root=$moved
+        "$@" 2>&1
+    ) || true
+}
+check "a moved clone says what to do" \
+    grep -q "build/release was made when this folder was /where/it/was; remove it (rm -r '$moved/build/release')" <(said_of build release)
+check "nothing of it is touched" test -f "$moved/build/release/CMakeCache.txt"
+if [ "$(id -u)" -eq 0 ]; then
+    check "another user is told to make a clone" grep -q "$moved is root's, and you may not build in it; make a clone of your own: git clone $moved" \
+        <(setpriv --reuid=65534 --regid=65534 --clear-groups bash -c 'source "$1/tools/common.sh"; source "$1/tools/build.sh"
+            root=$2; make_model' run "$real_root" "$moved" 2>&1)
+fi
+
 # A fresh copy, on which nothing is built, and whose set-up takes long.
 copy=$work/copy
 mkdir -p "$copy/host"
@@ -100,6 +122,14 @@ MAKE
 made=$("$copy/run" --set 'A=b c' '') && status=0 || status=$?
 check "after its set-up it becomes the program" test "$made" = '<--set><A=b c><>'
 check "and gives its status" test "$status" -eq 7
+# The program that is there looks at the words first.
+cp "$1/host/korvex_run" "$copy/build/release/host/korvex_run"
+echo 'install_packages() { echo "set up" >&2; exit 3; }' >"$copy/tools/packages.sh"
+check "a wrong word is refused before a set-up" test "$("$copy/run" --bogus 2>&1)" = \
+    'run: "--bogus" is no option; ./run --help lists them.'
+check "a right one is not" test "$("$copy/run" --threads 2 2>&1)" = "set up"
+touch -d '1 minute' "$copy/host/run_options.cpp"
+check "a program that is older than its options has no say" test "$("$copy/run" --bogus 2>&1)" = "set up"
 echo 'install_packages() { fail "nothing can be installed."; }' >"$copy/tools/packages.sh"
 check "a set-up that fails is told in a sentence" test "$("$copy/run" 2>&1)" = "run: nothing can be installed."
 finish

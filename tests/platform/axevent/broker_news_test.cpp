@@ -29,4 +29,20 @@ TEST(BrokerNews, AreToldOnceAnOutage) {
         "axevent: the broker h:8883 is away (The connection was lost.); changes wait for it\n");
 }
 
+TEST(BrokerNews, TellOfEachNamesakeOnce) {
+    host_events::MqttSettings settings;
+    settings.host = "h";
+    settings.port = 1883;
+    host_events::BrokerNews news(settings);
+    testing::internal::CaptureStderr();
+    EXPECT_TRUE(news.namesake("gate-12345678", "yard"));
+    EXPECT_FALSE(news.namesake("gate-12345678", "yard"));
+    EXPECT_TRUE(news.namesake("\x1b[2J", "yard")) << "it may hold anything";
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "axevent: another camera, gate-12345678, tells the broker h:1883 under the same prefix 'yard', and each "
+              "overwrites what the other says; KORVEX_MQTT_PREFIX (--mqtt-prefix) gives each its own\n"
+              "axevent: another camera, __2J, tells the broker h:1883 under the same prefix 'yard', and each "
+              "overwrites what the other says; KORVEX_MQTT_PREFIX (--mqtt-prefix) gives each its own\n");
+}
+
 } // namespace

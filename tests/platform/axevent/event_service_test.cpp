@@ -8,6 +8,7 @@
 using host_events::EventService;
 using host_events::Outputs;
 using testing::ElementsAre;
+using testing::EndsWith;
 
 namespace {
 
@@ -43,6 +44,17 @@ TEST(EventService, IsOneForAllOwnersAndEndsWithTheLast) {
     EXPECT_TRUE(watched.expired());
 }
 
+TEST(EventService, TellsOfAStayWhileThereIsAHandler) {
+    const ScratchDirectory scratch;
+    const Variable journal("KORVEX_AXEVENT_JOURNAL", scratch / "journal");
+    host_events::tell_stay(R"({"id": 1})");
+    EXPECT_FALSE(std::filesystem::exists(scratch / "journal"));
+    std::shared_ptr<EventService> service = EventService::acquire();
+    host_events::tell_stay(R"({"id": 2})");
+    EventService::release(std::move(service));
+    EXPECT_THAT(lines(scratch / "journal"), ElementsAre(testing::EndsWith(R"(,"what":"stay","stay":{"id": 2}})")));
+}
+
 TEST(EventService, KeepsAnOwnersDeclarationsFromOtherOwners) {
     EventService service(Outputs::from_environment(), [] { return std::string("now"); });
     const int owners[2] = {};
@@ -54,6 +66,21 @@ TEST(EventService, KeepsAnOwnersDeclarationsFromOtherOwners) {
     EXPECT_TRUE(service.send(&owners[0], id, *active_event(true), nullptr));
     service.forget(&owners[0]);
     EXPECT_FALSE(service.send(&owners[0], id, *active_event(true), nullptr));
+}
+
+TEST(EventService, JournalsAProblemThatIsNews) {
+    const ScratchDirectory scratch;
+    const Variable journal("KORVEX_AXEVENT_JOURNAL", scratch / "journal");
+    host_events::tell_problem({"video", "No video", true, "nobody is there to tell it"});
+    std::shared_ptr<EventService> service = EventService::acquire();
+    host_events::tell_problem({"video", "No video", false, ""}, false);
+    host_events::tell_problem({"video", "No video", true, "No video since 08:35"});
+    host_events::tell_problem({"video", "No video", false, ""});
+    EventService::release(std::move(service));
+    EXPECT_THAT(
+        lines(scratch / "journal"),
+        ElementsAre(EndsWith(R"(,"what":"problem","kind":"video","active":true,"text":"No video since 08:35"})"),
+                    EndsWith(R"(,"what":"problem","kind":"video","active":false,"text":""})")));
 }
 
 TEST(EventService, GoesOnAfterItsOutputsAreClosed) {

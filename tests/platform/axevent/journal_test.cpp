@@ -33,6 +33,10 @@ TEST(JournalLine, IsOneJsonObject) {
               R"({"time":"T","what":"undeclared","topic":"a/b","nice_name":"B","active":false})");
 }
 
+TEST(JournalLine, HasAStayAsItIs) {
+    EXPECT_EQ(host_events::stay_line("12:00", R"({"id": 1})"), R"({"time":"12:00","what":"stay","stay":{"id": 1}})");
+}
+
 TEST(Journal, GoesOnWhereAFormerProcessEnded) {
     const ScratchDirectory scratch;
     Journal(scratch / "journal", 1000, 3).write("one");

@@ -40,6 +40,17 @@ TEST(MqttConnection, PublishesAndHearsTheConfirmation) {
     EXPECT_EQ(broker.retained("#", 1), std::vector<std::string>{"a/b payload"});
 }
 
+TEST(MqttConnection, LeavesNothingBehindOfWhatIsNotRetained) {
+    Broker broker;
+    broker.start();
+    MqttConnection connection(settings_for(broker.port()));
+    ASSERT_TRUE(comes_up(connection)) << connection.problem();
+    connection.publish({"a/passing", "gone", false});
+    const int number = connection.publish({"a/b", "payload"});
+    EXPECT_TRUE(step_until(connection, [&] { return !connection.is_waiting(number); }));
+    EXPECT_EQ(broker.retained("#", 1), std::vector<std::string>{"a/b payload"});
+}
+
 TEST(MqttConnection, SaysWhyThereIsNone) {
     MqttConnection connection(settings_for(free_port()));
     EXPECT_FALSE(comes_up(connection));

@@ -29,6 +29,11 @@ TEST(MqttMessages, AreForEventsWithAState) {
     EXPECT_FALSE(is_alert(occurrence));
 }
 
+TEST(MqttMessages, TellOfAStayThatIsOver) {
+    EXPECT_EQ(stay_message(MqttSettings{}, R"({"id": 1})"), (MqttMessage{"korvex_orvel/stays", R"({"id": 1})", false}));
+    EXPECT_TRUE(state_message(MqttSettings{}, first_alert(true)).retained);
+}
+
 TEST(MqttMessages, TellTheStateWithItsTime) {
     EXPECT_EQ(
         state_message(MqttSettings{}, first_alert(true)),
@@ -57,6 +62,21 @@ TEST(MqttMessages, DescribeTheAlertForDiscovery) {
               R"("payload_available":"online","payload_not_available":"offline","device_class":"occupancy",)"
               R"("device":{"identifiers":["korvex_orvel"],"name":"Korvex Orvel","manufacturer":"Korvex",)"
               R"("model":"Orvel","sw_version":"1.0.0"},"origin":{"name":"Korvex Orvel"}})");
+}
+
+TEST(MqttMessages, TellHowAProblemStandsAndDescribeItsSensor) {
+    host_events::Problem problem{"video", "No video", true, "No video since 08:35"};
+    const MqttMessage begun = state_message(MqttSettings{}, problem, "2025-03-30T08:35:09.042+02:00");
+    EXPECT_EQ(begun.topic, "korvex_orvel/problems/video/state");
+    EXPECT_EQ(begun.payload, R"({"state":"ON","time":"2025-03-30T08:35:09.042+02:00","text":"No video since 08:35"})");
+    problem.active = false;
+    problem.text = "";
+    EXPECT_EQ(state_message(MqttSettings{}, problem, "later").payload, R"({"state":"OFF","time":"later","text":""})");
+    const MqttMessage sensor = discovery_message(MqttSettings{}, problem);
+    EXPECT_EQ(sensor.topic, "homeassistant/binary_sensor/korvex_orvel_problem_video/config");
+    EXPECT_THAT(sensor.payload, HasSubstr(R"({"name":"No video","unique_id":"korvex_orvel_problem_video",)"));
+    EXPECT_THAT(sensor.payload, HasSubstr(R"("json_attributes_topic":"korvex_orvel/problems/video/state",)"));
+    EXPECT_THAT(sensor.payload, HasSubstr(R"("device_class":"problem",)"));
 }
 
 TEST(MqttMessages, TellCamerasApartByTheirPrefixAndWhereTheirPagesAre) {

@@ -94,6 +94,30 @@ TEST(MqttPublisher, DescribesTheAlertsForDiscovery) {
     EXPECT_EQ(alerts, (std::set<std::string>{"First Alert", "Second Alert", "Third Alert"}));
 }
 
+TEST(MqttPublisher, TwoWithOnePrefixHearOfEachOther) {
+    Broker broker;
+    broker.start();
+    host_events::MqttSettings settings;
+    const std::string address = broker.address();
+    settings.host = address.substr(0, address.rfind(':'));
+    settings.port = std::stoi(address.substr(address.rfind(':') + 1));
+    settings.client_id = "korvex_orvel-11111111";
+    Watcher watcher(broker);
+    testing::internal::CaptureStderr();
+    {
+        const host_events::MqttPublisher first(settings);
+        EXPECT_TRUE(watcher.hears("korvex_orvel/instance korvex_orvel-11111111"));
+        settings.client_id = "korvex_orvel-22222222";
+        const host_events::MqttPublisher second(settings);
+        EXPECT_TRUE(watcher.hears("korvex_orvel/instance korvex_orvel-22222222"));
+        EXPECT_TRUE(watcher.hears("korvex_orvel/instance korvex_orvel-11111111")) << "for who has just come";
+        EXPECT_TRUE(watcher.hears("korvex_orvel/instance korvex_orvel-22222222"));
+    }
+    const std::string said = testing::internal::GetCapturedStderr();
+    EXPECT_THAT(said, testing::HasSubstr("another camera, korvex_orvel-22222222, tells the broker"));
+    EXPECT_THAT(said, testing::HasSubstr("another camera, korvex_orvel-11111111, tells the broker"));
+}
+
 TEST(MqttPublisher, LosesNothingWhileTheBrokerIsAway) {
     Broker broker;
     broker.start();

@@ -56,6 +56,29 @@ TEST(MqttQueue, HandsOverToTheNextProcess) {
     EXPECT_EQ(MqttQueue(scratch / "queue", limit).size(), 0U);
 }
 
+TEST(MqttQueue, KnowsInTheNextProcessWhatIsNotRetained) {
+    const ScratchDirectory scratch;
+    MqttQueue(scratch / "queue", limit).push({"a", "b", false});
+    MqttQueue queue(scratch / "queue", limit);
+    queue.push(message(1));
+    EXPECT_EQ(drain(queue), (std::vector{MqttMessage{"a", "b", false}, message(1)}));
+}
+
+TEST(MqttQueue, TakesUpAFileOfTheFirstRelease) {
+    const ScratchDirectory scratch;
+    sqlite3* database = nullptr;
+    ASSERT_EQ(sqlite3_open((scratch / "queue").c_str(), &database), SQLITE_OK);
+    ASSERT_EQ(sqlite3_exec(database,
+                           "CREATE TABLE queue (number INTEGER PRIMARY KEY, topic TEXT NOT NULL, "
+                           "payload TEXT NOT NULL); INSERT INTO queue VALUES (5, 'a', 'b')",
+                           nullptr, nullptr, nullptr),
+              SQLITE_OK);
+    sqlite3_close(database);
+    MqttQueue queue(scratch / "queue", limit);
+    queue.push({"c", "d", false});
+    EXPECT_EQ(drain(queue), (std::vector{MqttMessage{"a", "b", true}, MqttMessage{"c", "d", false}}));
+}
+
 TEST(MqttQueue, SurvivesAKillRightAfterThePush) {
     const ScratchDirectory scratch;
     const pid_t child = fork();

@@ -41,6 +41,18 @@ TEST(Outputs, TellTheListenerInPlaceOfTheConsole) {
     EXPECT_EQ(stdout_of(outputs), "12:00 Alert: started\n");
 }
 
+TEST(Outputs, LetTheListenerGoBeforeTheJournal) {
+    const ScratchDirectory scratch;
+    const Variable journal("KORVEX_AXEVENT_JOURNAL", scratch / "journal");
+    Outputs outputs = Outputs::from_environment();
+    bool was_there = true;
+    host_events::set_listener([&](const Occurrence&) { was_there = std::filesystem::exists(scratch / "journal"); });
+    outputs.publish(started);
+    host_events::set_listener(nullptr);
+    EXPECT_FALSE(was_there);
+    EXPECT_EQ(lines(scratch / "journal").size(), 1U);
+}
+
 TEST(Outputs, RotateTheJournalAsTheVariablesSay) {
     const ScratchDirectory scratch;
     const Variable journal("KORVEX_AXEVENT_JOURNAL", scratch / "journal");

@@ -203,6 +203,13 @@ std::optional<std::string> Watcher::message() {
     return std::nullopt;
 }
 
+bool Watcher::hears(const std::string& wanted) {
+    std::optional<std::string> news = message();
+    while (news && *news != wanted)
+        news = message();
+    return news.has_value();
+}
+
 std::optional<std::string> Watcher::state() {
     while (const std::optional<std::string> news = message()) {
         if (const std::optional<std::string> state = state_in(*news)) {

@@ -77,6 +77,8 @@ class Watcher {
 
     /** The next message that is news, not a retained one of old: "<topic> <payload>". */
     std::optional<std::string> message();
+    /** Reads on to this message; false when it does not come. */
+    bool hears(const std::string& wanted);
     /** The next news whose topic ends with "/state": "<last topic level but one> <ON or OFF>". */
     std::optional<std::string> state();
     /** That many of them. */

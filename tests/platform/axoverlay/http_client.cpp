@@ -100,15 +100,19 @@ bool Motion::fill() {
     return true;
 }
 
-std::string Motion::read_line() {
+std::string Motion::read_to(const std::string& mark) {
     std::size_t end = 0;
-    while ((end = m_buffer.find("\r\n", m_position)) == std::string::npos) {
+    while ((end = m_buffer.find(mark, m_position)) == std::string::npos) {
         if (!fill())
             return "";
     }
     const std::string line = m_buffer.substr(m_position, end - m_position);
-    m_position = end + 2;
+    m_position = end + mark.size();
     return line;
+}
+
+std::string Motion::read_line() {
+    return read_to("\r\n");
 }
 
 std::string Motion::read_exactly(std::size_t size) {
@@ -141,6 +145,10 @@ std::vector<std::uint8_t> Motion::next_picture() {
         EXPECT_EQ(read_line(), "");
     }
     return {picture.begin(), picture.end()};
+}
+
+std::string Motion::next_message() {
+    return read_to("\n\n");
 }
 
 void Motion::drain() {

@@ -24,7 +24,7 @@ struct Reply {
  */
 Reply request(const std::string& address, const std::string& method, const std::string& target);
 
-/** An open multipart stream. */
+/** An open multipart stream, or stream of events. */
 class Motion {
   public:
     /** `receive_buffer`: bytes that the kernel may hold for it, 0 for the default. */
@@ -37,10 +37,13 @@ class Motion {
     Head head();
     /** The next part's content, its framing checked; empty at the end of the stream. */
     std::vector<std::uint8_t> next_picture();
+    /** The next event, without the empty line after it; empty at the end of the stream. */
+    std::string next_message();
     /** Reads to the end of the stream. */
     void drain();
 
   private:
+    std::string read_to(const std::string& mark);
     std::string read_line();
     std::string read_exactly(std::size_t size);
     bool fill();

@@ -1,3 +1,4 @@
+#include "platform/axparameter/host_parameters.h"
 #include "platform/axparameter/outage.h"
 
 #include <gtest/gtest.h>
@@ -23,11 +24,29 @@ TEST(ParameterOutage, IsSaidWhenItBegins) {
     outage.failed("3", writing);
     outage.failed("4", !writing);
     outage.given_up();
+    Outage().works(writing);
     EXPECT_EQ(
         testing::internal::GetCapturedStderr(),
         "korvex axparameter: 1.\nkorvex axparameter: 2.\nkorvex axparameter: 3.\nkorvex axparameter: 4.\n"
         "korvex axparameter: the camera works with these settings but could not store them, and has to be started "
         "again once they can be stored.\n");
+}
+
+TEST(ParameterOutage, IsKnownOfTheWholeProcessUntilAValueIsKept) {
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(host_parameters::failing_since(), 0);
+    const std::time_t before = std::time(nullptr);
+    Outage().failed("the disk is full", true);
+    EXPECT_GE(host_parameters::failing_since(), before);
+    Outage().works(false);
+    EXPECT_NE(host_parameters::failing_since(), 0) << "reading ends no outage of writing";
+    Outage().works(true);
+    EXPECT_EQ(host_parameters::failing_since(), 0);
+    Outage().failed("it cannot be opened", false);
+    EXPECT_NE(host_parameters::failing_since(), 0);
+    Outage().works(false);
+    EXPECT_EQ(host_parameters::failing_since(), 0);
+    testing::internal::GetCapturedStderr();
 }
 
 } // namespace

@@ -1,4 +1,6 @@
 #include "platform/larod/descriptor_io.h"
+#include "platform/larod/failure.h"
+#include "tests/platform/larod/test_models.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -9,10 +11,8 @@
 
 #include <array>
 
-namespace korvex::larod {
+namespace korvex::larod::test {
 namespace {
-
-using testing::HasSubstr;
 
 class File {
   public:
@@ -45,10 +45,7 @@ std::string text(std::span<const std::byte> bytes) {
 TEST(DescriptorIo, reads_a_whole_file_whatever_its_position_and_leaves_that) {
     const File file("whole");
     lseek(file.fd(), 3, SEEK_SET);
-    std::vector<std::byte> bytes;
-    std::string why;
-    ASSERT_TRUE(read_whole(file.fd(), bytes, why)) << why;
-    EXPECT_EQ(text(bytes), "whole");
+    EXPECT_EQ(text(read_whole(file.fd())), "whole");
     EXPECT_EQ(file.position(), 3);
 }
 
@@ -57,24 +54,16 @@ TEST(DescriptorIo, reads_a_pipe_to_its_end) {
     ASSERT_EQ(pipe(ends.data()), 0);
     ASSERT_EQ(write(ends[1], "piped", 5), 5);
     close(ends[1]);
-    std::vector<std::byte> bytes;
-    std::string why;
-    EXPECT_TRUE(read_whole(ends[0], bytes, why)) << why;
-    EXPECT_EQ(text(bytes), "piped");
+    EXPECT_EQ(text(read_whole(ends[0])), "piped");
     close(ends[0]);
 }
 
 TEST(DescriptorIo, says_why_a_descriptor_cannot_be_read) {
     std::vector<std::byte> bytes(1);
-    std::string why;
-    EXPECT_FALSE(read_whole(-1, bytes, why));
-    EXPECT_THAT(why, HasSubstr("Bad file descriptor"));
-    bytes.resize(1);
-    EXPECT_FALSE(read_in_place(-1, bytes, why));
-    EXPECT_THAT(why, HasSubstr("Bad file descriptor"));
+    EXPECT_THAT([] { read_whole(-1); }, fails_with("Cannot read the file: Bad file descriptor."));
+    EXPECT_THAT([&] { read_in_place(-1, bytes); }, fails_with("Cannot read the input: Bad file descriptor."));
     const int folder = open("/", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    EXPECT_FALSE(read_whole(folder, bytes, why));
-    EXPECT_THAT(why, HasSubstr("Is a directory"));
+    EXPECT_THAT([&] { read_whole(folder); }, fails_with("Cannot read the file: Is a directory."));
     close(folder);
 }
 
@@ -83,8 +72,7 @@ TEST(DescriptorIo, reads_from_the_current_position_and_does_not_move_it) {
     lseek(file.fd(), 2, SEEK_SET);
     for (int pass = 0; pass < 3; ++pass) {
         std::array<std::byte, 4> bytes{};
-        std::string why;
-        ASSERT_TRUE(read_in_place(file.fd(), bytes, why)) << why;
+        read_in_place(file.fd(), bytes);
         EXPECT_EQ(text(bytes), "2345");
         EXPECT_EQ(file.position(), 2);
     }
@@ -94,33 +82,27 @@ TEST(DescriptorIo, says_how_much_a_short_input_holds) {
     const File file("0123456789");
     lseek(file.fd(), 7, SEEK_SET);
     std::array<std::byte, 4> bytes{};
-    std::string why;
-    EXPECT_FALSE(read_in_place(file.fd(), bytes, why));
-    EXPECT_EQ(why, "The input's file holds 3 of the 4 bytes that the model takes.");
+    EXPECT_THAT([&] { read_in_place(file.fd(), bytes); },
+                fails_with("The input's file holds 3 of the 4 bytes that the model takes."));
 }
 
 TEST(DescriptorIo, writes_on_from_the_current_position_and_lengthens_the_file) {
     const File file("0123");
     lseek(file.fd(), 2, SEEK_SET);
     const std::array<std::byte, 4> bytes{std::byte{'a'}, std::byte{'b'}, std::byte{'c'}, std::byte{'d'}};
-    std::string why;
-    ASSERT_TRUE(write_on(file.fd(), bytes, why)) << why;
+    write_on(file.fd(), bytes);
     EXPECT_EQ(file.position(), 6);
     EXPECT_EQ(file.size(), 6);
-    std::vector<std::byte> whole;
-    ASSERT_TRUE(read_whole(file.fd(), whole, why));
-    EXPECT_EQ(text(whole), "01abcd");
+    EXPECT_EQ(text(read_whole(file.fd())), "01abcd");
 }
 
 TEST(DescriptorIo, says_why_a_descriptor_cannot_be_written) {
     const int full = open("/dev/full", O_WRONLY | O_CLOEXEC);
     const std::array<std::byte, 4> bytes{};
-    std::string why;
-    EXPECT_FALSE(write_on(full, bytes, why));
-    EXPECT_THAT(why, HasSubstr("No space left on device"));
+    EXPECT_THAT([&] { write_on(full, bytes); }, fails_with("Cannot write the output: No space left on device."));
     close(full);
 }
 
 } // namespace
 
-} // namespace korvex::larod
+} // namespace korvex::larod::test

@@ -1,5 +1,7 @@
 #include "platform/larod/engine.h"
+#include "platform/larod/failure.h"
 #include "platform/larod/service_settings.h"
+#include "tests/platform/larod/test_models.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -7,29 +9,26 @@
 namespace korvex::larod::test {
 namespace {
 
+using testing::AllOf;
 using testing::HasSubstr;
 using testing::StartsWith;
 
 TEST(Engine, opens_the_packaged_library_with_its_fast_convolutions) {
-    std::string why;
-    const auto engine = Engine::open(engine_location(), why);
-    ASSERT_NE(engine, nullptr) << why;
-    EXPECT_THAT(engine->version(), StartsWith("2.9."));
-    EXPECT_NE(engine->delegate_create, nullptr);
-    EXPECT_NE(engine->delegate_delete, nullptr);
+    const Engine engine(engine_location());
+    EXPECT_THAT(engine.version(), StartsWith("2.9."));
+    EXPECT_NE(engine.delegate_create, nullptr);
+    EXPECT_NE(engine.delegate_delete, nullptr);
 }
 
 TEST(Engine, says_that_the_library_is_missing_and_how_to_get_it) {
-    std::string why;
-    EXPECT_EQ(Engine::open("/nowhere/libengine.so", why), nullptr);
-    EXPECT_THAT(why, HasSubstr("Cannot load the inference engine /nowhere/libengine.so"));
-    EXPECT_THAT(why, HasSubstr("model/make.sh"));
+    EXPECT_THAT([] { Engine("/nowhere/libengine.so"); },
+                fails_with(AllOf(HasSubstr("Cannot load the inference engine /nowhere/libengine.so"),
+                                 HasSubstr("model/make.sh"))));
 }
 
 TEST(Engine, says_what_another_library_lacks) {
-    std::string why;
-    EXPECT_EQ(Engine::open("libm.so.6", why), nullptr);
-    EXPECT_EQ(why, "The library libm.so.6 is no TensorFlow Lite with a C interface: it lacks TfLiteVersion.");
+    EXPECT_THAT([] { Engine("libm.so.6"); },
+                fails_with("The library libm.so.6 is no TensorFlow Lite with a C interface: it lacks TfLiteVersion."));
 }
 
 } // namespace

@@ -15,57 +15,47 @@ using testing::FloatNear;
 using testing::HasSubstr;
 using testing::Pointwise;
 
-std::shared_ptr<const Engine> engine() {
-    std::string why;
-    auto opened = Engine::open(engine_location(), why);
-    if (opened == nullptr)
-        throw std::runtime_error(why);
+const Engine& engine() {
+    static const Engine opened(engine_location());
     return opened;
 }
 
 /** A model with its bytes. */
 struct Loaded {
-    explicit Loaded(const std::string& path, int threads = 1) : bytes(read_file(path)) {
-        std::string why;
-        model = Interpreter::load(engine(), bytes, threads, why);
-        if (model == nullptr)
-            throw std::runtime_error(path + ": " + why);
-    }
+    explicit Loaded(const std::string& path, int threads = 1)
+        : bytes(read_file(path)), model(engine(), bytes, threads) {}
 
-    bool run(const std::vector<std::byte>& picture, std::string& why) const {
-        const auto input = model->input(0).bytes;
+    void run(const std::vector<std::byte>& picture) {
+        const auto input = model.tensor(0).bytes;
         if (input.size() != picture.size())
             throw std::runtime_error("the picture has another size than the model's input");
         std::copy(picture.begin(), picture.end(), input.begin());
-        return model->run(why);
+        model.run();
     }
 
     std::vector<float> output(std::size_t index) const {
-        const auto given = model->output(index).bytes;
+        const auto given = model.tensor(model.input_count() + index).bytes;
         return floats({given.begin(), given.end()});
     }
 
     std::vector<std::byte> bytes;
-    std::unique_ptr<Interpreter> model;
+    Interpreter model;
 };
 
 void expect_example(const std::string& name) {
-    const Loaded model(test_model(name));
+    Loaded model(test_model(name));
     const std::string base = std::string(KORVEX_TEST_MODELS) + "/" + name;
-    std::string why;
-    ASSERT_TRUE(model.run(read_file(base + ".in"), why)) << why;
+    model.run(read_file(base + ".in"));
     EXPECT_THAT(model.output(0), Pointwise(FloatNear(1e-3F), floats(read_file(base + ".out")))) << name;
 }
 
 TEST(Interpreter, tells_its_tensors_and_runs) {
-    const Loaded model(test_model("outputs_4"));
-    EXPECT_EQ(model.model->input_count(), 1U);
-    EXPECT_EQ(model.model->output_count(), 4U);
-    const TensorInfo input = model.model->input(0).info;
-    EXPECT_EQ(input, (TensorInfo{uint8_type, 4, {1, 2, 2, 3}}));
-    EXPECT_EQ(model.model->output(3).bytes.size(), 48U);
-    std::string why;
-    ASSERT_TRUE(model.run(std::vector<std::byte>(12, std::byte{5}), why)) << why;
+    Loaded model(test_model("outputs_4"));
+    EXPECT_EQ(model.model.input_count(), 1U);
+    EXPECT_EQ(model.model.output_count(), 4U);
+    EXPECT_EQ(model.model.tensor(0).info, (TensorInfo{uint8_type, 4, {1, 2, 2, 3}}));
+    EXPECT_EQ(model.model.tensor(4).bytes.size(), 48U);
+    model.run(std::vector<std::byte>(12, std::byte{5}));
     EXPECT_EQ(model.output(3), std::vector<float>(12, 20.0F));
 }
 
@@ -83,26 +73,22 @@ TEST(Interpreter, runs_a_model_whose_shapes_are_known_only_as_it_runs) {
 }
 
 TEST(Interpreter, says_why_a_model_cannot_be_run) {
-    const Loaded model(test_model("wrong_size_as_it_runs"));
-    std::string why;
-    EXPECT_FALSE(model.run(std::vector<std::byte>(12), why));
-    EXPECT_THAT(why, HasSubstr("The model cannot be run: "));
+    Loaded model(test_model("wrong_size_as_it_runs"));
+    EXPECT_THAT([&] { model.run(std::vector<std::byte>(12)); }, fails_with(HasSubstr("The model cannot be run: ")));
 }
 
 TEST(Interpreter, says_that_a_file_is_no_model) {
-    std::string why;
     const std::vector<std::byte> text(100, std::byte{'x'});
-    EXPECT_EQ(Interpreter::load(engine(), text, 1, why), nullptr);
-    EXPECT_EQ(why, "The model cannot be used: it is no TensorFlow Lite file, or it is damaged.");
+    EXPECT_THAT([&] { Interpreter(engine(), text, 1); },
+                fails_with("The model cannot be used: it is no TensorFlow Lite file, or it is damaged."));
 }
 
 TEST(Interpreter, gives_the_same_result_on_one_thread_and_on_two) {
     const auto picture = std::vector<std::byte>(std::size_t{960} * 540 * 3, std::byte{90});
     std::vector<std::vector<float>> boxes;
     for (const int threads : {1, 2}) {
-        const Loaded model(default_model(), threads);
-        std::string why;
-        ASSERT_TRUE(model.run(picture, why)) << why;
+        Loaded model(default_model(), threads);
+        model.run(picture);
         boxes.push_back(model.output(0));
     }
     EXPECT_EQ(boxes[0], boxes[1]);

@@ -1,4 +1,6 @@
+#include "platform/larod/failure.h"
 #include "platform/larod/listening_socket.h"
+#include "tests/platform/larod/test_models.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -23,7 +25,7 @@ class Listening : public testing::Test {
 
     static std::string refusal(const std::string& path) {
         try {
-            const ListeningSocket socket(path);
+            const auto socket = listen_at(path);
         } catch (const std::runtime_error& problem) {
             return problem.what();
         }
@@ -37,21 +39,18 @@ class Listening : public testing::Test {
 TEST_F(Listening, makes_its_folder_for_its_user_alone_and_leaves_no_socket) {
     const std::string path = m_folder + "/new/socket";
     {
-        const ListeningSocket socket(path);
-        std::string why;
-        EXPECT_TRUE(connect_to(path, why)) << why;
+        const auto socket = listen_at(path);
+        EXPECT_TRUE(connect_to(path));
         EXPECT_EQ(std::filesystem::status(m_folder + "/new").permissions(), std::filesystem::perms::owner_all);
     }
     EXPECT_FALSE(std::filesystem::exists(path));
-    std::string why;
-    EXPECT_FALSE(connect_to(path, why));
-    EXPECT_THAT(why, HasSubstr(path));
+    EXPECT_THAT([&] { connect_to(path); }, fails_with(HasSubstr(path)));
 }
 
 TEST_F(Listening, replaces_the_socket_of_one_that_died_and_nothing_else) {
     const std::string path = m_folder + "/socket";
     {
-        const Descriptor dead(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
+        const platform::Descriptor dead(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
         sockaddr_un address{};
         address.sun_family = AF_UNIX;
         path.copy(address.sun_path, path.size());
@@ -59,7 +58,7 @@ TEST_F(Listening, replaces_the_socket_of_one_that_died_and_nothing_else) {
     }
     ASSERT_TRUE(std::filesystem::exists(path));
     EXPECT_EQ(refusal(path), "");
-    const ListeningSocket serving(path);
+    const auto serving = listen_at(path);
     EXPECT_THAT(refusal(path), HasSubstr("another service listens there"));
     const std::string file = m_folder + "/file";
     std::ofstream(file) << "precious";

@@ -62,8 +62,7 @@ class RunningService {
         char* arguments[] = {program.data(), option.data(), m_socket.data(), nullptr};
         EXPECT_EQ(posix_spawn(&m_process, program.c_str(), nullptr, nullptr, arguments, environ), 0);
         unsetenv("KORVEX_LAROD_WORKERS");
-        std::string why;
-        EXPECT_TRUE(eventually([&] { return static_cast<bool>(connect_to(m_socket, why)); })) << why;
+        EXPECT_TRUE(eventually([&] { return listens(); }));
     }
     ~RunningService() {
         kill(m_process, SIGCONT);
@@ -82,6 +81,14 @@ class RunningService {
     std::vector<pid_t> workers() const { return children_of(m_process); }
 
   private:
+    bool listens() const {
+        try {
+            return static_cast<bool>(connect_to(m_socket));
+        } catch (const Failure&) {
+            return false;
+        }
+    }
+
     std::string m_folder;
     std::string m_socket;
     pid_t m_process = -1;
@@ -91,9 +98,7 @@ class RunningService {
 class RawClient {
   public:
     explicit RawClient(const RunningService& service) {
-        std::string why;
-        m_socket = connect_to(service.socket(), why);
-        EXPECT_TRUE(m_socket) << why;
+        m_socket = connect_to(service.socket());
         EXPECT_EQ(answer(), Received::message);
         EXPECT_EQ(message.kind, Message::Kind::ready);
     }
@@ -103,19 +108,14 @@ class RawClient {
     }
 
     bool say(Message::Kind kind, std::span<const int> handed = {}, std::uint32_t number = 1) {
-        Message order;
-        order.kind = kind;
-        order.model = model;
-        order.request = number;
-        return send_message(m_socket.get(), order, handed);
+        return send_message(m_socket.get(), {.kind = kind, .model = model, .request = number}, handed);
     }
 
     /** Loads a test model; gives whether it was taken. */
     bool load(const std::string& path) {
-        std::string why;
         const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
-        const auto bytes = StoredModel::copy(file.get(), why);
-        const int fd = bytes->file();
+        const auto bytes = StoredModel::copy(file.get());
+        const int fd = bytes.file();
         EXPECT_TRUE(say(Message::Kind::load, {&fd, 1}));
         EXPECT_EQ(answer(), Received::message);
         model = message.model;
@@ -153,6 +153,8 @@ class RawClient {
 
     int socket() const { return m_socket.get(); }
     void leave() { m_socket.reset(); }
+
+    std::string sentence() const { return message.text.data(); }
 
     Message message; // the last answer
     std::uint32_t model = 0;

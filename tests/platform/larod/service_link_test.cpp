@@ -164,7 +164,7 @@ TEST(ServiceLink, comes_back_to_a_shared_service_that_was_started_again) {
     kill(service->process(), SIGSTOP);
     service.reset();
     EXPECT_FALSE(application.run());
-    const ListeningSocket taken(socket); // somebody listens there and never answers
+    const auto taken = listen_at(socket); // somebody listens there and never answers
     EXPECT_FALSE(application.run());
     unsetenv("KORVEX_INFERENCE");
     EXPECT_TRUE(eventually([&] { return application.run(); })) << "with one of its own now: " << application.error();

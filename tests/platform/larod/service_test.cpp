@@ -29,7 +29,7 @@ class Customer : public RawClient {
 };
 
 void expect_served(Customer& customer) {
-    ASSERT_EQ(customer.run(), Message::Kind::done) << sentence_of(customer.message);
+    ASSERT_EQ(customer.run(), Message::Kind::done) << customer.sentence();
     EXPECT_EQ(customer.first_value(1), 6.0F);
 }
 
@@ -73,7 +73,7 @@ TEST(Service, says_why_a_model_cannot_be_loaded_and_goes_on) {
     const RunningService service;
     RawClient client(service);
     EXPECT_FALSE(client.load("/proc/self/comm"));
-    EXPECT_THAT(sentence_of(client.message), HasSubstr("no TensorFlow Lite file"));
+    EXPECT_THAT(client.sentence(), HasSubstr("no TensorFlow Lite file"));
     EXPECT_TRUE(client.load(test_model("outputs_4")));
 }
 
@@ -84,12 +84,11 @@ TEST(Service, refuses_files_that_are_too_small_or_cannot_be_written_and_harms_no
     ASSERT_TRUE(client.load(test_model("outputs_4")));
     client.bind(11, std::byte{1}, 4);
     EXPECT_EQ(client.run(), Message::Kind::failed);
-    EXPECT_EQ(sentence_of(client.message),
-              "Input tensor 0: The input's file holds 11 of the 12 bytes that the model takes.");
+    EXPECT_EQ(client.sentence(), "Input tensor 0: The input's file holds 11 of the 12 bytes that the model takes.");
     client.bind(12, std::byte{1}, 4);
     ASSERT_EQ(fcntl(client.files[2].get(), F_ADD_SEALS, F_SEAL_GROW), 0);
     EXPECT_EQ(client.run(), Message::Kind::failed);
-    EXPECT_THAT(sentence_of(client.message), StartsWith("Output tensor 1: Cannot write the output: "));
+    EXPECT_THAT(client.sentence(), StartsWith("Output tensor 1: Cannot write the output: "));
     client.bind(12, std::byte{1}, 4);
     std::array<int, 2> ends{};
     ASSERT_EQ(pipe2(ends.data(), O_CLOEXEC), 0);
@@ -97,7 +96,7 @@ TEST(Service, refuses_files_that_are_too_small_or_cannot_be_written_and_harms_no
     const Descriptor silent(ends[1]);
     ASSERT_TRUE(client.say(Message::Kind::bind, client.numbers()));
     EXPECT_EQ(client.run(), Message::Kind::failed);
-    EXPECT_EQ(sentence_of(client.message), "Input tensor 0: The descriptor is not a file's.");
+    EXPECT_EQ(client.sentence(), "Input tensor 0: The descriptor is not a file's.");
     expect_served(honest);
     EXPECT_THAT(service.workers(), SizeIs(1)) << "no worker had to be ended";
 }
@@ -105,7 +104,8 @@ TEST(Service, refuses_files_that_are_too_small_or_cannot_be_written_and_harms_no
 TEST(Service, drops_whoever_does_not_keep_to_the_messages) {
     const RunningService service;
     Customer honest(service);
-    const std::array<void (*)(Customer&), 7> rudenesses{
+    const std::array<void (*)(Customer&), 8> rudenesses{
+        [](Customer& client) { client.say(Message::Kind::unload), client.say(Message::Kind::run); },
         [](Customer& client) { send(client.socket(), "x", 1, 0); },
         [](Customer& client) { client.say(Message::Kind::done); },
         [](Customer& client) { client.say(Message::Kind::run, {}, 9); },
@@ -150,8 +150,7 @@ TEST(Service, does_not_wait_for_a_client_that_never_reads) {
     Customer honest(service);
     const Customer deaf(service);
     // A connection that is not even greeted, and models whose loading is not looked at.
-    std::string why;
-    const Descriptor mute = connect_to(service.socket(), why);
+    const Descriptor mute = connect_to(service.socket());
     for (int i = 0; i < 5; ++i)
         expect_served(honest);
 }
@@ -168,7 +167,7 @@ TEST(Service, replaces_a_worker_that_was_killed_or_stopped) {
     const pid_t second = service.workers().at(0);
     kill(second, SIGSTOP);
     EXPECT_EQ(customer.run(), Message::Kind::failed);
-    EXPECT_THAT(sentence_of(customer.message), HasSubstr("did not answer within 1.0 s and was ended"));
+    EXPECT_THAT(customer.sentence(), HasSubstr("did not answer within 1.0 s and was ended"));
     EXPECT_TRUE(eventually([&] { return customer.run() == Message::Kind::done; }));
     EXPECT_NE(service.workers().at(0), second);
 }
@@ -271,10 +270,9 @@ TEST(Service, ends_with_its_workers_when_it_is_killed) {
     std::vector<Descriptor> files;
     ASSERT_EQ(receive_message(own.get(), message, files, std::chrono::steady_clock::now() + std::chrono::minutes(1)),
               Received::message);
-    std::string why;
     const Descriptor file(open(test_model("outputs_4").c_str(), O_RDONLY | O_CLOEXEC));
-    const auto model = StoredModel::copy(file.get(), why);
-    const int fd = model->file();
+    const auto model = StoredModel::copy(file.get());
+    const int fd = model.file();
     message.kind = Message::Kind::load;
     ASSERT_TRUE(send_message(own.get(), message, {&fd, 1}));
     ASSERT_TRUE(eventually([&] { return !children_of(process).empty(); }));

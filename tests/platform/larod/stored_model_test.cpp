@@ -15,48 +15,43 @@ using testing::HasSubstr;
 const std::vector<std::byte> content{std::byte{1}, std::byte{2}, std::byte{3}};
 
 TEST(StoredModel, keeps_a_files_bytes_however_the_file_changes) {
-    std::string why;
     const Descriptor file(memory_file(content));
-    const auto model = StoredModel::copy(file.get(), why);
-    ASSERT_NE(model, nullptr) << why;
+    const auto model = StoredModel::copy(file.get());
     ASSERT_EQ(ftruncate(file.get(), 0), 0);
-    EXPECT_TRUE(std::equal(content.begin(), content.end(), model->bytes().begin(), model->bytes().end()));
-    EXPECT_LT(pwrite(model->file(), content.data(), 1, 0), 0) << "whoever is given the file could change it";
-    EXPECT_NE(ftruncate(model->file(), 0), 0);
+    EXPECT_TRUE(std::equal(content.begin(), content.end(), model.bytes().begin(), model.bytes().end()));
+    EXPECT_LT(pwrite(model.file(), content.data(), 1, 0), 0) << "whoever is given the file could change it";
+    EXPECT_NE(ftruncate(model.file(), 0), 0);
 }
 
 TEST(StoredModel, is_adopted_by_another_holder_of_its_file) {
-    std::string why;
     const Descriptor file(memory_file(content));
-    const auto model = StoredModel::copy(file.get(), why);
-    const auto adopted = StoredModel::adopt(Descriptor(dup(model->file())), why);
-    ASSERT_NE(adopted, nullptr) << why;
-    EXPECT_TRUE(adopted->holds_same_as(*model));
+    const auto model = StoredModel::copy(file.get());
+    const auto adopted = StoredModel::adopt(Descriptor(dup(model.file())));
+    EXPECT_TRUE(adopted.holds_same_as(model));
     const Descriptor longer(memory_file({4, std::byte{1}}));
-    EXPECT_FALSE(StoredModel::copy(longer.get(), why)->holds_same_as(*model));
+    EXPECT_FALSE(StoredModel::copy(longer.get()).holds_same_as(model));
 }
 
 TEST(StoredModel, is_not_adopted_from_a_file_that_could_still_be_changed) {
-    std::string why;
-    EXPECT_EQ(StoredModel::adopt(Descriptor(memory_file(content)), why), nullptr);
-    EXPECT_EQ(why, "The model's file could still be changed.");
-    const Descriptor growing(memory_file(content));
+    const auto expect_refused = [](Descriptor file) {
+        EXPECT_THAT([&] { StoredModel::adopt(std::move(file)); },
+                    fails_with("The model's file could still be changed."));
+    };
+    expect_refused(Descriptor(memory_file(content)));
+    Descriptor growing(memory_file(content));
     ASSERT_EQ(fcntl(growing.get(), F_ADD_SEALS, F_SEAL_WRITE | F_SEAL_SHRINK), 0);
-    EXPECT_EQ(StoredModel::adopt(Descriptor(dup(growing.get())), why), nullptr);
+    expect_refused(std::move(growing));
     std::array<int, 2> ends{};
     ASSERT_EQ(pipe2(ends.data(), O_CLOEXEC), 0);
     const Descriptor writing(ends[1]);
-    EXPECT_EQ(StoredModel::adopt(Descriptor(ends[0]), why), nullptr);
-    EXPECT_EQ(StoredModel::adopt(Descriptor(), why), nullptr);
+    expect_refused(Descriptor(ends[0]));
+    expect_refused(Descriptor());
 }
 
 TEST(StoredModel, is_not_made_of_nothing) {
-    std::string why;
     const Descriptor empty(memory_file({}));
-    EXPECT_EQ(StoredModel::copy(empty.get(), why), nullptr);
-    EXPECT_EQ(why, "The model's file is empty.");
-    EXPECT_EQ(StoredModel::copy(-1, why), nullptr);
-    EXPECT_THAT(why, HasSubstr("Bad file descriptor"));
+    EXPECT_THAT([&] { StoredModel::copy(empty.get()); }, fails_with("The model's file is empty."));
+    EXPECT_THAT([] { StoredModel::copy(-1); }, fails_with(HasSubstr("Bad file descriptor")));
 }
 
 } // namespace

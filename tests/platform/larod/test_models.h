@@ -1,6 +1,9 @@
 #pragma once
 
+#include "platform/larod/failure.h"
+
 #include <fcntl.h>
+#include <gmock/gmock.h>
 #include <sys/mman.h>
 #include <sys/types.h>
 #include <unistd.h>
@@ -14,6 +17,12 @@
 #include <vector>
 
 namespace korvex::larod::test {
+
+/** Of a function that is to throw a Failure with such a sentence. */
+template <typename Sentence>
+auto fails_with(const Sentence& sentence) {
+    return testing::Throws<Failure>(testing::Field(&Failure::sentence, sentence));
+}
 
 inline std::vector<std::byte> read_file(const std::string& path) {
     std::ifstream file(path, std::ios::binary);

@@ -21,7 +21,6 @@ using test_video::video_file;
 using vdostream::Access;
 using vdostream::FfmpegReader;
 using vdostream::Picture;
-using vdostream::ReadResult;
 
 std::uint8_t middle_of(Picture& shown) {
     const auto bytes = shown.in_geometry({64, 48, 0, vdostream::AspectRule::stretch});
@@ -31,19 +30,18 @@ std::uint8_t middle_of(Picture& shown) {
 /** Every picture of the file; fails the test when it does not come to an end. */
 std::vector<std::shared_ptr<Picture>> read_all(FfmpegReader& reader) {
     std::vector<std::shared_ptr<Picture>> all;
-    for (std::string why;;) {
-        std::shared_ptr<Picture> next;
-        const ReadResult result = reader.read(next, why);
-        if (result != ReadResult::picture) {
-            EXPECT_EQ(result, ReadResult::end) << why;
-            return all;
+    try {
+        while (const auto next = reader.read()) {
+            all.push_back(next);
+            if (all.size() > 1000) {
+                ADD_FAILURE() << "no end";
+                break;
+            }
         }
-        all.push_back(next);
-        if (all.size() > 1000) {
-            ADD_FAILURE() << "no end";
-            return all;
-        }
+    } catch (const vdostream::Failure& failure) {
+        ADD_FAILURE() << failure.sentence;
     }
+    return all;
 }
 
 TEST(FfmpegReaderTest, ReadsEveryFrameInItsTimeAndBeginsAgain) {
@@ -53,7 +51,7 @@ TEST(FfmpegReaderTest, ReadsEveryFrameInItsTimeAndBeginsAgain) {
     FfmpegReader reader(file.path, Access::file);
     for (int round = 0; round < 2; ++round) {
         std::string why;
-        ASSERT_TRUE(reader.open(why)) << why;
+        ASSERT_TRUE(test_video::opens(reader, why)) << why;
         EXPECT_EQ(reader.properties().width, 64);
         EXPECT_EQ(reader.properties().height, 48);
         EXPECT_DOUBLE_EQ(reader.properties().fps, 25.0);
@@ -93,7 +91,7 @@ TEST(FfmpegReaderTest, MakesAVideoUprightThatWasTakenWithTheCameraOnItsSide) {
         test_video::write_video(file);
         FfmpegReader reader(file.path, Access::file);
         std::string why;
-        ASSERT_TRUE(reader.open(why)) << why;
+        ASSERT_TRUE(test_video::opens(reader, why)) << why;
         const std::ptrdiff_t width = each.on_its_side ? 48 : 64;
         const std::ptrdiff_t height = each.on_its_side ? 64 : 48;
         EXPECT_EQ(reader.properties().width, static_cast<int>(width));
@@ -134,7 +132,7 @@ TEST(FfmpegReaderTest, TakesOddSizesAndFullRangePictures) {
         test_video::write_video(file);
         FfmpegReader reader(file.path, Access::file);
         std::string why;
-        ASSERT_TRUE(reader.open(why)) << why;
+        ASSERT_TRUE(test_video::opens(reader, why)) << why;
         const auto all = read_all(reader);
         ASSERT_EQ(all.size(), 3U);
         for (const auto& each : all)
@@ -179,7 +177,7 @@ TEST(FfmpegReaderTest, FollowsAChangeOfResolutionInTheMiddle) {
     test_video::write_file(folder / "both.mjpeg", both);
     FfmpegReader reader(folder / "both.mjpeg", Access::file);
     std::string why;
-    ASSERT_TRUE(reader.open(why)) << why;
+    ASSERT_TRUE(test_video::opens(reader, why)) << why;
     const auto all = read_all(reader);
     ASSERT_EQ(all.size(), 6U);
     const vdostream::Geometry shape{64, 48, 0, vdostream::AspectRule::fit};
@@ -207,7 +205,7 @@ TEST(FfmpegReaderTest, ComesToTheEndOfDamagedFiles) {
         test_video::write_file(folder / "damaged.avi", damaged);
         FfmpegReader reader(folder / "damaged.avi", Access::file);
         std::string why;
-        if (!reader.open(why)) {
+        if (!test_video::opens(reader, why)) {
             EXPECT_NE(why, "");
             continue;
         }
@@ -231,7 +229,7 @@ TEST(FfmpegReaderTest, PassesOverPicturesThatWouldTakeTheMachinesMemory) {
         FfmpegReader reader(path, Access::file);
         std::string why;
         // The decoder knows the size in advance here; in the middle of a video it finds out picture by picture.
-        const std::size_t shown = reader.open(why) ? read_all(reader).size() : 0;
+        const std::size_t shown = test_video::opens(reader, why) ? read_all(reader).size() : 0;
         EXPECT_EQ(shown, pictures) << side << " " << why;
     }
 }
@@ -252,7 +250,7 @@ TEST(FfmpegReaderTest, SaysWhyAFileIsNoVideo) {
     for (const auto& each : cases) {
         FfmpegReader reader(each.path, Access::file);
         std::string why;
-        EXPECT_FALSE(reader.open(why)) << each.path;
+        EXPECT_FALSE(test_video::opens(reader, why)) << each.path;
         EXPECT_THAT(why, testing::MatchesRegex(each.why));
     }
 }
@@ -261,17 +259,17 @@ TEST(FfmpegReaderTest, AsksACameraForItsVideoOnly) {
     const test_video::RtspCamera camera;
     FfmpegReader reader(camera.url(), Access::rtsp);
     std::string why;
-    EXPECT_FALSE(reader.open(why));
+    EXPECT_FALSE(test_video::opens(reader, why));
     EXPECT_EQ(camera.wanted_tracks(), std::vector<std::string>{"video"});
 }
 
 TEST(FfmpegReaderTest, ACameraThatIsNotThereIsAnErrorToo) {
     std::string why;
     FfmpegReader nowhere("rtsp://127.0.0.1:1/none", Access::rtsp);
-    EXPECT_FALSE(nowhere.open(why));
+    EXPECT_FALSE(test_video::opens(nowhere, why));
     EXPECT_EQ(why, "cannot be opened (Connection refused)");
     FfmpegReader nothing("/dev/video-none", Access::v4l2);
-    EXPECT_FALSE(nothing.open(why));
+    EXPECT_FALSE(test_video::opens(nothing, why));
     EXPECT_EQ(why, "cannot be opened (No such file or directory)");
 }
 

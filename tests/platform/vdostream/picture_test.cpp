@@ -125,11 +125,11 @@ TEST_F(PictureTest, IsMadeByWhoTakesItUntilThereAreSeveralStreamsThenByTheReadin
     reader->on_read = [index = 0](std::shared_ptr<Picture>& next, std::string&) mutable {
         next = std::make_shared<DrawnPicture>();
         next->seconds = index++ / 100.0;
-        return vdostream::ReadResult::picture;
+        return test_video::ReadResult::picture;
     };
     const auto source = vdostream::VideoSource::make("drawn", std::move(reader), false);
     std::string why;
-    ASSERT_TRUE(source->open(why)) << why;
+    ASSERT_TRUE(test_video::opens(*source, why)) << why;
     constexpr vdostream::StreamSettings settings = {other_shape, 0, false};
     const StreamHandle first(vdostream::make_stream(settings, nullptr, source));
     ASSERT_TRUE(vdo_stream_start(first.get(), nullptr));

@@ -17,7 +17,7 @@ TEST(RegistryTest, TakesAFileInSharedMemoryForAFileAndADeviceThatIsNotThereForAD
     test_video::write_video({.path = path});
     std::string why;
     const auto file = vdostream::make_reader(path);
-    EXPECT_TRUE(file->open(why)) << why;
+    EXPECT_TRUE(test_video::opens(*file, why)) << why;
     EXPECT_FALSE(file->is_live());
     std::filesystem::remove(path);
     EXPECT_TRUE(vdostream::make_reader("/dev/korvex-no-such-camera")->is_live());

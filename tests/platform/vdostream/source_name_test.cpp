@@ -12,13 +12,19 @@ namespace {
 using test_video::environment;
 using test_video::TemporaryFolder;
 
+std::string name_or_reason() {
+    try {
+        return vdostream::source_name();
+    } catch (const vdostream::Failure& failure) {
+        return failure.sentence;
+    }
+}
+
 std::string name_in(const std::string& text) {
     const TemporaryFolder folder;
     test_video::write_file(folder / "source", {text.begin(), text.end()});
     const environment set{{"KORVEX_VDO_SOURCE_FILE", folder / "source"}, {"KORVEX_VDO_SOURCE", "scene"}};
-    std::string name;
-    std::string why;
-    return vdostream::read_source_name(name, why) ? name : why;
+    return name_or_reason();
 }
 
 TEST(SourceNameTest, IsTheFirstLineOfTheFileThatIsNamed) {
@@ -30,14 +36,10 @@ TEST(SourceNameTest, IsTheFirstLineOfTheFileThatIsNamed) {
 }
 
 TEST(SourceNameTest, IsInTheEnvironmentOtherwise) {
-    std::string name;
-    std::string why;
     const environment set{{"KORVEX_VDO_SOURCE_FILE", ""}, {"KORVEX_VDO_SOURCE", "/dev/video0"}};
-    ASSERT_TRUE(vdostream::read_source_name(name, why));
-    EXPECT_EQ(name, "/dev/video0");
+    EXPECT_EQ(vdostream::source_name(), "/dev/video0");
     const environment nothing{{"KORVEX_VDO_SOURCE", ""}};
-    ASSERT_TRUE(vdostream::read_source_name(name, why));
-    EXPECT_EQ(name, "scene");
+    EXPECT_EQ(vdostream::source_name(), "scene");
 }
 
 TEST(SourceNameTest, AFileThatGivesNoneIsAnErrorAndNotAWait) {

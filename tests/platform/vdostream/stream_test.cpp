@@ -18,10 +18,10 @@ using namespace std::chrono_literals;
 using test_video::environment;
 using test_video::GreyPicture;
 using test_video::new_stream;
+using test_video::ReadResult;
 using test_video::ScriptedReader;
 using test_video::take_message;
 using vdostream::Picture;
-using vdostream::ReadResult;
 
 constexpr vdostream::StreamSettings small = {{32, 24, 0, vdostream::AspectRule::stretch}, 0, false};
 constexpr vdostream::StreamSettings small_explicit = {{32, 24, 0, vdostream::AspectRule::stretch}, 0, true};
@@ -57,7 +57,7 @@ std::shared_ptr<vdostream::VideoSource> brightening(int last = endless, bool sta
     timing.silence = patience; // after a wait in vain nothing is young enough to be given again
     auto source = vdostream::VideoSource::make("grey", std::move(reader), false, timing);
     std::string why;
-    EXPECT_TRUE(source->open(why)) << why;
+    EXPECT_TRUE(test_video::opens(*source, why)) << why;
     if (started)
         source->start();
     return source;
@@ -186,7 +186,7 @@ TEST(StreamTest, AStopFromAnotherThreadWakesAGetThatWaits) {
             timing.patience = 10min;
             auto source = vdostream::VideoSource::make("never", std::move(reader), false, timing);
             std::string why;
-            ASSERT_TRUE(source->open(why));
+            ASSERT_TRUE(test_video::opens(*source, why));
             const StreamHandle stream(vdostream::make_stream(settings, nullptr, source));
             vdo_stream_start(stream.get(), nullptr);
             std::thread stopper([&stream, round] {
@@ -332,7 +332,7 @@ TEST(StreamTest, ABufferGivenBackWhileItWaitsForItsPictureIsNotHandedOut) {
     timing.patience = 10min;
     auto source = vdostream::VideoSource::make("grey", std::move(reader), false, timing);
     std::string why;
-    ASSERT_TRUE(source->open(why)) << why;
+    ASSERT_TRUE(test_video::opens(*source, why)) << why;
     const StreamHandle stream(vdostream::make_stream(small_explicit, nullptr, source));
     VdoBuffer* buffer = vdo_stream_buffer_alloc(stream.get(), nullptr, nullptr);
     VdoBuffer* const taken = buffer;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/vdostream/error.h"
 #include "platform/vdostream/picture.h"
 #include "platform/vdostream/reader.h"
 #include "vdo-stream.h"
@@ -83,19 +84,42 @@ class GreyPicture : public vdostream::Picture {
     std::vector<std::uint8_t> m_pixels;
 };
 
+enum class ReadResult { picture, end, lost };
+
+/** Whether a source or reader opens; why not. */
+template <typename Openable>
+bool opens(Openable& openable, std::string& why) {
+    try {
+        openable.open();
+        return true;
+    } catch (const vdostream::Failure& failure) {
+        why = failure.sentence;
+        return false;
+    }
+}
+
 /** A reader whose every answer the test gives. The functions run on the reading thread. */
 class ScriptedReader : public vdostream::Reader {
   public:
     std::function<bool(std::string&)> on_open = [](std::string&) { return true; };
-    std::function<vdostream::ReadResult(std::shared_ptr<vdostream::Picture>&, std::string&)> on_read;
+    std::function<ReadResult(std::shared_ptr<vdostream::Picture>&, std::string&)> on_read;
     bool live = false;
     double fps = 100.0;
     /** For the functions above to look at. */
     std::atomic<bool> is_to_be_lost = false;
 
-    bool open(std::string& why) override { return on_open(why); }
-    vdostream::ReadResult read(std::shared_ptr<vdostream::Picture>& next, std::string& why) override {
-        return on_read(next, why);
+    void open() override {
+        std::string why;
+        if (!on_open(why))
+            throw vdostream::Failure(vdostream::Code::no_source, why);
+    }
+    std::shared_ptr<vdostream::Picture> read() override {
+        std::shared_ptr<vdostream::Picture> next;
+        std::string why;
+        const ReadResult result = on_read(next, why);
+        if (result == ReadResult::lost)
+            throw vdostream::Failure(vdostream::Code::no_source, why);
+        return result == ReadResult::picture ? next : nullptr;
     }
     vdostream::SourceProperties properties() const override { return {64, 48, fps}; }
     bool is_live() const override { return live; }

@@ -1,5 +1,4 @@
-#include "platform/axoverlay/unix_socket.h"
-#include "tests/platform/axoverlay/test_video.h"
+#include "platform/common/unix_socket.h"
 
 #include <gtest/gtest.h>
 #include <sys/socket.h>
@@ -14,7 +13,7 @@
 
 namespace {
 
-using host_overlay::UnixSocket;
+using platform::UnixSocket;
 
 class UnixSocketTest : public testing::Test {
   protected:
@@ -25,7 +24,7 @@ class UnixSocketTest : public testing::Test {
 
     static std::string failure_at(const std::string& path) {
         try {
-            const UnixSocket socket(path);
+            const UnixSocket socket(path, SOCK_STREAM);
             return "";
         } catch (const std::runtime_error& failure) {
             return failure.what();
@@ -46,13 +45,14 @@ class UnixSocketTest : public testing::Test {
     }
 
     const std::filesystem::path before = std::filesystem::current_path();
-    const std::string folder = test_video::new_folder("unix_socket");
+    std::string pattern = testing::TempDir() + "unix_socket.XXXXXX";
+    const std::string folder = mkdtemp(pattern.data());
     const std::string path = folder + "/streams.socket";
 };
 
 TEST_F(UnixSocketTest, listens_while_it_lives_and_lets_the_folder_decide_who_comes) {
     {
-        const UnixSocket socket(path);
+        const UnixSocket socket(path, SOCK_STREAM);
         EXPECT_TRUE(can_connect(folder, "streams.socket"));
         struct stat file {};
         ASSERT_EQ(stat(path.c_str(), &file), 0);
@@ -63,7 +63,7 @@ TEST_F(UnixSocketTest, listens_while_it_lives_and_lets_the_folder_decide_who_com
 
 TEST_F(UnixSocketTest, the_mode_does_not_depend_on_the_umask) {
     const mode_t umask_before = umask(077);
-    const UnixSocket socket(path);
+    const UnixSocket socket(path, SOCK_STREAM);
     umask(umask_before);
     EXPECT_EQ(std::filesystem::status(path).permissions(), static_cast<std::filesystem::perms>(0666));
 }
@@ -71,23 +71,23 @@ TEST_F(UnixSocketTest, the_mode_does_not_depend_on_the_umask) {
 TEST_F(UnixSocketTest, replaces_what_a_killed_process_has_left) {
     const pid_t child = fork();
     if (child == 0) {
-        const UnixSocket socket(path);
+        const UnixSocket socket(path, SOCK_STREAM);
         _exit(0); // without its destructor
     }
     waitpid(child, nullptr, 0);
     ASSERT_TRUE(std::filesystem::is_socket(path));
-    const UnixSocket socket(path);
+    const UnixSocket socket(path, SOCK_STREAM);
     EXPECT_TRUE(can_connect(folder, "streams.socket"));
 }
 
 TEST_F(UnixSocketTest, leaves_one_alone_that_somebody_serves) {
-    const UnixSocket first(path);
+    const UnixSocket first(path, SOCK_STREAM);
     EXPECT_EQ(failure_at(path), "another program serves it");
     EXPECT_TRUE(can_connect(folder, "streams.socket"));
 }
 
 TEST_F(UnixSocketTest, leaves_one_alone_whose_queue_is_full) {
-    const UnixSocket first(path);
+    const UnixSocket first(path, SOCK_STREAM);
     std::vector<int> waiting;
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
@@ -116,7 +116,7 @@ TEST_F(UnixSocketTest, leaves_alone_what_is_no_socket) {
 
 TEST_F(UnixSocketTest, removes_no_file_but_its_own) {
     {
-        const UnixSocket socket(path);
+        const UnixSocket socket(path, SOCK_STREAM);
         std::filesystem::remove(path);
         std::ofstream(path) << "another";
     }
@@ -126,7 +126,7 @@ TEST_F(UnixSocketTest, removes_no_file_but_its_own) {
 TEST_F(UnixSocketTest, finds_its_file_again_when_the_folder_has_moved) {
     std::filesystem::create_directory(folder + "/here");
     {
-        const UnixSocket socket(folder + "/here/streams.socket");
+        const UnixSocket socket(folder + "/here/streams.socket", SOCK_STREAM);
         std::filesystem::rename(folder + "/here", folder + "/there");
     }
     EXPECT_TRUE(std::filesystem::is_empty(folder + "/there"));
@@ -136,7 +136,7 @@ TEST_F(UnixSocketTest, takes_a_path_of_any_length) {
     const std::string deep = folder + "/" + std::string(200, 'd') + "/" + std::string(200, 'e');
     std::filesystem::create_directories(deep);
     {
-        const UnixSocket socket(deep + "/streams.socket");
+        const UnixSocket socket(deep + "/streams.socket", SOCK_STREAM);
         EXPECT_TRUE(can_connect(deep, "streams.socket"));
         EXPECT_EQ(failure_at(deep + "/streams.socket"), "another program serves it");
     }
@@ -146,7 +146,7 @@ TEST_F(UnixSocketTest, takes_a_path_of_any_length) {
 
 TEST_F(UnixSocketTest, takes_a_path_without_a_folder) {
     std::filesystem::current_path(folder);
-    const UnixSocket socket("streams.socket");
+    const UnixSocket socket("streams.socket", SOCK_STREAM);
     EXPECT_TRUE(can_connect(folder, "streams.socket"));
 }
 

@@ -13,7 +13,7 @@ import { tellObjectTroubles } from "./trouble_banner.js";
 /** @import { Told } from "./core/objects.js" */
 
 const ADDRESS = "/stream/objects";
-const SILENT_MS = 6000; // then what was told last is no longer so
+const SILENT_MS = 6000; // or three passes: then what was told last is no longer so
 const LEAST_RETRY_MS = 2000;
 const MOST_RETRY_MS = 120000; // a camera is asked now and then whether it has become a host
 
@@ -111,6 +111,7 @@ let retryMs = LEAST_RETRY_MS;
 let retry;
 /** @type {ReturnType<typeof setTimeout> | undefined} */
 let silence;
+let heardAt = 0;
 
 function listen() {
   clearTimeout(retry);
@@ -119,7 +120,9 @@ function listen() {
   mine.addEventListener("message", ({ data }) => {
     retryMs = LEAST_RETRY_MS;
     clearTimeout(silence);
-    silence = setTimeout(forget, SILENT_MS);
+    const now = performance.now();
+    silence = setTimeout(forget, Math.max(SILENT_MS, 3 * (now - heardAt)));
+    heardAt = now;
     take(data);
   });
   mine.addEventListener("error", () => {

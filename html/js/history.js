@@ -1,17 +1,15 @@
 // @ts-check
-/**
- * What happened on a day: the stays that a host keeps, and on every camera the alerts that its log tells of.
- */
+/** What happened on a day: the stays that a host keeps, and on every camera the alerts that its log tells of. */
 
 import { alertPeriods, ofDay, secondsOf } from "./core/alert_history.js";
 import { readSerialisedLog } from "./core/endpoint.js";
 import { parseLog } from "./core/log_lines.js";
-import { byHour, staysAsJson, staysOf, stillOf, summary } from "./core/stays.js";
+import { byHour, staysOf, stillOf, summary } from "./core/stays.js";
 import { alertName } from "./core/status.js";
 import { clockOf, dayAfter, dayOf, durationText, startOfDay, wallTime } from "./core/wall_time.js";
 import { byId, inputOf, make, setText } from "./dom.js";
 import { download } from "./files.js";
-import { lane, showAxis } from "./timeline.js";
+import { lanes } from "./timeline.js";
 
 /** @import { Period } from "./core/alert_history.js" */
 /** @import { TimedStay } from "./core/stays.js" */
@@ -23,6 +21,8 @@ const RELOAD_MS = 20000;
 let periods = [];
 /** Those of the day. @type {TimedStay[]} */
 let stays = [];
+/** As the host told them. */
+let answer = "";
 /** The camera's own, once its log has been read. */
 let today = "";
 let day = "";
@@ -31,7 +31,7 @@ let day = "";
 const timeText = (time) => (dayOf(time) === day ? clockOf(time) : `${dayOf(time)} ${clockOf(time)}`);
 
 /** @param {number} level */
-const levelText = (level) => (level === 0 ? "no alert" : alertName(level));
+const levelText = (level) => (level === 0 ? "No alert" : alertName(level));
 
 /** @param {number} level */
 function markOf(level) {
@@ -45,13 +45,7 @@ const rowOf = (...cells) => make("tr", {}, ...cells.map((cell) => make("td", {},
 
 function showPeriods() {
   const shown = ofDay(periods, day);
-  byId("alert-line").replaceChildren(
-    ...[1, 2, 3].map((level) => {
-      const mine = shown.filter((period) => period.level === level);
-      return lane(`${alertName(level).split(" ")[0]}`, `${alertName(level)}: ${mine.length} times`, mine, day);
-    }),
-    showAxis(),
-  );
+  byId("alert-line").replaceChildren(...lanes([1, 2, 3], levelText, shown, day));
   byId("period-list").replaceChildren(
     ...[...shown]
       .reverse()
@@ -113,8 +107,8 @@ function showHours() {
     ...hours.map((levels, hour) => {
       const total = levels.reduce((sum, count) => sum + count, 0);
       const told = levels
-        .map((count, level) => (count > 0 ? `${count} ${levelText(level)}` : ""))
-        .filter((text) => text !== "");
+        .map((count, level) => `${levelText(level)}: ${count}`)
+        .filter((_, level) => levels[level] > 0);
       const column = make("div", {
         className: "column",
         role: "img",
@@ -138,10 +132,7 @@ function showFigures() {
     ["Stays", String(count)],
     ["Longest", durationText(longest)],
     ["Mean", durationText(mean)],
-    ...levels.map((number, level) => [
-      level === 0 ? "No alert" : `up to ${alertName(level).toLowerCase()}`,
-      String(number),
-    ]),
+    ...levels.map((number, level) => [levelText(level), String(number)]),
   ];
   byId("stay-figures").replaceChildren(
     ...figures.map(([name, value]) => make("div", {}, make("dt", {}, name), make("dd", {}, value))),
@@ -150,19 +141,7 @@ function showFigures() {
 
 function showStays() {
   showFigures();
-  byId("stay-line").replaceChildren(
-    ...[3, 2, 1, 0].map((level) => {
-      const mine = stays.filter((stay) => stay.level === level);
-      return lane(
-        level === 0 ? "No alert" : alertName(level).split(" ")[0],
-        `${mine.length} stays with ${levelText(level)}`,
-        mine,
-        day,
-        level,
-      );
-    }),
-    showAxis(),
-  );
+  byId("stay-line").replaceChildren(...lanes([0, 1, 2, 3], levelText, stays, day));
   showHours();
   const query = `from=${day}&to=${dayAfter(day, 1)}`;
   byId("stays-csv", HTMLAnchorElement).href = `/stream/stays.csv?${query}`;
@@ -177,7 +156,8 @@ async function loadStays() {
   if (asked !== day) return; // another day was chosen meanwhile
   byId("stays").hidden = !response.ok;
   if (!response.ok) return;
-  stays = staysOf(await response.json());
+  answer = await response.text();
+  stays = staysOf(JSON.parse(answer));
   showStays();
 }
 
@@ -185,11 +165,8 @@ async function loadPeriods() {
   const lines = parseLog(await readSerialisedLog());
   periods = alertPeriods(lines);
   // The log's newest line is that of its reading: the camera's own time.
-  const newest = lines
-    .map(({ time }) => wallTime(time))
-    .filter((time) => !Number.isNaN(time))
-    .pop();
-  today = dayOf(newest ?? Date.now() - 60000 * new Date().getTimezoneOffset());
+  const newest = wallTime(lines[lines.length - 1]?.time ?? "");
+  today = dayOf(Number.isNaN(newest) ? Date.now() : newest);
 }
 
 /** @param {() => Promise<void>} load */
@@ -233,7 +210,7 @@ export function startHistory() {
   });
   byId("stays-with-alert").addEventListener("change", showStayList);
   byId("stays-json").addEventListener("click", () =>
-    download(staysAsJson(stays), `korvex_orvel-stays-${day}.json`, "application/json"),
+    download(answer, `korvex_orvel-stays-${day}.json`, "application/json"),
   );
   // Reading the log is a line of it: the stays alone are asked for again by themselves.
   setInterval(() => {

@@ -74,27 +74,21 @@ export function distanceTo(p, a, b) {
 const distanceToOutline = (p, points) =>
   Math.min(...points.map((a, i) => distanceTo(p, a, points[(i + 1) % points.length])));
 
-const GRID = 24; // lines each way that are looked at for a place inside
+const GRID = 40; // lines each way that are looked at for a place inside
 
 /**
- * A place on the shape where all of it can be taken hold of: its middle, or, where that lies outside or too near an edge,
- * the place of a grid that is farthest from every edge.
+ * A place on the shape where all of it can be taken hold of: its middle, or, where that lies outside, the place of a grid
+ * that is farthest from every edge.
  * @param {Point[]} points @returns {Point}
  */
 export function holdOf(points) {
   const middle = middleOf(points);
-  const [xs, ys] = [points.map(({ x }) => x), points.map(({ y }) => y)];
-  const [left, top] = [Math.min(...xs), Math.min(...ys)];
-  const [width, height] = [Math.max(...xs) - left, Math.max(...ys) - top];
-  if (isInside(middle, points) && distanceToOutline(middle, points) > Math.min(width, height) / 8) return middle;
-  let [best, farthest] = [middle, 0];
-  for (let row = 1; row < GRID; row++)
-    for (let column = 1; column < GRID; column++) {
-      const place = { x: left + (width * column) / GRID, y: top + (height * row) / GRID };
-      const distance = isInside(place, points) ? distanceToOutline(place, points) : 0;
-      if (distance > farthest) [best, farthest] = [place, distance];
-    }
-  return best;
+  if (isInside(middle, points) && distanceToOutline(middle, points) > 2) return middle;
+  const places = [...Array(GRID * GRID).keys()]
+    .map((i) => ({ x: ((i % GRID) * 100) / GRID, y: (Math.floor(i / GRID) * 100) / GRID }))
+    .filter((place) => isInside(place, points));
+  const distances = places.map((place) => distanceToOutline(place, points));
+  return places[distances.indexOf(Math.max(...distances))] ?? middle;
 }
 
 /** @param {Point[]} points @param {number} i */

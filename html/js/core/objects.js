@@ -13,13 +13,7 @@ import { ALERT_SECONDS, LEVELS } from "./settings.js";
  * @property {number} unseen_seconds
  */
 /** @typedef {{time: number, size: [number, number], status: number, findings: Finding[], problems: import("./troubles.js").Trouble[]}} Pass */
-/**
- * @typedef {Object} Told one object
- * @property {number} id @property {string} name @property {string} reason @property {string} progress
- * @property {number} share of the seconds to the next level, 0 to 1 @property {string} unseen empty: it is seen
- * @property {string} score @property {"green" | "yellow" | "red"} colour as its box has in the picture
- * @property {number} level of alert that it has stayed for, 0 to 3 @property {Box} box per cent of the picture
- */
+/** @typedef {ReturnType<typeof tell>} Told */
 
 /** @param {string} data of one message @returns {Pass | null} null: it is none */
 export function passOf(data) {
@@ -54,7 +48,11 @@ function progressOf({ footing, seconds }, { texts }) {
   };
 }
 
-/** @param {Finding} finding @param {Pass} pass @param {Settings} settings @returns {Told} */
+/**
+ * One object: the share is of the seconds to the next level, the colour that of its box in the picture, the box in per
+ * cent of the picture.
+ * @param {Finding} finding @param {Pass} pass @param {Settings} settings
+ */
 function tell(finding, { size: [width, height] }, settings) {
   const { id, label, footing, reason, score, unseen_seconds: unseen } = finding;
   const [x, y, w, h] = finding.box;

@@ -31,10 +31,7 @@ export function staysOf(answer) {
   });
 }
 
-/**
- * @param {TimedStay[]} stays
- * @returns {{count: number, longest: number, mean: number, levels: number[]}} levels: how many reached each, from 0
- */
+/** The levels: how many reached each and none above it, from 0. @param {TimedStay[]} stays */
 export function summary(stays) {
   const levels = [0, 1, 2, 3].map((level) => stays.filter((stay) => stay.level === level).length);
   const total = stays.reduce((sum, { seconds }) => sum + seconds, 0);
@@ -55,7 +52,3 @@ export function byHour(stays, day) {
 /** The still to show of a stay: of its highest alert. @param {TimedStay} stay */
 export const stillOf = ({ alerts }) =>
   alerts.filter(({ still }) => still !== null).sort((a, b) => b.level - a.level)[0];
-
-/** @param {TimedStay[]} stays as the host told them */
-export const staysAsJson = (stays) =>
-  JSON.stringify({ stays: stays.map(({ from: _from, to: _to, ...stay }) => stay) }, null, 2);

@@ -69,7 +69,7 @@ test("on a host the stays of a day come with figures, stills, clips, and files t
   assert.equal(await page.getAttribute("#stay-list tr:last-child img", "loading"), "lazy");
   assert.equal(await page.getAttribute("#stay-list tr:last-child a[download]", "href"), "/stream/clips/1-2.mp4");
   assert.equal(await page.getAttribute("#stays-csv", "href"), "/stream/stays.csv?from=2026-11-22&to=2026-11-23");
-  assert.equal(await page.locator("#stay-hours [aria-label='9 h: 1 no alert, 1 First alert']").count(), 1);
+  assert.equal(await page.locator("#stay-hours [aria-label='9 h: No alert: 1, First alert: 1']").count(), 1);
   const [file] = await Promise.all([page.waitForEvent("download"), page.click("#stays-json")]);
   assert.deepEqual(JSON.parse(readFileSync(await file.path(), "utf8")), { stays: double.stays });
   await page.check("#stays-with-alert");

@@ -25,7 +25,7 @@ struct LogEntry {
     /**
      * Reads a serialised line and uses it up: what is left in `line` is the message. Everything between the third "|"
      * and the last is dropped, and a line with fewer than three "|" has its last piece as the message; both are
-     * deliberate, the web page's log view depends on messages being the last piece.
+     * deliberate: kept as they are.
      */
     static LogEntry deserialize(std::string& line);
 };

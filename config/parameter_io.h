@@ -23,8 +23,7 @@ class parameter_io {
      * 0; -1 when the document does not parse, which changes nothing but the published stream size.
      *
      * Throws (std::exception) at the first value that is no number or has no text: what came before it stays in the
-     * live settings, what comes after is not looked at, and nothing is saved. Deliberate: the pages send every value
-     * or none.
+     * live settings, what comes after is not looked at, and nothing is saved. Deliberate: kept as it is.
      */
     static int set_post_parameters(std::string body);
 

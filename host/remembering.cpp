@@ -5,6 +5,7 @@
 #include "host/alert_message.h"
 #include "host/stay_answers.h"
 #include "platform/axoverlay/host_answers.h"
+#include "platform/common/report.h"
 #include "scene/clock.h"
 
 #include <unistd.h>
@@ -65,11 +66,14 @@ Remembering::Remembering(const StaySettings& settings)
                                          [this](const StayRecord& record, int level) { remember(record, level); }),
       m_pages(settings.pages), m_care(m_folder, settings.limits, stream_camera()) {
     if (settings.webhook) {
-        m_webhook.emplace(
-            *settings.webhook,
-            [folder = m_folder](const std::string& name) {
-                return access((folder.stills() + "/" + name + ".jpg").c_str(), F_OK) == 0;
-            });
+        m_webhook.emplace(*settings.webhook, [folder = m_folder](const std::string& name) {
+            return access((folder.stills() + "/" + name + ".jpg").c_str(), F_OK) == 0;
+        });
+    }
+    if (settings.clips) {
+        m_clips.emplace(host_overlay::ClipRecorder::Listener{
+            [this](const std::string& /*path*/, std::uint64_t bytes) { m_care.count(bytes); },
+            [](const std::string& why) { platform::report("stays", "no video of an alert is kept: " + why); }});
     }
     host_overlay::set_answers([folder = m_folder](const std::string& path, const host_overlay::QueryArguments& query) {
         return stay_answer(folder, path, query);
@@ -103,7 +107,15 @@ void Remembering::after_pass() {
         m_keeper.look(g_findings);
     if (std::vector<std::int64_t> over = m_care.take_over(); !over.empty())
         m_keeper.forget(std::move(over));
+    if (m_clips)
+        watch_for_clips();
     tell_ended();
+}
+
+/** Not before the first pass: only then the camera's rotation is known. */
+void Remembering::watch_for_clips() {
+    const bool hides = read_shared(g_OverlayInfo.anonymizedStreamWidth) != 0;
+    m_clips->watch(view_to_remember(), hides ? 1 : 0);
 }
 
 void Remembering::finish() {
@@ -112,8 +124,12 @@ void Remembering::finish() {
 }
 
 void Remembering::remember(const StayRecord& record, int level) {
-    if (const auto view = view_to_remember())
-        m_care.picture(record.id, level, *view);
+    const auto view = view_to_remember();
+    if (!view)
+        return;
+    m_care.picture(record.id, level, *view);
+    if (m_clips)
+        m_clips->save(m_folder.clip(record.id, level));
 }
 
 void Remembering::tell_ended() {

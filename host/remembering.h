@@ -4,6 +4,7 @@
 #include "host/stay_keeper.h"
 #include "host/stay_settings.h"
 #include "platform/axevent/host_events.h"
+#include "platform/axoverlay/host_clips.h"
 
 #include <optional>
 
@@ -34,6 +35,7 @@ class Remembering {
 
   private:
     void remember(const StayRecord& record, int level);
+    void watch_for_clips();
     void tell_webhook(const host_events::Occurrence& alert);
     void tell_ended();
 
@@ -41,7 +43,8 @@ class Remembering {
     StayKeeper m_keeper;
     const std::string m_pages;
     std::optional<Webhook> m_webhook;
-    StayCare m_care; // after the keeper, which may have to put its file aside
+    StayCare m_care;                                   // after the keeper, which may have to put its file aside
+    std::optional<host_overlay::ClipRecorder> m_clips; // which tells the former
 };
 
 } // namespace console

@@ -43,7 +43,8 @@ void check_replay(RunOptions& options) {
         return;
     }
     need(options.stays.empty(), "--replay and --stays are two things; leave one of them out.");
-    need(options.keep_days.empty() && options.keep_mb.empty(), "a replay keeps no stays; leave --keep-... out.");
+    need(options.keep_days.empty() && options.keep_mb.empty() && !options.keeps_clips,
+         "a replay keeps no stays; leave --keep-... and --clips out.");
     need(options.niceness.empty(), "a replay waits for nobody; leave --niceness out, or start it with nice.");
     need(options.listen.empty() && options.name.empty() && options.password_file.empty() && options.certificate.empty(),
          "a replay has no pages; leave --listen, --name, --password-file and --certificate out.");

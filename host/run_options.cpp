@@ -51,6 +51,11 @@ gboolean keep_agreement(const gchar* /*name*/, const gchar* /*value*/, gpointer 
     return TRUE;
 }
 
+gboolean keep_clips(const gchar* /*name*/, const gchar* /*value*/, gpointer data, GError** /*error*/) {
+    static_cast<RunOptions*>(data)->keeps_clips = true;
+    return TRUE;
+}
+
 gboolean keep_overwriting(const gchar* /*name*/, const gchar* /*value*/, gpointer data, GError** /*error*/) {
     static_cast<RunOptions*>(data)->overwrites = true;
     return TRUE;
@@ -72,6 +77,7 @@ std::vector<GOptionEntry> entries() {
         all.push_back(entry(option.name, 0, G_OPTION_FLAG_FILENAME, keep));
     all.push_back(entry("set", 0, G_OPTION_FLAG_FILENAME, keep));
     all.push_back(entry("accept-eula", 0, G_OPTION_FLAG_NO_ARG, keep_agreement));
+    all.push_back(entry("clips", 0, G_OPTION_FLAG_NO_ARG, keep_clips));
     all.push_back(entry("overwrite", 0, G_OPTION_FLAG_NO_ARG, keep_overwriting));
     all.push_back(entry("help", 'h', G_OPTION_FLAG_NO_ARG, keep_help));
     all.push_back({});
@@ -164,6 +170,8 @@ Environment with_options(Environment environment, const RunOptions& options) {
         if (option.variable != nullptr && !value.empty())
             environment[option.variable] = value;
     }
+    if (options.keeps_clips)
+        environment["KORVEX_CLIPS"] = "1";
     environment.erase(options.source_file.empty() ? "KORVEX_VDO_SOURCE_FILE" : "KORVEX_VDO_SOURCE");
     return environment;
 }

@@ -40,6 +40,7 @@ struct RunOptions {
     std::string json;
     std::vector<std::string> settings; ///< NAME=VALUE
     bool accepts_eula = false;
+    bool keeps_clips = false;
     bool overwrites = false;
     bool wants_help = false;
 };
@@ -53,8 +54,8 @@ struct Option {
     const char* variable;           ///< the variable by which the programs hear of it; nullptr: none
 };
 
-/** All options with one value. --set, which may come again and again, --accept-eula, --overwrite and --help are beside
- * them. */
+/** All options with one value. --set, which may come again and again, --accept-eula, --clips, --overwrite and --help
+ * are beside them. */
 const std::vector<Option>& option_table();
 
 /** Throws Refusal with a sentence about an unknown word, a missing value, or a value that is none. */

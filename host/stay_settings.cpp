@@ -35,6 +35,7 @@ std::optional<StaySettings> stay_settings_from_environment() {
         static_cast<int>(number("KORVEX_STAYS_DAYS", static_cast<std::uint64_t>(usual.days), most_days));
     settings.limits.bytes =
         number("KORVEX_STAYS_MB", usual.bytes / bytes_of_megabyte, most_megabytes) * bytes_of_megabyte;
+    settings.clips = platform::environment("KORVEX_CLIPS") == "1";
     const std::string hook = platform::environment("KORVEX_WEBHOOK");
     if (!hook.empty()) {
         if (!hook.starts_with("http://") && !hook.starts_with("https://"))

@@ -12,12 +12,14 @@ namespace console {
 struct StaySettings {
     std::string state; ///< the state folder
     StayLimits limits;
+    bool clips = false; ///< a video of each alert
     std::optional<WebhookSettings> webhook;
     std::string pages; ///< their address, a slash at its end; empty when it is not known
 };
 
-/** From KORVEX_STAYS, the state folder, KORVEX_STAYS_DAYS, KORVEX_STAYS_MB, KORVEX_WEBHOOK, KORVEX_WEBHOOK_CA and
-   KORVEX_MQTT_PAGES. Nothing when the first is not set. Throws std::runtime_error with what makes no sense. */
+/** From KORVEX_STAYS, the state folder, KORVEX_STAYS_DAYS, KORVEX_STAYS_MB, KORVEX_CLIPS ("1"), KORVEX_WEBHOOK,
+   KORVEX_WEBHOOK_CA and KORVEX_MQTT_PAGES. Nothing when the first is not set. Throws std::runtime_error with what makes
+   no sense. */
 std::optional<StaySettings> stay_settings_from_environment();
 
 } // namespace console

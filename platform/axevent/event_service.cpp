@@ -38,18 +38,6 @@ guint next_id() {
 
 } // namespace
 
-void tell_stay(const std::string& stay) {
-    std::shared_ptr<EventService> service;
-    {
-        const std::lock_guard lock(slot().mutex);
-        service = slot().service.lock();
-    }
-    if (service != nullptr) {
-        service->tell_stay(stay);
-        EventService::release(std::move(service));
-    }
-}
-
 EventService::EventService(Outputs outputs, Clock clock) : m_clock(std::move(clock)), m_outputs(std::move(outputs)) {}
 
 std::shared_ptr<EventService> EventService::acquire() {
@@ -140,6 +128,12 @@ EventService::Declarations::iterator EventService::find(const void* owner, guint
 void EventService::publish(Occurrence::What what, const Declaration& declaration, const std::string& time) {
     m_outputs.publish({what, time, declaration.topic.path, declaration.topic.last, declaration.topic.nice_name,
                        active_of(declaration.state), !declaration.stateless});
+}
+
+void tell_stay(const std::string& stay) {
+    const std::lock_guard lock(slot().mutex);
+    if (const std::shared_ptr<EventService> service = slot().service.lock())
+        service->tell_stay(stay);
 }
 
 void tell_problem(const Problem& problem, bool is_news) {

@@ -1,7 +1,8 @@
 #pragma once
 
+#include "platform/axoverlay/h264_encoder.h"
+#include "platform/axoverlay/mp4_writer.h"
 #include "platform/axoverlay/nv12_picture.h"
-#include "platform/common/ffmpeg.h"
 
 #include <string>
 
@@ -15,27 +16,24 @@ namespace host_overlay {
  */
 class Mp4File {
   public:
-    Mp4File(const std::string& path, int width, int height);
+    Mp4File(const std::string& path, int width, int height) : m_encoder(width, height), m_file(path, m_encoder) {}
+
     /** Adds a picture shown from `seconds` on; one that is not later than the one before is left out. */
-    void add(const Nv12Picture& picture, double seconds);
+    void add(const Nv12Picture& picture, double seconds) {
+        m_encoder.add(picture, seconds, [this](AVPacket* packet) { m_file.write(packet); });
+    }
+
     /**
      * Writes what the encoder still holds, and an index by which players jump faster. Nothing can be added afterwards.
      */
-    void finish();
+    void finish() {
+        m_encoder.finish([this](AVPacket* packet) { m_file.write(packet); });
+        m_file.finish();
+    }
 
   private:
-    void open_encoder(int width, int height);
-    void open_file(const std::string& path);
-    void encode(AVFrame* frame);
-    void write(AVPacket* packet);
-
-    platform::OutputHandle m_file;
-    platform::CodecHandle m_encoder;
-    platform::FrameHandle m_frame;
-    platform::PacketHandle m_packet;
-    double m_begin = 0.0;   // seconds of the first picture
-    long long m_last = -1;  // time stamp of the last picture, in the encoder's time base
-    long long m_gap = 3600; // between the last two pictures, likewise; 1/25 s to begin with
+    H264Encoder m_encoder;
+    Mp4Writer m_file;
 };
 
 } // namespace host_overlay

@@ -8,20 +8,12 @@
 #include "tests/doubles/recording_vdo.h"
 
 #include <glib.h>
-#include <stdlib.h>
 
 #include <array>
 #include <fstream>
 #include <iterator>
 
 namespace {
-
-std::filesystem::path make_folder() {
-    std::string name = (std::filesystem::temp_directory_path() / "korvex_test_XXXXXX").string();
-    if (mkdtemp(name.data()) == nullptr)
-        g_error("cannot make %s", name.c_str());
-    return name;
-}
 
 const std::array<call_recorder*, 5>& recorders() {
     static const std::array<call_recorder*, 5> all = {&recording_vdo::recorder(), &recording_larod::recorder(),
@@ -32,7 +24,7 @@ const std::array<call_recorder*, 5>& recorders() {
 
 } // namespace
 
-core_fixture::core_fixture() : folder(make_folder()), m_before(std::filesystem::current_path()) {
+core_fixture::core_fixture() : m_before(std::filesystem::current_path()) {
     std::filesystem::current_path(folder);
     g_log_set_always_fatal(static_cast<GLogLevelFlags>(G_LOG_FATAL_MASK | G_LOG_LEVEL_CRITICAL));
     recording_vdo::reset();
@@ -50,7 +42,6 @@ core_fixture::~core_fixture() {
     }
     forget_log();
     std::filesystem::current_path(m_before);
-    std::filesystem::remove_all(folder);
 }
 
 std::vector<std::string> log_lines() {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "tests/support/temporary_folder.h"
+
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -16,8 +18,12 @@ class core_fixture : public testing::Test {
     core_fixture();
     ~core_fixture() override;
 
+  private:
+    const TemporaryFolder m_folder;
+
+  protected:
     /** The test's folder; also the working directory. */
-    const std::filesystem::path folder;
+    const std::filesystem::path folder = m_folder.path();
 
   private:
     const std::filesystem::path m_before;

@@ -137,7 +137,7 @@ TEST(RunOptions, HelpIsAskedForByTwoNames) {
 }
 
 TEST(RunOptions, TheHelpNamesEveryOptionAndNoOther) {
-    std::set<std::string> table = {"set", "accept-eula", "overwrite", "help"};
+    std::set<std::string> table = {"set", "accept-eula", "overwrite", "clips", "help"};
     for (const console::Option& option : console::option_table())
         table.insert(option.name);
     std::set<std::string> named;
@@ -171,18 +171,28 @@ TEST(RunOptions, TheProgramsHearOfThemByVariables) {
                                        "https://h/x",
                                        "--webhook-ca",
                                        "w",
+                                       "--clips",
                                        "--keep-days",
                                        "7",
                                        "--keep-mb",
                                        "50",
                                        "--json",
                                        "x"});
-    const Environment expected = {
-        {"HOME", "/home"},          {"KORVEX_VDO_SOURCE", "x.mp4"},     {"KORVEX_VDO_ASPECT", "crop"},
-        {"KORVEX_MQTT", "h:1"},     {"KORVEX_LAROD_THREADS", "2"},      {"KORVEX_INFERENCE", "s"},
-        {"KORVEX_MQTT_USER", "me"}, {"KORVEX_MQTT_PASSWORD_FILE", "p"}, {"KORVEX_MQTT_CA_FILE", "c"},
-        {"KORVEX_STAYS_DAYS", "7"}, {"KORVEX_STAYS_MB", "50"},          {"KORVEX_WEBHOOK", "https://h/x"},
-        {"KORVEX_WEBHOOK_CA", "w"}, {"KORVEX_MQTT_PREFIX", "gate"}};
+    const Environment expected = {{"HOME", "/home"},
+                                  {"KORVEX_CLIPS", "1"},
+                                  {"KORVEX_VDO_SOURCE", "x.mp4"},
+                                  {"KORVEX_VDO_ASPECT", "crop"},
+                                  {"KORVEX_MQTT", "h:1"},
+                                  {"KORVEX_LAROD_THREADS", "2"},
+                                  {"KORVEX_INFERENCE", "s"},
+                                  {"KORVEX_MQTT_USER", "me"},
+                                  {"KORVEX_MQTT_PASSWORD_FILE", "p"},
+                                  {"KORVEX_MQTT_CA_FILE", "c"},
+                                  {"KORVEX_STAYS_DAYS", "7"},
+                                  {"KORVEX_STAYS_MB", "50"},
+                                  {"KORVEX_WEBHOOK", "https://h/x"},
+                                  {"KORVEX_WEBHOOK_CA", "w"},
+                                  {"KORVEX_MQTT_PREFIX", "gate"}};
     EXPECT_EQ(console::with_options({{"HOME", "/home"}, {"KORVEX_VDO_SOURCE_FILE", "old"}}, options), expected);
 }
 

@@ -3,27 +3,21 @@
 #include "host/child.h"
 #include "host/files.h"
 #include "host/refusal.h"
+#include "tests/support/becomes_true.h"
+#include "tests/support/temporary_folder.h"
+#include "tests/support/variables.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <string>
-#include <thread>
 
 /** A folder of the test's own, with full path. */
 class RunnerTest : public testing::Test {
   protected:
-    RunnerTest() {
-        std::string name = (std::filesystem::temp_directory_path() / "korvex_runner_XXXXXX").string();
-        EXPECT_NE(mkdtemp(name.data()), nullptr);
-        folder = std::filesystem::canonical(name);
-    }
-    ~RunnerTest() override { std::filesystem::remove_all(folder); }
-
     std::string path(const std::string& name) const { return folder / name; }
 
     /** Makes a file and gives its path. */
@@ -32,7 +26,8 @@ class RunnerTest : public testing::Test {
         return path(name);
     }
 
-    std::filesystem::path folder;
+    const TemporaryFolder own;
+    const std::filesystem::path folder = own.path();
 };
 
 /** What the action is refused with; empty when it is not. */
@@ -56,20 +51,14 @@ inline console::Program shell(const std::string& commands) {
 
 /** Until the file holds something; what it holds. */
 inline std::string await_contents(const std::string& path) {
-    for (int tries = 0; tries < 1000 && console::contents_of(path).empty(); ++tries) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
+    EXPECT_TRUE(becomes_true([&] { return !console::contents_of(path).empty(); })) << path;
     return console::contents_of(path);
 }
 
-/** Whether the process has ended within ten seconds; one that nobody collects has. */
-inline bool ends(pid_t process) {
-    for (int tries = 0; tries < 1000; ++tries) {
+/** Waits until the process has ended; one that nobody collects has. */
+inline testing::AssertionResult ends(pid_t process) {
+    return becomes_true([process] {
         const std::string status = console::contents_of("/proc/" + std::to_string(process) + "/status");
-        if (status.empty() || status.find("State:\tZ") != std::string::npos) {
-            return true;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-    return false;
+        return status.empty() || status.find("State:	Z") != std::string::npos;
+    });
 }

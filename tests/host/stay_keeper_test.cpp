@@ -11,12 +11,11 @@ using testing::IsEmpty;
 class StayKeeperTest : public StayTest {
   protected:
     StayKeeper keeper() {
-        return StayKeeper(
-            folder(), {[this] { return steady; }, [this] { return noon + date; }},
-            [this](const StayRecord& record, int level) {
-                rises.push_back(console::StayFolder::name_of(record.id, level));
-                kept_at_rise.push_back(kept().at(0).stay.level);
-            });
+        return StayKeeper(folder(), {[this] { return steady; }, [this] { return noon + date; }},
+                          [this](const StayRecord& record, int level) {
+                              rises.push_back(console::StayFolder::name_of(record.id, level));
+                              kept_at_rise.push_back(kept().at(0).stay.level);
+                          });
     }
 
     static one_find find(int id, footings footing, int seconds) {

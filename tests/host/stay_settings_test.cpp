@@ -11,7 +11,7 @@ class StaySettingsTest : public testing::Test {
   protected:
     ~StaySettingsTest() override {
         for (const char* name : {"KORVEX_STAYS", "KORVEX_STAYS_DAYS", "KORVEX_STAYS_MB", "KORVEX_WEBHOOK",
-                                 "KORVEX_WEBHOOK_CA", "KORVEX_MQTT_PAGES"})
+                                 "KORVEX_WEBHOOK_CA", "KORVEX_MQTT_PAGES", "KORVEX_CLIPS"})
             unsetenv(name);
     }
 };
@@ -29,6 +29,13 @@ TEST_F(StaySettingsTest, ThirtyDaysOrAGigabyteAreKeptUnlessMoreIsSaid) {
     setenv("KORVEX_STAYS_MB", "50", 1);
     EXPECT_EQ(console::stay_settings_from_environment()->limits.days, 7);
     EXPECT_EQ(console::stay_settings_from_environment()->limits.bytes, 50000000U);
+}
+
+TEST_F(StaySettingsTest, VideosAreKeptWhenTheyAreAskedFor) {
+    setenv("KORVEX_STAYS", "/state", 1);
+    EXPECT_FALSE(console::stay_settings_from_environment()->clips);
+    setenv("KORVEX_CLIPS", "1", 1);
+    EXPECT_TRUE(console::stay_settings_from_environment()->clips);
 }
 
 TEST_F(StaySettingsTest, AWebhookHasAQueueOfItsOwn) {

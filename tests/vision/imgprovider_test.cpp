@@ -2,6 +2,7 @@
 #include "tests/doubles/core_fixture.h"
 #include "tests/doubles/failing_libc.h"
 #include "tests/doubles/recording_vdo.h"
+#include "tests/support/becomes_true.h"
 #include "vision/imgprovider.h"
 
 #include <gmock/gmock.h>
@@ -69,9 +70,7 @@ class ImgProviderTest : public core_fixture {
 
     /** Waits, generously, until the stream has been handed `count` buffers. */
     static void wait_for_enqueued(size_t count) {
-        for (int i = 0; i < 10000 && calls("vdo_stream_buffer_enqueue").size() < count; ++i)
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        ASSERT_GE(calls("vdo_stream_buffer_enqueue").size(), count);
+        ASSERT_TRUE(becomes_true([count] { return calls("vdo_stream_buffer_enqueue").size() >= count; }));
     }
 
     void stop() {

@@ -13,8 +13,8 @@ using testing::EndsWith;
 namespace {
 
 TEST(EventService, JournalsEachDeclarationChangeAndEndInOrder) {
-    const ScratchDirectory scratch;
-    const Variable journal("KORVEX_AXEVENT_JOURNAL", scratch / "journal");
+    const TemporaryFolder scratch;
+    const Variables journal("KORVEX_AXEVENT_JOURNAL", scratch / "journal");
     int tick = 0;
     EventService service(Outputs::from_environment(), [&] { return "clock " + std::to_string(++tick); });
     const int owner = 0;
@@ -69,8 +69,8 @@ TEST(EventService, KeepsAnOwnersDeclarationsFromOtherOwners) {
 }
 
 TEST(EventService, JournalsAProblemThatIsNews) {
-    const ScratchDirectory scratch;
-    const Variable journal("KORVEX_AXEVENT_JOURNAL", scratch / "journal");
+    const TemporaryFolder scratch;
+    const Variables journal("KORVEX_AXEVENT_JOURNAL", scratch / "journal");
     host_events::tell_problem({"video", "No video", true, "nobody is there to tell it"});
     std::shared_ptr<EventService> service = EventService::acquire();
     host_events::tell_problem({"video", "No video", false, ""}, false);
@@ -84,8 +84,8 @@ TEST(EventService, JournalsAProblemThatIsNews) {
 }
 
 TEST(EventService, GoesOnAfterItsOutputsAreClosed) {
-    const ScratchDirectory scratch;
-    const Variable journal("KORVEX_AXEVENT_JOURNAL", scratch / "journal");
+    const TemporaryFolder scratch;
+    const Variables journal("KORVEX_AXEVENT_JOURNAL", scratch / "journal");
     EventService service(Outputs::from_environment(), [] { return std::string("now"); });
     service.close_outputs();
     const int owner = 0;

@@ -38,14 +38,14 @@ TEST(JournalLine, HasAStayAsItIs) {
 }
 
 TEST(Journal, GoesOnWhereAFormerProcessEnded) {
-    const ScratchDirectory scratch;
+    const TemporaryFolder scratch;
     Journal(scratch / "journal", 1000, 3).write("one");
     Journal(scratch / "journal", 1000, 3).write("two");
     EXPECT_EQ(content(scratch / "journal"), "one\ntwo\n");
 }
 
 TEST(Journal, RotatesBeforeALineThatWouldMakeItTooLarge) {
-    const ScratchDirectory scratch;
+    const TemporaryFolder scratch;
     Journal journal(scratch / "journal", 10, 2);
     for (const char* line : {"aaaa", "bbbb", "cccc", "dddd", "eeee", "ffff", "gggg", "hhhh"}) {
         journal.write(line); // two of them are ten bytes exactly
@@ -57,7 +57,7 @@ TEST(Journal, RotatesBeforeALineThatWouldMakeItTooLarge) {
 }
 
 TEST(Journal, WritesALineLongerThanTheLimitAlone) {
-    const ScratchDirectory scratch;
+    const TemporaryFolder scratch;
     Journal journal(scratch / "journal", 4, 1);
     journal.write("longer than that");
     journal.write("b");
@@ -66,7 +66,7 @@ TEST(Journal, WritesALineLongerThanTheLimitAlone) {
 }
 
 TEST(Journal, StartsAnewWhenItKeepsNoOldFiles) {
-    const ScratchDirectory scratch;
+    const TemporaryFolder scratch;
     Journal journal(scratch / "journal", 6, 0);
     journal.write("aaaa");
     journal.write("bbbb");
@@ -75,7 +75,7 @@ TEST(Journal, StartsAnewWhenItKeepsNoOldFiles) {
 }
 
 TEST(Journal, SaysOnceForEachOutageThatItCannotWriteAndGoesOnAfterIt) {
-    const ScratchDirectory scratch;
+    const TemporaryFolder scratch;
     Journal journal(scratch / "folder/journal", 1000, 1);
     testing::internal::CaptureStderr();
     journal.write("lost");
@@ -95,7 +95,7 @@ TEST(Journal, SaysOnceForEachOutageThatItCannotWriteAndGoesOnAfterIt) {
 }
 
 TEST(Journal, DoesNotWaitForAReaderOfAPipe) {
-    const ScratchDirectory scratch;
+    const TemporaryFolder scratch;
     ASSERT_EQ(mkfifo((scratch / "journal").c_str(), 0600), 0);
     Journal journal(scratch / "journal", 1000, 1);
     testing::internal::CaptureStderr();

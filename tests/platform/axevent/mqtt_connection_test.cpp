@@ -20,7 +20,7 @@ MqttSettings settings_for(int port) {
 /** Steps until `condition` holds; false when the connection is lost or nothing happens. */
 bool step_until(MqttConnection& connection, const std::function<bool()>& condition) {
     constexpr int nothing_to_wake = -1; // poll passes it over
-    return eventually(
+    return becomes_true(
                [&] { return condition() || !connection.step(nothing_to_wake, std::chrono::milliseconds(20)); }) &&
            condition();
 }
@@ -151,7 +151,7 @@ TEST(MqttConnection, SaysThatItIsNoBroker) {
 }
 
 /** A certificate for `name` that vouches for itself, in cert.pem and key.pem. */
-void make_certificate(const ScratchDirectory& directory, const std::string& name = "IP:127.0.0.1", int days = 2) {
+void make_certificate(const TemporaryFolder& directory, const std::string& name = "IP:127.0.0.1", int days = 2) {
     output_of({"openssl", "req", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1", "-nodes", "-keyout",
                directory / "key.pem", "-out", directory / "request.pem", "-subj", "/CN=camera"});
     std::ofstream(directory / "names") << "subjectAltName=" << name << "\nbasicConstraints=CA:TRUE\n";
@@ -214,7 +214,7 @@ TEST(MqttConnection, RefusesABrokerThatNobodyVouchesFor) {
     Broker broker(with_tls);
     make_certificate(broker.directory());
     broker.start();
-    const ScratchDirectory elsewhere;
+    const TemporaryFolder elsewhere;
     make_certificate(elsewhere);
     MqttSettings settings = settings_for(broker.port());
     settings.ca_file = elsewhere / "cert.pem";
@@ -232,7 +232,7 @@ TEST(MqttConnection, RefusesABrokerThatNobodyVouchesFor) {
 TEST(MqttConnection, SaysThatABrokerSpeaksNoTls) {
     Broker broker;
     broker.start();
-    const ScratchDirectory scratch;
+    const TemporaryFolder scratch;
     make_certificate(scratch);
     MqttSettings settings = settings_for(broker.port());
     settings.ca_file = scratch / "cert.pem";

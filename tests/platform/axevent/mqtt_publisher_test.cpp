@@ -36,9 +36,9 @@ class Application {
     std::string queue_path() const { return m_scratch / "queue"; }
 
   private:
-    ScratchDirectory m_scratch;
-    Variable m_address;
-    Variable m_queue;
+    TemporaryFolder m_scratch;
+    Variables m_address;
+    Variables m_queue;
     Handler m_handler;
     std::vector<guint> m_ids;
 };
@@ -139,7 +139,7 @@ TEST(MqttPublisher, LosesNothingWhileTheBrokerIsAway) {
     EXPECT_THAT(watcher.new_states(5),
                 ElementsAre("KorvexOrvelSecondAlert ON", "KorvexOrvelThirdAlert ON", "KorvexOrvelThirdAlert OFF",
                             "KorvexOrvelSecondAlert OFF", "KorvexOrvelFirstAlert OFF"));
-    EXPECT_TRUE(eventually([&] { return MqttQueue(application.queue_path(), any_limit).size() == 0; }));
+    EXPECT_TRUE(becomes_true([&] { return MqttQueue(application.queue_path(), any_limit).size() == 0; }));
 }
 
 /** Answers no connection, or takes it and never says a word: in both cases sending returns, and the file holds it. */
@@ -197,14 +197,14 @@ TEST(MqttPublisher, RunsOnAThreadThatTakesNoSignalsAndEndsWithTheHandler) {
         EXPECT_EQ(added, 1);
     }
     // A joined thread may stand in the list a moment longer.
-    EXPECT_TRUE(eventually([&] { return threads() == before; }));
+    EXPECT_TRUE(becomes_true([&] { return threads() == before; }));
 }
 
 TEST(MqttPublisher, LeavesAWillForAProcessThatIsKilled) {
     Broker broker;
     broker.start();
     Watcher watcher(broker);
-    const Variable address("KORVEX_MQTT", broker.address());
+    const Variables address("KORVEX_MQTT", broker.address());
     Process sender({ALERT_SENDER});
     EXPECT_EQ(watcher.message(), "korvex_orvel/availability online");
     EXPECT_EQ(watcher.states(2), (std::vector<std::string>{"KorvexOrvelFirstAlert OFF", "KorvexOrvelFirstAlert ON"}));
@@ -216,7 +216,7 @@ TEST(MqttPublisher, TakesLeaveForAProcessThatFreesNothing) {
     Broker broker("allow_anonymous true\nlog_dest file %DIR%log\nlog_type all\n");
     broker.start();
     Watcher watcher(broker);
-    const Variable address("KORVEX_MQTT", broker.address());
+    const Variables address("KORVEX_MQTT", broker.address());
     Process sender({ALERT_SENDER, "end"});
     EXPECT_EQ(sender.wait(), 0);
     std::string last;
@@ -226,7 +226,7 @@ TEST(MqttPublisher, TakesLeaveForAProcessThatFreesNothing) {
             break;
     }
     EXPECT_EQ(last, "korvex_orvel/availability offline");
-    EXPECT_TRUE(eventually([&] {
+    EXPECT_TRUE(becomes_true([&] {
         return content(broker.directory() / "log").find("Received DISCONNECT from korvex_orvel") != std::string::npos;
     }));
 }

@@ -29,7 +29,7 @@ MqttSettings settings_for(int port, const std::string& queue_path) {
 }
 
 TEST(MqttPublisherThread, GreetsThenAnnouncesThenBringsTheQueue) {
-    const ScratchDirectory scratch;
+    const TemporaryFolder scratch;
     Broker broker;
     broker.start();
     Watcher watcher(broker);
@@ -56,7 +56,7 @@ TEST(MqttPublisherThread, GreetsThenAnnouncesThenBringsTheQueue) {
 }
 
 TEST(MqttPublisherThread, PassesOverWhatNoBrokerCanBeSent) {
-    const ScratchDirectory scratch;
+    const TemporaryFolder scratch;
     Broker broker;
     broker.start();
     Watcher watcher(broker);
@@ -97,7 +97,7 @@ TEST(MqttPublisherThread, TellsABrokerThatForgotTheLastStateAgain) {
     publisher.announce({"config", "{}"});
     publisher.enqueue({"state", "1"});
     publisher.enqueue({"state", "2"});
-    ASSERT_TRUE(eventually([&] { return broker.retained("state", 1) == std::vector<std::string>{"state 2"}; }));
+    ASSERT_TRUE(becomes_true([&] { return broker.retained("state", 1) == std::vector<std::string>{"state 2"}; }));
     testing::internal::CaptureStderr();
     broker.stop();
     broker.forget();
@@ -148,14 +148,14 @@ TEST(MqttPublisherThread, LosesNothingToABrokerThatDiesTwentyTimesAndLeavesNothi
         MqttPublisher publisher(settings_for(broker.port(), ""));
         for (int number = 0; number < deaths + 5; ++number)
             publisher.enqueue({"state", std::to_string(number)});
-        EXPECT_TRUE(eventually([&] { return news == deaths + 5; }));
+        EXPECT_TRUE(becomes_true([&] { return news == deaths + 5; }));
     }
     testing::internal::GetCapturedStderr();
     EXPECT_GT(connections, deaths);
     ASSERT_EQ(heard.size(), size_t{deaths + 5});
     for (int number = 0; number < deaths + 5; ++number)
         EXPECT_EQ(heard[static_cast<size_t>(number)], std::to_string(number));
-    EXPECT_TRUE(eventually([&] { return entries_of("/proc/self/task") == threads; }));
+    EXPECT_TRUE(becomes_true([&] { return entries_of("/proc/self/task") == threads; }));
     EXPECT_EQ(entries_of("/proc/self/fd"), descriptors);
 }
 
@@ -172,7 +172,7 @@ TEST(MqttPublisherThread, TakesABrokerThatConfirmsNothingForOneThatIsAway) {
         });
         port = broker.port();
         MqttPublisher publisher(settings_for(port, ""));
-        EXPECT_TRUE(eventually([&] { return connections >= 4; }));
+        EXPECT_TRUE(becomes_true([&] { return connections >= 4; }));
     }
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "axevent: the broker 127.0.0.1:" + std::to_string(port) +
                                                           " is away (The connection was lost.); changes wait for it\n");

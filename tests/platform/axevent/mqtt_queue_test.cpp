@@ -43,7 +43,7 @@ TEST(MqttQueue, GivesMessagesInTheOrderTheyCame) {
 }
 
 TEST(MqttQueue, HandsOverToTheNextProcess) {
-    const ScratchDirectory scratch;
+    const TemporaryFolder scratch;
     {
         MqttQueue queue(scratch / "queue", limit);
         for (int number = 0; number < 3; ++number)
@@ -80,7 +80,7 @@ TEST(MqttQueue, TakesUpAFileOfTheFirstRelease) {
 }
 
 TEST(MqttQueue, SurvivesAKillRightAfterThePush) {
-    const ScratchDirectory scratch;
+    const TemporaryFolder scratch;
     const pid_t child = fork();
     if (child == 0) {
         MqttQueue queue(scratch / "queue", limit);
@@ -96,7 +96,7 @@ TEST(MqttQueue, SurvivesAKillRightAfterThePush) {
 }
 
 TEST(MqttQueue, DropsTheOldestBeyondItsLimitAndSaysSoOnce) {
-    const ScratchDirectory scratch;
+    const TemporaryFolder scratch;
     {
         MqttQueue queue(scratch / "queue", 3);
         testing::internal::CaptureStderr();
@@ -123,7 +123,7 @@ TEST(MqttQueue, DoesNotRemoveTheNextInPlaceOfOneThatWasDropped) {
 }
 
 TEST(MqttQueue, IsWhatAPlainListWouldBe) {
-    const ScratchDirectory scratch;
+    const TemporaryFolder scratch;
     const unsigned seed = std::random_device()();
     SCOPED_TRACE("seed " + std::to_string(seed));
     std::mt19937 random(seed);
@@ -167,7 +167,7 @@ TEST(MqttQueue, IsWhatAPlainListWouldBe) {
 }
 
 TEST(MqttQueue, KeepsItsFilesSmall) {
-    const ScratchDirectory scratch;
+    const TemporaryFolder scratch;
     MqttQueue queue(scratch / "queue", limit);
     for (int number = 0; number < 5000; ++number) {
         queue.push(message(number));
@@ -179,7 +179,7 @@ TEST(MqttQueue, KeepsItsFilesSmall) {
 }
 
 TEST(MqttQueue, GoesOnInMemoryWithoutAFile) {
-    const ScratchDirectory scratch;
+    const TemporaryFolder scratch;
     testing::internal::CaptureStderr();
     MqttQueue queue(scratch / "no/such/folder/queue", limit);
     queue.push(message(1));
@@ -193,7 +193,7 @@ TEST(MqttQueue, GoesOnInMemoryWithoutAFile) {
 
 /** Another connection that holds the file for itself makes each write fail, like a full disk. */
 TEST(MqttQueue, SaysOnceForEachOutageThatItCannotWriteItsFile) {
-    const ScratchDirectory scratch;
+    const TemporaryFolder scratch;
     MqttQueue queue(scratch / "queue", limit);
     sqlite3* other = nullptr;
     ASSERT_EQ(sqlite3_open((scratch / "queue").c_str(), &other), SQLITE_OK);
@@ -213,7 +213,7 @@ TEST(MqttQueue, SaysOnceForEachOutageThatItCannotWriteItsFile) {
 }
 
 TEST(MqttQueue, PutsADamagedFileAside) {
-    const ScratchDirectory scratch;
+    const TemporaryFolder scratch;
     std::ofstream(scratch / "queue") << std::string(4096, 'x');
     testing::internal::CaptureStderr();
     {

@@ -42,8 +42,8 @@ TEST(MqttSettings, HaveDefaultsForAllButTheAddress) {
 }
 
 TEST(MqttSettings, NameTheClientAfterThePrefixAndTheInstallation) {
-    const ScratchDirectory first;
-    const ScratchDirectory second;
+    const TemporaryFolder first;
+    const TemporaryFolder second;
     const auto client_of = [](const std::string& queue) {
         std::string problem;
         const auto settings =
@@ -65,7 +65,7 @@ TEST(MqttSettings, NameTheClientAfterThePrefixAndTheInstallation) {
 }
 
 TEST(MqttSettings, TakeAllVariables) {
-    const ScratchDirectory scratch;
+    const TemporaryFolder scratch;
     std::ofstream(scratch / "password") << "s3cret with blank \r\n";
     std::ofstream(scratch / "ca.pem") << "certificates";
     std::string problem;

@@ -18,20 +18,20 @@ std::string stdout_of(Outputs& outputs) {
 }
 
 TEST(Outputs, SayNothingUnlessTheyAreAskedTo) {
-    const ScratchDirectory scratch;
+    const TemporaryFolder scratch;
     Outputs outputs = Outputs::from_environment();
     EXPECT_EQ(stdout_of(outputs), "");
     EXPECT_TRUE(std::filesystem::is_empty(scratch / ""));
 }
 
 TEST(Outputs, PrintALineOnTheConsole) {
-    const Variable console("KORVEX_AXEVENT_CONSOLE", "1");
+    const Variables console("KORVEX_AXEVENT_CONSOLE", "1");
     Outputs outputs = Outputs::from_environment();
     EXPECT_EQ(stdout_of(outputs), "12:00 Alert: started\n");
 }
 
 TEST(Outputs, TellTheListenerInPlaceOfTheConsole) {
-    const Variable console("KORVEX_AXEVENT_CONSOLE", "1");
+    const Variables console("KORVEX_AXEVENT_CONSOLE", "1");
     Outputs outputs = Outputs::from_environment();
     std::string heard;
     host_events::set_listener([&](const Occurrence& occurrence) { heard = occurrence.nice_name; });
@@ -54,10 +54,10 @@ TEST(Outputs, LetTheListenerGoBeforeTheJournal) {
 }
 
 TEST(Outputs, RotateTheJournalAsTheVariablesSay) {
-    const ScratchDirectory scratch;
-    const Variable journal("KORVEX_AXEVENT_JOURNAL", scratch / "journal");
-    const Variable bytes("KORVEX_AXEVENT_JOURNAL_BYTES", "1");
-    const Variable files("KORVEX_AXEVENT_JOURNAL_FILES", "2");
+    const TemporaryFolder scratch;
+    const Variables journal("KORVEX_AXEVENT_JOURNAL", scratch / "journal");
+    const Variables bytes("KORVEX_AXEVENT_JOURNAL_BYTES", "1");
+    const Variables files("KORVEX_AXEVENT_JOURNAL_FILES", "2");
     Outputs outputs = Outputs::from_environment();
     for (int count = 0; count < 5; ++count)
         outputs.publish(started);
@@ -67,10 +67,10 @@ TEST(Outputs, RotateTheJournalAsTheVariablesSay) {
 }
 
 TEST(Outputs, SayWhichVariableIsWrongAndUseTheDefault) {
-    const ScratchDirectory scratch;
-    const Variable journal("KORVEX_AXEVENT_JOURNAL", scratch / "journal");
+    const TemporaryFolder scratch;
+    const Variables journal("KORVEX_AXEVENT_JOURNAL", scratch / "journal");
     for (const char* wrong : {"many", "0", "-1", "1e6", "99999999999999999999"}) {
-        const Variable bytes("KORVEX_AXEVENT_JOURNAL_BYTES", wrong);
+        const Variables bytes("KORVEX_AXEVENT_JOURNAL_BYTES", wrong);
         testing::internal::CaptureStderr();
         Outputs outputs = Outputs::from_environment();
         EXPECT_EQ(testing::internal::GetCapturedStderr(),
@@ -82,8 +82,8 @@ TEST(Outputs, SayWhichVariableIsWrongAndUseTheDefault) {
 }
 
 TEST(Outputs, DoWithoutTheBrokerWhenItsVariablesAreWrong) {
-    const Variable broker("KORVEX_MQTT", "nowhere");
-    const Variable console("KORVEX_AXEVENT_CONSOLE", "1");
+    const Variables broker("KORVEX_MQTT", "nowhere");
+    const Variables console("KORVEX_AXEVENT_CONSOLE", "1");
     testing::internal::CaptureStderr();
     Outputs outputs = Outputs::from_environment();
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
@@ -92,12 +92,12 @@ TEST(Outputs, DoWithoutTheBrokerWhenItsVariablesAreWrong) {
 }
 
 TEST(Outputs, WarnOfAPasswordThatEverybodyCanRead) {
-    const ScratchDirectory scratch;
+    const TemporaryFolder scratch;
     std::ofstream(scratch / "password") << "secret\n";
     // No name service has such a name, so that nobody is asked for it.
-    const Variable broker("KORVEX_MQTT", "no such host:1883");
-    const Variable user("KORVEX_MQTT_USER", "me");
-    const Variable password("KORVEX_MQTT_PASSWORD_FILE", scratch / "password");
+    const Variables broker("KORVEX_MQTT", "no such host:1883");
+    const Variables user("KORVEX_MQTT_USER", "me");
+    const Variables password("KORVEX_MQTT_PASSWORD_FILE", scratch / "password");
     testing::internal::CaptureStderr();
     Outputs::from_environment();
     const std::string said = testing::internal::GetCapturedStderr();

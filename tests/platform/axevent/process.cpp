@@ -51,16 +51,6 @@ std::optional<std::string> state_in(const std::string& message) {
 
 } // namespace
 
-bool eventually(const std::function<bool()>& condition) {
-    const auto until = std::chrono::steady_clock::now() + patience;
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > until)
-            return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
-    return true;
-}
-
 int free_port() {
     const int file = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     sockaddr_in address = loopback(0);
@@ -157,7 +147,7 @@ void Broker::start() {
         std::make_unique<Process>(std::vector<std::string>{access(beside_path, X_OK) == 0 ? beside_path : "mosquitto",
                                                            "-c", m_directory / "mosquitto.conf"},
                                   Process::Stderr::dropped);
-    if (!eventually([this] { return accepts(m_port); }))
+    if (!becomes_true([this] { return accepts(m_port); }))
         throw std::runtime_error("mosquitto does not start; is it installed?");
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "tests/platform/axevent/scratch.h"
+#include "tests/support/becomes_true.h"
 
 #include <sys/types.h>
 
@@ -14,9 +15,6 @@
 
 /** How long a test waits for what must come; generous, since the machine may be busy. */
 inline constexpr std::chrono::seconds patience{20};
-
-/** Polls until `condition` holds; false after `patience`. */
-bool eventually(const std::function<bool()>& condition);
 
 /** A program whose stdout the test reads; killed with the object. */
 class Process {
@@ -59,13 +57,13 @@ class Broker {
 
     int port() const { return m_port; }
     std::string address() const { return "127.0.0.1:" + std::to_string(m_port); }
-    const ScratchDirectory& directory() const { return m_directory; }
+    const TemporaryFolder& directory() const { return m_directory; }
 
     /** What a program subscribed to `filter` gets at once: "<topic> <payload>". */
     std::vector<std::string> retained(const std::string& filter, int count) const;
 
   private:
-    ScratchDirectory m_directory;
+    TemporaryFolder m_directory;
     int m_port;
     std::unique_ptr<Process> m_process;
 };

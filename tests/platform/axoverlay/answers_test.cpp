@@ -51,7 +51,8 @@ TEST_F(AnswersTest, others_are_asked_before_the_pictures) {
 }
 
 TEST_F(AnswersTest, a_file_is_sent_whole_and_one_that_is_gone_is_told_of) {
-    const std::string folder = test_video::new_folder("answers");
+    const TemporaryFolder own;
+    const std::string folder = own.path();
     const std::string path = folder + "/still.jpg";
     const std::string content(300000, 'j');
     std::ofstream(path) << content;
@@ -71,7 +72,6 @@ TEST_F(AnswersTest, a_file_is_sent_whole_and_one_that_is_gone_is_told_of) {
         EXPECT_EQ(reply.head.status, 404) << other;
         EXPECT_EQ(reply.body, "It is not there, or not there any more.\n") << other;
     }
-    std::filesystem::remove_all(folder);
 }
 
 TEST_F(AnswersTest, every_answer_has_the_header_until_it_is_taken_away) {

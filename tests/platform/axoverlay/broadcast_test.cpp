@@ -15,7 +15,6 @@
 namespace {
 
 using http_client::Motion;
-using test_video::becomes_true;
 
 class BroadcastTest : public test_video::OverlayApplication {};
 
@@ -106,13 +105,12 @@ TEST_F(BroadcastTest, a_stream_opens_with_its_first_viewer_and_closes_after_its_
         EXPECT_EQ(fake_vdo::open_streams(), 3);
     }
     EXPECT_TRUE(becomes_true([] { return fake_vdo::open_streams() == 0; }));
-    const unsigned handed_out = fake_vdo::pictures_handed_out();
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    EXPECT_EQ(fake_vdo::pictures_handed_out(), handed_out);
+    EXPECT_EQ(fake_vdo::streams_started(), 3);
 
     Motion again(address(), "/stream/320x240.mjpg");
     EXPECT_FALSE((again.head(), again.next_picture()).empty());
     EXPECT_EQ(fake_vdo::open_streams(), 1);
+    EXPECT_EQ(fake_vdo::streams_started(), 4);
 }
 
 TEST_F(BroadcastTest, a_viewer_outlives_a_silence_of_the_camera) {
@@ -120,7 +118,7 @@ TEST_F(BroadcastTest, a_viewer_outlives_a_silence_of_the_camera) {
     Motion motion(address(), "/stream/320x240.mjpg");
     EXPECT_FALSE((motion.head(), motion.next_picture()).empty());
     fake_vdo::behave({.dead = true});
-    std::this_thread::sleep_for(std::chrono::milliseconds(150));
+    ASSERT_TRUE(becomes_true([] { return fake_vdo::pictures_refused() >= 5; }));
     fake_vdo::behave({});
     for (int i = 0; i < 10; ++i)
         EXPECT_FALSE(motion.next_picture().empty());
@@ -267,23 +265,25 @@ TEST_F(BroadcastTest, viewers_that_come_and_go_while_it_draws_and_ends_leave_not
         fake_vdo::behave({.period = std::chrono::milliseconds(2)});
         start();
         std::atomic<bool> ending = false;
+        std::atomic<int> pictures = 0;
         std::list<std::jthread> viewers;
         for (int i = 0; i < 6; ++i) {
             viewers.emplace_back([&, i] {
                 for (int visit = 0; visit < 8 && !ending; ++visit) {
                     Motion motion(address(), i % 2 == 0 ? "/stream/320x240.mjpg" : "/stream/320x240.mjpg?mirror=1");
-                    motion.head();
-                    motion.next_picture();
+                    EXPECT_EQ(motion.head().status, 200);
+                    pictures += motion.next_picture().empty() ? 0 : 1;
                 }
             });
         }
-        for (int i = 0; i < 20; ++i) {
-            redraw([](cairo_t* context, const axoverlay_stream_data&, int, int) { cairo_paint(context); });
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        }
+        redraw([](cairo_t* context, const axoverlay_stream_data&, int, int) { cairo_paint(context); });
+        // In the midst of their comings and goings.
+        EXPECT_TRUE(redraw_until([&] { return pictures >= 12; }));
         ending = true;
         viewers.clear();
         axoverlay_cleanup();
+        EXPECT_EQ(fake_vdo::open_streams(), 0);
+        EXPECT_EQ(fake_vdo::pictures_outstanding(), 0);
     }
 }
 

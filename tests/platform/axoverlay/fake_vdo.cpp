@@ -17,6 +17,7 @@ struct State {
     int open = 0;
     int started = 0;
     unsigned handed_out = 0;
+    unsigned refused = 0;
     int outstanding = 0;
     std::map<std::string, guint32> last_settings;
 };
@@ -70,6 +71,7 @@ void behave(const Behaviour& behaviour) {
     state().behaviour = behaviour;
     state().started = 0;
     state().handed_out = 0;
+    state().refused = 0;
     state().changed.notify_all();
 }
 
@@ -86,6 +88,11 @@ int streams_started() {
 unsigned pictures_handed_out() {
     const std::lock_guard lock(state().lock);
     return state().handed_out;
+}
+
+unsigned pictures_refused() {
+    const std::lock_guard lock(state().lock);
+    return state().refused;
 }
 
 int pictures_outstanding() {
@@ -177,6 +184,7 @@ VdoBuffer* vdo_stream_get_buffer(VdoStream* handle, GError** error) {
     state().changed.wait_for(lock, state().behaviour.period, [&] { return stream.stopped; });
     state().changed.wait(lock, [&] { return stream.stopped || !state().behaviour.silent; });
     if (stream.stopped || state().behaviour.dead) {
+        ++state().refused;
         set_error(error, stream.stopped ? "the stream was stopped" : "the source is gone");
         return nullptr;
     }

@@ -36,6 +36,9 @@ int streams_started();
 /** Pictures handed out since the last behave(), and those not given back. */
 unsigned pictures_handed_out();
 int pictures_outstanding();
+/** How often a picture was asked for in vain since the last behave(): of a dead camera, or of a stream that was
+ * stopped. */
+unsigned pictures_refused();
 /** The settings of the stream that was made last. */
 guint32 last_setting(const std::string& name);
 

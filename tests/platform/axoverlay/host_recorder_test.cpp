@@ -73,7 +73,7 @@ TEST_F(HostRecorder, in_replay_it_takes_one_picture_a_pass_with_the_overlay_of_t
 TEST_F(HostRecorder, live_it_follows_the_video_until_it_is_finished) {
     start();
     Recorder recorder(options);
-    ASSERT_TRUE(test_video::becomes_true([] { return fake_vdo::pictures_handed_out() >= 20; }));
+    ASSERT_TRUE(becomes_true([] { return fake_vdo::pictures_handed_out() >= 20; }));
     recorder.finish();
     EXPECT_EQ(fake_vdo::open_streams(), 0);
     const Mp4Content content = read_mp4(options.path);
@@ -88,9 +88,9 @@ TEST_F(HostRecorder, live_it_follows_the_video_until_it_is_finished) {
 TEST_F(HostRecorder, live_a_silent_camera_only_pauses_it) {
     fake_vdo::behave({.dead = true});
     Recorder recorder(options);
-    std::this_thread::sleep_for(std::chrono::milliseconds(60));
+    ASSERT_TRUE(becomes_true([] { return fake_vdo::pictures_refused() >= 5; }));
     fake_vdo::behave({});
-    ASSERT_TRUE(test_video::becomes_true([] { return fake_vdo::pictures_handed_out() >= 5; }));
+    ASSERT_TRUE(becomes_true([] { return fake_vdo::pictures_handed_out() >= 5; }));
     recorder.finish();
     EXPECT_GE(read_mp4(options.path).seconds.size(), 4U);
 }
@@ -106,7 +106,7 @@ TEST_F(HostRecorder, live_a_full_disk_is_told_when_it_happens) {
     };
     try {
         Recorder recorder(options);
-        EXPECT_TRUE(test_video::becomes_true([&] { return told.load(); }));
+        EXPECT_TRUE(becomes_true([&] { return told.load(); }));
         EXPECT_THROW(recorder.finish(), std::runtime_error);
     } catch (const std::runtime_error& refused) {
         why = refused.what(); // the file's head alone may be too much already

@@ -19,7 +19,7 @@ TEST_F(ListenersTest, a_listener_gets_what_is_told_from_now_on_until_the_end) {
     EXPECT_FALSE(host_overlay::has_listeners());
     host_overlay::tell_listeners("nobody hears this either");
     Motion listener(address(), host_overlay::events_path);
-    ASSERT_TRUE(test_video::becomes_true(host_overlay::has_listeners));
+    ASSERT_TRUE(becomes_true(host_overlay::has_listeners));
     host_overlay::tell_listeners("{\"pass\": 1}");
     auto head = listener.head();
     EXPECT_EQ(head.status, 200);
@@ -36,10 +36,10 @@ TEST_F(ListenersTest, one_that_leaves_is_forgotten) {
     start();
     {
         const Motion listener(address(), host_overlay::events_path);
-        ASSERT_TRUE(test_video::becomes_true(host_overlay::has_listeners));
+        ASSERT_TRUE(becomes_true(host_overlay::has_listeners));
     }
     // Its absence shows when something is sent.
-    EXPECT_TRUE(test_video::becomes_true([] {
+    EXPECT_TRUE(becomes_true([] {
         host_overlay::tell_listeners("{}");
         return !host_overlay::has_listeners();
     }));
@@ -48,7 +48,7 @@ TEST_F(ListenersTest, one_that_leaves_is_forgotten) {
 TEST_F(ListenersTest, one_that_takes_nothing_keeps_nobody_waiting_and_hears_the_newest) {
     start();
     Motion stalled(address(), host_overlay::events_path, 2048);
-    ASSERT_TRUE(test_video::becomes_true(host_overlay::has_listeners));
+    ASSERT_TRUE(becomes_true(host_overlay::has_listeners));
     host_overlay::tell_listeners("{}");
     EXPECT_EQ(stalled.head().status, 200);
     // More than its connection holds: told without a wait, or this would never end.
@@ -57,7 +57,7 @@ TEST_F(ListenersTest, one_that_takes_nothing_keeps_nobody_waiting_and_hears_the_
         host_overlay::tell_listeners(filling);
     host_overlay::tell_listeners("the last");
     std::string message;
-    EXPECT_TRUE(test_video::becomes_true([&] {
+    EXPECT_TRUE(becomes_true([&] {
         message = stalled.next_message();
         return message.ends_with("the last");
     })) << message;

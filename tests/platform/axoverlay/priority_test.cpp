@@ -73,16 +73,16 @@ TEST_F(PriorityTest, who_makes_pictures_gives_way_to_all_and_who_sends_them_to_t
 }
 
 TEST_F(PriorityTest, who_records_gives_way_to_all) {
-    const std::string folder = test_video::new_folder("priority");
+    const TemporaryFolder own;
+    const std::string folder = own.path();
     host_overlay::RecorderOptions options;
     options.path = folder + "/out.mp4";
     options.width = 320;
     options.height = 240;
     host_overlay::Recorder recorder(options);
-    ASSERT_TRUE(test_video::becomes_true([] { return fake_vdo::pictures_handed_out() >= 2; }));
+    ASSERT_TRUE(becomes_true([] { return fake_vdo::pictures_handed_out() >= 2; }));
     EXPECT_EQ(threads_with(lowest), 1);
     recorder.finish();
-    std::filesystem::remove_all(folder);
 }
 
 } // namespace

@@ -99,7 +99,7 @@ TEST_F(StreamServerTest, a_single_picture_waits_for_the_overlay_of_its_fresh_str
         reply = request(address(), "GET", "/stream/320x240.jpg");
         arrived = true;
     });
-    ASSERT_TRUE(test_video::becomes_true([] { return fake_vdo::pictures_handed_out() > 3; }));
+    ASSERT_TRUE(becomes_true([] { return fake_vdo::pictures_handed_out() > 3; }));
     ASSERT_TRUE(redraw_until([&] { return arrived.load(); }));
     viewer.join();
     const auto image = picture_of(reply);
@@ -119,7 +119,7 @@ TEST_F(StreamServerTest, no_picture_of_a_fresh_multipart_stream_comes_before_its
     for (int visit = 0; visit < 6; ++visit) {
         Motion motion(address(), "/stream/320x240.mjpg");
         const unsigned before = fake_vdo::pictures_handed_out();
-        ASSERT_TRUE(test_video::becomes_true([&] { return fake_vdo::pictures_handed_out() > before + 3; }));
+        ASSERT_TRUE(becomes_true([&] { return fake_vdo::pictures_handed_out() > before + 3; }));
         std::atomic<bool> arrived = false;
         std::vector<std::uint8_t> first;
         std::jthread viewer([&] {
@@ -141,7 +141,7 @@ TEST_F(StreamServerTest, a_stream_that_hides_objects_shows_a_card_when_nothing_i
     const auto corner_becomes = [this](const std::string& target, bool dark) {
         Motion motion(address(), target);
         motion.head();
-        return test_video::becomes_true([&] {
+        return becomes_true([&] {
             const int green = decode(motion.next_picture()).at(8, 8).g;
             return dark ? green < 80 : green > 200;
         });
@@ -221,7 +221,8 @@ TEST_F(StreamServerTest, a_taken_port_is_a_clear_error) {
 }
 
 TEST_F(StreamServerTest, serves_on_a_unix_socket_as_on_a_port) {
-    const std::string folder = test_video::new_folder("stream_server");
+    const TemporaryFolder own;
+    const std::string folder = own.path();
     const std::string path = folder + "/streams.socket";
     setenv("KORVEX_OVERLAY_LISTEN", ("unix:" + path).c_str(), 1);
     start();
@@ -242,7 +243,6 @@ TEST_F(StreamServerTest, serves_on_a_unix_socket_as_on_a_port) {
     axoverlay_cleanup();
     motion.drain();
     EXPECT_FALSE(std::filesystem::exists(path));
-    std::filesystem::remove_all(folder);
 }
 
 /** What the kernel says of a thread, "SigBlk" for example. */

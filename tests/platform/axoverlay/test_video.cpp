@@ -43,22 +43,6 @@ testing::AssertionResult near(Rgb seen, Rgb expected, int tolerance) {
                                        << expected.r << ", " << expected.g << ", " << expected.b << ")";
 }
 
-testing::AssertionResult becomes_true(const std::function<bool()>& condition) {
-    const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > limit)
-            return testing::AssertionFailure() << "it did not happen within 10 s";
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
-    return testing::AssertionSuccess();
-}
-
-std::string new_folder(const std::string& name) {
-    std::string path = testing::TempDir() + name + "_XXXXXX";
-    EXPECT_NE(mkdtemp(path.data()), nullptr) << path;
-    return path;
-}
-
 namespace {
 
 std::atomic<bool> low_priorities = false;
@@ -78,12 +62,10 @@ OverlayApplication::OverlayApplication() {
     axoverlay_init_axoverlay_settings(&settings);
     settings.render_callback = render;
     settings.adjustment_callback = adjust;
-    setenv("KORVEX_OVERLAY_LISTEN", "127.0.0.1:0", 1);
 }
 
 OverlayApplication::~OverlayApplication() {
     axoverlay_cleanup();
-    unsetenv("KORVEX_OVERLAY_LISTEN");
     EXPECT_EQ(fake_vdo::open_streams(), 0);
     EXPECT_EQ(fake_vdo::pictures_outstanding(), 0);
 }

@@ -1,6 +1,9 @@
 #pragma once
 
 #include "platform/axoverlay/nv12_picture.h"
+#include "tests/support/becomes_true.h"
+#include "tests/support/temporary_folder.h"
+#include "tests/support/variables.h"
 
 #include <axoverlay.h>
 #include <cairo.h>
@@ -32,12 +35,6 @@ RgbImage decode(std::span<const std::uint8_t> jpeg);
 
 /** Each channel within the tolerance: what JPEG's rounding and, near an edge, its ringing leave. */
 testing::AssertionResult near(Rgb seen, Rgb expected, int tolerance = 8);
-
-/** Waits up to 10 s. */
-testing::AssertionResult becomes_true(const std::function<bool()>& condition);
-
-/** Makes an empty folder; the caller removes it. */
-std::string new_folder(const std::string& name);
 
 /**
  * Lets threads have the low priority that they ask for, while it lives. Else they keep that of the tests, which may be
@@ -71,6 +68,8 @@ class OverlayApplication : public testing::Test {
     gint overlay_id = 0;
 
   private:
+    const Variables m_listen{"KORVEX_OVERLAY_LISTEN", "127.0.0.1:0"};
+
     static void render(gpointer context, gint id, axoverlay_stream_data* stream, axoverlay_position_type position,
                        gfloat x, gfloat y, gint width, gint height, gpointer user_data);
     static void adjust(gint id, axoverlay_stream_data* stream, axoverlay_position_type* position, gfloat* x, gfloat* y,

@@ -1,4 +1,5 @@
 #include "platform/axparameter/settler.h"
+#include "tests/support/becomes_true.h"
 
 #include <gtest/gtest.h>
 
@@ -16,11 +17,9 @@ TEST(ParameterSettler, SettlesOnceAfterTheLastOfManyWrites) {
     Settler settler([&] { ++settled; }, 200ms);
     for (int i = 0; i < 50; ++i)
         settler.written();
-    while (settled == 0)
-        std::this_thread::sleep_for(1ms);
+    ASSERT_TRUE(becomes_true([&] { return settled > 0; }));
     settler.written();
-    while (settled == 1)
-        std::this_thread::sleep_for(1ms);
+    ASSERT_TRUE(becomes_true([&] { return settled > 1; }));
     EXPECT_LT(settled, 25) << "of 51 writes";
 }
 
@@ -43,8 +42,7 @@ TEST(ParameterSettler, ItsThreadBlocksEverySignal) {
         },
         1ms);
     settler.written();
-    while (!done)
-        std::this_thread::sleep_for(1ms);
+    ASSERT_TRUE(becomes_true([&] { return done.load(); }));
     for (const int signal : {SIGTERM, SIGINT, SIGHUP, SIGUSR1, SIGCHLD})
         EXPECT_EQ(sigismember(&blocked, signal), 1) << signal;
 }

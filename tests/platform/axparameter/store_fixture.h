@@ -1,5 +1,8 @@
 #pragma once
 
+#include "tests/support/temporary_folder.h"
+#include "tests/support/variables.h"
+
 #include <axsdk/axparameter.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -19,15 +22,6 @@ using ParameterHandle = std::unique_ptr<AXParameter, ReleaseParameter>;
 /** A folder of its own for the test's store, and the environment that points the library there. */
 class StoreFixture : public testing::Test {
   protected:
-    StoreFixture() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "korvex_store_XXXXXX").string();
-        m_folder = mkdtemp(pattern.data());
-        m_store = m_folder / "parameters.sqlite";
-        setenv("KORVEX_AXPARAMETER_STORE", m_store.c_str(), 1);
-        setenv("KORVEX_AXPARAMETER_MANIFEST", KORVEX_MANIFEST, 1);
-    }
-    ~StoreFixture() override { std::filesystem::remove_all(m_folder); }
-
     static ParameterHandle open(const char* group = "korvex_orvel") {
         g_autoptr(GError) error = nullptr;
         ParameterHandle handle(ax_parameter_new(group, &error));
@@ -63,6 +57,11 @@ class StoreFixture : public testing::Test {
         return path;
     }
 
-    std::filesystem::path m_folder;
-    std::filesystem::path m_store;
+    const TemporaryFolder m_own;
+    const std::filesystem::path m_folder = m_own.path();
+    const std::filesystem::path m_store = m_folder / "parameters.sqlite";
+
+  private:
+    const Variables m_variables{{"KORVEX_AXPARAMETER_STORE", m_store.string()},
+                                {"KORVEX_AXPARAMETER_MANIFEST", KORVEX_MANIFEST}};
 };

@@ -17,10 +17,7 @@ using platform::UnixSocket;
 
 class UnixSocketTest : public testing::Test {
   protected:
-    ~UnixSocketTest() override {
-        std::filesystem::current_path(before);
-        std::filesystem::remove_all(folder);
-    }
+    ~UnixSocketTest() override { std::filesystem::current_path(before); }
 
     static std::string failure_at(const std::string& path) {
         try {
@@ -45,8 +42,8 @@ class UnixSocketTest : public testing::Test {
     }
 
     const std::filesystem::path before = std::filesystem::current_path();
-    std::string pattern = testing::TempDir() + "unix_socket.XXXXXX";
-    const std::string folder = mkdtemp(pattern.data());
+    const TemporaryFolder own;
+    const std::string folder = own.path();
     const std::string path = folder + "/streams.socket";
 };
 

@@ -22,13 +22,6 @@ struct MuxerCloser {
     }
 };
 
-void set_or_unset(const std::string& name, const std::optional<std::string>& value) {
-    if (value)
-        setenv(name.c_str(), value->c_str(), 1);
-    else
-        unsetenv(name.c_str());
-}
-
 void fill(AVFrame& frame, int index) {
     for (int y = 0; y < frame.height; ++y) {
         for (int x = 0; x < frame.width; ++x)
@@ -43,30 +36,6 @@ void fill(AVFrame& frame, int index) {
 }
 
 } // namespace
-
-TemporaryFolder::TemporaryFolder() {
-    std::string name = (std::filesystem::temp_directory_path() / "vdostream-test-XXXXXX").string();
-    require(mkdtemp(name.data()) != nullptr, "no temporary folder");
-    m_path = name;
-}
-
-TemporaryFolder::~TemporaryFolder() {
-    std::error_code ignored;
-    std::filesystem::remove_all(m_path, ignored);
-}
-
-environment::environment(std::initializer_list<std::pair<std::string, std::string>> values) {
-    for (const auto& [name, value] : values) {
-        const char* before = std::getenv(name.c_str());
-        m_before[name] = before == nullptr ? std::nullopt : std::optional<std::string>(before);
-        set_or_unset(name, value);
-    }
-}
-
-environment::~environment() {
-    for (const auto& [name, value] : m_before)
-        set_or_unset(name, value);
-}
 
 std::uint8_t luma_at(int index, int x, int y) {
     return static_cast<std::uint8_t>(20 + index * 10 + x + y / 2);

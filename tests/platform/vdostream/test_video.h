@@ -3,6 +3,8 @@
 #include "platform/vdostream/error.h"
 #include "platform/vdostream/picture.h"
 #include "platform/vdostream/reader.h"
+#include "tests/support/temporary_folder.h"
+#include "tests/support/variables.h"
 #include "vdo-stream.h"
 
 #include <array>
@@ -22,30 +24,8 @@
 /** What the tests of the video library share. */
 namespace test_video {
 
-/** A folder that goes away with the test. */
-class TemporaryFolder {
-  public:
-    TemporaryFolder();
-    ~TemporaryFolder();
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-    std::string operator/(const std::string& name) const { return (m_path / name).string(); }
-
-  private:
-    std::filesystem::path m_path;
-};
-
-/** Sets environment variables and puts the old values back. */
-class environment {
-  public:
-    environment(std::initializer_list<std::pair<std::string, std::string>> values);
-    ~environment();
-    environment(const environment&) = delete;
-    environment& operator=(const environment&) = delete;
-
-  private:
-    std::map<std::string, std::optional<std::string>> m_before;
-};
+using ::TemporaryFolder;
+using environment = Variables;
 
 struct video_file {
     std::string path;

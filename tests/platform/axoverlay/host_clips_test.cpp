@@ -1,0 +1,125 @@
+#include "platform/axoverlay/host_clips.h"
+#include "tests/platform/axoverlay/fake_vdo.h"
+#include "tests/platform/axoverlay/mp4_reader.h"
+#include "tests/platform/axoverlay/test_video.h"
+
+#include <gmock/gmock.h>
+
+#include <filesystem>
+#include <mutex>
+
+namespace {
+
+using host_overlay::ClipRecorder;
+using host_overlay::StillView;
+using testing::ElementsAre;
+
+constexpr StillView small{320, 240, 0};
+
+class HostClipsTest : public test_video::OverlayApplication {
+  protected:
+    ~HostClipsTest() override { std::filesystem::remove_all(folder); }
+
+    ClipRecorder::Listener listener() {
+        return {[this](const std::string& path, std::uint64_t) {
+                    const std::lock_guard lock(mutex);
+                    written.push_back(path);
+                },
+                [this](const std::string& why) {
+                    const std::lock_guard lock(mutex);
+                    failures.push_back(why);
+                }};
+    }
+
+    /** Pictures with a black overlay in the corner, until so many more have been handed out. */
+    void film(unsigned pictures) {
+        const unsigned until = fake_vdo::pictures_handed_out() + pictures;
+        ASSERT_TRUE(redraw_until([&] { return fake_vdo::pictures_handed_out() >= until; }));
+    }
+
+    std::string path(const std::string& name) const { return folder + "/" + name; }
+
+    const test_video::LowPriorities low;
+    const std::string folder = test_video::new_folder("host_clips_test");
+    std::mutex mutex;
+    std::vector<std::string> written;
+    std::vector<std::string> failures;
+};
+
+TEST_F(HostClipsTest, a_clip_has_the_overlay_from_its_first_picture_on) {
+    fake_vdo::behave({.paint = fake_vdo::solid(200, 128, 128)});
+    start();
+    {
+        ClipRecorder recorder(listener());
+        recorder.watch(small, 0);
+        ASSERT_TRUE(test_video::becomes_true([] { return fake_vdo::pictures_handed_out() > 5; })); // still without
+        redraw([](cairo_t* context, const axoverlay_stream_data& stream, int, int) {
+            EXPECT_EQ(stream.type, AXOVERLAY_STREAM_H264);
+            cairo_rectangle(context, 0, 0, 32, 32);
+            cairo_fill(context);
+        });
+        film(30);
+        recorder.save(path("a.mp4"));
+        film(10);
+    }
+    ASSERT_THAT(written, ElementsAre(path("a.mp4")));
+    const Mp4Content content = read_mp4(path("a.mp4"));
+    EXPECT_EQ(content.width, 320);
+    ASSERT_GT(content.luma.size(), 20U);
+    for (const int luma : content.luma)
+        EXPECT_LT(luma, 60);
+    EXPECT_TRUE(failures.empty());
+    EXPECT_EQ(fake_vdo::open_streams(), 0);
+}
+
+TEST_F(HostClipsTest, another_role_begins_anew_and_ends_what_is_being_written) {
+    fake_vdo::behave({.paint = fake_vdo::solid(200, 128, 128)});
+    start();
+    redraw([](cairo_t*, const axoverlay_stream_data&, int, int) {});
+    {
+        ClipRecorder recorder(listener());
+        recorder.watch(small, 0);
+        film(30);
+        recorder.save(path("a.mp4"));
+        film(10);
+        recorder.watch(small, 0); // the same: nothing happens
+        EXPECT_TRUE(written.empty());
+        recorder.watch(small, 1);
+        ASSERT_TRUE(redraw_until([&] {
+            const std::lock_guard lock(mutex);
+            return written.size() == 1;
+        }));
+        fake_vdo::behave({.paint = fake_vdo::solid(50, 128, 128)});
+        film(30);
+        recorder.save(path("b.mp4"));
+        film(10);
+    }
+    ASSERT_THAT(written, ElementsAre(path("a.mp4"), path("b.mp4")));
+    EXPECT_NEAR(read_mp4(path("a.mp4")).luma.front(), 200, 6);
+    EXPECT_GT(read_mp4(path("b.mp4")).luma.size(), 10U);
+}
+
+TEST_F(HostClipsTest, without_a_view_there_is_no_stream) {
+    start();
+    ClipRecorder recorder(listener());
+    recorder.watch(small, 0);
+    ASSERT_TRUE(test_video::becomes_true([] { return fake_vdo::open_streams() == 1; }));
+    recorder.watch(std::nullopt, 0);
+    EXPECT_TRUE(test_video::becomes_true([] { return fake_vdo::open_streams() == 0; }));
+}
+
+TEST_F(HostClipsTest, without_video_it_says_so_once_and_ends_at_once) {
+    start();
+    fake_vdo::behave({.start_failure = "it is broken"});
+    {
+        ClipRecorder recorder(listener());
+        recorder.watch(small, 0);
+        ASSERT_TRUE(test_video::becomes_true([&] {
+            const std::lock_guard lock(mutex);
+            return !failures.empty();
+        }));
+    }
+    EXPECT_THAT(failures, ElementsAre("the camera's video does not start: it is broken"));
+}
+
+} // namespace

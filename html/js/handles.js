@@ -171,11 +171,18 @@ const offsets = new Map();
 function place(placed) {
   const { clientWidth: width, clientHeight: height } = byId("stage");
   if (width === 0) return; // on another tab: drawn once it is seen
-  const size = parseFloat(getComputedStyle(byId("stage")).getPropertyValue("--handle"));
+  const style = getComputedStyle(byId("stage"));
+  const [size, margin] = ["--handle", "--beyond"].map((name) => parseFloat(style.getPropertyValue(name)));
   /** @param {Placed} each */
   const pixels = ({ held }) => ({ x: (held.x * width) / 100, y: (held.y * height) / 100 });
   if (!isDragging) {
-    const places = placesFor(placed.map(pixels), { width, height }, size, size / 4);
+    const shapes = SHAPES.map(({ key }) => placed.filter((each) => each.key.startsWith(key)).map(pixels));
+    const places = placesFor(
+      shapes.filter((points) => points.length > 0),
+      { width, height },
+      size,
+      margin,
+    );
     offsets.clear();
     placed.forEach((each, i) => {
       const { x, y } = pixels(each);

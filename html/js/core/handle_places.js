@@ -34,11 +34,37 @@ function keepWithin(at, { width, height }, margin) {
 }
 
 /**
- * @param {Point[]} wanted in pixels of the stage @param {Size} stage @param {number} size of a handle
+ * One axis of a shape's points. A shape too small for its handles is opened around its middle, and kept in the picture.
+ * @param {number[]} values @param {number} extent @param {number} size @param {number} margin
+ */
+function opened(values, extent, size, margin) {
+  const [least, most] = [Math.min(...values), Math.max(...values)];
+  const scale = (2 * size + 1) / (most - least);
+  if (scale <= 1 || least === most) return values;
+  const middle = Math.min(extent + margin - size, Math.max(size - margin, (least + most) / 2));
+  return values.map((value) => middle + scale * (value - (least + most) / 2));
+}
+
+/**
+ * @param {Point[][]} shapes their points in pixels of the stage @param {Size} stage @param {number} size of a handle
  * @param {number} margin @returns {Point[]} the middles of the handles, in the same order
  */
-export function placesFor(wanted, stage, size, margin) {
-  const places = wanted.map(({ x, y }) => ({ x, y }));
+export function placesFor(shapes, stage, size, margin) {
+  const places = shapes.flatMap((points) => {
+    const xs = opened(
+      points.map(({ x }) => x),
+      stage.width,
+      size,
+      margin,
+    );
+    const ys = opened(
+      points.map(({ y }) => y),
+      stage.height,
+      size,
+      margin,
+    );
+    return xs.map((x, i) => ({ x, y: ys[i] }));
+  });
   for (const place of places) keepWithin(place, stage, margin);
   for (let round = 0; round < ROUNDS; round++) {
     let isMoved = false;

@@ -27,6 +27,10 @@ test("no handle covers another, with every zone on", async () => {
   for (const zone of [1, 2, 3]) await page.check(`#Exclusion${zone}_Active`);
   assert.equal(await page.locator(".handle:not([hidden])").count(), 20);
   assert.deepEqual(await covering(page), []);
+  for (const handle of await page.locator(".handle:not([hidden])").all()) {
+    const box = await handle.boundingBox();
+    assert.ok(box !== null && box.x >= 0 && box.x + box.width <= 360, "none is cut off by the screen");
+  }
   await page.setViewportSize({ width: 740, height: 360 });
   await page.waitForTimeout(100);
   assert.deepEqual(await covering(page), []);

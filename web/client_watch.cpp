@@ -25,7 +25,7 @@ client_watch::client_watch(const int& connection, std::chrono::milliseconds firs
 
 client_watch::~client_watch() {
     {
-        const std::lock_guard lock(m_mutex);
+        const annotated_lock lock(m_mutex);
         m_ended = true;
     }
     m_end.notify_all();
@@ -34,13 +34,13 @@ client_watch::~client_watch() {
 }
 
 void client_watch::allow(std::chrono::milliseconds time) {
-    const std::lock_guard lock(m_mutex);
+    const annotated_lock lock(m_mutex);
     m_left = m_allowed = time;
 }
 
 void client_watch::watch() {
-    std::unique_lock lock(m_mutex);
-    while (!m_end.wait_for(lock, m_step, [this] { return m_ended; })) {
+    annotated_lock lock(m_mutex);
+    while (!m_end.wait_for(lock, m_step, [this]() REQUIRES(m_mutex) { return m_ended; })) {
         const int connection = read_shared(m_connection);
         if (connection < 0)
             m_left = m_allowed;

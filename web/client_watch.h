@@ -1,8 +1,9 @@
 #pragma once
 
+#include "base/thread_safety.h"
+
 #include <chrono>
 #include <condition_variable>
-#include <mutex>
 #include <thread>
 
 /** How long a client may hold the service, which has one at a time. */
@@ -42,10 +43,10 @@ class client_watch {
 
     const int& m_connection;
     const std::chrono::milliseconds m_step; // between two looks
-    std::mutex m_mutex;                     // guards the next three
-    std::chrono::milliseconds m_allowed;
-    std::chrono::milliseconds m_left;
-    bool m_ended = false;
+    annotated_mutex m_mutex;
+    std::chrono::milliseconds m_allowed GUARDED_BY(m_mutex);
+    std::chrono::milliseconds m_left GUARDED_BY(m_mutex);
+    bool m_ended GUARDED_BY(m_mutex) = false;
     std::condition_variable m_end;
     std::thread m_thread;
 };

@@ -24,8 +24,8 @@ void take_signals_as_any_process() {
 
 /**
  * Whether FCGX_OpenSocket comes back. libfcgi ends the whole process when it cannot listen, so a child goes first; what
- * the application does at its end is not for the child to do. The child reports success through a pipe: its exit status is
- * lost when the process inherited an ignored SIGCHLD.
+ * the application does at its end is not for the child to do. The child reports success through a pipe: its exit status
+ * is lost when the process inherited an ignored SIGCHLD.
  */
 bool opening_returns() {
     std::array<int, 2> ends{};

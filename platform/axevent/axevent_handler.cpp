@@ -1,13 +1,14 @@
 // The C interface's handlers: who declares and sends. What they declare lives in the process's one event service.
+#include "base/thread_safety.h"
 #include "platform/axevent/event_service.h"
 #include "platform/axevent/failure.h"
 
 #include <map>
-#include <mutex>
 
 using host_events::ErrorCode;
 using host_events::EventService;
 using host_events::fail;
+using host_events::guarded;
 
 namespace {
 
@@ -47,8 +48,8 @@ Completion completion(const Call& call) {
 
 struct _AXEventHandler {
     std::shared_ptr<EventService> service = EventService::acquire();
-    std::mutex mutex; // the completions
-    std::map<guint, Completion> completions;
+    annotated_mutex mutex;
+    std::map<guint, Completion> completions GUARDED_BY(mutex);
 };
 
 AXEventHandler* ax_event_handler_new(void) {
@@ -58,7 +59,10 @@ AXEventHandler* ax_event_handler_new(void) {
 void ax_event_handler_free(AXEventHandler* handler) {
     if (handler == nullptr)
         return;
-    handler->completions.clear();
+    {
+        const annotated_lock lock(handler->mutex);
+        handler->completions.clear();
+    }
     handler->service->forget(handler);
     EventService::release(std::move(handler->service));
     delete handler;
@@ -67,32 +71,31 @@ void ax_event_handler_free(AXEventHandler* handler) {
 gboolean ax_event_handler_declare(AXEventHandler* handler, AXEventKeyValueSet* set, gboolean stateless,
                                   guint* declaration, AXDeclarationCompleteCallback callback, gpointer user_data,
                                   GError** error) {
-    if (handler == nullptr || set == nullptr || declaration == nullptr)
-        return fail(error, ErrorCode::argument,
-                    "The handler, the set and the place for the declaration must be given.");
-    guint id = 0;
-    if (handler->service->declare(handler, set->values, stateless != FALSE, id, error) == FALSE)
-        return FALSE;
-    *declaration = id;
-    if (callback != nullptr) {
-        const std::lock_guard lock(handler->mutex);
-        handler->completions.try_emplace(id, completion({id, callback, user_data}));
-    }
-    return TRUE;
+    return guarded(error, [&] {
+        if (handler == nullptr || set == nullptr || declaration == nullptr)
+            fail(ErrorCode::argument, "The handler, the set and the place for the declaration must be given.");
+        *declaration = handler->service->declare(handler, set->values, stateless != FALSE);
+        if (callback != nullptr) {
+            const annotated_lock lock(handler->mutex);
+            handler->completions.try_emplace(*declaration, completion({*declaration, callback, user_data}));
+        }
+    });
 }
 
 gboolean ax_event_handler_undeclare(AXEventHandler* handler, guint declaration, GError** error) {
-    if (handler == nullptr)
-        return fail(error, ErrorCode::argument, "The handler is NULL.");
-    if (handler->service->undeclare(handler, declaration, error) == FALSE)
-        return FALSE;
-    const std::lock_guard lock(handler->mutex);
-    handler->completions.erase(declaration);
-    return TRUE;
+    return guarded(error, [&] {
+        if (handler == nullptr)
+            fail(ErrorCode::argument, "The handler is NULL.");
+        handler->service->undeclare(handler, declaration);
+        const annotated_lock lock(handler->mutex);
+        handler->completions.erase(declaration);
+    });
 }
 
 gboolean ax_event_handler_send_event(AXEventHandler* handler, guint declaration, AXEvent* event, GError** error) {
-    if (handler == nullptr || event == nullptr)
-        return fail(error, ErrorCode::argument, "The handler and the event must be given.");
-    return handler->service->send(handler, declaration, *event, error);
+    return guarded(error, [&] {
+        if (handler == nullptr || event == nullptr)
+            fail(ErrorCode::argument, "The handler and the event must be given.");
+        handler->service->send(handler, declaration, *event);
+    });
 }

@@ -7,11 +7,18 @@
 
 using host_events::ErrorCode;
 using host_events::fail;
+using host_events::KeyValueSet;
 
 namespace {
 
-gboolean no_set(GError** error) {
-    return fail(error, ErrorCode::argument, "The key-value set is NULL.");
+/** What an entry point does with the values of its set. */
+template <typename Body>
+gboolean with(AXEventKeyValueSet* set, GError** error, Body body) {
+    return host_events::guarded(error, [&] {
+        if (set == nullptr)
+            fail(ErrorCode::argument, "The key-value set is NULL.");
+        body(set->values);
+    });
 }
 
 } // namespace
@@ -26,49 +33,42 @@ void ax_event_key_value_set_free(AXEventKeyValueSet* set) {
 
 gboolean ax_event_key_value_set_add_key_value(AXEventKeyValueSet* set, const gchar* key, const gchar* name_space,
                                               gconstpointer value, AXEventValueType type, GError** error) {
-    return set == nullptr ? no_set(error) : set->values.add(key, name_space, value, type, error);
+    return with(set, error, [&](KeyValueSet& values) { values.add(key, name_space, value, type); });
 }
 
 gboolean ax_event_key_value_set_add_key_values(AXEventKeyValueSet* set, GError** error, const gchar* key, ...) {
-    if (set == nullptr)
-        return no_set(error);
-    if (key == nullptr)
-        return fail(error, ErrorCode::argument, "The list of keys is empty.");
-    host_events::KeyValueSet grown = set->values; // all of the list or nothing
-    gboolean added = TRUE;
     va_list rest;
     va_start(rest, key);
-    while (key != nullptr && added != FALSE) {
-        // The analyzer does not see va_start through the loop. NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized)
-        const gchar* name_space = va_arg(rest, const gchar*);
-        gconstpointer value = va_arg(rest, gconstpointer);
-        const int type = va_arg(rest, int);
-        added = grown.add(key, name_space, value, type, error);
-        if (added != FALSE)
-            key = va_arg(rest, const gchar*);
-    }
+    const gboolean added = with(set, error, [&](KeyValueSet& values) {
+        if (key == nullptr)
+            fail(ErrorCode::argument, "The list of keys is empty.");
+        KeyValueSet grown = values; // all of the list or nothing
+        for (const gchar* next = key; next != nullptr; next = va_arg(rest, const gchar*)) {
+            const gchar* name_space = va_arg(rest, const gchar*);
+            gconstpointer value = va_arg(rest, gconstpointer);
+            grown.add(next, name_space, value, va_arg(rest, int));
+        }
+        values = std::move(grown);
+    });
     va_end(rest);
-    if (added != FALSE)
-        set->values = std::move(grown);
     return added;
 }
 
 gboolean ax_event_key_value_set_mark_as_data(AXEventKeyValueSet* set, const gchar* key, const gchar* name_space,
                                              GError** error) {
-    return set == nullptr ? no_set(error) : set->values.mark_as_data(key, name_space, error);
+    return with(set, error, [&](KeyValueSet& values) { values.mark_as_data(key, name_space); });
 }
 
 gboolean ax_event_key_value_set_add_nice_names(AXEventKeyValueSet* set, const gchar* key, const gchar* name_space,
                                                const gchar* key_nice_name, const gchar* value_nice_name,
                                                GError** error) {
-    return set == nullptr ? no_set(error)
-                          : set->values.add_nice_names(key, name_space, key_nice_name, value_nice_name, error);
+    return with(set, error,
+                [&](KeyValueSet& values) { values.add_nice_names(key, name_space, key_nice_name, value_nice_name); });
 }
 
 AXEvent* ax_event_new2(AXEventKeyValueSet* set, GDateTime* time_stamp) {
-    if (set == nullptr) {
+    if (set == nullptr)
         return nullptr; // which sending refuses with an error
-    }
     return new AXEvent{set->values, time_stamp == nullptr ? host_events::iso_now() : host_events::iso_time(time_stamp)};
 }
 

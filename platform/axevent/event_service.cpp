@@ -1,5 +1,6 @@
 #include "platform/axevent/event_service.h"
 
+#include "base/thread_safety.h"
 #include "platform/axevent/failure.h"
 #include "platform/axevent/timestamp.h"
 
@@ -11,8 +12,8 @@ namespace host_events {
 namespace {
 
 struct Slot {
-    std::mutex mutex;
-    std::weak_ptr<EventService> service;
+    annotated_mutex mutex;
+    std::weak_ptr<EventService> service GUARDED_BY(mutex);
 };
 
 /** Never destroyed: handlers of the application's process-wide objects outlive every static object made here. */
@@ -23,7 +24,7 @@ Slot& slot() {
 
 /** An application that ends without freeing its handler still leaves the broker in order. */
 void close_at_exit() {
-    const std::lock_guard lock(slot().mutex);
+    const annotated_lock lock(slot().mutex);
     if (const std::shared_ptr<EventService> service = slot().service.lock())
         service->close_outputs();
 }
@@ -43,7 +44,7 @@ EventService::EventService(Outputs outputs, Clock clock) : m_clock(std::move(clo
 std::shared_ptr<EventService> EventService::acquire() {
     static const int registered = std::atexit(close_at_exit);
     static_cast<void>(registered); // without the hook the broker's own Will does the same, later
-    const std::lock_guard lock(slot().mutex);
+    const annotated_lock lock(slot().mutex);
     std::shared_ptr<EventService> service = slot().service.lock();
     if (service == nullptr) {
         service = std::make_shared<EventService>(Outputs::from_environment(), iso_now);
@@ -54,51 +55,43 @@ std::shared_ptr<EventService> EventService::acquire() {
 
 void EventService::release(std::shared_ptr<EventService> service) {
     // Under the lock, so that the next service begins after the end of this one: both use the same files and broker.
-    const std::lock_guard lock(slot().mutex);
+    const annotated_lock lock(slot().mutex);
     service.reset();
 }
 
-gboolean EventService::declare(const void* owner, const KeyValueSet& set, bool stateless, guint& id, GError** error) {
+guint EventService::declare(const void* owner, const KeyValueSet& set, bool stateless) {
     const std::optional<Topic> topic = topic_of(set);
     if (!topic)
-        return fail(error, ErrorCode::no_topic,
-                    "The set to declare needs a topic0, and every topic level is a text that is not empty.");
-    const std::lock_guard lock(m_mutex);
-    id = next_id();
+        fail(ErrorCode::no_topic,
+             "The set to declare needs a topic0, and every topic level is a text that is not empty.");
+    const annotated_lock lock(m_mutex);
+    const guint id = next_id();
     const Declaration& added = m_declarations[id] = {owner, set, *topic, stateless};
     publish(Occurrence::What::declared, added, m_clock());
-    return TRUE;
+    return id;
 }
 
-gboolean EventService::undeclare(const void* owner, guint id, GError** error) {
-    const std::lock_guard lock(m_mutex);
-    const auto found = find(owner, id, error);
-    if (found == m_declarations.end())
-        return FALSE;
-    publish(Occurrence::What::undeclared, found->second, m_clock());
-    m_declarations.erase(found);
-    return TRUE;
+void EventService::undeclare(const void* owner, guint id) {
+    const annotated_lock lock(m_mutex);
+    publish(Occurrence::What::undeclared, find(owner, id), m_clock());
+    m_declarations.erase(id);
 }
 
-gboolean EventService::send(const void* owner, guint id, const AXEvent& event, GError** error) {
-    const std::lock_guard lock(m_mutex);
-    const auto found = find(owner, id, error);
-    if (found == m_declarations.end() || found->second.state.update(event.values, error) == FALSE)
-        return FALSE;
-    publish(Occurrence::What::event, found->second, event.time);
-    return TRUE;
+void EventService::send(const void* owner, guint id, const AXEvent& event) {
+    const annotated_lock lock(m_mutex);
+    Declaration& declaration = find(owner, id);
+    declaration.state.update(event.values);
+    publish(Occurrence::What::event, declaration, event.time);
 }
 
 void EventService::forget(const void* owner) {
-    const std::lock_guard lock(m_mutex);
-    for (auto each = m_declarations.begin(); each != m_declarations.end();) {
-        if (each->second.owner == owner) {
-            publish(Occurrence::What::undeclared, each->second, m_clock());
-            each = m_declarations.erase(each);
-        } else {
-            ++each;
-        }
-    }
+    const annotated_lock lock(m_mutex);
+    std::erase_if(m_declarations, [&](const auto& entry) REQUIRES(m_mutex) {
+        if (entry.second.owner != owner)
+            return false;
+        publish(Occurrence::What::undeclared, entry.second, m_clock());
+        return true;
+    });
 }
 
 void EventService::tell(const Problem& problem, bool is_news) {
@@ -112,17 +105,15 @@ void EventService::tell_stay(const std::string& stay) {
 }
 
 void EventService::close_outputs() {
-    const std::lock_guard lock(m_mutex);
+    const annotated_lock lock(m_mutex);
     m_outputs.close();
 }
 
-EventService::Declarations::iterator EventService::find(const void* owner, guint id, GError** error) {
+EventService::Declaration& EventService::find(const void* owner, guint id) {
     const auto found = m_declarations.find(id);
-    if (found == m_declarations.end() || found->second.owner != owner) {
-        fail(error, ErrorCode::not_declared, "This handler has no declaration " + std::to_string(id) + ".");
-        return m_declarations.end();
-    }
-    return found;
+    if (found == m_declarations.end() || found->second.owner != owner)
+        fail(ErrorCode::not_declared, "This handler has no declaration " + std::to_string(id) + ".");
+    return found->second;
 }
 
 void EventService::publish(Occurrence::What what, const Declaration& declaration, const std::string& time) {

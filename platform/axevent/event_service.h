@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/thread_safety.h"
 #include "platform/axevent/key_value_set.h"
 #include "platform/axevent/outputs.h"
 #include "platform/axevent/topic.h"
@@ -7,7 +8,6 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
 
 namespace host_events {
 
@@ -29,11 +29,11 @@ class EventService {
 
     /**
      * An owner is any address; only it may send on or end its declarations. Gives an id that is never 0 and that no
-     * other declaration of the process had before.
+     * other declaration of the process had before. These three throw a Failure.
      */
-    gboolean declare(const void* owner, const KeyValueSet& set, bool stateless, guint& id, GError** error);
-    gboolean undeclare(const void* owner, guint id, GError** error);
-    gboolean send(const void* owner, guint id, const AXEvent& event, GError** error);
+    guint declare(const void* owner, const KeyValueSet& set, bool stateless);
+    void undeclare(const void* owner, guint id);
+    void send(const void* owner, guint id, const AXEvent& event);
     void tell(const Problem& problem, bool is_news);
     /** Ends all declarations of an owner. */
     void forget(const void* owner);
@@ -50,15 +50,14 @@ class EventService {
         Topic topic;
         bool stateless = false;
     };
-    using Declarations = std::map<guint, Declaration>;
 
-    Declarations::iterator find(const void* owner, guint id, GError** error);
-    void publish(Occurrence::What what, const Declaration& declaration, const std::string& time);
+    Declaration& find(const void* owner, guint id) REQUIRES(m_mutex);
+    void publish(Occurrence::What what, const Declaration& declaration, const std::string& time) REQUIRES(m_mutex);
 
     const Clock m_clock;
-    std::mutex m_mutex; // everything below
-    Outputs m_outputs;
-    Declarations m_declarations;
+    annotated_mutex m_mutex;
+    Outputs m_outputs GUARDED_BY(m_mutex);
+    std::map<guint, Declaration> m_declarations GUARDED_BY(m_mutex);
 };
 
 } // namespace host_events

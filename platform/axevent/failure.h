@@ -15,11 +15,18 @@ enum class ErrorCode : gint {
     not_declared = 6,  // no declaration of this handler has the id
 };
 
-inline constexpr const char* error_domain = "korvex-axevent";
+/** Throws a platform::Failure. */
+[[noreturn]] inline void fail(ErrorCode code, const std::string& text) {
+    throw platform::Failure(code, platform::valid_utf8(text));
+}
 
-/** Fills `error` (which may be NULL) and gives FALSE, so that a failure is one `return`. */
-inline gboolean fail(GError** error, ErrorCode code, const std::string& text) {
-    return platform::set_error(error, error_domain, static_cast<gint>(code), platform::valid_utf8(text)) ? TRUE : FALSE;
+/** Runs an entry point's body: TRUE, or FALSE with the error. */
+template <typename Body>
+gboolean guarded(GError** error, Body body) noexcept {
+    return platform::guarded(error, "korvex-axevent", [&] {
+        body();
+        return TRUE;
+    });
 }
 
 /** One line on stderr. */

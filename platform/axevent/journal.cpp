@@ -6,6 +6,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include <array>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -14,17 +15,8 @@
 namespace host_events {
 namespace {
 
-const char* name_of(Occurrence::What what) {
-    switch (what) {
-    case Occurrence::What::declared:
-        return "declared";
-    case Occurrence::What::event:
-        return "event";
-    case Occurrence::What::undeclared:
-        break;
-    }
-    return "undeclared";
-}
+/** In their order. */
+constexpr std::array names = {"declared", "event", "undeclared"};
 
 std::uint64_t size_of(const platform::Descriptor& file) {
     struct stat status = {};
@@ -35,7 +27,7 @@ std::uint64_t size_of(const platform::Descriptor& file) {
 
 std::string journal_line(const Occurrence& occurrence) {
     return json_object({{"time", json_text(occurrence.time)},
-                        {"what", json_text(name_of(occurrence.what))},
+                        {"what", json_text(names[static_cast<std::size_t>(occurrence.what)])},
                         {"topic", json_text(occurrence.topic)},
                         {"nice_name", json_text(occurrence.nice_name)},
                         {"active", !occurrence.active   ? "null"
@@ -85,10 +77,7 @@ int Journal::append(const std::string& text) const {
     if (!file)
         return errno;
     const std::uint64_t before = size_of(file);
-    ssize_t written = 0;
-    do {
-        written = ::write(file.get(), text.data(), text.size());
-    } while (written < 0 && errno == EINTR);
+    const ssize_t written = TEMP_FAILURE_RETRY(::write(file.get(), text.data(), text.size()));
     if (written < 0)
         return errno;
     if (written == static_cast<ssize_t>(text.size()))

@@ -1,10 +1,10 @@
 #include "platform/axevent/outputs.h"
 
+#include "base/thread_safety.h"
 #include "platform/axevent/failure.h"
 #include "platform/common/settings.h"
 
 #include <cstdio>
-#include <mutex>
 #include <utility>
 
 namespace host_events {
@@ -17,8 +17,8 @@ constexpr std::uint64_t default_journal_files = 3;
 constexpr std::uint64_t most_journal_files = 1000;
 
 struct Slot {
-    std::mutex mutex;
-    Listener listener;
+    annotated_mutex mutex;
+    Listener listener GUARDED_BY(mutex);
 };
 
 /** Never destroyed: the application's own process-wide objects send their last events while the process ends. */
@@ -28,17 +28,9 @@ Slot& slot() {
 }
 
 const char* verb(const Occurrence& occurrence) {
-    switch (occurrence.what) {
-    case Occurrence::What::declared:
-        return "declared";
-    case Occurrence::What::undeclared:
-        return "undeclared";
-    case Occurrence::What::event:
-        break;
-    }
-    if (!occurrence.active)
-        return "sent";
-    return *occurrence.active ? "started" : "stopped";
+    if (occurrence.what != Occurrence::What::event)
+        return occurrence.what == Occurrence::What::declared ? "declared" : "undeclared";
+    return !occurrence.active ? "sent" : *occurrence.active ? "started" : "stopped";
 }
 
 /** The default when it is not set, and with a message when it is no number of that range. */
@@ -54,12 +46,12 @@ std::uint64_t environment_number(const char* name, std::uint64_t otherwise, std:
 } // namespace
 
 void set_listener(Listener listener) {
-    const std::lock_guard lock(slot().mutex);
+    const annotated_lock lock(slot().mutex);
     slot().listener = std::move(listener);
 }
 
 bool tell_listener(const Occurrence& occurrence) {
-    const std::lock_guard lock(slot().mutex);
+    const annotated_lock lock(slot().mutex);
     if (!slot().listener)
         return false;
     slot().listener(occurrence);

@@ -84,7 +84,7 @@ void AnnotatedVideo::start() {
     if (stream == nullptr || vdo_stream_attach(stream.get(), nullptr, &error) == FALSE ||
         vdo_stream_start(stream.get(), &error) == FALSE)
         throw std::runtime_error("the camera's video does not start: " + reason(error));
-    const std::lock_guard lock(m_lock);
+    const annotated_lock lock(m_lock);
     m_stream = std::move(stream);
     if (m_stopped)
         vdo_stream_stop(m_stream.get());
@@ -112,7 +112,7 @@ bool AnnotatedVideo::next(std::string& why) {
 }
 
 void AnnotatedVideo::stop() {
-    const std::lock_guard lock(m_lock);
+    const annotated_lock lock(m_lock);
     if (m_stream != nullptr && !m_stopped)
         vdo_stream_stop(m_stream.get());
     m_stopped = true;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/thread_safety.h"
 #include "platform/axoverlay/geometry.h"
 #include "platform/axoverlay/nv12_picture.h"
 #include "platform/axoverlay/overlay_target.h"
@@ -9,7 +10,6 @@
 
 #include <chrono>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 
@@ -48,9 +48,9 @@ class AnnotatedVideo {
     bool m_overlay_settled = false;
     std::optional<OverlayImage> m_cover; // made when it is first needed
 
-    std::mutex m_lock; // start() against stop()
+    annotated_mutex m_lock; // start() against stop()
     platform::ObjectHandle<VdoStream> m_stream;
-    bool m_stopped = false;
+    bool m_stopped GUARDED_BY(m_lock) = false;
 };
 
 } // namespace host_overlay

@@ -7,21 +7,16 @@
 
 #include <axoverlay.h>
 
-#include <exception>
+#include <type_traits>
 
 namespace {
 
 using host_overlay::Service;
 
-/** Runs one call of the C interface; an exception becomes the GError, and the result is then `failed`. */
-template <typename Result, typename Call>
-Result reporting(GError** error, Result failed, Call&& call) {
-    try {
-        return call();
-    } catch (const std::exception& failure) {
-        platform::set_error(error, "axoverlay-error-quark", 0, failure.what());
-        return failed;
-    }
+/** `none`: the result of a call that fails. */
+template <typename Call, typename Result = std::invoke_result_t<Call>>
+Result reporting(GError** error, Call call, Result none = {}) {
+    return platform::guarded(error, "axoverlay-error-quark", call, none);
 }
 
 VdoResolution max_resolution(gint camera) {
@@ -43,7 +38,7 @@ void axoverlay_init_axoverlay_settings(struct axoverlay_settings* settings) {
 }
 
 gboolean axoverlay_init(struct axoverlay_settings* settings, GError** error) {
-    return reporting<gboolean>(error, FALSE, [&] {
+    return reporting(error, [&] {
         if (settings == nullptr)
             throw std::runtime_error("there are no settings");
         Service::instance().init(*settings);
@@ -56,11 +51,13 @@ void axoverlay_cleanup(void) {
 }
 
 gint axoverlay_get_max_resolution_width(gint camera, GError** error) {
-    return reporting<gint>(error, -1, [&] { return static_cast<gint>(max_resolution(camera).width); });
+    return reporting(
+        error, [&] { return static_cast<gint>(max_resolution(camera).width); }, -1);
 }
 
 gint axoverlay_get_max_resolution_height(gint camera, GError** error) {
-    return reporting<gint>(error, -1, [&] { return static_cast<gint>(max_resolution(camera).height); });
+    return reporting(
+        error, [&] { return static_cast<gint>(max_resolution(camera).height); }, -1);
 }
 
 void axoverlay_init_overlay_data(struct axoverlay_overlay_data* data) {
@@ -69,7 +66,7 @@ void axoverlay_init_overlay_data(struct axoverlay_overlay_data* data) {
 }
 
 gint axoverlay_create_overlay(struct axoverlay_overlay_data* data, gpointer user_data, GError** error) {
-    return reporting<gint>(error, 0, [&] {
+    return reporting(error, [&] {
         if (data == nullptr)
             throw std::runtime_error("there is no overlay data");
         return Service::instance().create_overlay(*data, user_data);
@@ -77,11 +74,11 @@ gint axoverlay_create_overlay(struct axoverlay_overlay_data* data, gpointer user
 }
 
 void axoverlay_destroy_overlay(gint id, GError** error) {
-    reporting<int>(error, 0, [&] { return Service::instance().destroy_overlay(id), 0; });
+    reporting(error, [&] { return Service::instance().destroy_overlay(id), 0; });
 }
 
 void axoverlay_redraw(GError** error) {
-    reporting<int>(error, 0, [&] { return Service::instance().redraw(), 0; });
+    reporting(error, [&] { return Service::instance().redraw(), 0; });
 }
 
 bool host_overlay::has_listeners() {

@@ -44,7 +44,7 @@ std::shared_ptr<EncodedPicture> as_part(std::span<const std::uint8_t> jpeg) {
 
 void Broadcasts::join(const Geometry& geometry, const std::shared_ptr<Viewer>& viewer) {
     reap();
-    const std::lock_guard lock(m_lock);
+    const annotated_lock lock(m_lock);
     if (m_stopping) {
         viewer->end();
         return;
@@ -67,7 +67,6 @@ void Broadcasts::join(const Geometry& geometry, const std::shared_ptr<Viewer>& v
     m_all.push_back(std::move(broadcast));
 }
 
-/** The lock is held. */
 void Broadcasts::make_room() {
     if (m_open.size() >= most_geometries) {
         std::erase_if(m_open, [](const auto& entry) {
@@ -87,7 +86,7 @@ void Broadcasts::make_room() {
 void Broadcasts::stop() {
     std::vector<std::unique_ptr<Broadcast>> ending;
     {
-        const std::lock_guard lock(m_lock);
+        const annotated_lock lock(m_lock);
         m_stopping = true;
         m_changed.notify_all();
         for (const auto& [geometry, broadcast] : m_open) {
@@ -114,13 +113,13 @@ void Broadcasts::run(Broadcast& broadcast) {
     close(broadcast, why);
     broadcast.video.reset();
     give_back_memory();
-    const std::lock_guard lock(m_lock);
+    const annotated_lock lock(m_lock);
     broadcast.finished = true;
 }
 
 void Broadcasts::give_back_memory() {
-    std::unique_lock lock(m_lock);
-    if (m_changed.wait_for(lock, abandoned, [this] { return m_stopping || !m_open.empty(); }))
+    annotated_lock lock(m_lock);
+    if (m_changed.wait_for(lock, abandoned, [this]() REQUIRES(m_lock) { return m_stopping || !m_open.empty(); }))
         return;
     lock.unlock();
     // Freed pictures lie in this thread's part of the heap, which the allocator would keep for the next one.
@@ -147,7 +146,7 @@ void Broadcasts::show(Broadcast& broadcast) {
 
 /** False when nobody watches any more; from then on nobody can join either. */
 bool Broadcasts::tell_viewers(Broadcast& broadcast, const std::function<void(Viewer&)>& tell) {
-    const std::lock_guard lock(m_lock);
+    const annotated_lock lock(m_lock);
     for (const auto& viewer : broadcast.viewers)
         tell(*viewer);
     std::erase_if(broadcast.viewers, [](const auto& viewer) { return viewer->done(); });
@@ -158,13 +157,13 @@ bool Broadcasts::tell_viewers(Broadcast& broadcast, const std::function<void(Vie
     return true;
 }
 
-/** The lock is held. Not by its geometry: the next broadcast of the same one may be there already. */
+/** Not by its geometry: the next broadcast of the same one may be there already. */
 void Broadcasts::forget(const Broadcast& broadcast) {
     std::erase_if(m_open, [&](const auto& entry) { return entry.second == &broadcast; });
 }
 
 void Broadcasts::close(Broadcast& broadcast, const std::string& why) {
-    const std::lock_guard lock(m_lock);
+    const annotated_lock lock(m_lock);
     for (const auto& viewer : broadcast.viewers) {
         if (!why.empty())
             viewer->fail(why);
@@ -177,7 +176,7 @@ void Broadcasts::close(Broadcast& broadcast, const std::string& why) {
 void Broadcasts::reap() {
     std::vector<std::unique_ptr<Broadcast>> finished;
     {
-        const std::lock_guard lock(m_lock);
+        const annotated_lock lock(m_lock);
         const auto ended = std::partition(m_all.begin(), m_all.end(), [](const auto& b) { return !b->finished; });
         std::move(ended, m_all.end(), std::back_inserter(finished));
         m_all.erase(ended, m_all.end());

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/thread_safety.h"
 #include "platform/axoverlay/annotated_video.h"
 #include "platform/axoverlay/geometry.h"
 #include "platform/axoverlay/viewer.h"
@@ -9,7 +10,6 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <thread>
@@ -53,19 +53,19 @@ class Broadcasts {
 
     void run(Broadcast& broadcast);
     void show(Broadcast& broadcast);
-    void make_room();
+    void make_room() REQUIRES(m_lock);
     bool tell_viewers(Broadcast& broadcast, const std::function<void(Viewer&)>& tell);
-    void forget(const Broadcast& broadcast);
+    void forget(const Broadcast& broadcast) REQUIRES(m_lock);
     /** Ends whoever still watches, with a reason unless it is empty; nobody can join any more. */
     void close(Broadcast& broadcast, const std::string& why);
     void reap();
     void give_back_memory();
 
     const int m_quality;
-    std::mutex m_lock; // guards the rest; taken before a viewer's lock
-    std::map<Geometry, Broadcast*> m_open;
-    std::vector<std::unique_ptr<Broadcast>> m_all;
-    bool m_stopping = false;
+    annotated_mutex m_lock; // taken before a viewer's lock
+    std::map<Geometry, Broadcast*> m_open GUARDED_BY(m_lock);
+    std::vector<std::unique_ptr<Broadcast>> m_all GUARDED_BY(m_lock);
+    bool m_stopping GUARDED_BY(m_lock) = false;
     std::condition_variable m_changed; // a geometry is opened, or m_stopping
 };
 

@@ -12,7 +12,7 @@ OverlayImage& OverlayExchange::canvas() {
 }
 
 void OverlayExchange::publish() {
-    const std::lock_guard lock(m_lock);
+    const annotated_lock lock(m_lock);
     std::swap(m_drawn, m_ready);
     m_fresh = true;
 }
@@ -20,12 +20,12 @@ void OverlayExchange::publish() {
 void OverlayExchange::blend_onto(Nv12Picture& picture) {
     bool fresh = false;
     {
-        const std::lock_guard lock(m_lock);
+        const annotated_lock lock(m_lock);
         fresh = m_fresh;
     }
     if (fresh) {
         m_shown.clear();
-        const std::lock_guard lock(m_lock);
+        const annotated_lock lock(m_lock);
         std::swap(m_ready, m_shown);
         m_fresh = false;
     }
@@ -69,20 +69,20 @@ void OverlayTarget::redraw(const axoverlay_settings& settings, const Overlay& ov
             throw std::runtime_error(std::string("drawing the overlay failed: ") + cairo_status_to_string(status));
         m_canvases->publish();
     }
-    const std::lock_guard lock(m_lock);
+    const annotated_lock lock(m_lock);
     m_visible = m_canvases;
     m_awaiting = false;
 }
 
 void OverlayTarget::expect_overlay() {
-    const std::lock_guard lock(m_lock);
+    const annotated_lock lock(m_lock);
     m_awaiting = true;
 }
 
 void OverlayTarget::withdraw() {
     m_canvases.reset();
     m_asked_for = 0;
-    const std::lock_guard lock(m_lock);
+    const annotated_lock lock(m_lock);
     m_visible.reset();
     m_awaiting = false;
 }
@@ -91,7 +91,7 @@ bool OverlayTarget::blend_onto(Nv12Picture& picture) {
     std::shared_ptr<OverlayExchange> visible;
     bool awaiting = false;
     {
-        const std::lock_guard lock(m_lock);
+        const annotated_lock lock(m_lock);
         visible = m_visible;
         awaiting = m_awaiting;
     }

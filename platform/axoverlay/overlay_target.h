@@ -1,12 +1,12 @@
 #pragma once
 
+#include "base/thread_safety.h"
 #include "platform/axoverlay/geometry.h"
 #include "platform/axoverlay/overlay_image.h"
 
 #include <axoverlay.h>
 
 #include <memory>
-#include <mutex>
 
 namespace host_overlay {
 
@@ -36,9 +36,9 @@ class OverlayExchange {
   private:
     OverlayImage m_drawn; // drawing thread
     OverlayImage m_shown; // showing thread
-    std::mutex m_lock;    // guards the two below
-    OverlayImage m_ready;
-    bool m_fresh = false; // m_ready is newer than m_shown
+    annotated_mutex m_lock;
+    OverlayImage m_ready GUARDED_BY(m_lock);
+    bool m_fresh GUARDED_BY(m_lock) = false; // m_ready is newer than m_shown
 };
 
 /** What the overlay service knows of one open stream, and the overlay that the stream shows. */
@@ -70,9 +70,9 @@ class OverlayTarget {
     int m_height = 0;
     std::shared_ptr<OverlayExchange> m_canvases; // null: not selected
 
-    std::mutex m_lock; // guards the two below
-    std::shared_ptr<OverlayExchange> m_visible;
-    bool m_awaiting = false;
+    annotated_mutex m_lock;
+    std::shared_ptr<OverlayExchange> m_visible GUARDED_BY(m_lock);
+    bool m_awaiting GUARDED_BY(m_lock) = false;
 };
 
 } // namespace host_overlay

@@ -70,7 +70,7 @@ gint Service::create_overlay(const axoverlay_overlay_data& data, gpointer user_d
         throw std::runtime_error("there is an overlay already; this service holds one");
     check(data);
     m_overlay = {++m_last_overlay_id, data, user_data};
-    const std::lock_guard lock(m_lock);
+    const annotated_lock lock(m_lock);
     m_has_overlay = true;
     for (const auto& target : m_targets)
         target->expect_overlay();
@@ -82,7 +82,7 @@ void Service::destroy_overlay(gint id) {
     if (id == 0 || id != m_overlay.id)
         throw std::runtime_error("there is no overlay " + std::to_string(id));
     m_overlay = {};
-    const std::lock_guard lock(m_lock);
+    const annotated_lock lock(m_lock);
     m_has_overlay = false;
     for (const auto& target : m_targets)
         target->withdraw();
@@ -93,7 +93,7 @@ void Service::redraw() {
     if (m_overlay.id == 0)
         throw std::runtime_error("there is no overlay to redraw");
     {
-        const std::lock_guard lock(m_lock);
+        const annotated_lock lock(m_lock);
         m_redrawn = m_targets;
     }
     std::string failure;
@@ -111,13 +111,13 @@ void Service::redraw() {
 }
 
 void Service::cover(const std::vector<CoveredSize>& sizes, std::chrono::milliseconds patience) {
-    const std::lock_guard lock(m_lock);
+    const annotated_lock lock(m_lock);
     m_covered = sizes;
     m_cover_patience = patience;
 }
 
 bool Service::hides(const Geometry& geometry) {
-    const std::lock_guard lock(m_lock);
+    const annotated_lock lock(m_lock);
     return !draws(m_cover_patience) && std::ranges::count(m_covered, CoveredSize{geometry.width, geometry.height}) > 0;
 }
 
@@ -135,13 +135,13 @@ Listeners* Service::listeners() const {
 }
 
 std::shared_ptr<OverlayTarget> Service::open_stream(const Geometry& geometry, axoverlay_stream_type type) {
-    const std::lock_guard lock(m_lock);
+    const annotated_lock lock(m_lock);
     m_targets.push_back(std::make_shared<OverlayTarget>(++m_last_stream_id, geometry, type, m_has_overlay));
     return m_targets.back();
 }
 
 void Service::close_stream(const std::shared_ptr<OverlayTarget>& target) {
-    const std::lock_guard lock(m_lock);
+    const annotated_lock lock(m_lock);
     std::erase(m_targets, target);
 }
 

@@ -1,12 +1,12 @@
 #pragma once
 
+#include "base/thread_safety.h"
 #include "platform/axoverlay/host_streams.h"
 #include "platform/axoverlay/overlay_target.h"
 
 #include <atomic>
 #include <chrono>
 #include <memory>
-#include <mutex>
 #include <vector>
 
 namespace host_overlay {
@@ -66,12 +66,12 @@ class Service {
 
     std::atomic<std::chrono::steady_clock::time_point> m_drawn{}; // the clock's beginning: never
 
-    std::mutex m_lock; // guards the rest
-    std::vector<CoveredSize> m_covered;
-    std::chrono::milliseconds m_cover_patience{0};
-    std::vector<std::shared_ptr<OverlayTarget>> m_targets;
-    gint m_last_stream_id = 0;
-    bool m_has_overlay = false;
+    annotated_mutex m_lock;
+    std::vector<CoveredSize> m_covered GUARDED_BY(m_lock);
+    std::chrono::milliseconds m_cover_patience GUARDED_BY(m_lock){0};
+    std::vector<std::shared_ptr<OverlayTarget>> m_targets GUARDED_BY(m_lock);
+    gint m_last_stream_id GUARDED_BY(m_lock) = 0;
+    bool m_has_overlay GUARDED_BY(m_lock) = false;
 };
 
 } // namespace host_overlay

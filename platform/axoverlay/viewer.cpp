@@ -24,7 +24,7 @@ void Viewer::resume() {
 }
 
 void Viewer::deliver(const std::shared_ptr<const EncodedPicture>& picture) {
-    const std::lock_guard lock(m_lock);
+    const annotated_lock lock(m_lock);
     if (m_done || m_ended || !picture->complete)
         return;
     m_next = picture;
@@ -32,7 +32,7 @@ void Viewer::deliver(const std::shared_ptr<const EncodedPicture>& picture) {
 }
 
 void Viewer::fail(const std::string& why) {
-    const std::lock_guard lock(m_lock);
+    const annotated_lock lock(m_lock);
     if (m_done || m_served || m_next != nullptr)
         return;
     m_failure = why;
@@ -40,7 +40,7 @@ void Viewer::fail(const std::string& why) {
 }
 
 void Viewer::end() {
-    const std::lock_guard lock(m_lock);
+    const annotated_lock lock(m_lock);
     if (!m_done) {
         m_ended = true;
         resume();
@@ -48,19 +48,19 @@ void Viewer::end() {
 }
 
 bool Viewer::done() {
-    const std::lock_guard lock(m_lock);
+    const annotated_lock lock(m_lock);
     return m_done;
 }
 
 void Viewer::leave() {
-    const std::lock_guard lock(m_lock);
+    const annotated_lock lock(m_lock);
     m_done = true;
     m_suspended = false;
     m_next.reset();
 }
 
 bool Viewer::suspend_until_ready() {
-    const std::lock_guard lock(m_lock);
+    const annotated_lock lock(m_lock);
     if (ready())
         return false;
     m_suspended = true;
@@ -69,7 +69,7 @@ bool Viewer::suspend_until_ready() {
 }
 
 MHD_Response* Viewer::response(unsigned& status) {
-    const std::lock_guard lock(m_lock);
+    const annotated_lock lock(m_lock);
     if (m_next == nullptr) {
         status = MHD_HTTP_SERVICE_UNAVAILABLE;
         m_done = true;
@@ -95,7 +95,7 @@ MHD_Response* Viewer::response(unsigned& status) {
 
 ssize_t Viewer::read(char* buffer, std::size_t size) {
     if (m_current == nullptr || m_sent == m_current->part.size()) {
-        const std::lock_guard lock(m_lock);
+        const annotated_lock lock(m_lock);
         m_current = std::exchange(m_next, nullptr);
         m_sent = 0;
         if (m_current == nullptr) {

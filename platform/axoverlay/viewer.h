@@ -1,11 +1,12 @@
 #pragma once
 
+#include "base/thread_safety.h"
+
 #include <microhttpd.h>
 
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -57,8 +58,8 @@ class Viewer : public std::enable_shared_from_this<Viewer> {
     ssize_t read(char* buffer, std::size_t size);
 
   private:
-    bool ready() const { return m_ended || !m_failure.empty() || m_next != nullptr; }
-    void resume();
+    bool ready() const REQUIRES(m_lock) { return m_ended || !m_failure.empty() || m_next != nullptr; }
+    void resume() REQUIRES(m_lock);
 
     MHD_Connection* const m_connection;
     const Wish m_wish;
@@ -67,13 +68,13 @@ class Viewer : public std::enable_shared_from_this<Viewer> {
     std::shared_ptr<const EncodedPicture> m_current;
     std::size_t m_sent = 0; // bytes of m_current
 
-    std::mutex m_lock; // guards the rest
-    std::shared_ptr<const EncodedPicture> m_next;
-    std::string m_failure;
-    bool m_served = false;
-    bool m_suspended = false;
-    bool m_ended = false;
-    bool m_done = false;
+    annotated_mutex m_lock;
+    std::shared_ptr<const EncodedPicture> m_next GUARDED_BY(m_lock);
+    std::string m_failure GUARDED_BY(m_lock);
+    bool m_served GUARDED_BY(m_lock) = false;
+    bool m_suspended GUARDED_BY(m_lock) = false;
+    bool m_ended GUARDED_BY(m_lock) = false;
+    bool m_done GUARDED_BY(m_lock) = false;
 };
 
 } // namespace host_overlay

@@ -63,38 +63,37 @@ std::string manifest_path() {
     return platform::environment_or("KORVEX_AXPARAMETER_MANIFEST", KORVEX_DEFAULT_MANIFEST);
 }
 
-bool read_manifest(const std::string& path, Manifest& manifest, GError** error) {
+Manifest read_manifest(const std::string& path) {
     const auto refuse = [&](const std::string& reason) {
-        return fail(error, ErrorCode::manifest, "The manifest " + path + " " + reason);
+        fail(ErrorCode::manifest, "The manifest " + path + " " + reason);
     };
     g_autoptr(JsonParser) parser = json_parser_new_immutable();
     g_autoptr(GError) cause = nullptr;
     if (json_parser_load_from_file(parser, path.c_str(), &cause) == FALSE)
-        return refuse(std::string("cannot be read: ") + cause->message);
+        refuse(std::string("cannot be read: ") + cause->message);
     JsonNode* root = json_parser_get_root(parser);
     if (root == nullptr || !JSON_NODE_HOLDS_OBJECT(root))
-        return refuse("holds no JSON object.");
+        refuse("holds no JSON object.");
     JsonObject* object = json_node_get_object(root);
     Manifest result;
     result.package = text_member(object, "package").value_or("");
     if (result.package.empty())
-        return refuse("names no \"package\".");
+        refuse("names no \"package\".");
     JsonNode* list = json_object_get_member(object, "parameters");
     if (list == nullptr || !JSON_NODE_HOLDS_ARRAY(list))
-        return refuse("has no array \"parameters\".");
+        refuse("has no array \"parameters\".");
     std::set<std::string> seen;
     JsonArray* array = json_node_get_array(list);
     for (guint i = 0; i < json_array_get_length(array); ++i) {
         auto parameter = parameter_from(json_array_get_element(array, i));
         if (!parameter)
-            return refuse("has an entry " + std::to_string(i) +
-                          " in \"parameters\" that lacks a \"name\", a \"default\" text or a known \"kind\".");
+            refuse("has an entry " + std::to_string(i) +
+                   " in \"parameters\" that lacks a \"name\", a \"default\" text or a known \"kind\".");
         if (!seen.insert(parameter->name).second)
-            return refuse("declares \"" + parameter->name + "\" twice.");
+            refuse("declares \"" + parameter->name + "\" twice.");
         result.parameters.push_back(std::move(*parameter));
     }
-    manifest = std::move(result);
-    return true;
+    return result;
 }
 
 } // namespace host_parameters

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <glib.h>
-
 #include <optional>
 #include <string>
 #include <vector>
@@ -30,9 +28,8 @@ struct Manifest {
 std::string manifest_path();
 
 /**
- * Reads the file at `path` (its shape: package/README.md). False with `error` set when it is missing or is not of that
- * shape; `manifest` is then unchanged.
+ * Reads the file at `path` (its shape: package/README.md). Throws a Failure when it is missing or is not of that shape.
  */
-bool read_manifest(const std::string& path, Manifest& manifest, GError** error);
+Manifest read_manifest(const std::string& path);
 
 } // namespace host_parameters

@@ -1,13 +1,13 @@
 #include "platform/axparameter/parameter_rules.h"
 
+#include "platform/common/settings.h"
+
 #include <glib.h>
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <climits>
 #include <cmath>
-#include <cstdlib>
 #include <optional>
 
 namespace host_parameters {
@@ -17,12 +17,8 @@ constexpr std::array<const char*, 3> alert_seconds = {"Alert1ThreshSeconds", "Al
                                                       "Alert3ThreshSeconds"};
 
 std::optional<double> whole_number(const std::string& text) {
-    char* end = nullptr;
-    errno = 0;
-    const long value = std::strtol(text.c_str(), &end, 10);
-    // A sign or a blank in front would be read, but is never written.
-    const bool is_one = !text.empty() && g_ascii_isdigit(text[0]) && *end == '\0' && errno == 0 && value <= INT_MAX;
-    return is_one ? std::optional<double>(static_cast<double>(value)) : std::nullopt;
+    const auto value = platform::parse_number(text, 0, INT_MAX);
+    return value ? std::optional(static_cast<double>(*value)) : std::nullopt;
 }
 
 std::optional<double> number(const std::string& text) {
@@ -56,9 +52,8 @@ std::string wanted_stream(const std::string& text, const std::vector<std::string
     if (text == "0x0" || std::ranges::count(streams, text) > 0)
         return "";
     std::string wanted = "0x0 for none, or one of the camera's streams:";
-    for (const std::string& stream : streams) {
+    for (const std::string& stream : streams)
         wanted += " " + stream;
-    }
     return wanted;
 }
 

@@ -39,15 +39,12 @@ Wish wish_of(const std::string& argument) {
     return {argument.substr(0, equals), argument.substr(equals + 1)};
 }
 
-bool carry_out(Store& store, const std::string& package, const Wish& wish, GError** error) {
+void carry_out(Store& store, const std::string& package, const Wish& wish) {
     const std::string owner = wish.name == rotation ? "" : package;
     if (wish.value)
-        return store.set(owner, wish.name, *wish.value, error);
-    std::string value;
-    if (!store.get(owner, wish.name, value, error))
-        return false;
-    std::puts(value.c_str());
-    return true;
+        store.set(owner, wish.name, *wish.value);
+    else
+        std::puts(store.get(owner, wish.name).c_str());
 }
 
 /** What is wrong with the alerts' seconds once all wishes are carried out; what stands there already is nobody's wish.
@@ -58,8 +55,7 @@ std::string disorder_after(const std::vector<Wish>& wishes, Store& store, const 
     if (!about_seconds)
         return "";
     return wrong_order([&](const std::string& name) {
-        std::string value;
-        store.get(package, name, value, nullptr);
+        std::string value = store.get(package, name);
         for (const Wish& wish : wishes) {
             if (wish.name == name && wish.value)
                 value = *wish.value;
@@ -85,20 +81,15 @@ std::string list_of(const Manifest& manifest) {
     return text;
 }
 
-} // namespace
-
-int main(int argc, char** argv) {
-    Manifest manifest;
-    g_autoptr(GError) error = nullptr;
-    if (!read_manifest(host_parameters::manifest_path(), manifest, &error))
-        return refuse(error->message);
-    Store store(host_parameters::store_path(), manifest);
+int work(const std::vector<std::string>& arguments) {
+    Manifest manifest = read_manifest(manifest_path());
+    Store store(store_path(), manifest);
     manifest.parameters.push_back({rotation, "0", Kind::integer});
 
     const std::vector<std::string> streams = stream_sizes();
     std::vector<Wish> wishes;
-    for (int i = 1; i < argc; ++i) {
-        const Wish wish = wish_of(argv[i]);
+    for (const std::string& argument : arguments) {
+        const Wish wish = wish_of(argument);
         const auto declared = std::ranges::find(manifest.parameters, wish.name, &DeclaredParameter::name);
         if (declared == manifest.parameters.end()) {
             std::fprintf(stderr, "There is no parameter \"%s\". There are:%s\n", wish.name.c_str(),
@@ -112,13 +103,22 @@ int main(int argc, char** argv) {
         wishes.push_back(wish);
     }
 
-    bool done = store.open(&error) && store.check_room(&error);
-    const std::string disorder = done ? disorder_after(wishes, store, manifest.package) : "";
-    if (!disorder.empty()) {
+    store.open();
+    store.check_room();
+    const std::string disorder = disorder_after(wishes, store, manifest.package);
+    if (!disorder.empty())
         return refuse(disorder);
+    for (const Wish& wish : wishes)
+        carry_out(store, manifest.package, wish);
+    return 0;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    try {
+        return work({argv + 1, argv + argc});
+    } catch (const platform::Failure& failure) {
+        return refuse(failure.sentence);
     }
-    for (const Wish& wish : wishes) {
-        done = done && carry_out(store, manifest.package, wish, &error);
-    }
-    return done ? 0 : refuse(error->message);
 }

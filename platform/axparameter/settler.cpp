@@ -10,7 +10,7 @@ Settler::Settler(std::function<void()> settle, std::chrono::milliseconds quiet)
     : m_settle(std::move(settle)), m_quiet(quiet) {}
 
 void Settler::written() {
-    const std::lock_guard lock(m_mutex);
+    const annotated_lock lock(m_mutex);
     m_unsettled = true;
     m_last = Clock::now();
     if (!m_thread.joinable()) {
@@ -21,8 +21,8 @@ void Settler::written() {
 }
 
 void Settler::run(const std::stop_token& stop) {
-    std::unique_lock lock(m_mutex);
-    while (m_changed.wait(lock, stop, [this] { return m_unsettled; })) {
+    annotated_lock lock(m_mutex);
+    while (m_changed.wait(lock, stop, [this]() REQUIRES(m_mutex) { return m_unsettled; })) {
         while (!stop.stop_requested() && Clock::now() < m_last + m_quiet)
             m_changed.wait_until(lock, stop, m_last + m_quiet, [] { return false; });
         if (stop.stop_requested())

@@ -1,9 +1,10 @@
 #pragma once
 
+#include "base/thread_safety.h"
+
 #include <chrono>
 #include <condition_variable>
 #include <functional>
-#include <mutex>
 #include <thread>
 
 namespace host_parameters {
@@ -27,11 +28,11 @@ class Settler {
 
     const std::function<void()> m_settle;
     const std::chrono::milliseconds m_quiet;
-    std::mutex m_mutex; // the four below
+    annotated_mutex m_mutex;
     std::condition_variable_any m_changed;
-    bool m_unsettled = false;
-    Clock::time_point m_last{};
-    std::jthread m_thread; // the last member: it ends before the others go
+    bool m_unsettled GUARDED_BY(m_mutex) = false;
+    Clock::time_point m_last GUARDED_BY(m_mutex){};
+    std::jthread m_thread GUARDED_BY(m_mutex); // the last member: it ends before the others go
 };
 
 } // namespace host_parameters

@@ -19,7 +19,7 @@ namespace host_parameters {
  * another process has replaced meanwhile. When somebody removes the log beside the file, where the latest values are,
  * the next operation first brings what it held into the file. After a failure each operation tries to open it again.
  *
- * One thread at a time (the handle's mutex, axparameter.cpp). Failure: false with `error` set.
+ * One thread at a time (the handle's mutex, axparameter.cpp). What fails throws a Failure.
  */
 class Store {
   public:
@@ -27,18 +27,18 @@ class Store {
     Store(std::string path, Manifest manifest) : m_path(std::move(path)), m_manifest(std::move(manifest)) {}
 
     /** Opens the file, and adds the manifest's parameters and the camera's own that it lacks, with their defaults. */
-    bool open(GError** error);
+    void open();
 
-    /** Error code 13 when it exists. */
-    bool add(const std::string& owner, const std::string& name, const std::string& value, GError** error);
-    bool get(const std::string& owner, const std::string& name, std::string& value, GError** error);
-    /** An unknown name is an error; `set` adds nothing. */
-    bool set(const std::string& owner, const std::string& name, const std::string& value, GError** error);
+    /** ErrorCode::exists when it exists. */
+    void add(const std::string& owner, const std::string& name, const std::string& value);
+    /** An unknown name is a failure here, and below; `set` adds nothing. */
+    std::string get(const std::string& owner, const std::string& name);
+    void set(const std::string& owner, const std::string& name, const std::string& value);
     /** The owner's names in the order of their registration. */
-    bool list(const std::string& owner, std::vector<std::string>& names, GError** error);
+    std::vector<std::string> list(const std::string& owner);
 
-    /** Whether there is room for a save of all parameters, found out by writing. */
-    bool check_room(GError** error);
+    /** Fails when there is no room for a save of all parameters, found out by writing. */
+    void check_room();
     /**
      * Brings the log's values into the file, so that they do not depend on it. Costs what two sets do. What goes wrong
      * shows in the next operation.
@@ -48,20 +48,18 @@ class Store {
     const std::string& path() const { return m_path; }
 
   private:
-    /** Opens when nothing is open or the file has been replaced. */
-    bool ensure_open(GError** error);
     /** The file and its log are still the ones that were opened. */
     bool is_in_place() const;
     bool file_has_moved() const;
-    /** Closes; false when the values of a log that was removed cannot be brought into the file: then it stays open. */
-    bool leave(GError** error);
-    bool rescue_log(GError** error);
-    bool open_locked(GError** error);
-    int try_open(std::string& reason);
-    int add_declared();
-    /** Runs `operation`, which gives a result code, once more when the file turned out damaged. */
-    bool run(const std::function<int(sqlite3*)>& operation, GError** error);
-    bool store_failure(int code, const std::string& reason, GError** error) const;
+    /** Closes; stays open when the values of a log that was removed cannot be brought into the file. */
+    void leave();
+    void rescue_log();
+    void open_locked();
+    void try_open();
+    void add_declared();
+    /** Runs `operation`, which may throw a SqlError, once more when the file turned out damaged. */
+    void run(const std::function<void(sqlite3*)>& operation);
+    [[noreturn]] void fail_for(const SqlError& error) const;
 
     std::string m_path;
     Manifest m_manifest;

@@ -2,15 +2,14 @@
 
 #include "platform/common/descriptor.h"
 
-#include <glib.h>
 #include <sys/types.h>
 
 #include <string>
 
 namespace host_parameters {
 
-/** Makes the folders above `path`, each one synchronised to the disk. */
-bool make_folders_above(const std::string& path, GError** error);
+/** Makes the folders above `path`, each one synchronised to the disk. Throws a Failure. */
+void make_folders_above(const std::string& path);
 
 /** Which file a name means; the default for none. */
 struct FileIdentity {
@@ -25,8 +24,8 @@ FileIdentity identity_of(const std::string& path);
 bool is_lack_of_room(int system_error);
 /** Whether the folder of `path` has room for some saves of all parameters. True where that cannot be found out. */
 bool has_room_for_saves(const std::string& path);
-/** Fails with the sentence for a full disk. */
-bool no_room(const std::string& path, GError** error);
+/** Throws the Failure of a full disk. */
+[[noreturn]] void fail_for_lack_of_room(const std::string& path);
 
 /**
  * Held while a store is opened, checked, replaced and filled, so that of several processes one does it. It is the
@@ -34,8 +33,8 @@ bool no_room(const std::string& path, GError** error);
  */
 class OpeningLock {
   public:
-    /** Waits up to busy_timeout_ms for other processes. */
-    bool take(const std::string& path, GError** error);
+    /** Waits up to busy_timeout_ms for other processes; then, or when there can be none, throws a Failure. */
+    explicit OpeningLock(const std::string& path);
 
   private:
     platform::Descriptor m_file;

@@ -7,6 +7,7 @@
 
 #include <exception>
 #include <string>
+#include <type_traits>
 
 namespace platform {
 
@@ -20,10 +21,11 @@ inline bool set_error(GError** error, const char* domain, int code, const std::s
 }
 
 /**
- * Runs an entry point's body; what it throws becomes the error and a result of 0. No exception leaves a C interface.
+ * Runs an entry point's body; what it throws becomes the error, and the result is then `failed`. No exception leaves a
+ * C interface.
  */
-template <typename Body>
-auto guarded(GError** error, const char* domain, Body body) noexcept -> decltype(body()) {
+template <typename Body, typename Result = std::invoke_result_t<Body>>
+Result guarded(GError** error, const char* domain, Body body, Result failed = {}) noexcept {
     try {
         return body();
     } catch (const Failure& failure) {
@@ -31,7 +33,7 @@ auto guarded(GError** error, const char* domain, Body body) noexcept -> decltype
     } catch (const std::exception& problem) {
         set_error(error, domain, 0, problem.what());
     }
-    return {};
+    return failed;
 }
 
 /** For texts with bytes of a caller's, since a GError's message is UTF-8. */

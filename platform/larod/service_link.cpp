@@ -1,5 +1,6 @@
 #include "platform/larod/service_link.h"
 
+#include "base/thread_safety.h"
 #include "platform/common/settings.h"
 #include "platform/larod/listening_socket.h"
 #include "platform/larod/service_settings.h"
@@ -32,32 +33,32 @@ Request::~Request() {
 }
 
 std::shared_ptr<ServiceLink> ServiceLink::acquire() {
-    static std::mutex one_at_a_time;
+    static annotated_mutex one_at_a_time;
     static std::weak_ptr<ServiceLink> current;
-    const std::lock_guard guard(one_at_a_time);
+    const annotated_lock guard(one_at_a_time);
     auto link = current.lock();
     if (link == nullptr)
         current = link = std::make_shared<ServiceLink>();
-    const std::lock_guard lock(link->m_mutex);
+    const annotated_lock lock(link->m_mutex);
     link->need_service();
     return link;
 }
 
 void ServiceLink::load(Model& model) {
-    const std::lock_guard lock(m_mutex);
+    const annotated_lock lock(m_mutex);
     need_service();
     hand_over(model);
     model.link = weak_from_this();
 }
 
 void ServiceLink::unload(const Model& model) {
-    const std::lock_guard lock(m_mutex);
+    const annotated_lock lock(m_mutex);
     if (const auto told = m_models.extract(&model))
         send_message(m_socket.get(), {.kind = Message::Kind::unload, .model = told.mapped()});
 }
 
 void ServiceLink::run(const Request& request) {
-    const std::lock_guard lock(m_mutex);
+    const annotated_lock lock(m_mutex);
     need_service();
     if (!m_models.contains(request.model.get()))
         hand_over(*request.model);
@@ -67,7 +68,7 @@ void ServiceLink::run(const Request& request) {
 }
 
 void ServiceLink::forget(const Request& request) {
-    const std::lock_guard lock(m_mutex);
+    const annotated_lock lock(m_mutex);
     if (const auto told = m_requests.extract(&request))
         send_message(m_socket.get(), {.kind = Message::Kind::unbind, .request = told.mapped().number});
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/thread_safety.h"
 #include "platform/larod/message.h"
 #include "platform/larod/penalty.h"
 #include "platform/larod/stored_model.h"
@@ -8,7 +9,6 @@
 #include <cstdint>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -79,27 +79,27 @@ class ServiceLink : public std::enable_shared_from_this<ServiceLink> {
         std::vector<std::uint64_t> times; // of the tensors' bindings
     };
 
-    void need_service();
-    void connect();
-    void start();
-    void hand_over(Model& model);
-    std::uint32_t bind(const Request& request);
-    void send(const Message& message, std::span<const int> files = {});
+    void need_service() REQUIRES(m_mutex);
+    void connect() REQUIRES(m_mutex);
+    void start() REQUIRES(m_mutex);
+    void hand_over(Model& model) REQUIRES(m_mutex);
+    std::uint32_t bind(const Request& request) REQUIRES(m_mutex);
+    void send(const Message& message, std::span<const int> files = {}) REQUIRES(m_mutex);
     /** Waits for an answer that is no `failed`. */
-    Message receive();
+    Message receive() REQUIRES(m_mutex);
     /** Gives the service up until the next wait is over. */
-    void leave();
+    void leave() REQUIRES(m_mutex);
     /** The same, and says why. */
-    [[noreturn]] void lose(const std::string& why);
+    [[noreturn]] void lose(const std::string& why) REQUIRES(m_mutex);
 
-    std::mutex m_mutex;
-    platform::Child m_process; // none of a shared service
-    Descriptor m_socket;
+    annotated_mutex m_mutex;
+    platform::Child m_process GUARDED_BY(m_mutex); // none of a shared service
+    Descriptor m_socket GUARDED_BY(m_mutex);
     // What was told on this socket, and the service's number for each.
-    std::map<const Model*, std::uint32_t> m_models;
-    std::map<const Request*, Bound> m_requests;
-    std::uint32_t m_last_request = 0;
-    Penalty m_penalty;
+    std::map<const Model*, std::uint32_t> m_models GUARDED_BY(m_mutex);
+    std::map<const Request*, Bound> m_requests GUARDED_BY(m_mutex);
+    std::uint32_t m_last_request GUARDED_BY(m_mutex) = 0;
+    Penalty m_penalty GUARDED_BY(m_mutex);
 };
 
 } // namespace korvex::larod

@@ -16,15 +16,9 @@ constexpr double shoulder = -122.0;
 constexpr double two_steps = 92.0;
 
 Colour jacket_of(PaintJob paint) {
-    switch (paint) {
-    case PaintJob::red:
+    if (paint == PaintJob::red)
         return {0.66, 0.16, 0.14};
-    case PaintJob::green:
-        return {0.24, 0.40, 0.24};
-    default:
-        break;
-    }
-    return {0.20, 0.33, 0.56};
+    return paint == PaintJob::green ? Colour{0.24, 0.40, 0.24} : Colour{0.20, 0.33, 0.56};
 }
 
 /** Two straight pieces from (x, y), each `length` long, at angles from hanging straight down. */
@@ -43,10 +37,8 @@ void leg(cairo_t* context, double swing, double lift, double dark) {
     cairo_set_line_width(context, 14.0);
     const Point ankle = limb(context, 0, hip, swing, swing - lift, 36.0);
     set_colour(context, shoes);
-    cairo_set_line_width(context, 7.5);
-    cairo_move_to(context, ankle.x - 2.0, std::min(ankle.y + 1.0, -4.0));
-    cairo_line_to(context, ankle.x + 11.0, std::min(ankle.y + 1.0, -4.0));
-    cairo_stroke(context);
+    const double sole = std::min(ankle.y + 1.0, -4.0);
+    line(context, ankle.x - 2.0, sole, ankle.x + 11.0, sole, 7.5);
 }
 
 void arm(cairo_t* context, const Colour& jacket, double swing) {
@@ -78,10 +70,7 @@ void paint_person(cairo_t* context, const Actor& person) {
     cairo_fill(context);
     arm(context, jacket, -swing * 0.9);
     set_colour(context, skin);
-    cairo_set_line_width(context, 8.0);
-    cairo_move_to(context, 0, shoulder - 2.0);
-    cairo_line_to(context, 1, shoulder - 10.0);
-    cairo_stroke(context);
+    line(context, 0, shoulder - 2.0, 1, shoulder - 10.0, 8.0);
     disc(context, 1.5, -138, 11);
     set_colour(context, hair);
     cairo_arc(context, -0.5, -139.5, 11.5, 0.75 * std::numbers::pi, 1.93 * std::numbers::pi);

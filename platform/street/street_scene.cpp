@@ -1,5 +1,6 @@
 #include "platform/street/street_scene.h"
 
+#include "base/thread_safety.h"
 #include "platform/street/figures.h"
 
 #include <libyuv.h>
@@ -8,7 +9,6 @@
 #include <cmath>
 #include <cstring>
 #include <map>
-#include <mutex>
 #include <random>
 #include <utility>
 
@@ -50,9 +50,9 @@ struct StreetScene::PictureParts {
     double scale_y;
     CairoSurface background;
     CairoSurface canvas;
-    std::map<std::pair<Kind, PaintJob>, VehicleSprites> vehicles;
+    std::map<std::pair<Kind, PaintJob>, VehicleSprites> vehicles GUARDED_BY(lock);
     std::vector<std::uint8_t> noise = make_noise();
-    std::mutex lock;
+    annotated_mutex lock;
 
     PictureParts(int picture_width, int picture_height)
         : width(picture_width), height(picture_height), scale_x(static_cast<double>(picture_width) / design_width),
@@ -65,7 +65,7 @@ struct StreetScene::PictureParts {
         cairo_surface_flush(background.get());
     }
 
-    const VehicleSprites& sprites_of(const Actor& vehicle) {
+    const VehicleSprites& sprites_of(const Actor& vehicle) REQUIRES(lock) {
         const auto key = std::make_pair(vehicle.what, vehicle.paint);
         auto found = vehicles.find(key);
         if (found == vehicles.end())
@@ -73,7 +73,7 @@ struct StreetScene::PictureParts {
         return found->second;
     }
 
-    const std::uint8_t* draw(double seconds) {
+    const std::uint8_t* draw(double seconds) REQUIRES(lock) {
         std::memcpy(cairo_image_surface_get_data(canvas.get()), cairo_image_surface_get_data(background.get()),
                     static_cast<std::size_t>(stride()) * static_cast<std::size_t>(height));
         cairo_surface_mark_dirty(canvas.get());
@@ -123,14 +123,14 @@ int StreetScene::height() const {
 }
 
 void StreetScene::draw_nv12(double seconds, std::uint8_t* pixels) {
-    const std::lock_guard guard(m_parts->lock);
+    const annotated_lock guard(m_parts->lock);
     std::uint8_t* chroma = pixels + std::ptrdiff_t{width()} * height();
     libyuv::ARGBToNV12(m_parts->draw(seconds), m_parts->stride(), pixels, width(), chroma, width(), width(), height());
     m_parts->add_noise(seconds, pixels);
 }
 
 void StreetScene::draw_rgb(double seconds, std::uint32_t* pixels) {
-    const std::lock_guard guard(m_parts->lock);
+    const annotated_lock guard(m_parts->lock);
     const std::uint8_t* drawn = m_parts->draw(seconds);
     for (std::ptrdiff_t row = 0; row < height(); ++row)
         std::memcpy(pixels + row * width(), drawn + row * m_parts->stride(),

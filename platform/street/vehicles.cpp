@@ -1,5 +1,6 @@
 #include "platform/street/figures.h"
 
+#include <array>
 #include <numbers>
 
 namespace host_scene {
@@ -10,21 +11,16 @@ constexpr Colour trim = {0.11, 0.11, 0.12};
 constexpr Colour glass_top = {0.30, 0.38, 0.45};
 constexpr Colour glass_bottom = {0.10, 0.13, 0.17};
 
-Colour paint_of(PaintJob paint) {
-    switch (paint) {
-    case PaintJob::red:
-        return {0.72, 0.07, 0.08};
-    case PaintJob::white:
-        return {0.90, 0.91, 0.92};
-    case PaintJob::yellow:
-        return {0.95, 0.72, 0.10};
-    case PaintJob::blue:
-        return {0.16, 0.28, 0.55};
-    case PaintJob::green:
-        break;
-    }
-    return {0.18, 0.42, 0.28};
-}
+/** In the paint jobs' order. */
+constexpr std::array<Colour, 5> coats = {
+    {{0.72, 0.07, 0.08}, {0.90, 0.91, 0.92}, {0.95, 0.72, 0.10}, {0.16, 0.28, 0.55}, {0.18, 0.42, 0.28}}};
+
+/** The van is drawn in the saloon's proportions and stands this much taller. */
+constexpr double van_size = 1.2;
+
+/** In the kinds' order. */
+constexpr std::array<Wheels, 3> wheels_of_kinds = {
+    {{22.5, -86.0, 90.0}, {23.0 * van_size, -82.0 * van_size, 84.0 * van_size}, {25.0, -118.0, 106.0}}};
 
 void fill_glass(cairo_t* context, double top, double bottom) {
     set_vertical_gradient(context, top, bottom, {glass_top, glass_bottom});
@@ -37,10 +33,20 @@ void lamp(cairo_t* context, double x, double y, double width, double height, con
     cairo_fill(context);
 }
 
-void wheel_arches(cairo_t* context, const VehicleSprites& sprites) {
+void wheel_arches(cairo_t* context, const Wheels& wheels) {
     set_colour(context, {0.03, 0.03, 0.04});
-    disc(context, sprites.rear_hub, -sprites.wheel_radius, sprites.wheel_radius * 1.17);
-    disc(context, sprites.front_hub, -sprites.wheel_radius, sprites.wheel_radius * 1.17);
+    for (const double hub : {wheels.rear_hub, wheels.front_hub})
+        disc(context, hub, -wheels.radius, wheels.radius * 1.17);
+}
+
+/** Fills the body's outline from top to bottom, and draws its seam. */
+void fill_body(cairo_t* context, const Colour& paint, double top, double bottom, std::initializer_list<Colour> colours,
+               double seam, double seam_alpha) {
+    set_vertical_gradient(context, top, bottom, colours);
+    cairo_fill_preserve(context);
+    set_colour(context, shade(paint, -0.6), seam_alpha);
+    cairo_set_line_width(context, seam);
+    cairo_stroke(context);
 }
 
 /** Also cuts off what of the arches would reach below the body. */
@@ -61,11 +67,7 @@ void saloon_outline(cairo_t* context) {
 
 void draw_saloon(cairo_t* context, const Colour& paint) {
     saloon_outline(context);
-    set_vertical_gradient(context, -93, -12, {shade(paint, 0.25), paint, shade(paint, 0.10), shade(paint, -0.45)});
-    cairo_fill_preserve(context);
-    set_colour(context, shade(paint, -0.6), 0.8);
-    cairo_set_line_width(context, 1.2);
-    cairo_stroke(context);
+    fill_body(context, paint, -93, -12, {shade(paint, 0.25), paint, shade(paint, 0.10), shade(paint, -0.45)}, 1.2, 0.8);
     polygon(context, {{-84, -66}, {-70, -77}, {-54, -87}, {-36, -89}, {-20, -89}, {-20, -66}});
     fill_glass(context, -89, -66);
     polygon(context, {{-15, -66}, {-15, -89}, {6, -89}, {23, -87}, {42, -77}, {59, -66}});
@@ -93,9 +95,6 @@ void draw_saloon(cairo_t* context, const Colour& paint) {
     lamp(context, -143, -56, 12, 11, {0.75, 0.05, 0.06});
 }
 
-/** The van is drawn in the saloon's proportions and stands this much taller. */
-constexpr double van_size = 1.2;
-
 void draw_van(cairo_t* context, const Colour& paint) {
     cairo_new_path(context);
     cairo_move_to(context, -133, -16);
@@ -108,11 +107,8 @@ void draw_van(cairo_t* context, const Colour& paint) {
     cairo_line_to(context, 134, -20);
     cairo_line_to(context, 128, -14);
     cairo_close_path(context);
-    set_vertical_gradient(context, -118, -14, {shade(paint, 0.5), paint, shade(paint, -0.06), shade(paint, -0.38)});
-    cairo_fill_preserve(context);
-    set_colour(context, shade(paint, -0.6), 0.8);
-    cairo_set_line_width(context, 1.3);
-    cairo_stroke(context);
+    fill_body(context, paint, -118, -14, {shade(paint, 0.5), paint, shade(paint, -0.06), shade(paint, -0.38)}, 1.3,
+              0.8);
     polygon(context, {{36, -68}, {36, -104}, {60, -104}, {70, -97}, {87, -68}});
     fill_glass(context, -104, -68);
     polygon(context, {{74, -99}, {79, -94}, {95, -67}, {91, -67}});
@@ -136,12 +132,8 @@ void draw_van(cairo_t* context, const Colour& paint) {
 
 void draw_bus(cairo_t* context, const Colour& paint) {
     rounded_rectangle(context, -214, -150, 428, 136, 13);
-    set_vertical_gradient(context, -150, -14,
-                          {shade(paint, 0.35), paint, shade(paint, 0.05), shade(paint, -0.08), shade(paint, -0.4)});
-    cairo_fill_preserve(context);
-    set_colour(context, shade(paint, -0.6), 0.9);
-    cairo_set_line_width(context, 1.5);
-    cairo_stroke(context);
+    fill_body(context, paint, -150, -14,
+              {shade(paint, 0.35), paint, shade(paint, 0.05), shade(paint, -0.08), shade(paint, -0.4)}, 1.5, 0.9);
     set_colour(context, {0.06, 0.07, 0.08});
     fill_rounded(context, -206, -132, 386, 50, 5);
     for (int pane = 0; pane < 6; ++pane) {
@@ -207,14 +199,12 @@ VehicleSprites make_vehicle(Kind what, PaintJob paint, double scale_x, double sc
     const double half = length_of(what) / 2.0;
     const double height = height_of(what);
     VehicleSprites made{};
-    made.wheel_radius = what == Kind::saloon ? 22.5 : what == Kind::van ? 23.0 * van_size : 25.0;
-    made.rear_hub = what == Kind::saloon ? -86.0 : what == Kind::van ? -82.0 * van_size : -118.0;
-    made.front_hub = what == Kind::saloon ? 90.0 : what == Kind::van ? 84.0 * van_size : 106.0;
+    made.wheels = wheels_of_kinds[static_cast<std::size_t>(what)];
     made.body = make_sprite(half + 24, height + 4, half + 24, 18, scale_x, scale_y);
-    made.wheel = make_wheel(made.wheel_radius, scale_x, scale_y);
+    made.wheel = make_wheel(made.wheels.radius, scale_x, scale_y);
     const CairoContext context = draw_on(made.body);
     soft_shadow(context.get(), 0, 0, half + 20, 13, 0.6);
-    const Colour coat = paint_of(paint);
+    const Colour& coat = coats[static_cast<std::size_t>(paint)];
     if (what == Kind::saloon) {
         draw_saloon(context.get(), coat);
     } else if (what == Kind::van) {
@@ -225,7 +215,7 @@ VehicleSprites make_vehicle(Kind what, PaintJob paint, double scale_x, double sc
     } else {
         draw_bus(context.get(), coat);
     }
-    wheel_arches(context.get(), made);
+    wheel_arches(context.get(), made.wheels);
     return made;
 }
 
@@ -234,10 +224,10 @@ void paint_vehicle(cairo_t* context, const VehicleSprites& sprites, const Actor&
     cairo_translate(context, vehicle.x, vehicle.ground);
     cairo_scale(context, vehicle.to_the_left ? -vehicle.scale : vehicle.scale, vehicle.scale);
     paint(context, sprites.body, 0, 0, false);
-    for (const double hub : {sprites.rear_hub, sprites.front_hub}) {
+    for (const double hub : {sprites.wheels.rear_hub, sprites.wheels.front_hub}) {
         cairo_save(context);
-        cairo_translate(context, hub, -sprites.wheel_radius);
-        cairo_rotate(context, vehicle.travelled / (vehicle.scale * sprites.wheel_radius));
+        cairo_translate(context, hub, -sprites.wheels.radius);
+        cairo_rotate(context, vehicle.travelled / (vehicle.scale * sprites.wheels.radius));
         paint(context, sprites.wheel, 0, 0, false);
         cairo_restore(context);
     }

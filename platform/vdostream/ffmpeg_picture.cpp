@@ -47,7 +47,7 @@ bool Nv12Converter::convert(const AVFrame& frame, std::vector<std::uint8_t>& pix
 }
 
 bool Nv12Converter::scale(const AVFrame& frame, std::uint8_t* const planes[], const int strides[]) {
-    const std::lock_guard guard(m_lock);
+    const annotated_lock guard(m_lock);
     m_scaler.reset(sws_getCachedContext(m_scaler.release(), frame.width, frame.height,
                                         static_cast<AVPixelFormat>(frame.format), frame.width, frame.height,
                                         AV_PIX_FMT_NV12, SWS_BILINEAR, nullptr, nullptr, nullptr));

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/thread_safety.h"
 #include "platform/common/ffmpeg.h"
 #include "platform/vdostream/picture.h"
 
@@ -9,7 +10,6 @@ extern "C" {
 
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <vector>
 
 namespace vdostream {
@@ -26,8 +26,8 @@ class Nv12Converter {
   private:
     bool scale(const AVFrame& frame, std::uint8_t* const planes[], const int strides[]);
 
-    std::mutex m_lock;
-    platform::Handle<SwsContext, sws_freeContext> m_scaler;
+    annotated_mutex m_lock;
+    platform::Handle<SwsContext, sws_freeContext> m_scaler GUARDED_BY(m_lock);
 };
 
 /**

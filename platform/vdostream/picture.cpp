@@ -7,7 +7,7 @@ namespace vdostream {
 FrameBytes Picture::in_geometry(const Geometry& shape) {
     Nv12View view{};
     {
-        const std::lock_guard guard(m_lock);
+        const annotated_lock guard(m_lock);
         if (FrameBytes made = made_in(shape))
             return made;
         if (!native(view))
@@ -16,7 +16,7 @@ FrameBytes Picture::in_geometry(const Geometry& shape) {
     FrameBytes bytes(new (std::nothrow) std::uint8_t[frame_size(shape)]);
     if (bytes == nullptr || !convert(view, shape, bytes.get()))
         return nullptr;
-    const std::lock_guard guard(m_lock);
+    const annotated_lock guard(m_lock);
     if (FrameBytes made = made_in(shape))
         return made;
     m_converted.emplace_back(shape, bytes);
@@ -25,7 +25,7 @@ FrameBytes Picture::in_geometry(const Geometry& shape) {
 
 void Picture::prepare() {
     Nv12View view{};
-    const std::lock_guard guard(m_lock);
+    const annotated_lock guard(m_lock);
     native(view);
 }
 

@@ -1,10 +1,10 @@
 #pragma once
 
+#include "base/thread_safety.h"
 #include "platform/vdostream/geometry.h"
 
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <utility>
 #include <vector>
 
@@ -40,13 +40,13 @@ class Picture {
      * The pixels, valid and unchanged as long as the picture; false when there are none. Called with the lock held;
      * when it has worked it only hands them out.
      */
-    virtual bool native(Nv12View& view) = 0;
+    virtual bool native(Nv12View& view) REQUIRES(m_lock) = 0;
 
   private:
-    FrameBytes made_in(const Geometry& shape) const;
+    FrameBytes made_in(const Geometry& shape) const REQUIRES(m_lock);
 
-    std::mutex m_lock; // guards the rest
-    std::vector<std::pair<Geometry, FrameBytes>> m_converted;
+    annotated_mutex m_lock;
+    std::vector<std::pair<Geometry, FrameBytes>> m_converted GUARDED_BY(m_lock);
 };
 
 } // namespace vdostream

@@ -1,5 +1,6 @@
 #include "platform/vdostream/registry.h"
 
+#include "base/thread_safety.h"
 #include "platform/common/settings.h"
 #include "platform/vdostream/error.h"
 #include "platform/vdostream/ffmpeg_reader.h"
@@ -16,10 +17,10 @@ namespace vdostream {
 namespace {
 
 struct Registry {
-    std::mutex lock;
-    std::map<std::string, std::weak_ptr<VideoSource>> sources;
-    std::weak_ptr<VideoSource> last;
-    double replay_seconds = 0.0;
+    annotated_mutex lock;
+    std::map<std::string, std::weak_ptr<VideoSource>> sources GUARDED_BY(lock);
+    std::weak_ptr<VideoSource> last GUARDED_BY(lock);
+    double replay_seconds GUARDED_BY(lock) = 0.0;
 };
 
 /**
@@ -39,7 +40,7 @@ bool is_camera(const std::string& name) {
 /** The source that was acquired last, or null when no stream holds it any more. */
 std::shared_ptr<VideoSource> current_source() {
     Registry& all = the_registry();
-    const std::lock_guard guard(all.lock);
+    const annotated_lock guard(all.lock);
     return all.last.lock();
 }
 
@@ -57,7 +58,7 @@ std::shared_ptr<VideoSource> acquire_source() {
     const std::string name = source_name();
     const bool replay = platform::environment("KORVEX_VDO_REPLAY") == "1";
     Registry& all = the_registry();
-    const std::lock_guard guard(all.lock);
+    const annotated_lock guard(all.lock);
     std::erase_if(all.sources, [](const auto& entry) { return entry.second.expired(); });
     if (all.sources.empty())
         all.replay_seconds = 0.0;
@@ -84,7 +85,7 @@ namespace host_video {
 
 bool replay_advance(double seconds) {
     auto& all = vdostream::the_registry();
-    const std::lock_guard guard(all.lock);
+    const annotated_lock guard(all.lock);
     if (!std::isfinite(seconds))
         return false;
     all.replay_seconds = seconds;

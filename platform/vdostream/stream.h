@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/thread_safety.h"
 #include "platform/vdostream/object.h"
 #include "platform/vdostream/settings.h"
 #include "platform/vdostream/video_source.h"
@@ -8,7 +9,6 @@
 #include <atomic>
 #include <deque>
 #include <memory>
-#include <mutex>
 #include <set>
 #include <string>
 
@@ -16,16 +16,16 @@ namespace vdostream {
 
 /** What outlives the stream's GObject as long as one of its buffers does: who holds which buffer. */
 struct BufferBook {
-    std::mutex lock;
+    annotated_mutex lock;
     /** Every buffer made and not yet given back; the stream owns one reference to each. */
-    std::set<VdoBuffer*> outstanding;
+    std::set<VdoBuffer*> outstanding GUARDED_BY(lock);
     /** Infinite strategy: those of them with a frame that was handed out, the oldest first. */
-    std::deque<VdoBuffer*> handed;
+    std::deque<VdoBuffer*> handed GUARDED_BY(lock);
     /** Explicit strategy: waiting to be filled, the next one first. */
-    std::deque<VdoBuffer*> enqueued;
+    std::deque<VdoBuffer*> enqueued GUARDED_BY(lock);
 
-    /** False when it is not outstanding. REQUIRES: the lock is held. */
-    bool remove(VdoBuffer* buffer);
+    /** False when it is not outstanding. */
+    bool remove(VdoBuffer* buffer) REQUIRES(lock);
 };
 
 struct BufferState {
@@ -69,12 +69,12 @@ class StreamState {
   private:
     using Clock = VideoSource::Clock;
 
-    FrameBytes next_frame(Clock::time_point deadline);
-    bool is_due(const Picture& candidate) const;
-    void mark_taken(const Picture& taken);
+    FrameBytes next_frame(Clock::time_point deadline) REQUIRES(m_take_lock);
+    bool is_due(const Picture& candidate) const REQUIRES(m_take_lock);
+    void mark_taken(const Picture& taken) REQUIRES(m_take_lock);
     VdoBuffer* make_buffer(FrameBytes bytes, gpointer opaque);
     void take_back_the_oldest();
-    VdoBuffer* get_explicit(Clock::time_point deadline);
+    VdoBuffer* get_explicit(Clock::time_point deadline) REQUIRES(m_take_lock);
     bool take_enqueued(VdoBuffer*& buffer);
 
     const StreamSettings m_settings;
@@ -83,10 +83,10 @@ class StreamState {
     const std::shared_ptr<BufferBook> m_book = std::make_shared<BufferBook>();
     std::atomic<bool> m_running = false;
 
-    /** One caller at a time takes frames; it also guards the two below. */
-    std::mutex m_take_lock;
-    std::uint64_t m_last_sequence = 0;
-    double m_next_due = 0.0;
+    /** One caller at a time takes frames. */
+    annotated_mutex m_take_lock;
+    std::uint64_t m_last_sequence GUARDED_BY(m_take_lock) = 0;
+    double m_next_due GUARDED_BY(m_take_lock) = 0.0;
 };
 
 /** A stopped stream on a source of the caller's choice; vdo_stream_new uses the one that the environment names. */

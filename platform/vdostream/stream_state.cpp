@@ -24,7 +24,7 @@ using BufferReference = std::unique_ptr<VdoBuffer, decltype(&g_object_unref)>;
 BufferState::~BufferState() {
     {
         // Also for a buffer that was dropped with g_object_unref instead of being given back.
-        const std::lock_guard guard(book->lock);
+        const annotated_lock guard(book->lock);
         book->remove(self);
     }
     if (finalizer != nullptr)
@@ -47,7 +47,7 @@ StreamState::~StreamState() {
     m_source->count_stream(-1);
     std::set<VdoBuffer*> left;
     {
-        const std::lock_guard guard(m_book->lock);
+        const annotated_lock guard(m_book->lock);
         left.swap(m_book->outstanding);
         m_book->handed.clear();
         m_book->enqueued.clear();
@@ -73,7 +73,7 @@ void StreamState::stop() {
 }
 
 VdoBuffer* StreamState::get_buffer() {
-    const std::lock_guard guard(m_take_lock);
+    const annotated_lock guard(m_take_lock);
     // Who asked for few pictures may wait for one.
     const double fps = m_settings.framerate;
     const Clock::time_point deadline = m_source->deadline(std::chrono::duration<double>(fps > 0.0 ? 1.0 / fps : 0.0));
@@ -91,19 +91,19 @@ VdoBuffer* StreamState::get_explicit(Clock::time_point deadline) {
     try {
         std::memcpy(taken->state->bytes.get(), next_frame(deadline).get(), frame_size(m_settings.shape));
     } catch (const Failure&) {
-        const std::lock_guard guard(m_book->lock);
+        const annotated_lock guard(m_book->lock);
         if (m_book->outstanding.contains(taken))
             m_book->enqueued.push_front(taken);
         throw;
     }
-    const std::lock_guard guard(m_book->lock);
+    const annotated_lock guard(m_book->lock);
     need(m_book->outstanding.contains(taken), Code::bad_argument,
          "The buffer was given back while it was being filled");
     return taken;
 }
 
 bool StreamState::take_enqueued(VdoBuffer*& buffer) {
-    const std::lock_guard guard(m_book->lock);
+    const annotated_lock guard(m_book->lock);
     if (m_book->enqueued.empty())
         return false;
     buffer = m_book->enqueued.front();
@@ -113,8 +113,8 @@ bool StreamState::take_enqueued(VdoBuffer*& buffer) {
 }
 
 FrameBytes StreamState::next_frame(Clock::time_point deadline) {
-    const std::shared_ptr<Picture> next =
-        m_source->wait_for_picture([this](const Picture& candidate) { return is_due(candidate); }, m_running, deadline);
+    const std::shared_ptr<Picture> next = m_source->wait_for_picture(
+        [this](const Picture& candidate) REQUIRES(m_take_lock) { return is_due(candidate); }, m_running, deadline);
     mark_taken(*next);
     FrameBytes bytes = next->in_geometry(m_settings.shape);
     if (bytes == nullptr)
@@ -149,7 +149,7 @@ VdoBuffer* StreamState::make_buffer(FrameBytes bytes, gpointer opaque) {
     auto* buffer = make_object<VdoBuffer>("KorvexVdoBuffer", std::move(state));
     buffer->state->self = buffer;
     {
-        const std::lock_guard guard(m_book->lock);
+        const annotated_lock guard(m_book->lock);
         m_book->outstanding.insert(buffer);
         if (!m_settings.explicit_buffers)
             m_book->handed.push_back(buffer);
@@ -161,7 +161,7 @@ VdoBuffer* StreamState::make_buffer(FrameBytes bytes, gpointer opaque) {
 void StreamState::take_back_the_oldest() {
     VdoBuffer* oldest = nullptr;
     {
-        const std::lock_guard guard(m_book->lock);
+        const annotated_lock guard(m_book->lock);
         if (m_book->handed.size() <= most_handed)
             return;
         oldest = m_book->handed.front();
@@ -172,7 +172,7 @@ void StreamState::take_back_the_oldest() {
 
 void StreamState::unref(VdoBuffer* buffer) {
     {
-        const std::lock_guard guard(m_book->lock);
+        const annotated_lock guard(m_book->lock);
         need(m_book->remove(buffer), Code::bad_argument, foreign_buffer);
     }
     g_object_unref(buffer);
@@ -188,7 +188,7 @@ VdoBuffer* StreamState::alloc(gpointer opaque) {
 
 void StreamState::enqueue(VdoBuffer* buffer) {
     {
-        const std::lock_guard guard(m_book->lock);
+        const annotated_lock guard(m_book->lock);
         need(m_settings.explicit_buffers, Code::bad_argument, "Only a stream with \"buffer.strategy\" 3 takes buffers");
         need(m_book->outstanding.contains(buffer), Code::bad_argument, foreign_buffer);
         need(std::ranges::count(m_book->enqueued, buffer) == 0, Code::bad_argument, "The buffer is enqueued already");

@@ -39,12 +39,12 @@ std::shared_ptr<VideoSource> VideoSource::make(const std::string& name, std::uni
 
 void VideoSource::end() {
     m_reader->cancel();
-    std::unique_lock lock(m_lock);
+    annotated_lock lock(m_lock);
     m_quit = true;
     m_changed.notify_all();
     if (!m_thread.joinable())
         return;
-    if (!m_changed.wait_for(lock, m_timing.goodbye, [this] { return m_thread_ended; })) {
+    if (!m_changed.wait_for(lock, m_timing.goodbye, [this]() REQUIRES(m_lock) { return m_thread_ended; })) {
         m_thread.detach();
         return;
     }
@@ -60,12 +60,12 @@ void VideoSource::open() {
     }
     need(!m_replay, Code::no_source, "cannot be replayed; a file or the scene can");
     start();
-    std::unique_lock lock(m_lock);
-    m_changed.wait_for(lock, m_timing.first_answer, [this] { return m_first_try_done; });
+    annotated_lock lock(m_lock);
+    m_changed.wait_for(lock, m_timing.first_answer, [this]() REQUIRES(m_lock) { return m_first_try_done; });
 }
 
 void VideoSource::start() {
-    const std::lock_guard guard(m_lock);
+    const annotated_lock guard(m_lock);
     if (!m_started && !m_replay) {
         m_started = true;
         const blocked_signals blocked;
@@ -79,7 +79,7 @@ VideoSource::Clock::time_point VideoSource::deadline(std::chrono::duration<doubl
 
 std::shared_ptr<Picture> VideoSource::wait_for_picture(const std::function<bool(const Picture&)>& wanted,
                                                        const std::atomic<bool>& running, Clock::time_point deadline) {
-    std::unique_lock lock(m_lock);
+    annotated_lock lock(m_lock);
     for (;;) {
         need(running, Code::not_running, "The stream is not running");
         if (m_newest != nullptr && (m_replay || wanted(*m_newest)))
@@ -135,7 +135,7 @@ void VideoSource::put_in_front(std::shared_ptr<Picture>& next) {
 
 bool VideoSource::wait_until(const std::function<bool()>& ready, const std::atomic<bool>& running,
                              Clock::time_point deadline) {
-    std::unique_lock lock(m_lock);
+    annotated_lock lock(m_lock);
     bool met = false;
     m_changed.wait_until(lock, deadline, [&] { return !running || (met = ready()); });
     return met;
@@ -143,12 +143,12 @@ bool VideoSource::wait_until(const std::function<bool()>& ready, const std::atom
 
 void VideoSource::wake() {
     // Taking the lock once keeps the change that is announced from falling between a waiter's look and its sleep.
-    { const std::lock_guard guard(m_lock); }
+    { const annotated_lock guard(m_lock); }
     m_changed.notify_all();
 }
 
 bool VideoSource::advance(double seconds) {
-    const std::lock_guard guard(m_replay_lock);
+    const annotated_lock guard(m_replay_lock);
     if (!std::isfinite(seconds))
         return false;
     m_reader->skip_to(seconds);
@@ -164,21 +164,22 @@ bool VideoSource::advance(double seconds) {
         if (!m_at_end)
             publish(std::exchange(m_ahead, nullptr));
     }
-    return m_last_seconds >= 0.0 && seconds < m_last_seconds + frame_interval(properties()) - time_tolerance;
+    const annotated_lock lock(m_lock);
+    return m_last_seconds >= 0.0 && seconds < m_last_seconds + frame_interval(m_properties) - time_tolerance;
 }
 
 SourceProperties VideoSource::properties() const {
-    const std::lock_guard guard(m_lock);
+    const annotated_lock guard(m_lock);
     return m_properties;
 }
 
 std::time_t VideoSource::lost_since() const {
-    const std::lock_guard guard(m_lock);
+    const annotated_lock guard(m_lock);
     return Clock::now() >= outage_begins() ? m_last_published_date : 0;
 }
 
 std::uint64_t VideoSource::frames_decoded() const {
-    const std::lock_guard guard(m_lock);
+    const annotated_lock guard(m_lock);
     return m_decoded;
 }
 
@@ -193,17 +194,18 @@ void VideoSource::run() {
             why = failure.sentence;
         }
         m_opened = false;
+        bool is_over = false;
         {
-            const std::lock_guard guard(m_lock);
+            const annotated_lock guard(m_lock);
             m_first_try_done = true;
             if (why.empty())
                 m_lost = false;
             else if (!std::exchange(m_lost, true))
                 m_lost_at = Clock::now();
-            m_thread_ended = m_quit;
+            is_over = m_thread_ended = m_quit;
         }
         m_changed.notify_all();
-        if (m_thread_ended)
+        if (is_over)
             return;
         if (!why.empty()) {
             if (!std::exchange(m_outage_said, true))
@@ -216,7 +218,7 @@ void VideoSource::run() {
 
 void VideoSource::reopen() {
     m_reader->open();
-    const std::lock_guard guard(m_lock);
+    const annotated_lock guard(m_lock);
     m_properties = m_reader->properties();
     m_loop_base = m_last_seconds < 0.0 ? 0.0 : m_last_seconds + frame_interval(m_properties);
     m_opened = true;
@@ -240,8 +242,8 @@ void VideoSource::read_until_it_ends() {
 }
 
 bool VideoSource::pause_until(Clock::time_point moment) {
-    std::unique_lock lock(m_lock);
-    return !m_changed.wait_until(lock, moment, [this] { return m_quit; });
+    annotated_lock lock(m_lock);
+    return !m_changed.wait_until(lock, moment, [this]() REQUIRES(m_lock) { return m_quit; });
 }
 
 bool VideoSource::wait_for_turn(double seconds) {
@@ -256,7 +258,7 @@ bool VideoSource::wait_for_turn(double seconds) {
 
 void VideoSource::publish(std::shared_ptr<Picture> next) {
     {
-        const std::lock_guard guard(m_lock);
+        const annotated_lock guard(m_lock);
         m_first_try_done = true;
         m_lost = false;
         if (m_card != nullptr) {

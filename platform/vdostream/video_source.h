@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/thread_safety.h"
 #include "platform/vdostream/outage_card.h"
 #include "platform/vdostream/reader.h"
 
@@ -10,7 +11,6 @@
 #include <ctime>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <thread>
 
@@ -100,11 +100,11 @@ class VideoSource : public std::enable_shared_from_this<VideoSource> {
     void run();
     void reopen();
     void read_until_it_ends();
-    // With the lock held: from when on the card is shown, and when its next picture is due; never without an outage.
-    Clock::time_point outage_begins() const;
-    Clock::time_point card_is_due() const;
-    void publish_card();
-    void put_in_front(std::shared_ptr<Picture>& next);
+    // From when on the card is shown, and when its next picture is due; never without an outage.
+    Clock::time_point outage_begins() const REQUIRES(m_lock);
+    Clock::time_point card_is_due() const REQUIRES(m_lock);
+    void publish_card() REQUIRES(m_lock);
+    void put_in_front(std::shared_ptr<Picture>& next) REQUIRES(m_lock);
     /** Both are false when the source is to end. */
     bool pause_until(Clock::time_point moment);
     bool wait_for_turn(double seconds);
@@ -122,32 +122,32 @@ class VideoSource : public std::enable_shared_from_this<VideoSource> {
     bool m_outage_said = false;
     std::chrono::milliseconds m_retry{0};
     Clock::time_point m_clock_base{};
-    std::shared_ptr<Picture> m_ahead;
-    bool m_at_end = false;
-    std::mutex m_replay_lock;
+    std::shared_ptr<Picture> m_ahead GUARDED_BY(m_replay_lock);
+    bool m_at_end GUARDED_BY(m_replay_lock) = false;
+    annotated_mutex m_replay_lock;
 
-    // Shared, by m_lock.
-    mutable std::mutex m_lock;
+    // Shared.
+    mutable annotated_mutex m_lock;
     std::condition_variable m_changed;
-    std::shared_ptr<Picture> m_newest;
-    double m_last_seconds = -1.0;
-    std::uint64_t m_sequence = 0;
+    std::shared_ptr<Picture> m_newest GUARDED_BY(m_lock);
+    double m_last_seconds GUARDED_BY(m_lock) = -1.0;
+    std::uint64_t m_sequence GUARDED_BY(m_lock) = 0;
     /** When the source's last picture came; the beginning of the clock as long as there was none. */
-    Clock::time_point m_last_published{};
-    std::time_t m_last_published_date = 0;
-    Clock::time_point m_lost_at{};
+    Clock::time_point m_last_published GUARDED_BY(m_lock){};
+    std::time_t m_last_published_date GUARDED_BY(m_lock) = 0;
+    Clock::time_point m_lost_at GUARDED_BY(m_lock){};
     /** Of this outage; null while there is video. */
-    std::shared_ptr<OutageCard> m_card;
-    Clock::time_point m_last_card{};
+    std::shared_ptr<OutageCard> m_card GUARDED_BY(m_lock);
+    Clock::time_point m_last_card GUARDED_BY(m_lock){};
     /** Seconds from the last picture but one to the last. */
-    double m_last_gap = 0.0;
-    SourceProperties m_properties;
-    std::uint64_t m_decoded = 0;
-    bool m_started = false;
-    bool m_first_try_done = false;
-    bool m_lost = false;
-    bool m_quit = false;
-    bool m_thread_ended = false;
+    double m_last_gap GUARDED_BY(m_lock) = 0.0;
+    SourceProperties m_properties GUARDED_BY(m_lock);
+    std::uint64_t m_decoded GUARDED_BY(m_lock) = 0;
+    bool m_started GUARDED_BY(m_lock) = false;
+    bool m_first_try_done GUARDED_BY(m_lock) = false;
+    bool m_lost GUARDED_BY(m_lock) = false;
+    bool m_quit GUARDED_BY(m_lock) = false;
+    bool m_thread_ended GUARDED_BY(m_lock) = false;
     std::thread m_thread;
 };
 

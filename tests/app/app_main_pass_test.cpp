@@ -42,7 +42,7 @@ class AppMainPassTest : public core_in_child {
     }
 };
 
-TEST_F(AppMainPassTest, withoutTheAgreementAPassDoesNothing) {
+TEST_F(AppMainPassTest, WithoutTheAgreementAPassDoesNothing) {
     EXPECT_EQ(status_of_child([] {
                   fake_axparameter::put("EulaAccepted", "false");
                   start();
@@ -60,7 +60,7 @@ TEST_F(AppMainPassTest, withoutTheAgreementAPassDoesNothing) {
               0);
 }
 
-TEST_F(AppMainPassTest, aPassInTimeIs200AndASlowOne600) {
+TEST_F(AppMainPassTest, APassInTimeIs200AndASlowOne600) {
     EXPECT_EQ(status_of_child([] {
                   start();
                   const struct {
@@ -79,7 +79,7 @@ TEST_F(AppMainPassTest, aPassInTimeIs200AndASlowOne600) {
               0);
 }
 
-TEST_F(AppMainPassTest, aPassThatTakesTwoPeriodsIsSlow) {
+TEST_F(AppMainPassTest, APassThatTakesTwoPeriodsIsSlow) {
     EXPECT_EQ(status_of_child([] {
                   start();
                   g_LocationController.m_IterationTime = 20;
@@ -92,7 +92,7 @@ TEST_F(AppMainPassTest, aPassThatTakesTwoPeriodsIsSlow) {
               0);
 }
 
-TEST_F(AppMainPassTest, noPassIsSlowWhereItsTimeDoesNotCount) {
+TEST_F(AppMainPassTest, NoPassIsSlowWhereItsTimeDoesNotCount) {
     EXPECT_EQ(status_of_child([] {
                   start();
                   g_LocationController.m_IterationTime = 0;
@@ -107,7 +107,7 @@ TEST_F(AppMainPassTest, noPassIsSlowWhereItsTimeDoesNotCount) {
               0);
 }
 
-TEST_F(AppMainPassTest, theHighestActiveAlertIsTheStatusUnlessThePassIsSlow) {
+TEST_F(AppMainPassTest, TheHighestActiveAlertIsTheStatusUnlessThePassIsSlow) {
     const struct {
         bool first, second, third;
         int status;
@@ -137,7 +137,7 @@ TEST_F(AppMainPassTest, theHighestActiveAlertIsTheStatusUnlessThePassIsSlow) {
               0);
 }
 
-TEST_F(AppMainPassTest, aSetUpThatFailsAnywhereShowsAs400OnEveryPass) {
+TEST_F(AppMainPassTest, ASetUpThatFailsAnywhereShowsAs400OnEveryPass) {
     const struct {
         const char* name;
         std::function<void()> prepare;
@@ -183,7 +183,7 @@ TEST_F(AppMainPassTest, aSetUpThatFailsAnywhereShowsAs400OnEveryPass) {
     }
 }
 
-TEST_F(AppMainPassTest, aFailedPassEndsBeforeTheOverlaysAndTheNextTriesAgain) {
+TEST_F(AppMainPassTest, AFailedPassEndsBeforeTheOverlaysAndTheNextTriesAgain) {
     EXPECT_EQ(status_of_child([] {
                   start();
                   init_overlay_manager();
@@ -204,7 +204,7 @@ TEST_F(AppMainPassTest, aFailedPassEndsBeforeTheOverlaysAndTheNextTriesAgain) {
               0);
 }
 
-TEST_F(AppMainPassTest, aPassGoesFromTheDetectionsToTheAlertsToTheOverlays) {
+TEST_F(AppMainPassTest, APassGoesFromTheDetectionsToTheAlertsToTheOverlays) {
     EXPECT_EQ(status_of_child([] {
                   start_with_a_car_in_the_area();
 
@@ -227,7 +227,7 @@ TEST_F(AppMainPassTest, aPassGoesFromTheDetectionsToTheAlertsToTheOverlays) {
               0);
 }
 
-TEST_F(AppMainPassTest, noOtherThreadSeesFindingsWithoutTheirSeconds) {
+TEST_F(AppMainPassTest, NoOtherThreadSeesFindingsWithoutTheirSeconds) {
     EXPECT_EQ(status_of_child([] {
                   start_with_a_car_in_the_area();
                   EXPECT_EQ(do_one_analysis(), 0);
@@ -254,7 +254,7 @@ TEST_F(AppMainPassTest, noOtherThreadSeesFindingsWithoutTheirSeconds) {
               0);
 }
 
-TEST_F(AppMainPassTest, noAlertBelowTheHighestIsAskedAndNoneInASlowPass) {
+TEST_F(AppMainPassTest, NoAlertBelowTheHighestIsAskedAndNoneInASlowPass) {
     using started = std::map<std::string, bool>; // an event that is asked for is noted there
     const std::string first = "Korvex Orvel First Alert";
     const std::string second = "Korvex Orvel Second Alert";

@@ -60,7 +60,7 @@ class AppMainTest : public core_in_child {
     }
 };
 
-TEST_F(AppMainTest, theWordsStartAsTheyShould) {
+TEST_F(AppMainTest, TheWordsStartAsTheyShould) {
     EXPECT_EQ(g_app_name, "korvex_orvel");
     EXPECT_EQ(g_StatusCode, 0);
     EXPECT_EQ(g_ExecutionTime, 0);
@@ -74,7 +74,7 @@ TEST_F(AppMainTest, theWordsStartAsTheyShould) {
     EXPECT_EQ(g_Alert3ThreshSecs, 15);
 }
 
-TEST_F(AppMainTest, memoryIsLoggedInKilobytes) {
+TEST_F(AppMainTest, MemoryIsLoggedInKilobytes) {
     struct sysinfo memory {};
     ASSERT_EQ(sysinfo(&memory), 0);
     const std::string total = std::to_string(uint64_t{memory.totalram} * memory.mem_unit / 1024);
@@ -86,7 +86,7 @@ TEST_F(AppMainTest, memoryIsLoggedInKilobytes) {
                 ElementsAre("error|logMemoryUsage: Failed to retrieve memory information."));
 }
 
-TEST_F(AppMainTest, signalsAreSetAsTheyShould) {
+TEST_F(AppMainTest, SignalsAreSetAsTheyShould) {
     static constexpr auto kSpecialFlags = static_cast<int>(SA_RESTART | SA_SIGINFO | SA_RESETHAND | SA_NODEFER);
     EXPECT_EQ(status_of_child([] {
                   init_signals();
@@ -104,7 +104,7 @@ TEST_F(AppMainTest, signalsAreSetAsTheyShould) {
               0);
 }
 
-TEST_F(AppMainTest, sigtermBeforeTheLoopEndsWithStatus1) {
+TEST_F(AppMainTest, SigtermBeforeTheLoopEndsWithStatus1) {
     EXPECT_EQ(status_of_child([] {
                   init_signals();
                   raise(SIGTERM);
@@ -113,7 +113,7 @@ TEST_F(AppMainTest, sigtermBeforeTheLoopEndsWithStatus1) {
               1);
 }
 
-TEST_F(AppMainTest, sigtermWithALoopRemovesTheTimeoutAndQuits) {
+TEST_F(AppMainTest, SigtermWithALoopRemovesTheTimeoutAndQuits) {
     gp_Loop = g_main_loop_new(nullptr, FALSE);
     g_ThreadID = g_timeout_add(
         1000000, [](gpointer) -> gboolean { return TRUE; }, nullptr);
@@ -131,7 +131,7 @@ TEST_F(AppMainTest, sigtermWithALoopRemovesTheTimeoutAndQuits) {
     gp_Loop = nullptr;
 }
 
-TEST_F(AppMainTest, theSettingsReachTheDetector) {
+TEST_F(AppMainTest, TheSettingsReachTheDetector) {
     EXPECT_EQ(status_of_child([] {
                   fake_axparameter::put("Sensitivity", "0.625000");
                   start();
@@ -145,7 +145,7 @@ TEST_F(AppMainTest, theSettingsReachTheDetector) {
               0);
 }
 
-TEST_F(AppMainTest, only90And270ArePortraitWithItsModel) {
+TEST_F(AppMainTest, Only90And270ArePortraitWithItsModel) {
     const struct {
         const char* rotation;
         bool portrait;
@@ -167,7 +167,7 @@ TEST_F(AppMainTest, only90And270ArePortraitWithItsModel) {
     }
 }
 
-TEST_F(AppMainTest, runsUntilSigtermAndWritesItsLastLines) {
+TEST_F(AppMainTest, RunsUntilSigtermAndWritesItsLastLines) {
     EXPECT_EQ(status_of_child([] {
                   fake_axparameter::put("MaxDisappeared", "17");
                   wait_for_sigterm_after_passes(3);
@@ -206,7 +206,7 @@ TEST_F(AppMainTest, runsUntilSigtermAndWritesItsLastLines) {
     }
 }
 
-TEST_F(AppMainTest, aWebThreadThatCannotBeHadEndsTheStart) {
+TEST_F(AppMainTest, AWebThreadThatCannotBeHadEndsTheStart) {
     EXPECT_EQ(status_of_child([] {
                   failing_libc::fail("pthread_create", EAGAIN);
                   const int result = korvex_orvel_main();
@@ -220,7 +220,7 @@ TEST_F(AppMainTest, aWebThreadThatCannotBeHadEndsTheStart) {
               255);
 }
 
-TEST_F(AppMainTest, startsWithoutAStoreAndWaitsForTheAgreement) {
+TEST_F(AppMainTest, StartsWithoutAStoreAndWaitsForTheAgreement) {
     EXPECT_EQ(status_of_child([] {
                   fake_axparameter::recorder().fail("ax_parameter_new");
                   g_timeout_add(
@@ -236,7 +236,7 @@ TEST_F(AppMainTest, startsWithoutAStoreAndWaitsForTheAgreement) {
     EXPECT_EQ(lines_of_the_file().back(), "warning|");
 }
 
-TEST_F(AppMainTest, theSettingsReachTheArea) {
+TEST_F(AppMainTest, TheSettingsReachTheArea) {
     EXPECT_EQ(status_of_child([] {
                   fake_axparameter::put("DetectionControlPoints", "6");
                   fake_axparameter::put("Detection15x", "15");
@@ -258,7 +258,7 @@ TEST_F(AppMainTest, theSettingsReachTheArea) {
               0);
 }
 
-TEST_F(AppMainTest, eachOverlayStreamIsSelectedWhenItIsSwitchedOn) {
+TEST_F(AppMainTest, EachOverlayStreamIsSelectedWhenItIsSwitchedOn) {
     const struct {
         bool on;
         std::string size;
@@ -292,7 +292,7 @@ TEST_F(AppMainTest, eachOverlayStreamIsSelectedWhenItIsSwitchedOn) {
     g_ConfigParams = {};
 }
 
-TEST_F(AppMainTest, theSceneBeginsAnew) {
+TEST_F(AppMainTest, TheSceneBeginsAnew) {
     g_Tracker.m_NextObjectId = 7;
     g_Id2Time[3] = {};
     init_logic(33);
@@ -301,7 +301,7 @@ TEST_F(AppMainTest, theSceneBeginsAnew) {
     EXPECT_THAT(g_Id2Time, IsEmpty());
 }
 
-TEST_F(AppMainTest, theFirstPassComesAPeriodAfterTheStart) {
+TEST_F(AppMainTest, TheFirstPassComesAPeriodAfterTheStart) {
     EXPECT_EQ(status_of_child([] {
                   fake_axparameter::put("MainLoopTime", "500");
                   Timer since_start;
@@ -316,7 +316,7 @@ TEST_F(AppMainTest, theFirstPassComesAPeriodAfterTheStart) {
               0);
 }
 
-TEST_F(AppMainTest, withAPeriodOfZeroEveryPassIsSlowAndSigtermStillEnds) {
+TEST_F(AppMainTest, WithAPeriodOfZeroEveryPassIsSlowAndSigtermStillEnds) {
     EXPECT_EQ(status_of_child([] {
                   fake_axparameter::put("MainLoopTime", "0");
                   wait_for_sigterm_after_passes(3);
@@ -327,7 +327,7 @@ TEST_F(AppMainTest, withAPeriodOfZeroEveryPassIsSlowAndSigtermStillEnds) {
               0);
 }
 
-TEST_F(AppMainTest, theSystemsLogGetsTheBannerAndTheWebThreadsTrace) {
+TEST_F(AppMainTest, TheSystemsLogGetsTheBannerAndTheWebThreadsTrace) {
     EXPECT_EQ(status_of_child([] {
                   recording_larod::on_inference([] {
                       if (!recording_syslog::recorder().calls(call_line("syslog", LOG_ERR)).empty() && listens(kSocket))

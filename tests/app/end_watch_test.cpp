@@ -89,7 +89,7 @@ struct hanging_call {
     const char* name;
 };
 
-TEST_F(EndWatchTest, aStartThatHangsAnywhereEndsWithStatus1AndItsLog) {
+TEST_F(EndWatchTest, AStartThatHangsAnywhereEndsWithStatus1AndItsLog) {
     const hanging_call table[] = {
         {fake_axparameter::recorder(), "ax_parameter_new"},
         {fake_axparameter::recorder(), "ax_parameter_get"},
@@ -112,7 +112,7 @@ TEST_F(EndWatchTest, aStartThatHangsAnywhereEndsWithStatus1AndItsLog) {
     }
 }
 
-TEST_F(EndWatchTest, aPassThatHangsAnywhereEndsAsTheLoopWould) {
+TEST_F(EndWatchTest, APassThatHangsAnywhereEndsAsTheLoopWould) {
     const hanging_call table[] = {
         {recording_vdo::recorder(), "vdo_stream_get_buffer"},
         {recording_larod::recorder(), "larodRunInference"},
@@ -126,7 +126,7 @@ TEST_F(EndWatchTest, aPassThatHangsAnywhereEndsAsTheLoopWould) {
     }
 }
 
-TEST_F(EndWatchTest, aCameraWithoutFramesEndsAsTheLoopWould) {
+TEST_F(EndWatchTest, ACameraWithoutFramesEndsAsTheLoopWould) {
     expect_end(0, [] {
         recording_vdo::feed(0);
         recording_vdo::recorder().during("vdo_stream_get_buffer", ask_for_the_end);
@@ -134,7 +134,7 @@ TEST_F(EndWatchTest, aCameraWithoutFramesEndsAsTheLoopWould) {
     EXPECT_THAT(lines_of_the_file(), AllOf(Contains(StartsWith(kEnds)).Times(1), Contains(kWithdrawn)));
 }
 
-TEST_F(EndWatchTest, anEventServiceThatHangsInAPassKeepsItsEvents) {
+TEST_F(EndWatchTest, AnEventServiceThatHangsInAPassKeepsItsEvents) {
     expect_end(0, [] {
         for (const char* name : {"DetectCars", "Alert1Active", "Alert2Active", "Alert3Active"})
             fake_axparameter::put(name, "true");
@@ -145,7 +145,7 @@ TEST_F(EndWatchTest, anEventServiceThatHangsInAPassKeepsItsEvents) {
                 AllOf(Contains(StartsWith(kEnds)).Times(1), Not(Contains(StartsWith(kWithdrawn)))));
 }
 
-TEST_F(EndWatchTest, anEventServiceThatHangsAtTheWithdrawalDoesNotCostTheLog) {
+TEST_F(EndWatchTest, AnEventServiceThatHangsAtTheWithdrawalDoesNotCostTheLog) {
     for (const bool silent : {false, true}) {
         forget_file();
         expect_end(0, [silent] {
@@ -159,7 +159,7 @@ TEST_F(EndWatchTest, anEventServiceThatHangsAtTheWithdrawalDoesNotCostTheLog) {
     }
 }
 
-TEST_F(EndWatchTest, aServiceThatHangsWhileTheObjectsAreDestroyedDoesNotKeepTheProcess) {
+TEST_F(EndWatchTest, AServiceThatHangsWhileTheObjectsAreDestroyedDoesNotKeepTheProcess) {
     expect_end(0, [] {
         recording_larod::on_inference(ask_for_the_end);
         recording_larod::recorder().during("larodDisconnect", [] { std::this_thread::sleep_for(kHangs); });
@@ -167,7 +167,7 @@ TEST_F(EndWatchTest, aServiceThatHangsWhileTheObjectsAreDestroyedDoesNotKeepTheP
     EXPECT_THAT(lines_of_the_file(), Contains(kWithdrawn));
 }
 
-TEST_F(EndWatchTest, theProgramAroundHasItsSayWhenTheEndIsForced) {
+TEST_F(EndWatchTest, TheProgramAroundHasItsSayWhenTheEndIsForced) {
     expect_end(0, [] {
         std::at_quick_exit([] {
             std::this_thread::sleep_for(600ms); // longer than a hanging service is waited for
@@ -178,7 +178,7 @@ TEST_F(EndWatchTest, theProgramAroundHasItsSayWhenTheEndIsForced) {
     EXPECT_EQ(contents_of(folder / "finished"), "a recording");
 }
 
-TEST_F(EndWatchTest, theProgramAroundMayTakeItsTimeAfterTheLoop) {
+TEST_F(EndWatchTest, TheProgramAroundMayTakeItsTimeAfterTheLoop) {
     EXPECT_EQ(status_of_child([] {
                   recording_larod::on_inference(ask_for_the_end);
                   const int result = korvex_orvel_main();
@@ -191,7 +191,7 @@ TEST_F(EndWatchTest, theProgramAroundMayTakeItsTimeAfterTheLoop) {
     expect_last_lines();
 }
 
-TEST_F(EndWatchTest, whoeverLeftSigtermBlockedDoesNotHoldTheEndUp) {
+TEST_F(EndWatchTest, WhoeverLeftSigtermBlockedDoesNotHoldTheEndUp) {
     expect_end(0, [] {
         sigset_t sigterm;
         sigemptyset(&sigterm);
@@ -202,7 +202,7 @@ TEST_F(EndWatchTest, whoeverLeftSigtermBlockedDoesNotHoldTheEndUp) {
     EXPECT_THAT(lines_of_the_file(), AllOf(Contains(StartsWith(kEnds)).Times(1), Contains(kWithdrawn)));
 }
 
-TEST_F(EndWatchTest, aHandlerThatIsCalledWithoutAWatchEndsTheProcess) {
+TEST_F(EndWatchTest, AHandlerThatIsCalledWithoutAWatchEndsTheProcess) {
     EXPECT_EQ(status_of_child([] {
                   handle_sigterm(SIGTERM);
                   return 0;
@@ -210,7 +210,7 @@ TEST_F(EndWatchTest, aHandlerThatIsCalledWithoutAWatchEndsTheProcess) {
               1);
 }
 
-TEST_F(EndWatchTest, whenNoThreadCanBeHadSigtermEndsTheProcessAllTheSame) {
+TEST_F(EndWatchTest, WhenNoThreadCanBeHadSigtermEndsTheProcessAllTheSame) {
     EXPECT_EQ(status_of_child([] {
                   rlimit none{0, 0};
                   EXPECT_EQ(setrlimit(RLIMIT_NPROC, &none), 0);
@@ -236,7 +236,7 @@ void ask_in(std::chrono::microseconds delay) {
     });
 }
 
-TEST_F(EndWatchTest, sigtermEndsAnyMomentOfTheStartAndOfThePasses) {
+TEST_F(EndWatchTest, SigtermEndsAnyMomentOfTheStartAndOfThePasses) {
     const unsigned seed = std::random_device()();
     SCOPED_TRACE("seed " + std::to_string(seed));
     std::mt19937 random(seed);

@@ -39,7 +39,7 @@ namespace {
 constexpr auto kSocket = "/usr/local/packages/korvex_orvel/html/korvex_orvel_fcgi.socket";
 constexpr auto kOpens = "info|init: Socket: /usr/local/packages/korvex_orvel/html/korvex_orvel_fcgi.socket";
 
-class web_thread_test : public core_fixture {
+class WebThreadTest : public core_fixture {
   protected:
     void SetUp() override {
         std::filesystem::remove_all(kSocket);
@@ -95,11 +95,11 @@ class web_thread_test : public core_fixture {
     static inline std::atomic<pid_t> s_thread{0};
 };
 
-TEST_F(web_thread_test, has_nothing_to_end_when_it_was_never_started) {
+TEST_F(WebThreadTest, HasNothingToEndWhenItWasNeverStarted) {
     in_own_process([] { return end_web_service() ? 0 : 1; });
 }
 
-TEST_F(web_thread_test, serves_on_a_socket_that_everybody_may_write_to) {
+TEST_F(WebThreadTest, ServesOnASocketThatEverybodyMayWriteTo) {
     in_own_process([] {
         forget_log();
         start_thread();
@@ -111,7 +111,7 @@ TEST_F(web_thread_test, serves_on_a_socket_that_everybody_may_write_to) {
     });
 }
 
-TEST_F(web_thread_test, gives_way_to_the_analysis) {
+TEST_F(WebThreadTest, GivesWayToTheAnalysis) {
     in_own_process([] {
         const int before = getpriority(PRIO_PROCESS, 0);
         start_thread();
@@ -121,7 +121,7 @@ TEST_F(web_thread_test, gives_way_to_the_analysis) {
     });
 }
 
-TEST_F(web_thread_test, takes_the_place_of_an_earlier_socket) {
+TEST_F(WebThreadTest, TakesThePlaceOfAnEarlierSocket) {
     std::ofstream(kSocket) << "left over";
     in_own_process([] {
         start_thread();
@@ -130,7 +130,7 @@ TEST_F(web_thread_test, takes_the_place_of_an_earlier_socket) {
     });
 }
 
-TEST_F(web_thread_test, ends_with_nobody_listened_to_any_more) {
+TEST_F(WebThreadTest, EndsWithNobodyListenedToAnyMore) {
     in_own_process([] {
         start_thread();
         wait_for_service();
@@ -146,7 +146,7 @@ TEST_F(web_thread_test, ends_with_nobody_listened_to_any_more) {
     });
 }
 
-TEST_F(web_thread_test, ends_while_clients_ask_without_a_break) {
+TEST_F(WebThreadTest, EndsWhileClientsAskWithoutABreak) {
     in_own_process([] {
         start_thread();
         wait_for_service();
@@ -163,7 +163,7 @@ TEST_F(web_thread_test, ends_while_clients_ask_without_a_break) {
     });
 }
 
-TEST_F(web_thread_test, says_when_a_client_keeps_it) {
+TEST_F(WebThreadTest, SaysWhenAClientKeepsIt) {
     in_own_process([] {
         start_thread();
         wait_for_service();
@@ -175,7 +175,7 @@ TEST_F(web_thread_test, says_when_a_client_keeps_it) {
     });
 }
 
-TEST_F(web_thread_test, says_when_the_service_cannot_be_had) {
+TEST_F(WebThreadTest, SaysWhenTheServiceCannotBeHad) {
     in_own_process([] {
         g_init_fails = true;
         recording_syslog::recorder().reset();
@@ -197,7 +197,7 @@ TEST_F(web_thread_test, says_when_the_service_cannot_be_had) {
     });
 }
 
-TEST_F(web_thread_test, ends_at_once_without_a_socket_and_leaves_the_status_alone) {
+TEST_F(WebThreadTest, EndsAtOnceWithoutASocketAndLeavesTheStatusAlone) {
     std::filesystem::create_directories(std::filesystem::path(kSocket) / "in the way");
     in_own_process([] {
         forget_log();

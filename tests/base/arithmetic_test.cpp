@@ -18,7 +18,7 @@ int32_t low_bits(int64_t exact) {
     return static_cast<int32_t>(low > kMax ? low - modulus : low);
 }
 
-TEST(ArithmeticTest, sumsDifferencesAndProductsWrap) {
+TEST(ArithmeticTest, SumsDifferencesAndProductsWrap) {
     EXPECT_EQ(wrap_add(kMax, 1), kMin);
     EXPECT_EQ(wrap_subtract(kMin, 1), kMax);
     EXPECT_EQ(wrap_multiply(kMax, 2), -2);
@@ -26,7 +26,7 @@ TEST(ArithmeticTest, sumsDifferencesAndProductsWrap) {
     EXPECT_EQ(wrap_multiply(-3, 7), -21);
 }
 
-TEST(ArithmeticTest, agreesWithWideArithmeticCutTo32Bits) {
+TEST(ArithmeticTest, AgreesWithWideArithmeticCutTo32Bits) {
     const unsigned seed = 20240611;
     SCOPED_TRACE("seed " + std::to_string(seed));
     std::mt19937 random(seed);
@@ -44,14 +44,14 @@ TEST(ArithmeticTest, agreesWithWideArithmeticCutTo32Bits) {
     }
 }
 
-TEST(ArithmeticTest, quotientsTruncateTowardZero) {
+TEST(ArithmeticTest, QuotientsTruncateTowardZero) {
     EXPECT_EQ(wrap_divide(7, 2), 3);
     EXPECT_EQ(wrap_divide(-7, 2), -3);
     EXPECT_EQ(wrap_divide(kMin, -1), kMin);
     EXPECT_EQ(wrap_divide(5, 0), 0);
 }
 
-TEST(ArithmeticTest, floatsBecomeIntegersByTruncation) {
+TEST(ArithmeticTest, FloatsBecomeIntegersByTruncation) {
     const struct {
         float value;
         int32_t as_int;

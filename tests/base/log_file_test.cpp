@@ -37,7 +37,7 @@ class LogFileTest : public core_fixture {
     static texts lines_of(const log_file& file) { return lines_of(file, file.size()); }
 };
 
-TEST_F(LogFileTest, onlyAppendingMakesAFile) {
+TEST_F(LogFileTest, OnlyAppendingMakesAFile) {
     EXPECT_EQ(log_file(kFile, use::reading).size(), -1);
     EXPECT_EQ(log_file(kFile, use::cutting).size(), -1);
     EXPECT_FALSE(std::filesystem::exists(kFile));
@@ -45,7 +45,7 @@ TEST_F(LogFileTest, onlyAppendingMakesAFile) {
     EXPECT_TRUE(std::filesystem::exists(kFile));
 }
 
-TEST_F(LogFileTest, linesComeWithoutTheirNewlines) {
+TEST_F(LogFileTest, LinesComeWithoutTheirNewlines) {
     const std::string with_zero("z\0z", 3);
     write_file("one\n\n" + with_zero + "\nunfinished");
     EXPECT_THAT(lines_of(log_file(kFile, use::reading)), ElementsAre("one", "", with_zero, "unfinished"));
@@ -55,7 +55,7 @@ TEST_F(LogFileTest, linesComeWithoutTheirNewlines) {
     EXPECT_THAT(lines_of(log_file(kFile, use::reading)), IsEmpty());
 }
 
-TEST_F(LogFileTest, whatComesAfterTheEndThatWasSeenIsNotRead) {
+TEST_F(LogFileTest, WhatComesAfterTheEndThatWasSeenIsNotRead) {
     write_file("one\ntwo\n");
     const log_file file(kFile, use::reading);
     const int64_t seen = file.size();
@@ -64,7 +64,7 @@ TEST_F(LogFileTest, whatComesAfterTheEndThatWasSeenIsNotRead) {
     EXPECT_THAT(lines_of(file), ElementsAre("one", "two", "three"));
 }
 
-TEST_F(LogFileTest, aFileThatIsEmptiedMeanwhileEndsEarly) {
+TEST_F(LogFileTest, AFileThatIsEmptiedMeanwhileEndsEarly) {
     write_file("one\ntwo\n");
     const log_file file(kFile, use::reading);
     const int64_t seen = file.size();
@@ -72,7 +72,7 @@ TEST_F(LogFileTest, aFileThatIsEmptiedMeanwhileEndsEarly) {
     EXPECT_THAT(lines_of(file, seen), IsEmpty());
 }
 
-TEST_F(LogFileTest, linesOfEveryLengthCrossTheBlocks) {
+TEST_F(LogFileTest, LinesOfEveryLengthCrossTheBlocks) {
     texts lines;
     std::string text;
     for (const size_t length : {kBlock - 1, kBlock, kBlock + 1, size_t{0}, 3 * kBlock, size_t{5}}) {
@@ -83,7 +83,7 @@ TEST_F(LogFileTest, linesOfEveryLengthCrossTheBlocks) {
     EXPECT_EQ(lines_of(log_file(kFile, use::reading)), lines);
 }
 
-TEST_F(LogFileTest, aFullDiskTakesWholeLines) {
+TEST_F(LogFileTest, AFullDiskTakesWholeLines) {
     const struct {
         size_t room;
         std::string kept;
@@ -129,7 +129,7 @@ std::string naive_cut(const texts& lines, uint64_t minimum) {
     return kept;
 }
 
-TEST_F(LogFileTest, isCutLikeTheNaiveModel) {
+TEST_F(LogFileTest, IsCutLikeTheNaiveModel) {
     const unsigned seed = std::random_device()();
     SCOPED_TRACE("seed " + std::to_string(seed));
     std::mt19937 random(seed);
@@ -153,7 +153,7 @@ TEST_F(LogFileTest, isCutLikeTheNaiveModel) {
     }
 }
 
-TEST_F(LogFileTest, isCutWhereItStandsOnTheDisk) {
+TEST_F(LogFileTest, IsCutWhereItStandsOnTheDisk) {
     write_file("old\nnew\n");
     struct stat before {};
     ASSERT_EQ(stat(kFile, &before), 0);
@@ -186,7 +186,7 @@ void expect_no_file(const std::string& path) {
         << path;
 }
 
-TEST_F(LogFileTest, whatIsNoRegularFileIsNotOpened) {
+TEST_F(LogFileTest, WhatIsNoRegularFileIsNotOpened) {
     std::filesystem::create_directory("folder");
     ASSERT_EQ(mkfifo("pipe", 0600), 0);
     std::filesystem::create_symlink("pipe", "link");
@@ -201,7 +201,7 @@ TEST_F(LogFileTest, whatIsNoRegularFileIsNotOpened) {
     close(listening);
 }
 
-TEST_F(LogFileTest, aPipeWithSomebodyAtItsOtherEndIsNotOpenedEither) {
+TEST_F(LogFileTest, APipeWithSomebodyAtItsOtherEndIsNotOpenedEither) {
     ASSERT_EQ(mkfifo("pipe", 0600), 0);
     const int other_end = open("pipe", O_RDWR | O_NONBLOCK);
     ASSERT_GE(other_end, 0);
@@ -211,7 +211,7 @@ TEST_F(LogFileTest, aPipeWithSomebodyAtItsOtherEndIsNotOpenedEither) {
     close(other_end);
 }
 
-TEST_F(LogFileTest, aLinkToAFileIsThatFile) {
+TEST_F(LogFileTest, ALinkToAFileIsThatFile) {
     write_file("one\n");
     std::filesystem::create_symlink(kFile, "link");
     log_file("link", use::appending).append("two\n");

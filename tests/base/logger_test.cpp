@@ -67,7 +67,7 @@ class LoggerTest : public core_fixture {
     static void make_purge_due(Logger& log) { log._nextPurgeCheckDate = time(nullptr) - 1; }
 };
 
-TEST_F(LoggerTest, anEntryIsFourTextsJoinedByBarsOrBlanks) {
+TEST_F(LoggerTest, AnEntryIsFourTextsJoinedByBarsOrBlanks) {
     const LogEntry entry{"2024-05-06 07:08:09", "app", "error", "it broke"};
     EXPECT_EQ(entry.serialize(), "2024-05-06 07:08:09|app|error|it broke");
     EXPECT_EQ(entry.serializeAsPlainText(), "2024-05-06 07:08:09 app error it broke");
@@ -77,11 +77,11 @@ TEST_F(LoggerTest, anEntryIsFourTextsJoinedByBarsOrBlanks) {
     EXPECT_EQ(copy.serialize(), entry.serialize() + "!");
 }
 
-TEST_F(LoggerTest, aMessageIsWrittenUnescaped) {
+TEST_F(LoggerTest, AMessageIsWrittenUnescaped) {
     EXPECT_EQ((LogEntry{"d", "a", "info", "x|y\nz"}.serialize()), "d|a|info|x|y\nz");
 }
 
-TEST_F(LoggerTest, aLineIsReadBackByItsBars) {
+TEST_F(LoggerTest, ALineIsReadBackByItsBars) {
     const struct {
         std::string line;
         std::array<std::string, 4> fields;
@@ -107,7 +107,7 @@ TEST_F(LoggerTest, aLineIsReadBackByItsBars) {
     }
 }
 
-TEST_F(LoggerTest, beginsWithAWarningAndItsLimits) {
+TEST_F(LoggerTest, BeginsWithAWarningAndItsLimits) {
     const time_t before = time(nullptr);
     Logger log("korvex", kFile);
     const time_t after = time(nullptr);
@@ -122,7 +122,7 @@ TEST_F(LoggerTest, beginsWithAWarningAndItsLimits) {
     EXPECT_FALSE(std::filesystem::exists(kFile)) << "nothing is written yet";
 }
 
-TEST_F(LoggerTest, endsWithAWarningAndABlankOne) {
+TEST_F(LoggerTest, EndsWithAWarningAndABlankOne) {
     { Logger log("korvex", kFile); }
     std::string pattern;
     for (const char* message : {"STARTING korvex", "STOPPING korvex", ""})
@@ -131,7 +131,7 @@ TEST_F(LoggerTest, endsWithAWarningAndABlankOne) {
     EXPECT_TRUE(std::regex_match(text, std::regex(pattern))) << text;
 }
 
-TEST_F(LoggerTest, writesItsLastLinesOnce) {
+TEST_F(LoggerTest, WritesItsLastLinesOnce) {
     {
         Logger log("a", kFile);
         log.close();
@@ -141,7 +141,7 @@ TEST_F(LoggerTest, writesItsLastLinesOnce) {
     EXPECT_THAT(written(reader), ElementsAre("warning|STARTING a", "warning|STOPPING a", "warning|"));
 }
 
-TEST_F(LoggerTest, dropsWhatComesAfterTheEnd) {
+TEST_F(LoggerTest, DropsWhatComesAfterTheEnd) {
     Logger log("a", kFile);
     log.close();
     const std::string before = contents_of(kFile);
@@ -152,7 +152,7 @@ TEST_F(LoggerTest, dropsWhatComesAfterTheEnd) {
     EXPECT_EQ(contents_of(kFile), before);
 }
 
-TEST_F(LoggerTest, eachLevelHasItsWord) {
+TEST_F(LoggerTest, EachLevelHasItsWord) {
     static_assert(sizeof(LogLevel) == 4 && Info == 0 && Warning == 1 && Error == 2);
     Logger log("a", kFile);
     log.info("i");
@@ -162,7 +162,7 @@ TEST_F(LoggerTest, eachLevelHasItsWord) {
     EXPECT_THAT(waiting(log), ElementsAre("warning|STARTING a", "info|i", "warning|w", "error|e", "error|again"));
 }
 
-TEST_F(LoggerTest, an101stWaitingEntryWritesThemAll) {
+TEST_F(LoggerTest, An101stWaitingEntryWritesThemAll) {
     Logger log("a", kFile);
     while (log._logEntries.size() < 100)
         log.info("line");
@@ -175,14 +175,14 @@ TEST_F(LoggerTest, an101stWaitingEntryWritesThemAll) {
     EXPECT_EQ(lines.back(), "info|one more");
 }
 
-TEST_F(LoggerTest, appendsToWhatIsThere) {
+TEST_F(LoggerTest, AppendsToWhatIsThere) {
     write_file("d|a|info|old\n");
     Logger log("a", kFile);
     log.flush();
     EXPECT_THAT(written(log), ElementsAre("info|old", "warning|STARTING a"));
 }
 
-TEST_F(LoggerTest, aFileThatCannotBeOpenedLosesTheEntriesSilently) {
+TEST_F(LoggerTest, AFileThatCannotBeOpenedLosesTheEntriesSilently) {
     std::filesystem::create_directory(kFile);
     Logger log("a", kFile);
     log.info("lost");
@@ -192,7 +192,7 @@ TEST_F(LoggerTest, aFileThatCannotBeOpenedLosesTheEntriesSilently) {
     EXPECT_EQ(log.getPlainLogContents(), "");
 }
 
-TEST_F(LoggerTest, aFileThatIsMissingHasNoLinesAndNoSize) {
+TEST_F(LoggerTest, AFileThatIsMissingHasNoLinesAndNoSize) {
     Logger log("a", kFile);
     EXPECT_THAT(log.getLogLines(), IsEmpty());
     EXPECT_THAT(log.getLogEntriesFromFile(), IsEmpty());
@@ -201,14 +201,14 @@ TEST_F(LoggerTest, aFileThatIsMissingHasNoLinesAndNoSize) {
     EXPECT_EQ(log.getLogFileSize(), 6);
 }
 
-TEST_F(LoggerTest, linesComeWithoutTheirNewlinesInFileOrder) {
+TEST_F(LoggerTest, LinesComeWithoutTheirNewlinesInFileOrder) {
     write_file("one\n\nthree\nunfinished");
     Logger log("a", kFile);
     EXPECT_THAT(log.getLogLines(), ElementsAre("one", "", "three", "unfinished"));
     EXPECT_EQ(log._logEntries.size(), 1U) << "reading lines does not flush";
 }
 
-TEST_F(LoggerTest, bothFormsOfTheContentsFlushFirst) {
+TEST_F(LoggerTest, BothFormsOfTheContentsFlushFirst) {
     Logger log("a", kFile);
     log.clear();
     log.info("a|b");
@@ -220,7 +220,7 @@ TEST_F(LoggerTest, bothFormsOfTheContentsFlushFirst) {
     EXPECT_EQ(contents_of(kFile), date + "|a|info|a|b\n" + later + "|a|error|c\n");
 }
 
-TEST_F(LoggerTest, aMessageOfSeveralLinesComesBackAsSeveralEntries) {
+TEST_F(LoggerTest, AMessageOfSeveralLinesComesBackAsSeveralEntries) {
     Logger log("a", kFile);
     log.clear();
     log.info("first\nsecond");
@@ -228,7 +228,7 @@ TEST_F(LoggerTest, aMessageOfSeveralLinesComesBackAsSeveralEntries) {
     EXPECT_THAT(written(log), ElementsAre("info|first", "|second"));
 }
 
-TEST_F(LoggerTest, clearDropsWaitingEntriesAndEmptiesTheFile) {
+TEST_F(LoggerTest, ClearDropsWaitingEntriesAndEmptiesTheFile) {
     Logger log("a", kFile);
     log.flush();
     log.info("never written");
@@ -239,19 +239,19 @@ TEST_F(LoggerTest, clearDropsWaitingEntriesAndEmptiesTheFile) {
     EXPECT_EQ(std::filesystem::file_size(kFile), 0U);
 }
 
-TEST_F(LoggerTest, makesItsFolder) {
+TEST_F(LoggerTest, MakesItsFolder) {
     Logger log("a", "./localdata/here.txt");
     log.flush();
     EXPECT_THAT(written(log), ElementsAre("warning|STARTING a"));
 }
 
-TEST_F(LoggerTest, makesNoFolderForAnAbsolutePath) {
+TEST_F(LoggerTest, MakesNoFolderForAnAbsolutePath) {
     Logger log("a", folder / "localdata" / "here.txt");
     log.flush();
     EXPECT_FALSE(std::filesystem::exists(folder / "localdata"));
 }
 
-TEST_F(LoggerTest, timesAreLocalAndFixedInForm) {
+TEST_F(LoggerTest, TimesAreLocalAndFixedInForm) {
     setenv("TZ", "UTC-3", 1);
     Logger log("a", kFile);
     EXPECT_EQ(log.timeToString(0), "1970-01-01 03:00:00");
@@ -264,7 +264,7 @@ TEST_F(LoggerTest, timesAreLocalAndFixedInForm) {
     unsetenv("TZ");
 }
 
-TEST_F(LoggerTest, theNextPurgeDateMovesByWholeDays) {
+TEST_F(LoggerTest, TheNextPurgeDateMovesByWholeDays) {
     Logger log("a", kFile);
     log._nextPurgeCheckDate = 1000;
     log.incrementNextPurgeDate();
@@ -274,7 +274,7 @@ TEST_F(LoggerTest, theNextPurgeDateMovesByWholeDays) {
     EXPECT_EQ(log._nextPurgeCheckDate, 87400 + 259200);
 }
 
-TEST_F(LoggerTest, theProductOfDaysAndSecondsIsA32BitValue) {
+TEST_F(LoggerTest, TheProductOfDaysAndSecondsIsA32BitValue) {
     Logger log("a", kFile);
     log._nextPurgeCheckDate = 0;
     log._purgeCheckInterval = 24856; // 24856 x 86400 is 2^31 + 74752
@@ -282,7 +282,7 @@ TEST_F(LoggerTest, theProductOfDaysAndSecondsIsA32BitValue) {
     EXPECT_EQ(log._nextPurgeCheckDate, -2147483648LL + 74752);
 }
 
-TEST_F(LoggerTest, purgesAtTheFirstFlushAfterTheDueDateAndMovesIt) {
+TEST_F(LoggerTest, PurgesAtTheFirstFlushAfterTheDueDateAndMovesIt) {
     Logger log("a", kFile);
     log._maxSize = 10;
     log._minSize = 5;
@@ -302,7 +302,7 @@ TEST_F(LoggerTest, purgesAtTheFirstFlushAfterTheDueDateAndMovesIt) {
                                           "info|Purging log file. Final log file size=11 bytes."));
 }
 
-TEST_F(LoggerTest, doesNotPurgeBeforeTheDueDate) {
+TEST_F(LoggerTest, DoesNotPurgeBeforeTheDueDate) {
     Logger log("a", kFile);
     log._maxSize = 0;
     write_file("old\nnew\n");
@@ -311,7 +311,7 @@ TEST_F(LoggerTest, doesNotPurgeBeforeTheDueDate) {
     EXPECT_THAT(written(log), ElementsAre("|old", "|new", "warning|STARTING a"));
 }
 
-TEST_F(LoggerTest, doesNotPurgeInTheVerySecondThatIsDue) {
+TEST_F(LoggerTest, DoesNotPurgeInTheVerySecondThatIsDue) {
     Logger log("a", kFile);
     time_t due = 0;
     do { // until the clock stands still meanwhile
@@ -321,14 +321,14 @@ TEST_F(LoggerTest, doesNotPurgeInTheVerySecondThatIsDue) {
     EXPECT_EQ(log._nextPurgeCheckDate, due);
 }
 
-TEST_F(LoggerTest, aFreshLoggerDoesNotPurge) {
+TEST_F(LoggerTest, AFreshLoggerDoesNotPurge) {
     write_file(std::string(0x200000 + 10, 'x') + "\nlast\n");
     Logger log("a", kFile);
     log.flush();
     EXPECT_EQ(log.getLogLines().size(), 3U);
 }
 
-TEST_F(LoggerTest, aDueCheckOfASmallFileOnlyMovesTheDate) {
+TEST_F(LoggerTest, ADueCheckOfASmallFileOnlyMovesTheDate) {
     Logger log("a", kFile);
     const time_t due = time(nullptr) - 1;
     log._nextPurgeCheckDate = due;
@@ -337,7 +337,7 @@ TEST_F(LoggerTest, aDueCheckOfASmallFileOnlyMovesTheDate) {
     EXPECT_EQ(log._nextPurgeCheckDate, due + 86400);
 }
 
-TEST_F(LoggerTest, twoMebibytesArePurgedAndAByteLessIsNot) {
+TEST_F(LoggerTest, TwoMebibytesArePurgedAndAByteLessIsNot) {
     Logger log("a", kFile);
     log.clear();
     std::string text;
@@ -358,14 +358,14 @@ TEST_F(LoggerTest, twoMebibytesArePurgedAndAByteLessIsNot) {
                                           "info|Purging log file. Final log file size=1050624 bytes."));
 }
 
-TEST_F(LoggerTest, keepsOnlyTheLastLineWhenTheTextNeverExceedsTheMinimum) {
+TEST_F(LoggerTest, KeepsOnlyTheLastLineWhenTheTextNeverExceedsTheMinimum) {
     Logger log("a", kFile);
     write_file(std::string(2097152, '\n') + "last\n");
     log.purge();
     EXPECT_EQ(contents_of(kFile), "last\n");
 }
 
-TEST_F(LoggerTest, aSingleHugeLineStays) {
+TEST_F(LoggerTest, ASingleHugeLineStays) {
     Logger log("a", kFile);
     const std::string line = std::string(2097152, 'x') + "\n";
     write_file(line);
@@ -373,7 +373,7 @@ TEST_F(LoggerTest, aSingleHugeLineStays) {
     EXPECT_EQ(contents_of(kFile), line);
 }
 
-TEST_F(LoggerTest, purgesAnEmptyFileToAnEmptyFile) {
+TEST_F(LoggerTest, PurgesAnEmptyFileToAnEmptyFile) {
     Logger log("a", kFile);
     log._maxSize = 0;
     write_file("");
@@ -397,7 +397,7 @@ std::string naive_purge(const std::vector<std::string>& lines, size_t minimum) {
     return lines.back() + "\n";
 }
 
-TEST_F(LoggerTest, purgesLikeTheNaiveModel) {
+TEST_F(LoggerTest, PurgesLikeTheNaiveModel) {
     const unsigned seed = 7;
     SCOPED_TRACE("seed " + std::to_string(seed));
     std::mt19937 random(seed);
@@ -418,7 +418,7 @@ TEST_F(LoggerTest, purgesLikeTheNaiveModel) {
     }
 }
 
-TEST_F(LoggerTest, aFileBeyondTwoGibibytesIsCutAndItsSizeSaid) {
+TEST_F(LoggerTest, AFileBeyondTwoGibibytesIsCutAndItsSizeSaid) {
     constexpr int64_t large = (int64_t{1} << 31) + 5;
     std::ofstream(kFile).close();
     std::filesystem::resize_file(kFile, large); // one line of zeroes, none of which is on the disk
@@ -436,7 +436,7 @@ TEST_F(LoggerTest, aFileBeyondTwoGibibytesIsCutAndItsSizeSaid) {
                                           "info|Purging log file. Final log file size=1050624 bytes."));
 }
 
-TEST_F(LoggerTest, aLoggerThatHasWrittenEightMebibytesLooksAtOnce) {
+TEST_F(LoggerTest, ALoggerThatHasWrittenEightMebibytesLooksAtOnce) {
     write_file(std::string(3000000, 'x') + "\nlast\n");
     Logger log("a", kFile);
     const std::string message(100000, 'm');
@@ -455,7 +455,7 @@ TEST_F(LoggerTest, aLoggerThatHasWrittenEightMebibytesLooksAtOnce) {
     EXPECT_THAT(waiting(log).at(0), testing::StartsWith("info|Purging log file. Initial log file size=11"));
 }
 
-TEST_F(LoggerTest, anEmptiedFileNeedsNoEarlyLook) {
+TEST_F(LoggerTest, AnEmptiedFileNeedsNoEarlyLook) {
     Logger log("a", kFile);
     const std::string message(1000000, 'm');
     for (int i = 0; i < 20; ++i) {
@@ -472,7 +472,7 @@ TEST_F(LoggerTest, anEmptiedFileNeedsNoEarlyLook) {
  * A set-up that has failed: three lines on each of a day's 432,000 passes, at the rate of its bytes in longer lines, a
  * tenth of them.
  */
-TEST_F(LoggerTest, aDayOfThreeLinesAPassFillsNoFlash) {
+TEST_F(LoggerTest, ADayOfThreeLinesAPassFillsNoFlash) {
     constexpr int passes = 432000 / 10;
     const std::string longer(9 * 110, '.'); // a line has 110 characters with its date
     const std::string lines[] = {
@@ -500,7 +500,7 @@ TEST_F(LoggerTest, aDayOfThreeLinesAPassFillsNoFlash) {
     EXPECT_GT(log.getLogFileSize(), 1048576);
 }
 
-TEST_F(LoggerTest, whatIsNoFileLosesTheEntriesSilently) {
+TEST_F(LoggerTest, WhatIsNoFileLosesTheEntriesSilently) {
     ASSERT_EQ(mkfifo("pipe", 0600), 0);
     for (const char* path : {"pipe", "/dev/zero", "/dev/full"}) {
         EXPECT_EXIT(
@@ -533,7 +533,7 @@ size_t memory_of_this_process(const std::string& name) {
     return 0;
 }
 
-TEST_F(LoggerTest, givingTheFileTakesTheAnswersMemoryAndNoMore) {
+TEST_F(LoggerTest, GivingTheFileTakesTheAnswersMemoryAndNoMore) {
 #ifdef __SANITIZE_THREAD__
     GTEST_SKIP() << "ThreadSanitizer takes some times the memory that it watches";
 #endif
@@ -553,7 +553,7 @@ TEST_F(LoggerTest, givingTheFileTakesTheAnswersMemoryAndNoMore) {
     }
 }
 
-TEST_F(LoggerTest, whoLogsDoesNotWaitForWhoReadsAndThePurgeDoes) {
+TEST_F(LoggerTest, WhoLogsDoesNotWaitForWhoReadsAndThePurgeDoes) {
     std::string text;
     while (text.size() < 3000000)
         text += "d|a|info|" + std::string(1000, 'x') + "\n";
@@ -578,7 +578,7 @@ TEST_F(LoggerTest, whoLogsDoesNotWaitForWhoReadsAndThePurgeDoes) {
     EXPECT_LT(log.getLogFileSize(), 1100000);
 }
 
-TEST_F(LoggerTest, signalsWaitWhileTheLogIsHeld) {
+TEST_F(LoggerTest, SignalsWaitWhileTheLogIsHeld) {
     static volatile std::sig_atomic_t was_interrupted = 0;
     const auto before = std::signal(SIGUSR1, [](int) { was_interrupted = 1; });
     Logger log("a", kFile);
@@ -594,7 +594,7 @@ TEST_F(LoggerTest, signalsWaitWhileTheLogIsHeld) {
     std::signal(SIGUSR1, before);
 }
 
-TEST_F(LoggerTest, closesInTimeOrNotAtAll) {
+TEST_F(LoggerTest, ClosesInTimeOrNotAtAll) {
     using namespace std::chrono_literals;
     Logger log("a", kFile);
     log.flush();
@@ -617,7 +617,7 @@ TEST_F(LoggerTest, closesInTimeOrNotAtAll) {
     EXPECT_THAT(written(reader), testing::Contains("warning|STOPPING a").Times(1));
 }
 
-TEST_F(LoggerTest, threadsThatWriteFlushAndReadLoseNoLine) {
+TEST_F(LoggerTest, ThreadsThatWriteFlushAndReadLoseNoLine) {
     constexpr int kLines = 500;
     Logger log("a", kFile);
     log.clear();
@@ -653,7 +653,7 @@ TEST_F(LoggerTest, threadsThatWriteFlushAndReadLoseNoLine) {
     EXPECT_EQ(next, (std::map<std::string, int>{{"first", kLines}, {"second", kLines}}));
 }
 
-TEST_F(LoggerTest, clearingWhileOthersWriteLeavesWholeLines) {
+TEST_F(LoggerTest, ClearingWhileOthersWriteLeavesWholeLines) {
     Logger log("a", kFile);
     std::atomic<bool> done{false};
     std::thread writer([&] {
@@ -669,7 +669,7 @@ TEST_F(LoggerTest, clearingWhileOthersWriteLeavesWholeLines) {
         ASSERT_EQ(entry._logLevel + entry._message, "warninga line of text");
 }
 
-TEST_F(LoggerTest, theProcessWideLogCarriesTheApplicationsName) {
+TEST_F(LoggerTest, TheProcessWideLogCarriesTheApplicationsName) {
     EXPECT_EQ(g_Logger._appName, "korvex_orvel");
     EXPECT_EQ(g_Logger._logfilePath, "./localdata/OrvelLog.txt");
 }

@@ -8,14 +8,14 @@ using namespace std::chrono_literals;
 
 namespace {
 
-TEST(TimerTest, startsWhenItIsMade) {
+TEST(TimerTest, StartsWhenItIsMade) {
     const auto before = std::chrono::steady_clock::now();
     const Timer timer;
     EXPECT_LE(before, timer._start);
     EXPECT_LE(timer._start, std::chrono::steady_clock::now());
 }
 
-TEST(TimerTest, tockTakesTheEnd) {
+TEST(TimerTest, TockTakesTheEnd) {
     Timer timer;
     const auto before = std::chrono::steady_clock::now();
     timer.tock();
@@ -23,7 +23,7 @@ TEST(TimerTest, tockTakesTheEnd) {
     EXPECT_LE(timer._end, std::chrono::steady_clock::now());
 }
 
-TEST(TimerTest, elapsedIsWholeMillisecondsCutOff) {
+TEST(TimerTest, ElapsedIsWholeMillisecondsCutOff) {
     static_assert(std::is_same_v<decltype(Timer().elapsed()), int64_t>);
     static_assert(std::is_same_v<decltype(Timer::_start), std::chrono::steady_clock::time_point>);
     Timer timer;
@@ -37,7 +37,7 @@ TEST(TimerTest, elapsedIsWholeMillisecondsCutOff) {
     }
 }
 
-TEST(TimerTest, asecondTockReplacesTheFirst) {
+TEST(TimerTest, AsecondTockReplacesTheFirst) {
     Timer timer;
     timer._end = timer._start + 1h;
     timer.tock();

@@ -6,7 +6,7 @@
 
 namespace {
 
-TEST(ConfigParamsTest, fieldsHaveTheTypesOfTheStore) {
+TEST(ConfigParamsTest, FieldsHaveTheTypesOfTheStore) {
     static_assert(std::is_same_v<decltype(ConfigParams::i_ModelWidth), uint32_t>);
     static_assert(std::is_same_v<decltype(ConfigParams::i_ModelHeight), uint32_t>);
     static_assert(std::is_same_v<decltype(ConfigParams::i_MainLoopTime), int32_t>);
@@ -19,7 +19,7 @@ TEST(ConfigParamsTest, fieldsHaveTheTypesOfTheStore) {
     static_assert(sizeof(larodChip) == 4);
 }
 
-TEST(ConfigParamsTest, startsWithEmptyTextsAndZeros) {
+TEST(ConfigParamsTest, StartsWithEmptyTextsAndZeros) {
     const ConfigParams config;
     EXPECT_EQ(config.s_LandscapeModelFileName + config.s_PortraitModelFileName + config.str_DetectionOverlay +
                   config.str_AnonOverlay,

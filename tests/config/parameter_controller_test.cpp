@@ -33,12 +33,12 @@ class ParameterControllerTest : public core_fixture {
     parameter_controller controller;
 };
 
-TEST_F(ParameterControllerTest, hasNoHandleAndNoRotationAtFirst) {
+TEST_F(ParameterControllerTest, HasNoHandleAndNoRotationAtFirst) {
     EXPECT_EQ(controller.m_Parameter, nullptr);
     EXPECT_EQ(controller.get_rotation(), 0);
 }
 
-TEST_F(ParameterControllerTest, opensReadsTheRotationAndRegistersAllParameters) {
+TEST_F(ParameterControllerTest, OpensReadsTheRotationAndRegistersAllParameters) {
     fake_axparameter::put(kRotation, "90");
     const texts log = log_of([this] { controller.init_controller("korvex_orvel"); });
 
@@ -53,7 +53,7 @@ TEST_F(ParameterControllerTest, opensReadsTheRotationAndRegistersAllParameters) 
         EXPECT_EQ(value, name == kRotation ? "90" : "0") << name;
 }
 
-TEST_F(ParameterControllerTest, parametersThatExistKeepTheirValuesSilently) {
+TEST_F(ParameterControllerTest, ParametersThatExistKeepTheirValuesSilently) {
     fake_axparameter::put("MainLoopTime", "200");
     const texts log = log_of([this] { controller.init_controller("korvex_orvel"); });
     EXPECT_THAT(log, ElementsAre("info|find_rotation_parameter: The value of rotation is 0"));
@@ -61,7 +61,7 @@ TEST_F(ParameterControllerTest, parametersThatExistKeepTheirValuesSilently) {
     EXPECT_THAT(calls("ax_parameter_free"), IsEmpty());
 }
 
-TEST_F(ParameterControllerTest, aStoreThatCannotBeOpenedIsLoggedAndStartUpGoesOn) {
+TEST_F(ParameterControllerTest, AStoreThatCannotBeOpenedIsLoggedAndStartUpGoesOn) {
     fake_axparameter::recorder().fail("ax_parameter_new");
     const texts log = log_of([this] { controller.init_controller("korvex_orvel"); });
     EXPECT_EQ(controller.m_Parameter, nullptr);
@@ -74,7 +74,7 @@ TEST_F(ParameterControllerTest, aStoreThatCannotBeOpenedIsLoggedAndStartUpGoesOn
     EXPECT_EQ(log, expected);
 }
 
-TEST_F(ParameterControllerTest, aFailedRegistrationReleasesTheHandleAndKeepsItsName) {
+TEST_F(ParameterControllerTest, AFailedRegistrationReleasesTheHandleAndKeepsItsName) {
     fake_axparameter::recorder().fail("ax_parameter_add WStream", {.message = "disk full", .code = 7});
     const texts log = log_of([this] { controller.init_controller("korvex_orvel"); });
     EXPECT_NE(controller.m_Parameter, nullptr);
@@ -86,7 +86,7 @@ TEST_F(ParameterControllerTest, aFailedRegistrationReleasesTheHandleAndKeepsItsN
               "error|add_parameter: Failed to add parameter MinNumberOfPeopleForTrigger. Error: released handle");
 }
 
-TEST_F(ParameterControllerTest, aRegistrationThatFailsWithoutARecordIsLogged) {
+TEST_F(ParameterControllerTest, ARegistrationThatFailsWithoutARecordIsLogged) {
     open();
     fake_axparameter::recorder().fail("ax_parameter_add", {.with_record = false});
     EXPECT_THAT(log_of([this] { controller.add_parameter("Extra"); }),
@@ -94,14 +94,14 @@ TEST_F(ParameterControllerTest, aRegistrationThatFailsWithoutARecordIsLogged) {
     EXPECT_EQ(journal(), (texts{"ax_parameter_add Extra 0 (null)", "ax_parameter_free"}));
 }
 
-TEST_F(ParameterControllerTest, aFailureWithCode13IsSilent) {
+TEST_F(ParameterControllerTest, AFailureWithCode13IsSilent) {
     open();
     fake_axparameter::recorder().fail("ax_parameter_add", {.code = 13});
     EXPECT_THAT(log_of([this] { controller.add_parameter("Extra"); }), IsEmpty());
     EXPECT_EQ(journal(), texts{"ax_parameter_add Extra 0 (null)"});
 }
 
-TEST_F(ParameterControllerTest, theRotationIsReadAsATextNumber) {
+TEST_F(ParameterControllerTest, TheRotationIsReadAsATextNumber) {
     open();
     const struct {
         const char* text;
@@ -118,7 +118,7 @@ TEST_F(ParameterControllerTest, theRotationIsReadAsATextNumber) {
     EXPECT_EQ(controller.get_rotation(), 0) << "only init_controller keeps it";
 }
 
-TEST_F(ParameterControllerTest, aRotationThatCannotBeReadIsZero) {
+TEST_F(ParameterControllerTest, ARotationThatCannotBeReadIsZero) {
     open();
     for (const bool with_record : {true, false}) {
         fake_axparameter::recorder().reset();
@@ -133,7 +133,7 @@ TEST_F(ParameterControllerTest, aRotationThatCannotBeReadIsZero) {
     }
 }
 
-TEST_F(ParameterControllerTest, integersReadLikeStoiAndNeverThrow) {
+TEST_F(ParameterControllerTest, IntegersReadLikeStoiAndNeverThrow) {
     open();
     const struct {
         const char* text;
@@ -160,7 +160,7 @@ TEST_F(ParameterControllerTest, integersReadLikeStoiAndNeverThrow) {
     EXPECT_THAT(log_lines(), IsEmpty());
 }
 
-TEST_F(ParameterControllerTest, floatsReadLikeAtof) {
+TEST_F(ParameterControllerTest, FloatsReadLikeAtof) {
     open();
     const struct {
         const char* text;
@@ -173,7 +173,7 @@ TEST_F(ParameterControllerTest, floatsReadLikeAtof) {
     }
 }
 
-TEST_F(ParameterControllerTest, onlyTheTextTrueIsTrue) {
+TEST_F(ParameterControllerTest, OnlyTheTextTrueIsTrue) {
     open();
     const struct {
         const char* text;
@@ -186,7 +186,7 @@ TEST_F(ParameterControllerTest, onlyTheTextTrueIsTrue) {
     }
 }
 
-TEST_F(ParameterControllerTest, stringsReadAsTheyAre) {
+TEST_F(ParameterControllerTest, StringsReadAsTheyAre) {
     open();
     for (const std::string text : {"1280x720", "", " a b ", "0"}) {
         fake_axparameter::put("SelectedAnonOverlay", text);
@@ -194,7 +194,7 @@ TEST_F(ParameterControllerTest, stringsReadAsTheyAre) {
     }
 }
 
-TEST_F(ParameterControllerTest, aFailedReadIsLoggedReleasesTheHandleAndReadsAsNothing) {
+TEST_F(ParameterControllerTest, AFailedReadIsLoggedReleasesTheHandleAndReadsAsNothing) {
     const struct {
         const char* operation;
         std::function<void(parameter_controller&)> read;
@@ -221,7 +221,7 @@ TEST_F(ParameterControllerTest, aFailedReadIsLoggedReleasesTheHandleAndReadsAsNo
     }
 }
 
-TEST_F(ParameterControllerTest, writesTextsAndSyncsEachAtOnce) {
+TEST_F(ParameterControllerTest, WritesTextsAndSyncsEachAtOnce) {
     open();
     controller.set_guint_parameter("HStream", 720);
     controller.set_guint_parameter("WStream", static_cast<unsigned int>(-1));
@@ -237,7 +237,7 @@ TEST_F(ParameterControllerTest, writesTextsAndSyncsEachAtOnce) {
     EXPECT_EQ(controller.get_gint_parameter("WStream"), 0) << "a negative number cannot be read back";
 }
 
-TEST_F(ParameterControllerTest, floatsHaveSixDecimals) {
+TEST_F(ParameterControllerTest, FloatsHaveSixDecimals) {
     open();
     const struct {
         float value;
@@ -250,7 +250,7 @@ TEST_F(ParameterControllerTest, floatsHaveSixDecimals) {
     }
 }
 
-TEST_F(ParameterControllerTest, aFailedWriteIsLoggedAndReleasesTheHandle) {
+TEST_F(ParameterControllerTest, AFailedWriteIsLoggedAndReleasesTheHandle) {
     const struct {
         const char* line;
         std::function<void(parameter_controller&)> write;
@@ -275,7 +275,7 @@ TEST_F(ParameterControllerTest, aFailedWriteIsLoggedAndReleasesTheHandle) {
     }
 }
 
-TEST_F(ParameterControllerTest, afterAFailureEveryOperationIsRefusedAndNoneCrashes) {
+TEST_F(ParameterControllerTest, AfterAFailureEveryOperationIsRefusedAndNoneCrashes) {
     open();
     fake_axparameter::recorder().fail("ax_parameter_get HStream", {.times = 1});
     controller.get_gint_parameter("HStream");
@@ -287,7 +287,7 @@ TEST_F(ParameterControllerTest, afterAFailureEveryOperationIsRefusedAndNoneCrash
     EXPECT_EQ(fake_axparameter::recorder().live("AXParameter"), 0);
 }
 
-TEST_F(ParameterControllerTest, onAFirstStartEverythingReadsAsZero) {
+TEST_F(ParameterControllerTest, OnAFirstStartEverythingReadsAsZero) {
     open();
     const ConfigParams config = controller.load_config();
     EXPECT_EQ(config.l_LarodChipType, 12);
@@ -305,7 +305,7 @@ TEST_F(ParameterControllerTest, onAFirstStartEverythingReadsAsZero) {
     EXPECT_THAT(log_lines(), IsEmpty());
 }
 
-TEST_F(ParameterControllerTest, loadsInItsOrder) {
+TEST_F(ParameterControllerTest, LoadsInItsOrder) {
     open();
     controller.load_config();
     const texts expected =
@@ -318,7 +318,7 @@ TEST_F(ParameterControllerTest, loadsInItsOrder) {
     EXPECT_EQ(journal(), prefixed("ax_parameter_get ", expected));
 }
 
-TEST_F(ParameterControllerTest, loadsEveryFieldFromItsParameter) {
+TEST_F(ParameterControllerTest, LoadsEveryFieldFromItsParameter) {
     open();
     fake_axparameter::put("MainLoopTime", "1");
     fake_axparameter::put("MinNumberOfPeopleForTrigger", "2");
@@ -355,7 +355,7 @@ TEST_F(ParameterControllerTest, loadsEveryFieldFromItsParameter) {
     EXPECT_EQ(loaded, expected);
 }
 
-TEST_F(ParameterControllerTest, eachFlagHasItsParameter) {
+TEST_F(ParameterControllerTest, EachFlagHasItsParameter) {
     open();
     const struct {
         const char* name;
@@ -391,7 +391,7 @@ TEST_F(ParameterControllerTest, eachFlagHasItsParameter) {
     }
 }
 
-TEST_F(ParameterControllerTest, zone2IsLoadedFromZone3) {
+TEST_F(ParameterControllerTest, Zone2IsLoadedFromZone3) {
     open();
     for (const bool zone2 : {false, true}) {
         for (const bool zone3 : {false, true}) {
@@ -408,7 +408,7 @@ TEST_F(ParameterControllerTest, zone2IsLoadedFromZone3) {
     }
 }
 
-TEST_F(ParameterControllerTest, savesInItsOrderAndNeverTheMainLoopTime) {
+TEST_F(ParameterControllerTest, SavesInItsOrderAndNeverTheMainLoopTime) {
     open();
     ConfigParams config;
     config.i_HStream = 720;
@@ -447,7 +447,7 @@ TEST_F(ParameterControllerTest, savesInItsOrderAndNeverTheMainLoopTime) {
     EXPECT_EQ(journal(), expected);
 }
 
-TEST_F(ParameterControllerTest, whatIsSavedIsLoadedBack) {
+TEST_F(ParameterControllerTest, WhatIsSavedIsLoadedBack) {
     open();
     ConfigParams config;
     std::iota(std::begin(config.i_Detection1), std::end(config.i_Detection1), 1);
@@ -463,7 +463,7 @@ TEST_F(ParameterControllerTest, whatIsSavedIsLoadedBack) {
     EXPECT_TRUE(std::ranges::equal(loaded.i_Exclusion3, config.i_Exclusion3));
 }
 
-TEST_F(ParameterControllerTest, aFailureInTheMiddleStopsNeitherLoadingNorSaving) {
+TEST_F(ParameterControllerTest, AFailureInTheMiddleStopsNeitherLoadingNorSaving) {
     open();
     fake_axparameter::recorder().fail("ax_parameter_get EulaAccepted");
     controller.load_config();
@@ -474,7 +474,7 @@ TEST_F(ParameterControllerTest, aFailureInTheMiddleStopsNeitherLoadingNorSaving)
     EXPECT_EQ(calls("ax_parameter_set").back(), "ax_parameter_set Detection17y 0 1");
 }
 
-TEST_F(ParameterControllerTest, listsEveryNameOfTheGroup) {
+TEST_F(ParameterControllerTest, ListsEveryNameOfTheGroup) {
     open();
     const texts log = log_of([this] { controller.list_params(); });
     ASSERT_EQ(log.size(), 70U);
@@ -487,7 +487,7 @@ TEST_F(ParameterControllerTest, listsEveryNameOfTheGroup) {
     EXPECT_THAT(log_of([this] { controller.list_params(); }), ElementsAre(testing::HasSubstr("gone")));
 }
 
-TEST_F(ParameterControllerTest, logsAChange) {
+TEST_F(ParameterControllerTest, LogsAChange) {
     EXPECT_THAT(log_of([] { parameter_controller::status_callback_log("HStream", "7", nullptr); }),
                 ElementsAre(testing::AllOf(testing::HasSubstr("HStream"), testing::HasSubstr("7"))));
     EXPECT_EQ(log_of([] { parameter_controller::status_callback_log(nullptr, nullptr, nullptr); }).size(), 1U);

@@ -12,16 +12,16 @@
 #include <vector>
 
 /** The document over a stream of 1920x1080 and 10 passes a second, with a store that is open. */
-class parameter_document_test : public core_fixture {
+class ParameterDocumentTest : public core_fixture {
   protected:
-    parameter_document_test() {
+    ParameterDocumentTest() {
         g_StreamWidth = 1920;
         g_StreamHeight = 1080;
         recording_vdo::offer({{{1920, 1080}, {640, 480}}});
         g_ParameterController.init_controller("korvex_orvel");
         reset_settings();
     }
-    ~parameter_document_test() override {
+    ~ParameterDocumentTest() override {
         ax_parameter_free(g_ParameterController.m_Parameter);
         g_ParameterController = {};
         g_ConfigParams = {};

@@ -13,7 +13,7 @@ using testing::IsEmpty;
 
 namespace {
 
-TEST_F(parameter_document_test, gives_68_elements_in_their_order) {
+TEST_F(ParameterDocumentTest, Gives68ElementsInTheirOrder) {
     ConfigParams& config = g_ConfigParams;
     config.i_MinNumberOfPeopleForTrigger = 2;
     config.f_Sensitivity = 0.5F;
@@ -85,7 +85,7 @@ TEST_F(parameter_document_test, gives_68_elements_in_their_order) {
                                               "</app>");
 }
 
-TEST_F(parameter_document_test, gives_the_sensitivity_in_four_characters) {
+TEST_F(ParameterDocumentTest, GivesTheSensitivityInFourCharacters) {
     const struct {
         float value;
         const char* text;
@@ -106,7 +106,7 @@ TEST_F(parameter_document_test, gives_the_sensitivity_in_four_characters) {
     }
 }
 
-TEST_F(parameter_document_test, gives_percentages_cut_toward_zero) {
+TEST_F(ParameterDocumentTest, GivesPercentagesCutTowardZero) {
     const struct {
         int width;
         int pixels;
@@ -127,14 +127,14 @@ TEST_F(parameter_document_test, gives_percentages_cut_toward_zero) {
     EXPECT_EQ(given("Exclusion3_7"), "0");
 }
 
-TEST_F(parameter_document_test, gives_texts_as_they_are_stored) {
+TEST_F(ParameterDocumentTest, GivesTextsAsTheyAreStored) {
     for (const char* text : {"", "<&>\"'", "\x01\xff", "</SelectedAnonOverlay"}) {
         g_ConfigParams.str_DetectionOverlay = text;
         EXPECT_EQ(given("SelectedDetectionOverlay"), text);
     }
 }
 
-TEST_F(parameter_document_test, maps_each_child_of_the_root_to_its_text) {
+TEST_F(ParameterDocumentTest, MapsEachChildOfTheRootToItsText) {
     using values = std::map<std::string, std::string>;
     const struct {
         const char* document;
@@ -162,7 +162,7 @@ TEST_F(parameter_document_test, maps_each_child_of_the_root_to_its_text) {
             << row.document;
 }
 
-TEST_F(parameter_document_test, throws_at_a_child_without_text) {
+TEST_F(ParameterDocumentTest, ThrowsAtAChildWithoutText) {
     for (const char* document :
          {"<app>\n<a>1</a></app>", "<app><a>1</a> </app>", "<app><a/></app>", "<app><a></a></app>",
           "<app><!-- comment --><a>1</a></app>", "<app><?pi?><a>1</a></app>", "<app><![CDATA[x]]></app>",
@@ -172,7 +172,7 @@ TEST_F(parameter_document_test, throws_at_a_child_without_text) {
                     IsEmpty());
 }
 
-TEST_F(parameter_document_test, leaves_nothing_behind_whichever_thread_reads) { // the leak checker looks
+TEST_F(ParameterDocumentTest, LeavesNothingBehindWhicheverThreadReads) { // the leak checker looks
     for (int round = 0; round < 3; ++round) {
         EXPECT_TRUE(parameter_io::parseXMLData("<app>").empty());
         std::thread([] { EXPECT_EQ(parameter_io::parseXMLData("<app><a>1</a></app>").size(), 1U); }).join();

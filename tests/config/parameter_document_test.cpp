@@ -17,7 +17,7 @@ namespace {
 
 using texts = std::vector<std::string>;
 
-TEST_F(parameter_document_test, gives_and_takes_patience_in_seconds) {
+TEST_F(ParameterDocumentTest, GivesAndTakesPatienceInSeconds) {
     const struct {
         const char* posted;
         const char* given;
@@ -47,7 +47,7 @@ TEST_F(parameter_document_test, gives_and_takes_patience_in_seconds) {
     EXPECT_EQ(given("MaxDisappear"), "-3");
 }
 
-TEST_F(parameter_document_test, takes_percentages_cut_toward_zero) {
+TEST_F(ParameterDocumentTest, TakesPercentagesCutTowardZero) {
     const struct {
         const char* percent;
         int x;
@@ -63,7 +63,7 @@ TEST_F(parameter_document_test, takes_percentages_cut_toward_zero) {
     }
 }
 
-TEST_F(parameter_document_test, takes_every_field_and_hands_it_on) {
+TEST_F(ParameterDocumentTest, TakesEveryFieldAndHandsItOn) {
     EXPECT_THAT(log_of([] { EXPECT_EQ(post({}), 0); }), IsEmpty());
     const ConfigParams& config = g_ConfigParams;
     EXPECT_EQ(config.i_WStream, 1920);
@@ -104,7 +104,7 @@ TEST_F(parameter_document_test, takes_every_field_and_hands_it_on) {
     EXPECT_TRUE(g_AreaofInterest.get_exclusion_active(3));
 }
 
-TEST_F(parameter_document_test, hands_the_area_four_six_or_eight_points) {
+TEST_F(ParameterDocumentTest, HandsTheAreaFourSixOrEightPoints) {
     for (const auto& [in_use, points] :
          std::map<std::string, size_t>{{"-1", 4}, {"4", 4}, {"5", 6}, {"6", 6}, {"7", 6}, {"8", 8}, {"9", 6}}) {
         EXPECT_EQ(post(posted_document().set("DetectionControlPoints", in_use)), 0);
@@ -113,7 +113,7 @@ TEST_F(parameter_document_test, hands_the_area_four_six_or_eight_points) {
     }
 }
 
-TEST_F(parameter_document_test, switches_off_an_overlay_stream_whatever_its_size) {
+TEST_F(ParameterDocumentTest, SwitchesOffAnOverlayStreamWhateverItsSize) {
     EXPECT_EQ(post(posted_document()
                        .set("DetectionOverlaysOn", "0")
                        .set("AnonOverlaysOn", "0")
@@ -126,7 +126,7 @@ TEST_F(parameter_document_test, switches_off_an_overlay_stream_whatever_its_size
     EXPECT_EQ(g_ConfigParams.str_AnonOverlay, "640x480");
 }
 
-TEST_F(parameter_document_test, takes_only_1_for_true) {
+TEST_F(ParameterDocumentTest, TakesOnly1ForTrue) {
     for (const char* text : {"0", "true", "01", "1 ", " 1", "+1", "2"}) {
         g_ConfigParams.b_DetectPersons = true;
         EXPECT_EQ(post(posted_document().set("DetectPersons", text)), 0);
@@ -137,7 +137,7 @@ TEST_F(parameter_document_test, takes_only_1_for_true) {
     EXPECT_FALSE(g_ConfigParams.b_Exclusion3Active);
 }
 
-TEST_F(parameter_document_test, takes_the_number_forms_of_the_library) {
+TEST_F(ParameterDocumentTest, TakesTheNumberFormsOfTheLibrary) {
     for (const auto& [text, number] : std::map<std::string, int>{{" 7", 7},
                                                                  {"+7", 7},
                                                                  {"-7", -7},
@@ -220,7 +220,7 @@ std::vector<step> steps() {
     return all;
 }
 
-TEST_F(parameter_document_test, stops_at_the_first_number_that_is_none) {
+TEST_F(ParameterDocumentTest, StopsAtTheFirstNumberThatIsNone) {
     const std::vector<step> all = steps();
     const std::function<posted_document(const char*)> damages[] = {
         [](const char* element) { return posted_document().remove(element); },
@@ -251,7 +251,7 @@ TEST_F(parameter_document_test, stops_at_the_first_number_that_is_none) {
         EXPECT_TRUE(every.done());
 }
 
-TEST_F(parameter_document_test, stops_at_the_size_of_a_stream_that_is_none) {
+TEST_F(ParameterDocumentTest, StopsAtTheSizeOfAStreamThatIsNone) {
     EXPECT_THROW(post(posted_document().set("SelectedAnonOverlay", "wide")), std::invalid_argument);
     EXPECT_EQ(g_ConfigParams.str_AnonOverlay, "wide");
     EXPECT_EQ(g_ConfigParams.i_Alert3ThreshSeconds, 33);
@@ -262,7 +262,7 @@ TEST_F(parameter_document_test, stops_at_the_size_of_a_stream_that_is_none) {
     EXPECT_THAT(saved(), IsEmpty());
 }
 
-TEST_F(parameter_document_test, refuses_what_is_no_document_but_publishes_the_stream_size) {
+TEST_F(ParameterDocumentTest, RefusesWhatIsNoDocumentButPublishesTheStreamSize) {
     for (const std::string& body :
          {std::string(), std::string("text"), std::string("<app>"), std::string("<app><a>1</b></app>"),
           std::string("<app><a>1</a></app>x"), std::string("<app><a>&unknown;</a></app>"),
@@ -283,7 +283,7 @@ TEST_F(parameter_document_test, refuses_what_is_no_document_but_publishes_the_st
     }
 }
 
-TEST_F(parameter_document_test, refuses_documents_that_declare_entities) {
+TEST_F(ParameterDocumentTest, RefusesDocumentsThatDeclareEntities) {
     std::string laughs = "<!DOCTYPE app [<!ENTITY e0 \"ha\">";
     for (int i = 1; i < 30; ++i) {
         const std::string one = "&e" + std::to_string(i - 1) + ";";
@@ -316,7 +316,7 @@ TEST_F(parameter_document_test, refuses_documents_that_declare_entities) {
     }
 }
 
-TEST_F(parameter_document_test, refuses_documents_that_declare_defaults_of_attributes) {
+TEST_F(ParameterDocumentTest, RefusesDocumentsThatDeclareDefaultsOfAttributes) {
     const std::string document = posted_document().text();
     const std::string large(30000, 'n');
     std::string elements = "<app>";
@@ -345,7 +345,7 @@ TEST_F(parameter_document_test, refuses_documents_that_declare_defaults_of_attri
     }
 }
 
-TEST_F(parameter_document_test, saves_seventy_values_in_their_order) {
+TEST_F(ParameterDocumentTest, SavesSeventyValuesInTheirOrder) {
     EXPECT_EQ(post({}), 0);
     texts expected = {"HStream 1080",
                       "WStream 1920",
@@ -391,7 +391,7 @@ TEST_F(parameter_document_test, saves_seventy_values_in_their_order) {
     EXPECT_EQ(expected.size(), 70U);
 }
 
-TEST_F(parameter_document_test, can_be_posted_as_it_is_given) {
+TEST_F(ParameterDocumentTest, CanBePostedAsItIsGiven) {
     EXPECT_EQ(post({}), 0);
     const std::string given_out = parameter_io::get_parameters();
     EXPECT_EQ(parameter_io::set_post_parameters(given_out), 0);

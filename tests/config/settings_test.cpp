@@ -35,7 +35,7 @@ std::vector<std::string> declared_names() {
     return names;
 }
 
-TEST(settings_test, each_row_stands_where_its_name_says) {
+TEST(SettingsTest, EachRowStandsWhereItsNameSays) {
     EXPECT_STREQ(setting_of(row::h_stream).stored, "HStream");
     EXPECT_STREQ(setting_of(row::area).stored, "Detection1");
     EXPECT_STREQ(setting_of(row::zone3_active).stored, "Exclusion3Active");
@@ -45,7 +45,7 @@ TEST(settings_test, each_row_stands_where_its_name_says) {
         EXPECT_NE(kSettings[i].field, kSettings[i - 1].field) << kSettings[i].stored;
 }
 
-TEST(settings_test, a_polygon_has_a_name_for_each_coordinate) {
+TEST(SettingsTest, APolygonHasANameForEachCoordinate) {
     EXPECT_THAT(stored_names(setting_of(row::zone2)),
                 ElementsAre("Exclusion20x", "Exclusion20y", "Exclusion21x", "Exclusion21y", "Exclusion22x",
                             "Exclusion22y", "Exclusion23x", "Exclusion23y"));
@@ -57,14 +57,14 @@ TEST(settings_test, a_polygon_has_a_name_for_each_coordinate) {
     EXPECT_THAT(element_names(setting_of(row::main_loop_time)), IsEmpty());
 }
 
-TEST(settings_test, no_two_settings_share_a_name) {
+TEST(SettingsTest, NoTwoSettingsShareAName) {
     for (const auto names_of : {stored_names, element_names}) {
         const auto names = all_names(names_of);
         EXPECT_EQ(std::set<std::string>(names.begin(), names.end()).size(), names.size());
     }
 }
 
-TEST(settings_test, the_package_declares_all_of_them_and_nothing_else) {
+TEST(SettingsTest, ThePackageDeclaresAllOfThemAndNothingElse) {
     EXPECT_THAT(declared_names(), ElementsAreArray(all_names(stored_names)));
 }
 

@@ -9,7 +9,7 @@ namespace {
 constexpr int kMax = std::numeric_limits<int>::max();
 constexpr int kMin = std::numeric_limits<int>::min();
 
-TEST(CommonStructsTest, aDefaultDetectionIsAllZero) {
+TEST(CommonStructsTest, ADefaultDetectionIsAllZero) {
     const detection box;
     EXPECT_EQ(box.X, 0);
     EXPECT_EQ(box.Y, 0);
@@ -20,7 +20,7 @@ TEST(CommonStructsTest, aDefaultDetectionIsAllZero) {
     EXPECT_EQ(box.get_centroid(), t_one_centroid(0, 0));
 }
 
-TEST(CommonStructsTest, theCentroidIsTheCornerAndHalfTheSizeCutTowardZero) {
+TEST(CommonStructsTest, TheCentroidIsTheCornerAndHalfTheSizeCutTowardZero) {
     const struct {
         int x, y, w, h;
         t_one_centroid centroid;
@@ -44,7 +44,7 @@ TEST(CommonStructsTest, theCentroidIsTheCornerAndHalfTheSizeCutTowardZero) {
     }
 }
 
-TEST(CommonStructsTest, aRectangleIsFourWords) {
+TEST(CommonStructsTest, ARectangleIsFourWords) {
     const rectangle empty;
     EXPECT_EQ(empty.X + empty.Y + empty.W + empty.H, 0);
     static_assert(sizeof(rectangle) == 16);

@@ -37,7 +37,7 @@ class InferencePassTest : public set_up_detector {
     }
 };
 
-TEST_F(InferencePassTest, takesAFrameInfersAndGivesItBack) {
+TEST_F(InferencePassTest, TakesAFrameInfersAndGivesItBack) {
     set_up();
     recording_vdo::recorder().reset();
     recording_larod::recorder().reset();
@@ -49,7 +49,7 @@ TEST_F(InferencePassTest, takesAFrameInfersAndGivesItBack) {
     EXPECT_EQ(recording_vdo::recorder().live("VdoBuffer"), 0);
 }
 
-TEST_F(InferencePassTest, nothingOfTheLastPassIsLeftWhileTheFrameIsWaitedFor) {
+TEST_F(InferencePassTest, NothingOfTheLastPassIsLeftWhileTheFrameIsWaitedFor) {
     set_up();
     recording_larod::recorder().fail("larodRunInference", {.times = 1});
     EXPECT_EQ(detector->larod_prepare_data_and_do_ai(), 1);
@@ -69,7 +69,7 @@ TEST_F(InferencePassTest, nothingOfTheLastPassIsLeftWhileTheFrameIsWaitedFor) {
     g_object_unref(kept);
 }
 
-TEST_F(InferencePassTest, theInputIsTheConvertedFrame) {
+TEST_F(InferencePassTest, TheInputIsTheConvertedFrame) {
     set_up();
     recording_vdo::set_frame({235}); // all 235: white with a tint
     ASSERT_EQ(detector->larod_prepare_data_and_do_ai(), 0);
@@ -83,7 +83,7 @@ TEST_F(InferencePassTest, theInputIsTheConvertedFrame) {
     EXPECT_NEAR(recording_larod::last_input()[0], 130, 2);
 }
 
-TEST_F(InferencePassTest, theOutputFilesAreRewoundBeforeEachInference) {
+TEST_F(InferencePassTest, TheOutputFilesAreRewoundBeforeEachInference) {
     set_up();
     for (const float score : {0.5F, 0.6F, 0.7F}) {
         recording_larod::set_outputs({{{0.1F, 0.2F, 0.3F, 0.4F}, {2}, {score}, {1}}});
@@ -94,7 +94,7 @@ TEST_F(InferencePassTest, theOutputFilesAreRewoundBeforeEachInference) {
     }
 }
 
-TEST_F(InferencePassTest, everyOutputIsRewoundAndTheInputIsNot) {
+TEST_F(InferencePassTest, EveryOutputIsRewoundAndTheInputIsNot) {
     set_up();
     const std::array files = {detector->m_LarodOutputLocationsFile.get(), detector->m_LarodOutputClassesFile.get(),
                               detector->m_LarodOutputScoresFile.get(), detector->m_LarodOutputNumDetectionsFile.get(),
@@ -110,7 +110,7 @@ TEST_F(InferencePassTest, everyOutputIsRewoundAndTheInputIsNot) {
     EXPECT_THAT(positions, ElementsAre(0, 0, 0, 0, 7));
 }
 
-TEST_F(InferencePassTest, aFileThatCannotBeRewoundEndsNothing) {
+TEST_F(InferencePassTest, AFileThatCannotBeRewoundEndsNothing) {
     set_up();
     const std::string name = detector->m_LarodOutputClassesFile->m_filename;
     failing_libc::fail("lseek", ESPIPE, 1);
@@ -118,7 +118,7 @@ TEST_F(InferencePassTest, aFileThatCannotBeRewoundEndsNothing) {
     EXPECT_EQ(recording_larod::recorder().calls("larodRunInference").size(), 1U);
 }
 
-TEST_F(InferencePassTest, outputsLongerThanTheirFilesMakeThemLonger) {
+TEST_F(InferencePassTest, OutputsLongerThanTheirFilesMakeThemLonger) {
     set_up();
     recording_larod::set_outputs({std::vector<float>(400, 0.25F), std::vector<float>(100, 2),
                                   std::vector<float>(100, 0.9F), std::vector<float>(1, 100)});
@@ -127,7 +127,7 @@ TEST_F(InferencePassTest, outputsLongerThanTheirFilesMakeThemLonger) {
     EXPECT_EQ(detector->m_OutputClasses[11], 2.0F);
 }
 
-TEST_F(InferencePassTest, rawResultsAreCleanedUpInPlace) {
+TEST_F(InferencePassTest, RawResultsAreCleanedUpInPlace) {
     set_up();
     std::vector<float> locations;
     for (const std::array<float, 4>& box : {std::array{0.1F, 0.1F, 0.4F, 0.4F}, std::array{0.1F, 0.1F, 0.4F, 0.4F},
@@ -143,7 +143,7 @@ TEST_F(InferencePassTest, rawResultsAreCleanedUpInPlace) {
     EXPECT_EQ(detector->get_detections().size(), 1U) << "the same again until the next pass";
 }
 
-TEST_F(InferencePassTest, anAnomalyIsDemotedBeforeItCanDemoteOthers) {
+TEST_F(InferencePassTest, AnAnomalyIsDemotedBeforeItCanDemoteOthers) {
     set_up();
     // Two cars, the first of them tiny and wholly inside the second.
     recording_larod::set_outputs({{{0.2F, 0.2F, 0.25F, 0.25F, 0.1F, 0.1F, 0.4F, 0.4F}, {2, 2}, {0.9F, 0.8F}, {2}}});
@@ -152,7 +152,7 @@ TEST_F(InferencePassTest, anAnomalyIsDemotedBeforeItCanDemoteOthers) {
     EXPECT_EQ(detector->m_OutputScores[1], 0.8F);
 }
 
-TEST_F(InferencePassTest, withoutAFrameTheNetworkStillRunsAndTheReleaseIsTried) {
+TEST_F(InferencePassTest, WithoutAFrameTheNetworkStillRunsAndTheReleaseIsTried) {
     set_up();
     recording_vdo::recorder().reset();
     recording_vdo::recorder().fail("vdo_stream_get_buffer", {.message = "silent"});
@@ -165,7 +165,7 @@ TEST_F(InferencePassTest, withoutAFrameTheNetworkStillRunsAndTheReleaseIsTried) 
     EXPECT_EQ(recording_vdo::recorder().journal().back(), "vdo_stream_buffer_unref");
 }
 
-TEST_F(InferencePassTest, aFailedInferenceKeepsTheFrame) {
+TEST_F(InferencePassTest, AFailedInferenceKeepsTheFrame) {
     set_up();
     for (const bool with_record : {true, false}) {
         recording_vdo::recorder().reset();
@@ -182,7 +182,7 @@ TEST_F(InferencePassTest, aFailedInferenceKeepsTheFrame) {
     EXPECT_EQ(detector->larod_prepare_data_and_do_ai(), 0) << "the next pass tries again";
 }
 
-TEST_F(InferencePassTest, aFailedInferenceIsNotCleanedUp) {
+TEST_F(InferencePassTest, AFailedInferenceIsNotCleanedUp) {
     set_up();
     recording_larod::set_outputs({{{0, 0, 1, 1}, {0}, {0.9F}, {1}}});
     recording_larod::recorder().fail("larodRunInference");
@@ -192,7 +192,7 @@ TEST_F(InferencePassTest, aFailedInferenceIsNotCleanedUp) {
     g_object_unref(detector->m_buf);
 }
 
-TEST_F(InferencePassTest, aPassBeginsWithoutEarlierErrors) {
+TEST_F(InferencePassTest, APassBeginsWithoutEarlierErrors) {
     set_up();
     g_set_error_literal(&detector->m_error, g_quark_from_static_string("test"), 1, "of an earlier pass");
     recording_larod::recorder().fail("larodRunInference");
@@ -201,7 +201,7 @@ TEST_F(InferencePassTest, aPassBeginsWithoutEarlierErrors) {
     g_object_unref(detector->m_buf);
 }
 
-TEST_F(InferencePassTest, aFailedReleaseEndsThePassBeforeTheCleanUp) {
+TEST_F(InferencePassTest, AFailedReleaseEndsThePassBeforeTheCleanUp) {
     set_up();
     recording_larod::set_outputs({{{0, 0, 1, 1}, {0}, {0.9F}, {1}}});
     for (const bool with_record : {true, false}) {
@@ -218,7 +218,7 @@ TEST_F(InferencePassTest, aFailedReleaseEndsThePassBeforeTheCleanUp) {
     EXPECT_EQ(detector->m_OutputScores[0], 0.01F);
 }
 
-TEST_F(InferencePassTest, labelsFollowTheClassTable) {
+TEST_F(InferencePassTest, LabelsFollowTheClassTable) {
     const char* labels[] = {"Person", "Bicycle", "Car", "Motorcycle", "Airplane", "Bus", "Train", "Truck", "Boat"};
     for (int i = 0; i < 9; ++i)
         EXPECT_EQ(location_controller_larod::ClassIDToLabel(i), labels[i]);
@@ -226,7 +226,7 @@ TEST_F(InferencePassTest, labelsFollowTheClassTable) {
         EXPECT_EQ(location_controller_larod::ClassIDToLabel(other), "Unknown");
 }
 
-TEST_F(InferencePassTest, eachClassIsWantedByItsFlagAlone) {
+TEST_F(InferencePassTest, EachClassIsWantedByItsFlagAlone) {
     for (int wanted = 0; wanted < 9; ++wanted) {
         for (int i = 0; i < 9; ++i)
             g_ConfigParams.*kFlags[static_cast<size_t>(i)] = i == wanted;
@@ -254,7 +254,7 @@ class DecodingTest : public InferencePassTest {
     location_controller_larod rows;
 };
 
-TEST_F(DecodingTest, fractionsBecomePixels) {
+TEST_F(DecodingTest, FractionsBecomePixels) {
     const struct {
         std::array<float, 4> box;  // top, left, bottom, right
         std::array<int, 4> pixels; // X, Y, W, H
@@ -280,7 +280,7 @@ TEST_F(DecodingTest, fractionsBecomePixels) {
     }
 }
 
-TEST_F(DecodingTest, aScoreMustExceedTheThreshold) {
+TEST_F(DecodingTest, AScoreMustExceedTheThreshold) {
     rows.set_sensitivity(0.5F);
     const struct {
         float score;
@@ -293,7 +293,7 @@ TEST_F(DecodingTest, aScoreMustExceedTheThreshold) {
     }
 }
 
-TEST_F(DecodingTest, theClassIsCutTowardZero) {
+TEST_F(DecodingTest, TheClassIsCutTowardZero) {
     const struct {
         float value;
         int class_id; // -1: not selected
@@ -310,7 +310,7 @@ TEST_F(DecodingTest, theClassIsCutTowardZero) {
     }
 }
 
-TEST_F(DecodingTest, unwantedClassesAreNeverReturned) {
+TEST_F(DecodingTest, UnwantedClassesAreNeverReturned) {
     scores.fill(0.99F);
     g_ConfigParams.b_DetectPersons = false;
     EXPECT_THAT(rows.get_detections(), IsEmpty());
@@ -318,7 +318,7 @@ TEST_F(DecodingTest, unwantedClassesAreNeverReturned) {
     EXPECT_EQ(rows.get_detections().size(), 12U) << "row 12 is never looked at";
 }
 
-TEST_F(DecodingTest, rowsKeepTheirOrder) {
+TEST_F(DecodingTest, RowsKeepTheirOrder) {
     for (size_t i = 0; i < 12; ++i) {
         scores[i] = i % 2 == 0 ? 0.5F + static_cast<float>(i) / 100 : 0.1F;
         classes[i] = static_cast<float>(i % 9);
@@ -331,7 +331,7 @@ TEST_F(DecodingTest, rowsKeepTheirOrder) {
     }
 }
 
-TEST_F(DecodingTest, agreesWithWideArithmeticOnAnything) {
+TEST_F(DecodingTest, AgreesWithWideArithmeticOnAnything) {
     const unsigned seed = 31;
     SCOPED_TRACE("seed " + std::to_string(seed));
     std::mt19937 random(seed);
@@ -361,7 +361,7 @@ TEST_F(DecodingTest, agreesWithWideArithmeticOnAnything) {
     }
 }
 
-TEST_F(DecodingTest, withoutOutputsThereAreNoDetections) {
+TEST_F(DecodingTest, WithoutOutputsThereAreNoDetections) {
     location_controller_larod bare;
     EXPECT_THAT(bare.get_detections(), IsEmpty());
 }

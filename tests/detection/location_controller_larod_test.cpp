@@ -27,7 +27,7 @@ texts larod_journal() {
 
 class DetectorSetUpTest : public set_up_detector {};
 
-TEST_F(DetectorSetUpTest, startsWithItsFixedValues) {
+TEST_F(DetectorSetUpTest, StartsWithItsFixedValues) {
     EXPECT_EQ(detector->m_ModelFileName, "");
     EXPECT_EQ(detector->m_IgnoredLeftStripeW, 0);
     EXPECT_EQ(detector->m_IgnoredRightStripeW, 0);
@@ -62,7 +62,7 @@ TEST_F(DetectorSetUpTest, startsWithItsFixedValues) {
     EXPECT_THAT(larod_journal(), IsEmpty());
 }
 
-TEST_F(DetectorSetUpTest, setsUpInItsOrder) {
+TEST_F(DetectorSetUpTest, SetsUpInItsOrder) {
     const texts log = log_of([this] { EXPECT_TRUE(init()); });
     EXPECT_EQ(vdo_journal(),
               (texts{"vdo_channel_get 1", "vdo_channel_get_resolutions", "vdo_map_new", "vdo_map_set_uint32 channel 1",
@@ -95,7 +95,7 @@ TEST_F(DetectorSetUpTest, setsUpInItsOrder) {
     EXPECT_EQ(recording_vdo::recorder().leaks(), "1 VdoStream") << "maps and channel have been released";
 }
 
-TEST_F(DetectorSetUpTest, keepsWhatItWasGiven) {
+TEST_F(DetectorSetUpTest, KeepsWhatItWasGiven) {
     ASSERT_TRUE(init());
     EXPECT_EQ(detector->m_app_name, "korvex_orvel");
     EXPECT_EQ(detector->m_ModelFileName, "detect_960_540.tflite");
@@ -118,7 +118,7 @@ TEST_F(DetectorSetUpTest, keepsWhatItWasGiven) {
     EXPECT_EQ(detector->m_LarodOutputNumDetectionsFile->m_filename.substr(0, 21), "/tmp/larod.out3.test-");
 }
 
-TEST_F(DetectorSetUpTest, portraitTurnsStreamAndModel) {
+TEST_F(DetectorSetUpTest, PortraitTurnsStreamAndModel) {
     const texts log = log_of([this] { EXPECT_TRUE(init(LAROD_CHIP_TFLITE_CPU, true, "detect_540_960.tflite")); });
     EXPECT_EQ(recording_vdo::last_settings(),
               (std::map<std::string, uint32_t>{
@@ -133,7 +133,7 @@ TEST_F(DetectorSetUpTest, portraitTurnsStreamAndModel) {
                       "720 Stream Height: 1280");
 }
 
-TEST_F(DetectorSetUpTest, reportsTheSettingsInEffect) {
+TEST_F(DetectorSetUpTest, ReportsTheSettingsInEffect) {
     for (const auto& [key, value] : {std::pair{"width", 1}, {"height", 2}, {"rotation", 3}, {"framerate", 4}})
         recording_vdo::set_effective(key, static_cast<uint32_t>(value));
     const texts log = log_of([this] { init(); });
@@ -141,7 +141,7 @@ TEST_F(DetectorSetUpTest, reportsTheSettingsInEffect) {
     EXPECT_EQ(detector->get_stream_width(), 1280U) << "what was chosen counts";
 }
 
-TEST_F(DetectorSetUpTest, itsEndReleasesEverythingInOrder) {
+TEST_F(DetectorSetUpTest, ItsEndReleasesEverythingInOrder) {
     ASSERT_TRUE(init());
     recording_vdo::recorder().reset();
     recording_larod::recorder().reset();
@@ -157,7 +157,7 @@ TEST_F(DetectorSetUpTest, itsEndReleasesEverythingInOrder) {
     EXPECT_EQ(recording_larod::recorder().leaks(), "");
 }
 
-TEST_F(DetectorSetUpTest, readsTheModelAndLeavesItsDescriptorOpen) {
+TEST_F(DetectorSetUpTest, ReadsTheModelAndLeavesItsDescriptorOpen) {
     ASSERT_TRUE(init());
     const int model = detector->m_LarodModelFd;
     detector.reset();
@@ -167,7 +167,7 @@ TEST_F(DetectorSetUpTest, readsTheModelAndLeavesItsDescriptorOpen) {
     close(model);
 }
 
-TEST_F(DetectorSetUpTest, failuresAtItsEndAreLogged) {
+TEST_F(DetectorSetUpTest, FailuresAtItsEndAreLogged) {
     for (const bool with_record : {true, false}) {
         recording_larod::recorder().reset();
         detector = std::make_unique<location_controller_larod>();
@@ -244,7 +244,7 @@ std::vector<failing_step> failing_steps(bool with_record) {
     return steps;
 }
 
-TEST_F(DetectorSetUpTest, anyStepMayFailAndEveryPassThenFails) {
+TEST_F(DetectorSetUpTest, AnyStepMayFailAndEveryPassThenFails) {
     for (const bool with_record : {true, false}) {
         for (const failing_step& step : failing_steps(with_record)) {
             SCOPED_TRACE(step.name);
@@ -277,7 +277,7 @@ TEST_F(DetectorSetUpTest, anyStepMayFailAndEveryPassThenFails) {
     }
 }
 
-TEST_F(DetectorSetUpTest, aRefusedChipOrModelClosesTheConnection) {
+TEST_F(DetectorSetUpTest, ARefusedChipOrModelClosesTheConnection) {
     for (const std::string call : {"larodSetChip", "larodLoadModel"}) {
         recording_larod::reset();
         detector = std::make_unique<location_controller_larod>();
@@ -294,7 +294,7 @@ TEST_F(DetectorSetUpTest, aRefusedChipOrModelClosesTheConnection) {
     EXPECT_EQ(larod_journal(), (texts{"larodConnect", "larodDisconnect"}));
 }
 
-TEST_F(DetectorSetUpTest, aTensorFileThatCannotBeMadeThrowsItsText) {
+TEST_F(DetectorSetUpTest, ATensorFileThatCannotBeMadeThrowsItsText) {
     const struct {
         const char* function;
         const char* text;
@@ -319,7 +319,7 @@ TEST_F(DetectorSetUpTest, aTensorFileThatCannotBeMadeThrowsItsText) {
     }
 }
 
-TEST_F(DetectorSetUpTest, aModelTooLargeToCountIsRefused) {
+TEST_F(DetectorSetUpTest, AModelTooLargeToCountIsRefused) {
     recording_vdo::offer({{{50000, 28125}}});
     // 50000 * 50000 * 3, cut to 32 bits twice.
     try {
@@ -346,7 +346,7 @@ sizes sizes_of(const std::string& text) {
     return found;
 }
 
-TEST_F(ChooseResolutionTest, takesTheSmallestWidescreenResolutionThatIsLargeEnough) {
+TEST_F(ChooseResolutionTest, TakesTheSmallestWidescreenResolutionThatIsLargeEnough) {
     std::ifstream table(KORVEX_ANALYSED_SIZES);
     int cases = 0;
     for (std::string line; std::getline(table, line);) {
@@ -368,7 +368,7 @@ TEST_F(ChooseResolutionTest, takesTheSmallestWidescreenResolutionThatIsLargeEnou
     EXPECT_GT(cases, 0);
 }
 
-TEST_F(ChooseResolutionTest, logsWhatIsPossibleAndWhatIsChosen) {
+TEST_F(ChooseResolutionTest, LogsWhatIsPossibleAndWhatIsChosen) {
     recording_vdo::offer({{{1280, 960}, {1920, 1080}, {1280, 720}}});
     unsigned width = 0;
     unsigned height = 0;
@@ -378,7 +378,7 @@ TEST_F(ChooseResolutionTest, logsWhatIsPossibleAndWhatIsChosen) {
                             "info|choose_resolution: We select stream w/h=1280 x 720 based on VDO channel info."));
 }
 
-TEST_F(ChooseResolutionTest, ofEqualAreasTheFirstWins) {
+TEST_F(ChooseResolutionTest, OfEqualAreasTheFirstWins) {
     const VdoResolution flatter = {1840, 990}; // 1821600 pixels either way, ratios 1.859 and 1.779
     const VdoResolution taller = {1800, 1012};
     for (const sizes& offered : {sizes{flatter, taller}, sizes{taller, flatter}}) {
@@ -391,7 +391,7 @@ TEST_F(ChooseResolutionTest, ofEqualAreasTheFirstWins) {
     }
 }
 
-TEST_F(ChooseResolutionTest, withoutACandidateTheWidthReceivesTheHeight) {
+TEST_F(ChooseResolutionTest, WithoutACandidateTheWidthReceivesTheHeight) {
     for (const sizes& offered : {sizes{}, sizes{{640, 480}}, sizes{{1280, 960}, {4000, 4000}}, sizes{{640, 360}}}) {
         recording_vdo::offer({offered});
         unsigned width = 11;
@@ -404,7 +404,7 @@ TEST_F(ChooseResolutionTest, withoutACandidateTheWidthReceivesTheHeight) {
     }
 }
 
-TEST_F(ChooseResolutionTest, aSizeOfZeroIsNoCandidate) {
+TEST_F(ChooseResolutionTest, ASizeOfZeroIsNoCandidate) {
     recording_vdo::offer({{{0, 0}, {1280, 0}, {0, 720}}});
     unsigned width = 0;
     unsigned height = 0;
@@ -412,7 +412,7 @@ TEST_F(ChooseResolutionTest, aSizeOfZeroIsNoCandidate) {
                 ElementsAre(testing::EndsWith("Fallback to client-requested stream resolution.")));
 }
 
-TEST_F(ChooseResolutionTest, aChannelThatCannotBeAskedIsLogged) {
+TEST_F(ChooseResolutionTest, AChannelThatCannotBeAskedIsLogged) {
     unsigned width = 1;
     unsigned height = 2;
     for (const auto& [call, text] :
@@ -430,14 +430,14 @@ TEST_F(ChooseResolutionTest, aChannelThatCannotBeAskedIsLogged) {
     EXPECT_EQ(height, 2U);
 }
 
-TEST_F(ChooseResolutionTest, aMissingOutputIsAProgrammingError) {
+TEST_F(ChooseResolutionTest, AMissingOutputIsAProgrammingError) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     unsigned size = 0;
     EXPECT_DEATH(detector->choose_resolution(960, 540, nullptr, nullptr), "chosen_width");
     EXPECT_DEATH(detector->choose_resolution(960, 540, &size, nullptr), "chosen_height");
 }
 
-TEST_F(ChooseResolutionTest, agreesWithTheNaiveModel) {
+TEST_F(ChooseResolutionTest, AgreesWithTheNaiveModel) {
     const unsigned seed = 5;
     SCOPED_TRACE("seed " + std::to_string(seed));
     std::mt19937 engine(seed);

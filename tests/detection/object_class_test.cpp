@@ -10,7 +10,7 @@
 
 namespace {
 
-TEST(object_class_test, each_class_has_a_label_and_a_setting_of_its_own) {
+TEST(ObjectClassTest, EachClassHasALabelAndASettingOfItsOwn) {
     std::set<std::string> labels;
     for (int id = 0; id < static_cast<int>(object_classes().size()); ++id) {
         const object_class& each = object_classes()[static_cast<size_t>(id)];
@@ -26,7 +26,7 @@ TEST(object_class_test, each_class_has_a_label_and_a_setting_of_its_own) {
     EXPECT_EQ(labels.size(), 9U);
 }
 
-TEST(object_class_test, no_other_index_is_a_class) {
+TEST(ObjectClassTest, NoOtherIndexIsAClass) {
     for (const int id : {-1, 9, INT_MIN, INT_MAX}) {
         EXPECT_EQ(class_label(id), "Unknown");
         EXPECT_FALSE(is_class_wanted(id));

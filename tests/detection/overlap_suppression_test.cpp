@@ -61,7 +61,7 @@ class OverlapSuppressionTest : public core_fixture {
     location_controller_larod detector;
 };
 
-TEST_F(OverlapSuppressionTest, implausiblySmallAndLargeBoxesAreDemoted) {
+TEST_F(OverlapSuppressionTest, ImplausiblySmallAndLargeBoxesAreDemoted) {
     const struct {
         std::array<float, 4> box;
         bool kept;
@@ -82,7 +82,7 @@ TEST_F(OverlapSuppressionTest, implausiblySmallAndLargeBoxesAreDemoted) {
     EXPECT_THAT(log_lines(), IsEmpty());
 }
 
-TEST_F(OverlapSuppressionTest, anAreaExactlyOnALimitIsKept) {
+TEST_F(OverlapSuppressionTest, AnAreaExactlyOnALimitIsKept) {
     // With the frame as the unit the ratio is the box's area itself.
     detector.m_StreamWidth = 1;
     detector.m_StreamHeight = 1;
@@ -92,7 +92,7 @@ TEST_F(OverlapSuppressionTest, anAreaExactlyOnALimitIsKept) {
     EXPECT_EQ(score_after_anomalies({0, 0, 1, std::nextafter(0.7F, 1.0F)}), 0.01F);
 }
 
-TEST_F(OverlapSuppressionTest, everyResultOfClass0IsDemoted) {
+TEST_F(OverlapSuppressionTest, EveryResultOfClass0IsDemoted) {
     const struct {
         float class_id;
         bool kept;
@@ -102,7 +102,7 @@ TEST_F(OverlapSuppressionTest, everyResultOfClass0IsDemoted) {
         EXPECT_EQ(score_after_anomalies({0.1F, 0.1F, 0.3F, 0.3F}, class_id), kept ? 0.9F : 0.01F) << class_id;
 }
 
-TEST_F(OverlapSuppressionTest, aResultAtOrBelowTheThresholdIsNotExamined) {
+TEST_F(OverlapSuppressionTest, AResultAtOrBelowTheThresholdIsNotExamined) {
     detector.set_sensitivity(0.5F);
     EXPECT_EQ(score_after_anomalies({0, 0, 1, 1}, 0, 0.5F), 0.5F);
     EXPECT_EQ(score_after_anomalies({0, 0, 1, 1}, 0, 0.2F), 0.2F);
@@ -110,7 +110,7 @@ TEST_F(OverlapSuppressionTest, aResultAtOrBelowTheThresholdIsNotExamined) {
     EXPECT_TRUE(std::isnan(score_after_anomalies({0, 0, 1, 1}, 0, kNaN)));
 }
 
-TEST_F(OverlapSuppressionTest, onlyTwelveRowsAreLookedAt) {
+TEST_F(OverlapSuppressionTest, OnlyTwelveRowsAreLookedAt) {
     for (size_t i = 0; i < 13; ++i)
         raw.set(i, {0, 0, 1, 1}, 0, 0.9F);
     detector.remove_anomalies();
@@ -125,13 +125,13 @@ TEST_F(OverlapSuppressionTest, onlyTwelveRowsAreLookedAt) {
     EXPECT_EQ(raw.scores[12], 0.9F);
 }
 
-TEST_F(OverlapSuppressionTest, equalClassesAndCarWithTruckAreCompared) {
+TEST_F(OverlapSuppressionTest, EqualClassesAndCarWithTruckAreCompared) {
     for (int a = -2; a < 12; ++a)
         for (int b = -2; b < 12; ++b)
             EXPECT_EQ(shouldCompareClasses(a, b), a == b || (a == 2 && b == 7) || (a == 7 && b == 2)) << a << " " << b;
 }
 
-TEST_F(OverlapSuppressionTest, overlapIsMeasuredAgainstTheSmallerBox) {
+TEST_F(OverlapSuppressionTest, OverlapIsMeasuredAgainstTheSmallerBox) {
     const struct {
         std::array<float, 4> a, b;
         bool overlap;
@@ -157,7 +157,7 @@ TEST_F(OverlapSuppressionTest, overlapIsMeasuredAgainstTheSmallerBox) {
     EXPECT_THAT(log_lines(), IsEmpty());
 }
 
-TEST_F(OverlapSuppressionTest, exactlyTheOverlapRatioIsNotEnough) {
+TEST_F(OverlapSuppressionTest, ExactlyTheOverlapRatioIsNotEnough) {
     detector.m_StreamWidth = 1;
     detector.m_StreamHeight = 1;
     std::array<float, 4> a = {0, 0, 1, 0.4F};
@@ -173,7 +173,7 @@ TEST_F(OverlapSuppressionTest, exactlyTheOverlapRatioIsNotEnough) {
     EXPECT_TRUE(detector.DoTheseOverlap(small.data(), large.data(), 0));
 }
 
-TEST_F(OverlapSuppressionTest, theOrderOfTheRowsDecidesNotTheScores) {
+TEST_F(OverlapSuppressionTest, TheOrderOfTheRowsDecidesNotTheScores) {
     raw.set(0, {0.1F, 0.1F, 0.4F, 0.4F}, kCar, 0.5F);
     raw.set(1, {0.1F, 0.1F, 0.4F, 0.4F}, kCar, 0.99F);
     EXPECT_EQ(detector.apply_non_maximum_suppression(), 0);
@@ -181,7 +181,7 @@ TEST_F(OverlapSuppressionTest, theOrderOfTheRowsDecidesNotTheScores) {
     EXPECT_EQ(raw.scores[1], 0.01F);
 }
 
-TEST_F(OverlapSuppressionTest, aCarDemotesATruckAndLeavesABus) {
+TEST_F(OverlapSuppressionTest, ACarDemotesATruckAndLeavesABus) {
     for (const auto& [other, kept] : {std::pair{kTruck, false}, std::pair{kBus, true}}) {
         raw.set(0, {0, 0, 0.4F, 0.4F}, kCar, 0.9F);
         raw.set(1, {0.2F, 0, 0.6F, 0.4F}, other, 0.8F);
@@ -191,14 +191,14 @@ TEST_F(OverlapSuppressionTest, aCarDemotesATruckAndLeavesABus) {
     }
 }
 
-TEST_F(OverlapSuppressionTest, personsWouldSuppressEachOther) {
+TEST_F(OverlapSuppressionTest, PersonsWouldSuppressEachOther) {
     raw.set(0, {0, 0, 0.5F, 0.5F}, 0, 0.6F);
     raw.set(1, {0.1F, 0.1F, 0.2F, 0.2F}, 0, 0.9F);
     detector.apply_non_maximum_suppression();
     EXPECT_EQ(raw.scores[1], 0.01F);
 }
 
-TEST_F(OverlapSuppressionTest, aDemotedResultDemotesNothing) {
+TEST_F(OverlapSuppressionTest, ADemotedResultDemotesNothing) {
     raw.set(0, {0, 0, 0.4F, 0.4F}, kCar, 0.9F);
     raw.set(1, {0.2F, 0, 0.6F, 0.4F}, kCar, 0.9F); // half over the first
     raw.set(2, {0.4F, 0, 0.8F, 0.4F}, kCar, 0.9F); // half over the second only
@@ -206,7 +206,7 @@ TEST_F(OverlapSuppressionTest, aDemotedResultDemotesNothing) {
     EXPECT_THAT(std::vector<float>(raw.scores.begin(), raw.scores.begin() + 3), ElementsAre(0.9F, 0.01F, 0.9F));
 }
 
-TEST_F(OverlapSuppressionTest, aResultBelowTheThresholdTakesNoPart) {
+TEST_F(OverlapSuppressionTest, AResultBelowTheThresholdTakesNoPart) {
     raw.set(0, {0, 0, 0.4F, 0.4F}, kCar, 0.35F);
     raw.set(1, {0, 0, 0.4F, 0.4F}, kCar, 0.9F);
     raw.set(2, {0, 0, 0.4F, 0.4F}, kCar, 0.2F);
@@ -214,7 +214,7 @@ TEST_F(OverlapSuppressionTest, aResultBelowTheThresholdTakesNoPart) {
     EXPECT_THAT(std::vector<float>(raw.scores.begin(), raw.scores.begin() + 3), ElementsAre(0.35F, 0.9F, 0.2F));
 }
 
-TEST_F(OverlapSuppressionTest, oneRowSuppressesOnlyLaterOnes) {
+TEST_F(OverlapSuppressionTest, OneRowSuppressesOnlyLaterOnes) {
     for (size_t i = 0; i < 12; ++i)
         raw.set(i, {0, 0, 0.5F, 0.5F}, kCar, 0.9F);
     EXPECT_EQ(detector.lower_the_threshold_of_any_same_object_overlapping_this_one(9), 0);
@@ -224,7 +224,7 @@ TEST_F(OverlapSuppressionTest, oneRowSuppressesOnlyLaterOnes) {
     EXPECT_EQ(detector.lower_the_threshold_of_any_same_object_overlapping_this_one(11), 0);
 }
 
-TEST_F(OverlapSuppressionTest, withoutOutputsThereIsNothingToDo) {
+TEST_F(OverlapSuppressionTest, WithoutOutputsThereIsNothingToDo) {
     location_controller_larod bare;
     EXPECT_EQ(bare.remove_anomalies(), 0);
     EXPECT_EQ(bare.apply_non_maximum_suppression(), 0);
@@ -284,7 +284,7 @@ class naive_model {
     float m_threshold;
 };
 
-TEST_F(OverlapSuppressionTest, agreesWithTheNaiveModelOnAnything) {
+TEST_F(OverlapSuppressionTest, AgreesWithTheNaiveModelOnAnything) {
     const unsigned seed = 4711;
     SCOPED_TRACE("seed " + std::to_string(seed));
     std::mt19937 random(seed);

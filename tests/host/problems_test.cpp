@@ -32,7 +32,7 @@ class ProblemsTest : public testing::Test {
 
 constexpr std::time_t lost = 1763823540; // a minute before
 
-TEST_F(ProblemsTest, a_lost_video_counts_from_its_last_picture_and_at_once) {
+TEST_F(ProblemsTest, ALostVideoCountsFromItsLastPictureAndAtOnce) {
     EXPECT_EQ(look({.status = 200}, 0.0), "");
     EXPECT_EQ(look({.status = 200, .lost_since = lost}, 0.2), "+No video since 14:59");
     EXPECT_EQ(look({.status = 200, .lost_since = lost}, 0.4), "");
@@ -42,13 +42,13 @@ TEST_F(ProblemsTest, a_lost_video_counts_from_its_last_picture_and_at_once) {
     EXPECT_TRUE(m_watch.standing().empty());
 }
 
-TEST_F(ProblemsTest, a_store_and_an_agreement_likewise) {
+TEST_F(ProblemsTest, AStoreAndAnAgreementLikewise) {
     EXPECT_EQ(look({.status = 408}, 0.0), "+The end-user agreement is not accepted");
     EXPECT_EQ(look({.status = 200, .unkept_since = lost}, 0.2), "-agreement+Settings cannot be kept since 14:59");
     EXPECT_EQ(look({.status = 200}, 0.4), "-store");
 }
 
-TEST_F(ProblemsTest, a_pass_that_fails_or_is_late_counts_when_it_goes_on) {
+TEST_F(ProblemsTest, APassThatFailsOrIsLateCountsWhenItGoesOn) {
     struct Case {
         int status;
         std::string text, kind;
@@ -69,12 +69,12 @@ TEST_F(ProblemsTest, a_pass_that_fails_or_is_late_counts_when_it_goes_on) {
     }
 }
 
-TEST_F(ProblemsTest, alerts_are_no_problems) {
+TEST_F(ProblemsTest, AlertsAreNoProblems) {
     for (const int status : {50, 100, 200, 502, 503, 504})
         EXPECT_EQ(look({.status = status}, status), "") << status;
 }
 
-TEST_F(ProblemsTest, each_kind_has_a_name_for_its_sensor) {
+TEST_F(ProblemsTest, EachKindHasANameForItsSensor) {
     std::string all;
     for (const console::Problem& problem : ProblemWatch::kinds())
         all += problem.kind + "=" + problem.name + ";";

@@ -26,8 +26,8 @@ class RunnerTest : public testing::Test {
         return path(name);
     }
 
-    const TemporaryFolder own;
-    const std::filesystem::path folder = own.path();
+    const TemporaryFolder m_own;
+    const std::filesystem::path folder = m_own.path();
 };
 
 /** What the action is refused with; empty when it is not. */

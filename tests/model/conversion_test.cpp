@@ -52,7 +52,7 @@ class Conversion : public testing::Test {
     std::filesystem::path m_folder;
 };
 
-TEST_F(Conversion, gives_the_pinned_bytes) {
+TEST_F(Conversion, GivesThePinnedBytes) {
     // A change of the converter that means to change the model changes these.
     const std::string sums =
         "511aaba54d788b6b32ac5faea30e2c0eac7188a24c9de8f2345b3921e490eebc  detect_960_540.tflite\n"
@@ -65,7 +65,7 @@ TEST_F(Conversion, gives_the_pinned_bytes) {
     EXPECT_TRUE(outcome.succeeded) << outcome.text;
 }
 
-TEST_F(Conversion, gives_the_same_bytes_again) {
+TEST_F(Conversion, GivesTheSameBytesAgain) {
     struct Made {
         std::string name, size, inner;
     };
@@ -82,7 +82,7 @@ TEST_F(Conversion, gives_the_same_bytes_again) {
     }
 }
 
-TEST_F(Conversion, is_left_out_when_the_files_are_up_to_date) {
+TEST_F(Conversion, IsLeftOutWhenTheFilesAreUpToDate) {
     const std::string path = model_folder + "/detect_960_540.tflite";
     const auto before = std::filesystem::last_write_time(path);
     // Without npm: nothing is fetched either.
@@ -91,7 +91,7 @@ TEST_F(Conversion, is_left_out_when_the_files_are_up_to_date) {
     EXPECT_EQ(std::filesystem::last_write_time(path), before);
 }
 
-TEST_F(Conversion, is_done_again_when_a_file_has_rotted) {
+TEST_F(Conversion, IsDoneAgainWhenAFileHasRotted) {
     const std::filesystem::path copy = m_folder / "copy";
     std::filesystem::copy(model_folder, copy, std::filesystem::copy_options::recursive);
     const std::string make = "npm_config_offline=true '" KORVEX_MODEL_SCRIPTS "/make.sh' '" + copy.string() + "'";
@@ -133,7 +133,7 @@ class SilentPort {
     sockaddr_in m_address{};
 };
 
-TEST_F(Conversion, gives_up_soon_without_a_network) {
+TEST_F(Conversion, GivesUpSoonWithoutANetwork) {
     const SilentPort silent;
     const std::string folder = m_folder.string();
     const auto begin = std::chrono::steady_clock::now();
@@ -147,7 +147,7 @@ TEST_F(Conversion, gives_up_soon_without_a_network) {
     EXPECT_LT(time.count(), 40.0) << "10 s on a machine that is not busy; npm alone takes minutes";
 }
 
-TEST_F(Conversion, says_what_could_not_be_fetched) {
+TEST_F(Conversion, SaysWhatCouldNotBeFetched) {
     const std::string folder = m_folder.string();
     const Outcome outcome = run("npm_config_offline=true npm_config_cache='" + folder +
                                 "/cache' '" KORVEX_MODEL_SCRIPTS "/fetch.sh' '" + folder + "/fetched'");

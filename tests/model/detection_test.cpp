@@ -153,7 +153,7 @@ std::vector<Object> truth_at(double seconds) {
 
 class EachModel : public testing::TestWithParam<std::string> {};
 
-TEST_P(EachModel, finds_most_cars_and_the_bus_of_the_street_where_they_are) {
+TEST_P(EachModel, FindsMostCarsAndTheBusOfTheStreetWhereTheyAre) {
     Detector detector(GetParam());
     std::array<int, 9> shown{};
     std::array<int, 9> found{};
@@ -178,13 +178,13 @@ TEST_P(EachModel, finds_most_cars_and_the_bus_of_the_street_where_they_are) {
     EXPECT_GE(found[bus] * 10, shown[bus] * 8) << found[bus] << " of " << shown[bus];
 }
 
-TEST_P(EachModel, finds_nothing_in_an_empty_picture) {
+TEST_P(EachModel, FindsNothingInAnEmptyPicture) {
     Detector detector(GetParam());
     const Picture grey{width, height, std::vector<std::uint8_t>(std::size_t{width} * height * 3, 128)};
     EXPECT_TRUE(detector.find(grey, 0.3F).empty());
 }
 
-TEST_P(EachModel, finds_nothing_on_the_card_that_a_camera_without_video_shows) {
+TEST_P(EachModel, FindsNothingOnTheCardThatACameraWithoutVideoShows) {
     Detector detector(GetParam());
     for (const auto& [card_width, card_height] : {std::pair{width, height}, {640, 360}, {1920, 1080}}) {
         for (std::time_t since = 0; since < 86400; since += 7 * 3600 + 1111) {
@@ -213,7 +213,7 @@ Picture square_in(const Picture& street, int left, int picture_width, int pictur
     return picture;
 }
 
-TEST(Detection, agrees_between_the_landscape_and_the_portrait_model) {
+TEST(Detection, AgreesBetweenTheLandscapeAndThePortraitModel) {
     Detector landscape("detect_960_540");
     Detector portrait("detect_540_960");
     int compared = 0;

@@ -9,19 +9,19 @@ using testing::IsEmpty;
 
 namespace {
 
-class camera_resolutions_test : public core_fixture {
+class CameraResolutionsTest : public core_fixture {
   protected:
     call_recorder& service = recording_vdo::recorder();
 };
 
 } // namespace
 
-TEST_F(camera_resolutions_test, joins_the_resolutions_of_all_channels_sorted_and_once) {
+TEST_F(CameraResolutionsTest, JoinsTheResolutionsOfAllChannelsSortedAndOnce) {
     recording_vdo::offer({{{1920, 1080}, {640, 360}}, {{640, 360}, {1920, 1080}}});
     EXPECT_EQ(getCamerasResolutionsAsCsv(), "640x360,1920x1080,");
 }
 
-TEST_F(camera_resolutions_test, sorts_equal_widths_by_height) {
+TEST_F(CameraResolutionsTest, SortsEqualWidthsByHeight) {
     recording_vdo::offer({{{640, 480}, {640, 360}, {100, 900}, {1280, 1}}});
     EXPECT_EQ(getCamerasResolutionsAsCsv(), "100x900,640x360,640x480,1280x1,");
     const std::set<Resolution> resolutions = getCameraResolutions();
@@ -30,7 +30,7 @@ TEST_F(camera_resolutions_test, sorts_equal_widths_by_height) {
     EXPECT_EQ(resolutions.begin()->height, 900U);
 }
 
-TEST_F(camera_resolutions_test, asks_every_channel_once) {
+TEST_F(CameraResolutionsTest, AsksEveryChannelOnce) {
     recording_vdo::offer({{{1, 2}}, {}, {{4294967295U, 4}}});
     EXPECT_THAT(log_of([] { EXPECT_EQ(getCamerasResolutionsAsCsv(), "1x2,4294967295x4,"); }),
                 ElementsAre("info|getCameraResolutions: Successfully got all channels."));
@@ -39,7 +39,7 @@ TEST_F(camera_resolutions_test, asks_every_channel_once) {
     EXPECT_EQ(service.live("VdoChannel"), 0);
 }
 
-TEST_F(camera_resolutions_test, is_empty_when_the_channels_cannot_be_listed) {
+TEST_F(CameraResolutionsTest, IsEmptyWhenTheChannelsCannotBeListed) {
     service.fail("vdo_channel_get_all");
     EXPECT_THAT(log_of([] { EXPECT_EQ(getCamerasResolutionsAsCsv(), ""); }),
                 ElementsAre("error|getCameraResolutions: Failed to get all channels."));
@@ -47,7 +47,7 @@ TEST_F(camera_resolutions_test, is_empty_when_the_channels_cannot_be_listed) {
     EXPECT_THAT(service.calls("vdo_channel_get_resolutions"), IsEmpty());
 }
 
-TEST_F(camera_resolutions_test, leaves_out_a_channel_that_does_not_answer) {
+TEST_F(CameraResolutionsTest, LeavesOutAChannelThatDoesNotAnswer) {
     recording_vdo::offer({{{1, 2}}, {{3, 4}}});
     service.fail("vdo_channel_get_resolutions", {.times = 1});
     EXPECT_THAT(log_of([] { EXPECT_EQ(getCamerasResolutionsAsCsv(), "3x4,"); }),

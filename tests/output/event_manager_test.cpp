@@ -14,7 +14,7 @@ namespace {
 
 const std::string kAlert = "Korvex Orvel First Alert";
 
-class event_manager_test : public core_fixture {
+class EventManagerTest : public core_fixture {
   protected:
     call_recorder& service = recording_axevent::recorder();
     std::unique_ptr<EventManager> manager = std::make_unique<EventManager>();
@@ -31,7 +31,7 @@ std::vector<std::string> keys_of(const std::vector<recording_axevent::key_value>
 
 } // namespace
 
-TEST_F(event_manager_test, keeps_letters_and_digits_of_a_name_as_its_key) {
+TEST_F(EventManagerTest, KeepsLettersAndDigitsOfANameAsItsKey) {
     const std::vector<std::pair<std::string, std::string>> table = {
         {"Korvex Orvel First Alert", "KorvexOrvelFirstAlert"},
         {"Korvex Orvel Second Alert", "KorvexOrvelSecondAlert"},
@@ -46,7 +46,7 @@ TEST_F(event_manager_test, keeps_letters_and_digits_of_a_name_as_its_key) {
         EXPECT_EQ(EventManager::friendlyToKey(name), key) << name;
 }
 
-TEST_F(event_manager_test, makes_a_handler_and_says_so) {
+TEST_F(EventManagerTest, MakesAHandlerAndSaysSo) {
     manager.reset();
     service.reset();
     EXPECT_THAT(log_of([&] { manager = std::make_unique<EventManager>(); }),
@@ -57,7 +57,7 @@ TEST_F(event_manager_test, makes_a_handler_and_says_so) {
     EXPECT_THAT(service.journal(), ElementsAre("ax_event_handler_new"));
 }
 
-TEST_F(event_manager_test, declares_a_stateful_event_with_its_topic_and_names) {
+TEST_F(EventManagerTest, DeclaresAStatefulEventWithItsTopicAndNames) {
     EXPECT_THAT(log_of([&] { manager->addEvent(kAlert); }),
                 ElementsAre("info|addEvent: Successfully declared event Korvex Orvel First Alert : DeclarationID=1",
                             "info|registerEvent: EventManager registering event Korvex Orvel First Alert to "
@@ -75,7 +75,7 @@ TEST_F(event_manager_test, declares_a_stateful_event_with_its_topic_and_names) {
     EXPECT_FALSE(manager->isEventStarted(kAlert));
 }
 
-TEST_F(event_manager_test, declares_in_this_order_and_frees_the_set_last) {
+TEST_F(EventManagerTest, DeclaresInThisOrderAndFreesTheSetLast) {
     service.reset();
     manager->addEvent(kAlert);
     EXPECT_THAT(
@@ -86,7 +86,7 @@ TEST_F(event_manager_test, declares_in_this_order_and_frees_the_set_last) {
                     "ax_event_handler_declare 0", "ax_event_key_value_set_free"));
 }
 
-TEST_F(event_manager_test, registers_nothing_when_the_keys_are_refused) {
+TEST_F(EventManagerTest, RegistersNothingWhenTheKeysAreRefused) {
     service.fail("ax_event_key_value_set_add_key_values");
     EXPECT_THAT(log_of([&] { manager->addEvent(kAlert); }),
                 ElementsAre("error|addEvent: Error creating key value set for event Korvex Orvel First Alert"));
@@ -96,7 +96,7 @@ TEST_F(event_manager_test, registers_nothing_when_the_keys_are_refused) {
     EXPECT_EQ(service.live("AXEventKeyValueSet"), 0);
 }
 
-TEST_F(event_manager_test, registers_the_id_0_when_the_declaration_is_refused) {
+TEST_F(EventManagerTest, RegistersTheId0WhenTheDeclarationIsRefused) {
     service.fail("ax_event_handler_declare");
     manager->registerEvent(kAlert, 7);
     manager->m_eventStarted[kAlert] = true;
@@ -108,7 +108,7 @@ TEST_F(event_manager_test, registers_the_id_0_when_the_declaration_is_refused) {
     EXPECT_FALSE(manager->m_eventStarted.at(kAlert));
 }
 
-TEST_F(event_manager_test, registers_an_event_whose_mark_or_names_are_refused) {
+TEST_F(EventManagerTest, RegistersAnEventWhoseMarkOrNamesAreRefused) {
     service.fail("ax_event_key_value_set_mark_as_data");
     service.fail("ax_event_key_value_set_add_nice_names");
     EXPECT_THAT(log_of([&] { manager->addEvent(kAlert); }),
@@ -118,7 +118,7 @@ TEST_F(event_manager_test, registers_an_event_whose_mark_or_names_are_refused) {
     EXPECT_EQ(manager->getDeclarationID(kAlert), 1U);
 }
 
-TEST_F(event_manager_test, registers_an_event_as_stopped) {
+TEST_F(EventManagerTest, RegistersAnEventAsStopped) {
     manager->m_eventStarted[kAlert] = true;
     EXPECT_THAT(log_of([&] { manager->registerEvent(kAlert, 4294967295U); }),
                 ElementsAre("info|registerEvent: EventManager registering event Korvex Orvel First Alert to "
@@ -128,14 +128,14 @@ TEST_F(event_manager_test, registers_an_event_as_stopped) {
     manager->m_eventDeclarationIDs.clear(); // an id that the service never gave
 }
 
-TEST_F(event_manager_test, adds_a_name_that_is_looked_up) {
+TEST_F(EventManagerTest, AddsANameThatIsLookedUp) {
     EXPECT_EQ(manager->getDeclarationID("one"), 0U);
     EXPECT_FALSE(manager->isEventStarted("two"));
     EXPECT_THAT(manager->m_eventDeclarationIDs, ElementsAre(std::pair<const std::string, uint32_t>("one", 0)));
     EXPECT_THAT(manager->m_eventStarted, ElementsAre(std::pair<const std::string, bool>("two", false)));
 }
 
-TEST_F(event_manager_test, sends_only_changes_of_state) {
+TEST_F(EventManagerTest, SendsOnlyChangesOfState) {
     manager->addEvent(kAlert);
     EXPECT_THAT(log_of([&] { manager->sendEventStopped(kAlert); }), IsEmpty());
     EXPECT_THAT(log_of([&] { manager->sendEventStarted(kAlert); }),
@@ -155,7 +155,7 @@ TEST_F(event_manager_test, sends_only_changes_of_state) {
     EXPECT_THAT(keys_of(sent[1].keys), ElementsAre("active|(null)|false|1|||"));
 }
 
-TEST_F(event_manager_test, stamps_an_event_with_the_time_of_now) {
+TEST_F(EventManagerTest, StampsAnEventWithTheTimeOfNow) {
     // Not time(), which may be in the second before by some milliseconds.
     const auto now = [] { return g_get_real_time() / G_USEC_PER_SEC; };
     manager->addEvent(kAlert);
@@ -167,13 +167,13 @@ TEST_F(event_manager_test, stamps_an_event_with_the_time_of_now) {
     EXPECT_LE(recording_axevent::sent()[0].unix_time, after);
 }
 
-TEST_F(event_manager_test, leaves_the_started_flag_to_those_who_ask) {
+TEST_F(EventManagerTest, LeavesTheStartedFlagToThoseWhoAsk) {
     manager->addEvent(kAlert);
     EXPECT_THAT(log_of([&] { manager->sendEvent(kAlert, true); }), IsEmpty());
     EXPECT_FALSE(manager->isEventStarted(kAlert));
 }
 
-TEST_F(event_manager_test, sends_under_the_id_of_each_event) {
+TEST_F(EventManagerTest, SendsUnderTheIdOfEachEvent) {
     manager->addEvent("b");
     manager->addEvent("a");
     manager->sendEventStarted("a");
@@ -183,7 +183,7 @@ TEST_F(event_manager_test, sends_under_the_id_of_each_event) {
     EXPECT_EQ(recording_axevent::sent()[1].declaration, 1U);
 }
 
-TEST_F(event_manager_test, refuses_to_send_what_is_not_declared_but_starts_it) {
+TEST_F(EventManagerTest, RefusesToSendWhatIsNotDeclaredButStartsIt) {
     service.reset();
     EXPECT_THAT(log_of([&] { manager->sendEventStarted("nobody"); }),
                 ElementsAre("info|sendEventStarted: Starting event nobody",
@@ -197,7 +197,7 @@ TEST_F(event_manager_test, refuses_to_send_what_is_not_declared_but_starts_it) {
     EXPECT_THAT(service.journal(), IsEmpty());
 }
 
-TEST_F(event_manager_test, logs_a_value_that_cannot_be_added_and_sends_nothing) {
+TEST_F(EventManagerTest, LogsAValueThatCannotBeAddedAndSendsNothing) {
     manager->addEvent(kAlert);
     service.fail("ax_event_key_value_set_add_key_value");
     EXPECT_THAT(log_of([&] { manager->sendEventStarted(kAlert); }),
@@ -209,7 +209,7 @@ TEST_F(event_manager_test, logs_a_value_that_cannot_be_added_and_sends_nothing) 
     EXPECT_EQ(service.live("AXEventKeyValueSet"), 0);
 }
 
-TEST_F(event_manager_test, logs_an_event_that_cannot_be_sent_with_its_value) {
+TEST_F(EventManagerTest, LogsAnEventThatCannotBeSentWithItsValue) {
     manager->addEvent(kAlert);
     for (const char* call : {"ax_event_handler_send_event", "ax_event_new2"}) {
         service.fail(call);
@@ -223,7 +223,7 @@ TEST_F(event_manager_test, logs_an_event_that_cannot_be_sent_with_its_value) {
     }
 }
 
-TEST_F(event_manager_test, undeclares_what_is_declared_in_the_order_of_the_names) {
+TEST_F(EventManagerTest, UndeclaresWhatIsDeclaredInTheOrderOfTheNames) {
     manager->addEvent("b"); // 1
     manager->addEvent("a"); // 2
     manager->addEvent("c"); // 3
@@ -247,7 +247,7 @@ TEST_F(event_manager_test, undeclares_what_is_declared_in_the_order_of_the_names
                                                "ax_event_handler_undeclare 3", "ax_event_handler_free"));
 }
 
-TEST_F(event_manager_test, works_on_without_a_handler) {
+TEST_F(EventManagerTest, WorksOnWithoutAHandler) {
     manager.reset();
     service.fail("ax_event_handler_new");
     manager = std::make_unique<EventManager>();

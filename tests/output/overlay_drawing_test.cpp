@@ -21,7 +21,7 @@ constexpr uint32_t kWhite = 0xFFFFFFFF;
 constexpr int32_t kMax = std::numeric_limits<int32_t>::max();
 constexpr int32_t kMin = std::numeric_limits<int32_t>::min();
 
-class overlay_drawing_test : public core_fixture {
+class OverlayDrawingTest : public core_fixture {
   protected:
     picture drawn{100, 80};
     picture expected{100, 80};
@@ -44,7 +44,7 @@ void checkers(picture& onto, int x1, int y1, int x2, int y2, uint32_t color) {
 
 } // namespace
 
-TEST_F(overlay_drawing_test, has_these_colours) {
+TEST_F(OverlayDrawingTest, HasTheseColours) {
     const struct {
         int32_t index;
         double red;
@@ -67,7 +67,7 @@ TEST_F(overlay_drawing_test, has_these_colours) {
         }
 }
 
-TEST_F(overlay_drawing_test, is_black_for_a_colour_outside_the_palette_and_says_so) {
+TEST_F(OverlayDrawingTest, IsBlackForAColourOutsideThePaletteAndSaysSo) {
     for (const int32_t index : {-1, 7, kMin, kMax}) {
         EXPECT_THAT(log_of([&] { OverlayManager::usePaletteColor(cairo, index, 0.5); }),
                     ElementsAre("error|usePaletteColor: Unknown color index passed to OverlayManager::usePaletteColor. "
@@ -84,13 +84,13 @@ TEST_F(overlay_drawing_test, is_black_for_a_colour_outside_the_palette_and_says_
     }
 }
 
-TEST_F(overlay_drawing_test, outlines_a_rectangle) {
+TEST_F(OverlayDrawingTest, OutlinesARectangle) {
     OverlayManager::drawRectangle(cairo, 10, 20, 60, 50, Red, 2, false);
     outline(expected, 10, 20, 60, 50, kRed);
     EXPECT_EQ(drawn.difference_to(expected), "");
 }
 
-TEST_F(overlay_drawing_test, replaces_what_is_below_an_outline) {
+TEST_F(OverlayDrawingTest, ReplacesWhatIsBelowAnOutline) {
     drawn.fill(0, 0, 100, 80, kWhite);
     cairo_set_operator(cairo, CAIRO_OPERATOR_DEST_OVER);
     OverlayManager::drawRectangle(cairo, 10, 20, 60, 50, Green, 2, false);
@@ -100,7 +100,7 @@ TEST_F(overlay_drawing_test, replaces_what_is_below_an_outline) {
     EXPECT_EQ(drawn.difference_to(expected), "");
 }
 
-TEST_F(overlay_drawing_test, fills_a_rectangle_with_checkers_over_the_inner_half_of_its_outline) {
+TEST_F(OverlayDrawingTest, FillsARectangleWithCheckersOverTheInnerHalfOfItsOutline) {
     OverlayManager::drawRectangle(cairo, 10, 20, 61, 50, Yellow, 2, true);
     outline(expected, 10, 20, 61, 50, kYellow);
     checkers(expected, 10, 20, 61, 50, kYellow);
@@ -108,14 +108,14 @@ TEST_F(overlay_drawing_test, fills_a_rectangle_with_checkers_over_the_inner_half
     EXPECT_FALSE(cairo_has_current_point(cairo));
 }
 
-TEST_F(overlay_drawing_test, draws_two_rectangles_two_line_widths_apart) {
+TEST_F(OverlayDrawingTest, DrawsTwoRectanglesTwoLineWidthsApart) {
     OverlayManager::drawRectangle2(cairo, 20, 20, 60, 50, Red, 2, false);
     outline(expected, 20, 20, 60, 50, kRed);
     outline(expected, 16, 16, 64, 54, kRed);
     EXPECT_EQ(drawn.difference_to(expected), "");
 }
 
-TEST_F(overlay_drawing_test, draws_three_rectangles_two_line_widths_apart) {
+TEST_F(OverlayDrawingTest, DrawsThreeRectanglesTwoLineWidthsApart) {
     OverlayManager::drawRectangle3(cairo, 20, 20, 60, 50, Red, 2, false);
     outline(expected, 20, 20, 60, 50, kRed);
     outline(expected, 16, 16, 64, 54, kRed);
@@ -123,7 +123,7 @@ TEST_F(overlay_drawing_test, draws_three_rectangles_two_line_widths_apart) {
     EXPECT_EQ(drawn.difference_to(expected), "");
 }
 
-TEST_F(overlay_drawing_test, fills_each_of_several_rectangles_from_the_inner_to_the_outer) {
+TEST_F(OverlayDrawingTest, FillsEachOfSeveralRectanglesFromTheInnerToTheOuter) {
     OverlayManager::drawRectangle3(cairo, 20, 20, 60, 50, Red, 2, true);
     for (const int d : {0, 4, 8}) {
         outline(expected, 20 - d, 20 - d, 60 + d, 50 + d, kRed);
@@ -141,7 +141,7 @@ TEST_F(overlay_drawing_test, fills_each_of_several_rectangles_from_the_inner_to_
     EXPECT_EQ(two.difference_to(expected_two), "");
 }
 
-TEST_F(overlay_drawing_test, crosses_two_strokes) {
+TEST_F(OverlayDrawingTest, CrossesTwoStrokes) {
     OverlayManager::drawCross(cairo, 30, 40, White, 2, 5);
     expected.fill(29, 35, 31, 45, kWhite);
     expected.fill(25, 39, 35, 41, kWhite);
@@ -149,14 +149,14 @@ TEST_F(overlay_drawing_test, crosses_two_strokes) {
     EXPECT_EQ(cairo_get_operator(cairo), CAIRO_OPERATOR_SOURCE);
 }
 
-TEST_F(overlay_drawing_test, boxes_a_point) {
+TEST_F(OverlayDrawingTest, BoxesAPoint) {
     OverlayManager::drawBox(cairo, 30, 40, Green, 2, 6);
     outline(expected, 24, 34, 36, 46, kGreen);
     EXPECT_EQ(drawn.difference_to(expected), "");
     EXPECT_EQ(cairo_get_operator(cairo), CAIRO_OPERATOR_SOURCE);
 }
 
-TEST_F(overlay_drawing_test, strokes_or_fills_a_circle_a_hair_short_of_the_full_turn) {
+TEST_F(OverlayDrawingTest, StrokesOrFillsACircleAHairShortOfTheFullTurn) {
     for (const bool fill : {false, true}) {
         picture circle(100, 80);
         picture bare(100, 80);
@@ -176,7 +176,7 @@ TEST_F(overlay_drawing_test, strokes_or_fills_a_circle_a_hair_short_of_the_full_
     }
 }
 
-TEST_F(overlay_drawing_test, does_not_join_a_circle_to_what_was_drawn_before) {
+TEST_F(OverlayDrawingTest, DoesNotJoinACircleToWhatWasDrawnBefore) {
     picture bare(100, 80);
     cairo_move_to(cairo, 0, 0);
     OverlayManager::drawCircle(cairo, 50, 40, Red, 3, 20, false);
@@ -184,7 +184,7 @@ TEST_F(overlay_drawing_test, does_not_join_a_circle_to_what_was_drawn_before) {
     EXPECT_EQ(drawn.difference_to(bare), "");
 }
 
-TEST_F(overlay_drawing_test, has_three_line_styles) {
+TEST_F(OverlayDrawingTest, HasThreeLineStyles) {
     double dashes[2] = {};
     double offset = -1;
     OverlayManager::useDashedLineStyle(cairo);
@@ -201,7 +201,7 @@ TEST_F(overlay_drawing_test, has_three_line_styles) {
     EXPECT_EQ(cairo_get_dash_count(cairo), 0);
 }
 
-TEST_F(overlay_drawing_test, writes_light_text_with_a_thin_black_rim) {
+TEST_F(OverlayDrawingTest, WritesLightTextWithAThinBlackRim) {
     picture bare(100, 80);
     for (cairo_t* each : {cairo, bare.cairo()}) {
         cairo_select_font_face(each, "Arial", CAIRO_FONT_SLANT_NORMAL, CAIRO_FONT_WEIGHT_BOLD);
@@ -229,7 +229,7 @@ TEST_F(overlay_drawing_test, writes_light_text_with_a_thin_black_rim) {
     EXPECT_GT(dark, 10);
 }
 
-TEST_F(overlay_drawing_test, wraps_coordinates_that_do_not_fit) {
+TEST_F(OverlayDrawingTest, WrapsCoordinatesThatDoNotFit) {
     OverlayManager::drawRectangle2(cairo, kMin, kMin, kMax, kMax, Red, kMax, true);
     OverlayManager::drawRectangle3(cairo, kMin, 0, 5, kMax, Red, kMin, false);
     OverlayManager::drawCross(cairo, kMax, kMin, White, kMax, kMax);

@@ -44,11 +44,11 @@ const golden_case kCases[] = {
     {"anonymised_640x360_turned_270_mirrored", {640, 360, 270, 1}},
 };
 
-class overlay_golden_test : public core_fixture, public testing::WithParamInterface<golden_case> {
+class OverlayGoldenTest : public core_fixture, public testing::WithParamInterface<golden_case> {
   protected:
     static void SetUpTestSuite() { setenv("FONTCONFIG_FILE", (kFolder + "/fonts.conf").c_str(), 1); }
 
-    overlay_golden_test() {
+    OverlayGoldenTest() {
         const rendering::stream& stream = GetParam().stream;
         // A turned stream goes with a turned analysis.
         if (stream.rotation == 90 || stream.rotation == 270)
@@ -80,12 +80,12 @@ class overlay_golden_test : public core_fixture, public testing::WithParamInterf
         OverlayManager::addUserRectangle(360, 20, 60, 240, Orange);
         OverlayManager::addUserRectangle(690, 300, 120, 150, Blue);
     }
-    ~overlay_golden_test() override { rendering::end(); }
+    ~OverlayGoldenTest() override { rendering::end(); }
 };
 
 } // namespace
 
-TEST_P(overlay_golden_test, is_the_approved_picture) {
+TEST_P(OverlayGoldenTest, IsTheApprovedPicture) {
     const std::string approved_file = kFolder + "/" + GetParam().name + ".png";
     const picture drawn = rendering::render(GetParam().stream);
     if (getenv("KORVEX_APPROVE") != nullptr) {
@@ -100,5 +100,5 @@ TEST_P(overlay_golden_test, is_the_approved_picture) {
     FAIL() << difference << "\nApproved: " << approved_file << "\nDrawn: " << seen_file;
 }
 
-INSTANTIATE_TEST_SUITE_P(pictures, overlay_golden_test, testing::ValuesIn(kCases),
+INSTANTIATE_TEST_SUITE_P(pictures, OverlayGoldenTest, testing::ValuesIn(kCases),
                          [](const auto& which) { return std::string(which.param.name); });

@@ -6,14 +6,14 @@
 
 namespace {
 
-class overlay_info_test : public testing::Test {
+class OverlayInfoTest : public testing::Test {
   protected:
-    ~overlay_info_test() override { g_OverlayInfo = {}; }
+    ~OverlayInfoTest() override { g_OverlayInfo = {}; }
 };
 
 } // namespace
 
-TEST_F(overlay_info_test, begins_with_the_application_stream_alone) {
+TEST_F(OverlayInfoTest, BeginsWithTheApplicationStreamAlone) {
     const OverlayInfo info;
     EXPECT_EQ(info.pFindings, &g_findings);
     EXPECT_EQ(info.appStreamWidth, 800U);
@@ -27,7 +27,7 @@ TEST_F(overlay_info_test, begins_with_the_application_stream_alone) {
     EXPECT_EQ(g_OverlayInfo.pFindings, &g_findings);
 }
 
-TEST_F(overlay_info_test, knows_a_stream_by_both_sides) {
+TEST_F(OverlayInfoTest, KnowsAStreamByBothSides) {
     SetOverlayStreamResolution(640, 360);
     SetAnonymizedStreamResolution(1280, 720);
     const struct {
@@ -44,7 +44,7 @@ TEST_F(overlay_info_test, knows_a_stream_by_both_sides) {
         EXPECT_EQ(g_OverlayInfo.getStreamType(width, height), type) << width << "x" << height;
 }
 
-TEST_F(overlay_info_test, prefers_the_application_then_the_overlay_stream) {
+TEST_F(OverlayInfoTest, PrefersTheApplicationThenTheOverlayStream) {
     SetAnonymizedStreamResolution(800, 450);
     EXPECT_EQ(g_OverlayInfo.getStreamType(800, 450), ApplicationStream);
     SetOverlayStreamResolution(800, 450);
@@ -54,14 +54,14 @@ TEST_F(overlay_info_test, prefers_the_application_then_the_overlay_stream) {
     EXPECT_EQ(g_OverlayInfo.getStreamType(640, 360), OverlayStream);
 }
 
-TEST_F(overlay_info_test, matches_no_real_stream_by_a_role_that_is_off) {
+TEST_F(OverlayInfoTest, MatchesNoRealStreamByARoleThatIsOff) {
     SetOverlayStreamResolutionFromString("1280x720");
     SetOverlayStreamResolutionFromString("0x0");
     EXPECT_EQ(g_OverlayInfo.getStreamType(1280, 720), OtherStream);
     EXPECT_EQ(g_OverlayInfo.getStreamType(0, 0), OverlayStream);
 }
 
-TEST_F(overlay_info_test, reads_sizes_from_texts) {
+TEST_F(OverlayInfoTest, ReadsSizesFromTexts) {
     const struct {
         const char* text;
         uint32_t width;
@@ -80,7 +80,7 @@ TEST_F(overlay_info_test, reads_sizes_from_texts) {
     }
 }
 
-TEST_F(overlay_info_test, throws_for_a_text_without_two_numbers_and_changes_nothing) {
+TEST_F(OverlayInfoTest, ThrowsForATextWithoutTwoNumbersAndChangesNothing) {
     SetOverlayStreamResolution(1, 2);
     SetAnonymizedStreamResolution(3, 4);
     for (const char* text : {"", "x", "640", "640x", "x360", "axb", "640xb", "ax360", "640X360", "640xx360"}) {

@@ -11,10 +11,10 @@ using testing::IsEmpty;
 
 namespace {
 
-class overlay_manager_test : public core_fixture {
+class OverlayManagerTest : public core_fixture {
   protected:
-    overlay_manager_test() { OverlayManager::m_OverlayID = -7; }
-    ~overlay_manager_test() override { OverlayManager::m_OverlayID = 0; }
+    OverlayManagerTest() { OverlayManager::m_OverlayID = -7; }
+    ~OverlayManagerTest() override { OverlayManager::m_OverlayID = 0; }
 
     std::vector<std::string> log_of_construction() {
         return log_of([this] { manager = std::make_unique<OverlayManager>(); });
@@ -26,7 +26,7 @@ class overlay_manager_test : public core_fixture {
 
 } // namespace
 
-TEST_F(overlay_manager_test, sets_the_service_up_and_has_it_draw_once) {
+TEST_F(OverlayManagerTest, SetsTheServiceUpAndHasItDrawOnce) {
     recording_axoverlay::set_max_resolution(2592, 1944);
     EXPECT_THAT(log_of_construction(), IsEmpty());
     EXPECT_THAT(service.journal(),
@@ -51,14 +51,14 @@ TEST_F(overlay_manager_test, sets_the_service_up_and_has_it_draw_once) {
     EXPECT_EQ(overlay.user_data, &g_OverlayInfo);
 }
 
-TEST_F(overlay_manager_test, destroys_the_overlay_and_ends_the_service) {
+TEST_F(OverlayManagerTest, DestroysTheOverlayAndEndsTheService) {
     manager = std::make_unique<OverlayManager>();
     service.reset();
     EXPECT_THAT(log_of([this] { manager.reset(); }), IsEmpty());
     EXPECT_THAT(service.journal(), ElementsAre("axoverlay_destroy_overlay 1", "axoverlay_cleanup"));
 }
 
-TEST_F(overlay_manager_test, says_nothing_when_the_overlay_cannot_be_destroyed) {
+TEST_F(OverlayManagerTest, SaysNothingWhenTheOverlayCannotBeDestroyed) {
     manager = std::make_unique<OverlayManager>();
     service.reset();
     service.fail("axoverlay_destroy_overlay");
@@ -66,26 +66,26 @@ TEST_F(overlay_manager_test, says_nothing_when_the_overlay_cannot_be_destroyed) 
     EXPECT_THAT(service.journal(), ElementsAre("axoverlay_destroy_overlay 1", "axoverlay_cleanup"));
 }
 
-TEST_F(overlay_manager_test, goes_on_without_a_supported_backend) {
+TEST_F(OverlayManagerTest, GoesOnWithoutASupportedBackend) {
     service.fail("axoverlay_is_backend_supported");
     EXPECT_THAT(log_of_construction(), ElementsAre("error|AXOVERLAY_CAIRO_IMAGE_BACKEND is not supported"));
     EXPECT_EQ(service.calls("axoverlay_redraw").size(), 1U);
     EXPECT_EQ(OverlayManager::m_OverlayID, 1);
 }
 
-TEST_F(overlay_manager_test, goes_on_when_the_service_cannot_be_initialised) {
+TEST_F(OverlayManagerTest, GoesOnWhenTheServiceCannotBeInitialised) {
     service.fail("axoverlay_init", {.message = "no service"});
     EXPECT_THAT(log_of_construction(), ElementsAre("error|OverlayManager: Failed to initialize axoverlay: no service"));
     EXPECT_EQ(service.calls("axoverlay_redraw").size(), 1U);
     EXPECT_EQ(OverlayManager::m_OverlayID, 1);
 }
 
-TEST_F(overlay_manager_test, tells_a_failure_without_a_reason_too) {
+TEST_F(OverlayManagerTest, TellsAFailureWithoutAReasonToo) {
     service.fail("axoverlay_init", {.with_record = false});
     EXPECT_THAT(log_of_construction(), ElementsAre("error|OverlayManager: Failed to initialize axoverlay: N/A"));
 }
 
-TEST_F(overlay_manager_test, says_nothing_when_the_largest_size_is_unknown) {
+TEST_F(OverlayManagerTest, SaysNothingWhenTheLargestSizeIsUnknown) {
     service.fail("axoverlay_get_max_resolution_width");
     service.fail("axoverlay_get_max_resolution_height");
     EXPECT_THAT(log_of_construction(), IsEmpty());
@@ -93,14 +93,14 @@ TEST_F(overlay_manager_test, says_nothing_when_the_largest_size_is_unknown) {
     EXPECT_EQ(recording_axoverlay::overlays().at(1).data.height, 0);
 }
 
-TEST_F(overlay_manager_test, has_the_identifier_0_when_the_overlay_cannot_be_created) {
+TEST_F(OverlayManagerTest, HasTheIdentifier0WhenTheOverlayCannotBeCreated) {
     service.fail("axoverlay_create_overlay", {.message = "too many"});
     EXPECT_THAT(log_of_construction(), ElementsAre("error|createOverlay: Failed to create overlay: too many"));
     EXPECT_EQ(OverlayManager::m_OverlayID, 0);
     EXPECT_EQ(service.calls("axoverlay_redraw").size(), 1U);
 }
 
-TEST_F(overlay_manager_test, takes_everything_down_when_the_first_draw_fails) {
+TEST_F(OverlayManagerTest, TakesEverythingDownWhenTheFirstDrawFails) {
     service.fail("axoverlay_redraw", {.message = "no stream"});
     EXPECT_THAT(log_of_construction(),
                 ElementsAre("error|OverlayManager: Failed to do initial draw of overlays: no stream"));
@@ -111,7 +111,7 @@ TEST_F(overlay_manager_test, takes_everything_down_when_the_first_draw_fails) {
                             "axoverlay_destroy_overlay 1", "axoverlay_cleanup"));
 }
 
-TEST_F(overlay_manager_test, logs_every_step_of_a_service_that_is_gone) {
+TEST_F(OverlayManagerTest, LogsEveryStepOfAServiceThatIsGone) {
     for (const char* call : {"axoverlay_is_backend_supported", "axoverlay_init", "axoverlay_get_max_resolution_width",
                              "axoverlay_get_max_resolution_height", "axoverlay_create_overlay", "axoverlay_redraw",
                              "axoverlay_destroy_overlay"})
@@ -124,20 +124,20 @@ TEST_F(overlay_manager_test, logs_every_step_of_a_service_that_is_gone) {
     EXPECT_EQ(OverlayManager::m_OverlayID, 0);
 }
 
-TEST_F(overlay_manager_test, creates_an_overlay_of_the_given_size) {
+TEST_F(OverlayManagerTest, CreatesAnOverlayOfTheGivenSize) {
     EXPECT_EQ(OverlayManager::createOverlay(123, 45), 1);
     EXPECT_EQ(recording_axoverlay::overlays().at(1).data.width, 123);
     EXPECT_EQ(recording_axoverlay::overlays().at(1).data.height, 45);
 }
 
-TEST_F(overlay_manager_test, redraws_for_new_findings) {
+TEST_F(OverlayManagerTest, RedrawsForNewFindings) {
     manager = std::make_unique<OverlayManager>();
     service.reset();
     EXPECT_THAT(log_of([this] { EXPECT_TRUE(manager->renderFindings()); }), IsEmpty());
     EXPECT_THAT(service.journal(), ElementsAre("axoverlay_redraw"));
 }
 
-TEST_F(overlay_manager_test, logs_each_redraw_that_fails) {
+TEST_F(OverlayManagerTest, LogsEachRedrawThatFails) {
     manager = std::make_unique<OverlayManager>();
     service.fail("axoverlay_redraw", {.message = "no overlay"});
     for (int i = 0; i < 2; ++i)
@@ -145,7 +145,7 @@ TEST_F(overlay_manager_test, logs_each_redraw_that_fails) {
                     ElementsAre("error|renderFindings: Failed to redraw overlay: no overlay"));
 }
 
-TEST_F(overlay_manager_test, makes_the_overlay_as_large_as_the_rotated_stream) {
+TEST_F(OverlayManagerTest, MakesTheOverlayAsLargeAsTheRotatedStream) {
     const struct {
         int rotation;
         int width;
@@ -168,7 +168,7 @@ TEST_F(overlay_manager_test, makes_the_overlay_as_large_as_the_rotated_stream) {
     }
 }
 
-TEST_F(overlay_manager_test, offers_the_overlay_to_every_stream) {
+TEST_F(OverlayManagerTest, OffersTheOverlayToEveryStream) {
     EXPECT_EQ(OverlayManager::selectStreamCallback(1, 800, 450, 0, FALSE, AXOVERLAY_STREAM_JPEG), TRUE);
     EXPECT_EQ(OverlayManager::selectStreamCallback(2, 1, 0, 270, TRUE, AXOVERLAY_STREAM_OTHER), TRUE);
 }

@@ -26,10 +26,10 @@ constexpr uint32_t kYellow = 0xFFFFFF00;
 constexpr uint32_t kWhite = 0xFFFFFFFF;
 
 /** Analysed pictures of 800 x 450, so that the application's stream shows them one to one, with lines of 2 pixels. */
-class overlay_rendering_test : public core_fixture {
+class OverlayRenderingTest : public core_fixture {
   protected:
-    overlay_rendering_test() { rendering::begin(800, 450); }
-    ~overlay_rendering_test() override { rendering::end(); }
+    OverlayRenderingTest() { rendering::begin(800, 450); }
+    ~OverlayRenderingTest() override { rendering::end(); }
 };
 
 /** An outline two pixels wide; the corner where the path starts has no joint. */
@@ -56,7 +56,7 @@ one_find bare_finding(int x, int y, int w, int h) {
 
 } // namespace
 
-TEST_F(overlay_rendering_test, says_how_long_in_whole_units) {
+TEST_F(OverlayRenderingTest, SaysHowLongInWholeUnits) {
     const std::vector<std::pair<int32_t, std::string>> table = {
         {0, "0 seconds"},
         {1, "1 second"},
@@ -76,7 +76,7 @@ TEST_F(overlay_rendering_test, says_how_long_in_whole_units) {
         EXPECT_EQ(OverlayManager::secondsToTimeText(seconds), text);
 }
 
-TEST_F(overlay_rendering_test, draws_on_streams_with_a_role_only) {
+TEST_F(OverlayRenderingTest, DrawsOnStreamsWithARoleOnly) {
     SetOverlayStreamResolution(640, 360);
     SetAnonymizedStreamResolution(1280, 720);
     g_findings = {bare_finding(100, 100, 200, 100)};
@@ -87,13 +87,13 @@ TEST_F(overlay_rendering_test, draws_on_streams_with_a_role_only) {
     EXPECT_TRUE(is_empty(rendering::render({.width = 450, .height = 800})));
 }
 
-TEST_F(overlay_rendering_test, draws_on_its_own_overlay_only) {
+TEST_F(OverlayRenderingTest, DrawsOnItsOwnOverlayOnly) {
     g_findings = {bare_finding(100, 100, 200, 100)};
     EXPECT_TRUE(is_empty(rendering::render({.width = 800, .height = 450}, rendering::kOverlay + 1)));
     EXPECT_TRUE(is_empty(rendering::render({.width = 800, .height = 450}, 0)));
 }
 
-TEST_F(overlay_rendering_test, leaves_the_context_of_a_stream_without_a_role_as_it_is) {
+TEST_F(OverlayRenderingTest, LeavesTheContextOfAStreamWithoutARoleAsItIs) {
     const picture drawn(1920, 1080);
     axoverlay_stream_data stream{1, 1, 1920, 1080, 0, FALSE, AXOVERLAY_STREAM_H264};
     OverlayManager::renderCallback(drawn.cairo(), rendering::kOverlay, &stream, AXOVERLAY_TOP_LEFT, 0, 0, 1920, 1080,
@@ -101,7 +101,7 @@ TEST_F(overlay_rendering_test, leaves_the_context_of_a_stream_without_a_role_as_
     EXPECT_EQ(cairo_get_antialias(drawn.cairo()), CAIRO_ANTIALIAS_DEFAULT);
 }
 
-TEST_F(overlay_rendering_test, draws_nothing_without_findings_and_does_not_clear) {
+TEST_F(OverlayRenderingTest, DrawsNothingWithoutFindingsAndDoesNotClear) {
     const picture drawn(800, 450);
     picture expected(800, 450);
     cairo_set_source_rgb(drawn.cairo(), 0, 1, 0);
@@ -113,7 +113,7 @@ TEST_F(overlay_rendering_test, draws_nothing_without_findings_and_does_not_clear
     EXPECT_EQ(drawn.difference_to(expected), "");
 }
 
-TEST_F(overlay_rendering_test, chooses_lines_and_letters_by_the_smaller_side) {
+TEST_F(OverlayRenderingTest, ChoosesLinesAndLettersByTheSmallerSide) {
     const struct {
         int width;
         int height;
@@ -143,7 +143,7 @@ TEST_F(overlay_rendering_test, chooses_lines_and_letters_by_the_smaller_side) {
         }
 }
 
-TEST_F(overlay_rendering_test, shows_a_finding_outside_the_area_as_one_green_box_with_a_white_cross) {
+TEST_F(OverlayRenderingTest, ShowsAFindingOutsideTheAreaAsOneGreenBoxWithAWhiteCross) {
     g_findings = {bare_finding(100, 80, 201, 101)};
     picture expected(800, 450);
     outline(expected, 100, 80, 301, 181, kGreen);
@@ -151,7 +151,7 @@ TEST_F(overlay_rendering_test, shows_a_finding_outside_the_area_as_one_green_box
     EXPECT_EQ(rendering::render({.width = 800, .height = 450}).difference_to(expected), "");
 }
 
-TEST_F(overlay_rendering_test, tells_the_footing_by_colour_and_outlines) {
+TEST_F(OverlayRenderingTest, TellsTheFootingByColourAndOutlines) {
     const struct {
         footings footing;
         uint32_t color;
@@ -172,7 +172,7 @@ TEST_F(overlay_rendering_test, tells_the_footing_by_colour_and_outlines) {
     }
 }
 
-TEST_F(overlay_rendering_test, hides_what_is_in_a_box_on_the_anonymised_stream) {
+TEST_F(OverlayRenderingTest, HidesWhatIsInABoxOnTheAnonymisedStream) {
     rendering::begin(1600, 900); // scale just under one half
     SetAnonymizedStreamResolution(400, 400);
     g_findings = {bare_finding(800, 200, 200, 200)};
@@ -186,7 +186,7 @@ TEST_F(overlay_rendering_test, hides_what_is_in_a_box_on_the_anonymised_stream) 
     EXPECT_EQ(rendering::render({.width = 400, .height = 400}).difference_to(expected), "");
 }
 
-TEST_F(overlay_rendering_test, maps_boxes_by_the_heights_and_centres_the_picture) {
+TEST_F(OverlayRenderingTest, MapsBoxesByTheHeightsAndCentresThePicture) {
     // Lines of 2 pixels everywhere. s = (H' - 1) / 449, offset = (799 - (W' - 1) / s) / 2, W' and H' after rotation.
     const struct {
         int width;
@@ -245,7 +245,7 @@ TEST_F(overlay_rendering_test, maps_boxes_by_the_heights_and_centres_the_picture
     }
 }
 
-TEST_F(overlay_rendering_test, writes_the_label_into_the_box_and_the_dwell_time_under_it) {
+TEST_F(OverlayRenderingTest, WritesTheLabelIntoTheBoxAndTheDwellTimeUnderIt) {
     const struct {
         int class_id;
         const char* label;
@@ -288,7 +288,7 @@ TEST_F(overlay_rendering_test, writes_the_label_into_the_box_and_the_dwell_time_
         }
 }
 
-TEST_F(overlay_rendering_test, draws_later_findings_over_earlier_ones_and_user_rectangles_over_all) {
+TEST_F(OverlayRenderingTest, DrawsLaterFindingsOverEarlierOnesAndUserRectanglesOverAll) {
     SetAnonymizedStreamResolution(800, 450);
     rendering::set_application_stream(1, 1);
     OverlayManager::addUserRectangle(10, 10, 380, 280, Blue);
@@ -307,7 +307,7 @@ TEST_F(overlay_rendering_test, draws_later_findings_over_earlier_ones_and_user_r
     EXPECT_EQ(rendering::render({.width = 800, .height = 450}).difference_to(expected), "");
 }
 
-TEST_F(overlay_rendering_test, draws_the_list_that_the_overlay_information_names) {
+TEST_F(OverlayRenderingTest, DrawsTheListThatTheOverlayInformationNames) {
     t_findings_list others = {bare_finding(100, 80, 201, 101)};
     g_findings = {bare_finding(0, 0, 50, 50)};
     g_OverlayInfo.pFindings = &others;
@@ -317,7 +317,7 @@ TEST_F(overlay_rendering_test, draws_the_list_that_the_overlay_information_names
     EXPECT_EQ(rendering::render({.width = 800, .height = 450}).difference_to(expected), "");
 }
 
-TEST_F(overlay_rendering_test, says_nothing_but_for_a_colour_outside_the_palette) {
+TEST_F(OverlayRenderingTest, SaysNothingButForAColourOutsideThePalette) {
     g_findings = {rendering::finding(100, 80, 201, 101, 2, in_AOI1_most_lengthily, 5)};
     OverlayManager::addUserRectangle(1, 1, 2, 2, Red);
     EXPECT_THAT(log_of([] { rendering::render({.width = 800, .height = 450}); }), IsEmpty());
@@ -327,7 +327,7 @@ TEST_F(overlay_rendering_test, says_nothing_but_for_a_colour_outside_the_palette
                             "Using Black."));
 }
 
-TEST_F(overlay_rendering_test, survives_boxes_and_pictures_of_any_size) {
+TEST_F(OverlayRenderingTest, SurvivesBoxesAndPicturesOfAnySize) {
     constexpr int kMax = std::numeric_limits<int>::max();
     constexpr int kMin = std::numeric_limits<int>::min();
     const std::vector<std::pair<int, int>> analysed = {{800, 450}, {0, 0}, {1, 1}, {1, 450}, {800, 1}, {kMin, kMax}};
@@ -345,7 +345,7 @@ TEST_F(overlay_rendering_test, survives_boxes_and_pictures_of_any_size) {
         }
 }
 
-TEST_F(overlay_rendering_test, shows_whole_lists_only_while_the_pass_replaces_them) {
+TEST_F(OverlayRenderingTest, ShowsWholeListsOnlyWhileThePassReplacesThem) {
     const t_findings_list few = {bare_finding(10, 10, 40, 40)};
     const t_findings_list many(20, bare_finding(100, 80, 201, 101));
     g_findings = few;

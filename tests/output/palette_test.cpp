@@ -27,7 +27,7 @@ const struct {
 
 } // namespace
 
-TEST(palette_test, numbers_its_colours_so) {
+TEST(PaletteTest, NumbersItsColoursSo) {
     EXPECT_EQ(Black, 0);
     EXPECT_EQ(Red, 1);
     EXPECT_EQ(Green, 2);
@@ -37,7 +37,7 @@ TEST(palette_test, numbers_its_colours_so) {
     EXPECT_EQ(Orange, 6);
 }
 
-TEST(palette_test, has_tiles_of_four_quarters) {
+TEST(PaletteTest, HasTilesOfFourQuarters) {
     static_assert(sizeof redCheckerboardPatternData == 256);
     for (const auto& [index, color, tile] : kTable)
         for (int y = 0; y < 8; ++y)
@@ -45,7 +45,7 @@ TEST(palette_test, has_tiles_of_four_quarters) {
                 EXPECT_EQ(tile[8 * y + x], (x < 4) == (y < 4) ? color : kWhite) << index << " " << x << "," << y;
 }
 
-TEST(palette_test, fills_with_sharp_squares_of_four_pixels_from_the_corner_of_the_picture) {
+TEST(PaletteTest, FillsWithSharpSquaresOfFourPixelsFromTheCornerOfThePicture) {
     for (const auto& entry : kTable) {
         const picture drawn(41, 19);
         const std::unique_ptr<cairo_pattern_t, pattern_deleter> pattern(getCheckeredPattern(entry.index));
@@ -60,7 +60,7 @@ TEST(palette_test, fills_with_sharp_squares_of_four_pixels_from_the_corner_of_th
     }
 }
 
-TEST(palette_test, belongs_to_the_caller_alone) {
+TEST(PaletteTest, BelongsToTheCallerAlone) {
     const std::unique_ptr<cairo_pattern_t, pattern_deleter> pattern(getCheckeredPattern(Red));
     EXPECT_EQ(cairo_pattern_get_reference_count(pattern.get()), 1U);
     cairo_surface_t* tile = nullptr;

@@ -2,13 +2,13 @@
 
 #include <gtest/gtest.h>
 
-TEST(render_options_test, are_equal_when_both_members_are) {
+TEST(RenderOptionsTest, AreEqualWhenBothMembersAre) {
     EXPECT_EQ((OverlayRenderOptions{true, false}), (OverlayRenderOptions{true, false}));
     EXPECT_NE((OverlayRenderOptions{true, false}), (OverlayRenderOptions{true, true}));
     EXPECT_NE((OverlayRenderOptions{true, false}), (OverlayRenderOptions{false, false}));
 }
 
-TEST(render_options_test, are_found_by_size) {
+TEST(RenderOptionsTest, AreFoundBySize) {
     OverlayRenderOptionsDict options;
     EXPECT_TRUE(options.setOptions({640, 360}, {true, false}));
     EXPECT_TRUE(options.setOptions({360, 640}, {false, true}));
@@ -19,7 +19,7 @@ TEST(render_options_test, are_found_by_size) {
     EXPECT_EQ(found, (OverlayRenderOptions{false, true}));
 }
 
-TEST(render_options_test, are_replaced_by_later_ones) {
+TEST(RenderOptionsTest, AreReplacedByLaterOnes) {
     OverlayRenderOptionsDict options;
     options.setOptions({640, 360}, {true, true});
     EXPECT_TRUE(options.setOptions({640, 360}, {false, false}));
@@ -29,7 +29,7 @@ TEST(render_options_test, are_replaced_by_later_ones) {
     EXPECT_EQ(options.map.size(), 1U);
 }
 
-TEST(render_options_test, leave_the_result_untouched_for_an_unknown_size) {
+TEST(RenderOptionsTest, LeaveTheResultUntouchedForAnUnknownSize) {
     OverlayRenderOptionsDict options;
     options.setOptions({640, 360}, {false, false});
     OverlayRenderOptions found{true, true};

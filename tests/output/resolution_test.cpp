@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-TEST(resolution_test, is_ordered_by_width_and_then_by_height) {
+TEST(ResolutionTest, IsOrderedByWidthAndThenByHeight) {
     EXPECT_LT((Resolution{640, 9999}), (Resolution{641, 0}));
     EXPECT_LT((Resolution{640, 360}), (Resolution{640, 480}));
     EXPECT_FALSE((Resolution{640, 480}) < (Resolution{640, 360}));
@@ -10,6 +10,6 @@ TEST(resolution_test, is_ordered_by_width_and_then_by_height) {
     EXPECT_FALSE((Resolution{640, 360}) < (Resolution{640, 360}));
 }
 
-TEST(resolution_test, is_unsigned) {
+TEST(ResolutionTest, IsUnsigned) {
     EXPECT_LT((Resolution{1, 0}), (Resolution{4294967295U, 0}));
 }

@@ -9,19 +9,19 @@ using testing::IsEmpty;
 
 namespace {
 
-class user_rectangles_test : public core_fixture {
+class UserRectanglesTest : public core_fixture {
   protected:
-    ~user_rectangles_test() override { OverlayManager::clearUserRectangles(); }
+    ~UserRectanglesTest() override { OverlayManager::clearUserRectangles(); }
 };
 
 } // namespace
 
-TEST_F(user_rectangles_test, are_none_at_the_start) {
+TEST_F(UserRectanglesTest, AreNoneAtTheStart) {
     EXPECT_EQ(g_nUserRectangles, 0);
     EXPECT_THAT(copy_user_rectangles(), IsEmpty());
 }
 
-TEST_F(user_rectangles_test, are_kept_in_their_order) {
+TEST_F(UserRectanglesTest, AreKeptInTheirOrder) {
     OverlayManager::addUserRectangle(1, 2, 3, 4, Blue);
     OverlayManager::addUserRectangle(-5, 6, -7, 8, 99);
     ASSERT_EQ(g_nUserRectangles, 2);
@@ -36,7 +36,7 @@ TEST_F(user_rectangles_test, are_kept_in_their_order) {
     EXPECT_EQ(copy[1].colorIndex, 99);
 }
 
-TEST_F(user_rectangles_test, are_at_most_sixteen) {
+TEST_F(UserRectanglesTest, AreAtMostSixteen) {
     for (int i = 0; i < 16; ++i)
         EXPECT_THAT(log_of([i] { OverlayManager::addUserRectangle(i, 0, 1, 1, Red); }), IsEmpty());
     EXPECT_THAT(log_of([] { OverlayManager::addUserRectangle(16, 0, 1, 1, Red); }),
@@ -45,7 +45,7 @@ TEST_F(user_rectangles_test, are_at_most_sixteen) {
     EXPECT_EQ(g_UserRectangles[15].rect.X, 15);
 }
 
-TEST_F(user_rectangles_test, can_be_cleared_and_added_again) {
+TEST_F(UserRectanglesTest, CanBeClearedAndAddedAgain) {
     OverlayManager::addUserRectangle(1, 2, 3, 4, Blue);
     OverlayManager::clearUserRectangles();
     EXPECT_EQ(g_nUserRectangles, 0);

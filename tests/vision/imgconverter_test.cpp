@@ -93,14 +93,14 @@ class ImgconverterTest : public core_fixture {
     }
 };
 
-TEST_F(ImgconverterTest, reordersBlueGreenRedAlphaToRedGreenBlue) {
+TEST_F(ImgconverterTest, ReordersBlueGreenRedAlphaToRedGreenBlue) {
     const bytes argb = {10, 20, 30, 40, 11, 21, 31, 41};
     bytes rgb(6);
     ARGBtoRAW(argb.data(), rgb.data(), 2, 1);
     EXPECT_THAT(rgb, ElementsAre(30, 20, 10, 31, 21, 11));
 }
 
-TEST_F(ImgconverterTest, reorderingAgreesWithThePixelLoopAtEverySize) {
+TEST_F(ImgconverterTest, ReorderingAgreesWithThePixelLoopAtEverySize) {
     constexpr size_t kGuard = 64; // the sanitizer does not see what libyuv writes
     for (unsigned width = 0; width < 70; ++width) {
         for (const unsigned height : {0U, 1U, 2U, 5U}) {
@@ -116,7 +116,7 @@ TEST_F(ImgconverterTest, reorderingAgreesWithThePixelLoopAtEverySize) {
     }
 }
 
-TEST_F(ImgconverterTest, reorderingWorksAtAnyAlignment) {
+TEST_F(ImgconverterTest, ReorderingWorksAtAnyAlignment) {
     const bytes argb = noise(4 * 64 + 16, 1);
     for (size_t from = 0; from < 8; ++from) {
         for (size_t to = 0; to < 8; ++to) {
@@ -130,7 +130,7 @@ TEST_F(ImgconverterTest, reorderingWorksAtAnyAlignment) {
     }
 }
 
-TEST_F(ImgconverterTest, keepsTheCentreOfTheFrame) {
+TEST_F(ImgconverterTest, KeepsTheCentreOfTheFrame) {
     const struct {
         unsigned src_width, src_height, dst_width, dst_height;
         int crop_width, crop_height;
@@ -154,7 +154,7 @@ TEST_F(ImgconverterTest, keepsTheCentreOfTheFrame) {
     }
 }
 
-TEST_F(ImgconverterTest, handsLibyuvThePlanesAndStrides) {
+TEST_F(ImgconverterTest, HandsLibyuvThePlanesAndStrides) {
     const bytes frame = nv12(1280, 720);
     bytes rgb(size_t{3} * 960 * 540);
     ASSERT_TRUE(convertCropScaleU8yuvToRGB(frame.data(), 1280, 720, rgb.data(), 960, 540));
@@ -190,7 +190,7 @@ struct naive_crop {
     }
 };
 
-TEST_F(ImgconverterTest, theWholeIsLibyuvOnTheCropAtRandomSizes) {
+TEST_F(ImgconverterTest, TheWholeIsLibyuvOnTheCropAtRandomSizes) {
     const unsigned seed = 99;
     SCOPED_TRACE("seed " + std::to_string(seed));
     std::mt19937 engine(seed);
@@ -227,7 +227,7 @@ TEST_F(ImgconverterTest, theWholeIsLibyuvOnTheCropAtRandomSizes) {
     }
 }
 
-TEST_F(ImgconverterTest, greyStaysGreyAndRedIsTheFirstByte) {
+TEST_F(ImgconverterTest, GreyStaysGreyAndRedIsTheFirstByte) {
     bytes frame(64 * 64 * 3 / 2, 128);
     bytes rgb(3 * 16 * 16);
     ASSERT_TRUE(convertCropScaleU8yuvToRGB(frame.data(), 64, 64, rgb.data(), 16, 16));
@@ -241,7 +241,7 @@ TEST_F(ImgconverterTest, greyStaysGreyAndRedIsTheFirstByte) {
     EXPECT_NEAR(rgb[2], 130, 2);
 }
 
-TEST_F(ImgconverterTest, aFailedAllocationIsLoggedWithItsNumber) {
+TEST_F(ImgconverterTest, AFailedAllocationIsLoggedWithItsNumber) {
     const bytes frame = nv12(64, 36);
     bytes rgb(3 * 32 * 18);
     for (const auto& [after, which] : {std::pair{0, "big"}, std::pair{1, "small"}}) {
@@ -253,7 +253,7 @@ TEST_F(ImgconverterTest, aFailedAllocationIsLoggedWithItsNumber) {
     }
 }
 
-TEST_F(ImgconverterTest, aFailedConversionIsLoggedWithItsResult) {
+TEST_F(ImgconverterTest, AFailedConversionIsLoggedWithItsResult) {
     const bytes frame = nv12(64, 36);
     bytes rgb(3 * 32 * 18, 7);
     g_colour_result = -3;
@@ -267,7 +267,7 @@ TEST_F(ImgconverterTest, aFailedConversionIsLoggedWithItsResult) {
     EXPECT_THAT(rgb, testing::Each(7));
 }
 
-TEST_F(ImgconverterTest, noFrameAndNoSizeAreRefused) {
+TEST_F(ImgconverterTest, NoFrameAndNoSizeAreRefused) {
     const bytes frame = nv12(64, 36);
     bytes rgb(3 * 32 * 18);
     EXPECT_FALSE(convertCropScaleU8yuvToRGB(nullptr, 64, 36, rgb.data(), 32, 18));

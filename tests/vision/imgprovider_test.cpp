@@ -81,7 +81,7 @@ class ImgProviderTest : public core_fixture {
     ImgProvider* provider = nullptr;
 };
 
-TEST_F(ImgProviderTest, asksForAStreamWithExplicitBuffers) {
+TEST_F(ImgProviderTest, AsksForAStreamWithExplicitBuffers) {
     create(3);
     EXPECT_EQ(recording_vdo::last_settings(),
               (std::map<std::string, uint32_t>{
@@ -107,7 +107,7 @@ TEST_F(ImgProviderTest, asksForAStreamWithExplicitBuffers) {
     EXPECT_EQ(recording_vdo::recorder().leaks(), "8 VdoBuffer, 1 VdoStream");
 }
 
-TEST_F(ImgProviderTest, givesEverythingBackAtItsEnd) {
+TEST_F(ImgProviderTest, GivesEverythingBackAtItsEnd) {
     create();
     destroyImgProvider(provider);
     provider = nullptr;
@@ -116,7 +116,7 @@ TEST_F(ImgProviderTest, givesEverythingBackAtItsEnd) {
     destroyImgProvider(nullptr);
 }
 
-TEST_F(ImgProviderTest, everyStepOfTheStreamMayFail) {
+TEST_F(ImgProviderTest, EveryStepOfTheStreamMayFail) {
     const struct {
         const char* call;
         texts lines;
@@ -153,14 +153,14 @@ TEST_F(ImgProviderTest, everyStepOfTheStreamMayFail) {
     }
 }
 
-TEST_F(ImgProviderTest, aMapThatCannotBeHadIsLogged) {
+TEST_F(ImgProviderTest, AMapThatCannotBeHadIsLogged) {
     recording_vdo::recorder().fail("vdo_map_new");
     EXPECT_THAT(log_of([] { EXPECT_EQ(createImgProvider(64, 64, 2, VDO_FORMAT_YUV), nullptr); }),
                 ElementsAre("error|createStream: Failed to create vdo_map",
                             "error|createImgProvider: Could not create VDO stream!"));
 }
 
-TEST_F(ImgProviderTest, aMutexOrConditionThatCannotBeHadIsLogged) {
+TEST_F(ImgProviderTest, AMutexOrConditionThatCannotBeHadIsLogged) {
     failing_libc::fail("pthread_mutex_init", EAGAIN);
     EXPECT_THAT(log_of([] { EXPECT_EQ(createImgProvider(64, 64, 2, VDO_FORMAT_YUV), nullptr); }),
                 ElementsAre("error|createImgProvider: Unable to initialize mutex: Resource temporarily unavailable"));
@@ -170,13 +170,13 @@ TEST_F(ImgProviderTest, aMutexOrConditionThatCannotBeHadIsLogged) {
         ElementsAre("error|createImgProvider: Unable to initialize condition variable: Cannot allocate memory"));
 }
 
-TEST_F(ImgProviderTest, withoutMemoryThereIsNone) {
+TEST_F(ImgProviderTest, WithoutMemoryThereIsNone) {
     g_no_memory = true;
     EXPECT_THAT(log_of([] { EXPECT_EQ(createImgProvider(64, 64, 2, VDO_FORMAT_YUV), nullptr); }),
                 ElementsAre("error|createImgProvider: Unable to allocate ImgProvider: Cannot allocate memory"));
 }
 
-TEST_F(ImgProviderTest, aQueueThatCannotBeHadIsLoggedAndLeavesNothing) {
+TEST_F(ImgProviderTest, AQueueThatCannotBeHadIsLoggedAndLeavesNothing) {
     for (const auto& [which, name] : {std::pair{0, "deliveredFrames"}, std::pair{1, "processedFrames"}}) {
         g_queue_that_fails = which; // the leak checker sees to the other one
         EXPECT_THAT(log_of([] { EXPECT_EQ(createImgProvider(64, 64, 2, VDO_FORMAT_YUV), nullptr); }),
@@ -185,7 +185,7 @@ TEST_F(ImgProviderTest, aQueueThatCannotBeHadIsLoggedAndLeavesNothing) {
     }
 }
 
-TEST_F(ImgProviderTest, handsOutTheNewestAndRecyclesTheOldest) {
+TEST_F(ImgProviderTest, HandsOutTheNewestAndRecyclesTheOldest) {
     create(2);
     recording_vdo::feed(3);
     ASSERT_TRUE(startFrameFetch(provider));
@@ -215,7 +215,7 @@ TEST_F(ImgProviderTest, handsOutTheNewestAndRecyclesTheOldest) {
         << "what was handed back returns to the stream before what waits is dropped";
 }
 
-TEST_F(ImgProviderTest, handedBackFramesComeBeforeDroppedOnes) {
+TEST_F(ImgProviderTest, HandedBackFramesComeBeforeDroppedOnes) {
     create(1);
     recording_vdo::feed(1);
     ASSERT_TRUE(startFrameFetch(provider));
@@ -231,7 +231,7 @@ TEST_F(ImgProviderTest, handedBackFramesComeBeforeDroppedOnes) {
     EXPECT_EQ(enqueued[9], "vdo_stream_buffer_enqueue 1") << "the oldest of two that wait where one may";
 }
 
-TEST_F(ImgProviderTest, waitsForAFrame) {
+TEST_F(ImgProviderTest, WaitsForAFrame) {
     create();
     recording_vdo::feed(0);
     ASSERT_TRUE(startFrameFetch(provider));
@@ -244,7 +244,7 @@ TEST_F(ImgProviderTest, waitsForAFrame) {
     stop();
 }
 
-TEST_F(ImgProviderTest, fetchingGoesOnAfterAFailure) {
+TEST_F(ImgProviderTest, FetchingGoesOnAfterAFailure) {
     create();
     forget_log();
     recording_vdo::recorder().fail("vdo_stream_get_buffer", {.message = "silent", .times = 1});
@@ -258,7 +258,7 @@ TEST_F(ImgProviderTest, fetchingGoesOnAfterAFailure) {
                                               "error|threadEntry: Failed fetching frame from vdo: silent"));
 }
 
-TEST_F(ImgProviderTest, aBufferThatCannotGoBackIsLogged) {
+TEST_F(ImgProviderTest, ABufferThatCannotGoBackIsLogged) {
     create(0);
     forget_log();
     recording_vdo::recorder().fail("vdo_stream_buffer_enqueue 0", {.message = "full", .times = 1});
@@ -271,7 +271,7 @@ TEST_F(ImgProviderTest, aBufferThatCannotGoBackIsLogged) {
                                          "error|threadEntry: Failed enqueueing buffer to vdo: N/A"));
 }
 
-TEST_F(ImgProviderTest, aThreadThatCannotBeHadIsLogged) {
+TEST_F(ImgProviderTest, AThreadThatCannotBeHadIsLogged) {
     create();
     forget_log();
     failing_libc::fail("pthread_create", EAGAIN);
@@ -280,7 +280,7 @@ TEST_F(ImgProviderTest, aThreadThatCannotBeHadIsLogged) {
                                          "Resource temporarily unavailable"));
 }
 
-TEST_F(ImgProviderTest, stoppingWhatDoesNotRunIsLogged) {
+TEST_F(ImgProviderTest, StoppingWhatDoesNotRunIsLogged) {
     create();
     forget_log();
     EXPECT_FALSE(stopFrameFetch(provider));
@@ -289,7 +289,7 @@ TEST_F(ImgProviderTest, stoppingWhatDoesNotRunIsLogged) {
                 ElementsAre("error|stopFrameFetch: Failed to join thread fetching frames from vdo: No such process"));
 }
 
-TEST_F(ImgProviderTest, aThreadThatCannotBeJoinedIsLogged) {
+TEST_F(ImgProviderTest, AThreadThatCannotBeJoinedIsLogged) {
     create();
     ASSERT_TRUE(startFrameFetch(provider));
     forget_log();
@@ -300,7 +300,7 @@ TEST_F(ImgProviderTest, aThreadThatCannotBeJoinedIsLogged) {
     EXPECT_TRUE(stopFrameFetch(provider)) << "it may be tried again";
 }
 
-TEST_F(ImgProviderTest, theFetchThreadTakesNoSignals) {
+TEST_F(ImgProviderTest, TheFetchThreadTakesNoSignals) {
     static std::atomic<bool> taken{false};
     const auto before = std::signal(SIGTERM, [](int) { taken = true; });
     create();
@@ -311,7 +311,7 @@ TEST_F(ImgProviderTest, theFetchThreadTakesNoSignals) {
     EXPECT_FALSE(taken);
 }
 
-TEST_F(ImgProviderTest, mayBeStartedAgain) {
+TEST_F(ImgProviderTest, MayBeStartedAgain) {
     create(1);
     for (int i = 0; i < 2; ++i) {
         ASSERT_TRUE(startFrameFetch(provider));
@@ -323,7 +323,7 @@ TEST_F(ImgProviderTest, mayBeStartedAgain) {
     }
 }
 
-TEST_F(ImgProviderTest, aWaitThatFailsGivesNothing) {
+TEST_F(ImgProviderTest, AWaitThatFailsGivesNothing) {
     create();
     forget_log();
     failing_libc::fail("pthread_cond_wait", EPERM);
@@ -332,7 +332,7 @@ TEST_F(ImgProviderTest, aWaitThatFailsGivesNothing) {
                 ElementsAre("error|getLastFrameBlocking: Failed to wait on condition: Operation not permitted"));
 }
 
-TEST_F(ImgProviderTest, choosesTheSmallestResolutionThatIsLargeEnough) {
+TEST_F(ImgProviderTest, ChoosesTheSmallestResolutionThatIsLargeEnough) {
     using sizes = std::vector<VdoResolution>;
     const struct {
         sizes offered;
@@ -366,7 +366,7 @@ TEST_F(ImgProviderTest, choosesTheSmallestResolutionThatIsLargeEnough) {
     }
 }
 
-TEST_F(ImgProviderTest, aChannelThatCannotBeAskedIsLogged) {
+TEST_F(ImgProviderTest, AChannelThatCannotBeAskedIsLogged) {
     unsigned width = 0;
     unsigned height = 0;
     for (const auto& [call, text] :

@@ -43,12 +43,12 @@ class MemoryMappedFileTest : public core_fixture {
     }
 };
 
-TEST_F(MemoryMappedFileTest, isNeitherCopiedNorMoved) {
+TEST_F(MemoryMappedFileTest, IsNeitherCopiedNorMoved) {
     static_assert(!std::is_copy_constructible_v<MemoryMappedFile> && !std::is_move_constructible_v<MemoryMappedFile>);
     static_assert(!std::is_copy_assignable_v<MemoryMappedFile> && !std::is_move_assignable_v<MemoryMappedFile>);
 }
 
-TEST_F(MemoryMappedFileTest, hasANameThatIsGoneFromTheDisk) {
+TEST_F(MemoryMappedFileTest, HasANameThatIsGoneFromTheDisk) {
     const MemoryMappedFile file(name_template(), 100);
     EXPECT_THAT(file.m_filename, MatchesRegex(folder.string() + "/tensor-[A-Za-z0-9]{6}"));
     EXPECT_NE(file.m_filename, name_template());
@@ -64,7 +64,7 @@ TEST_F(MemoryMappedFileTest, hasANameThatIsGoneFromTheDisk) {
     EXPECT_THAT(log_lines(), IsEmpty());
 }
 
-TEST_F(MemoryMappedFileTest, oneByteIsEnough) {
+TEST_F(MemoryMappedFileTest, OneByteIsEnough) {
     const MemoryMappedFile file(name_template(), 1);
     *static_cast<char*>(file.getBuffer()) = 'x';
     char read = 0;
@@ -72,7 +72,7 @@ TEST_F(MemoryMappedFileTest, oneByteIsEnough) {
     EXPECT_EQ(read, 'x');
 }
 
-TEST_F(MemoryMappedFileTest, mappingAndDescriptorShowTheSameBytes) {
+TEST_F(MemoryMappedFileTest, MappingAndDescriptorShowTheSameBytes) {
     const MemoryMappedFile file(name_template(), 8);
     auto* bytes = static_cast<char*>(file.getBuffer());
     EXPECT_EQ(std::string(bytes, 8), std::string(8, '\0'));
@@ -84,7 +84,7 @@ TEST_F(MemoryMappedFileTest, mappingAndDescriptorShowTheSameBytes) {
     EXPECT_EQ(std::string(bytes, 8), "mafile..");
 }
 
-TEST_F(MemoryMappedFileTest, rewindGoesToTheBeginning) {
+TEST_F(MemoryMappedFileTest, RewindGoesToTheBeginning) {
     MemoryMappedFile file(name_template(), 8);
     ASSERT_EQ(lseek(file.getFileDescriptor(), 5, SEEK_SET), 5);
     EXPECT_TRUE(file.rewind());
@@ -92,7 +92,7 @@ TEST_F(MemoryMappedFileTest, rewindGoesToTheBeginning) {
     EXPECT_THAT(log_lines(), IsEmpty());
 }
 
-TEST_F(MemoryMappedFileTest, aRewindThatFailsIsLogged) {
+TEST_F(MemoryMappedFileTest, ARewindThatFailsIsLogged) {
     MemoryMappedFile file(name_template(), 8);
     failing_libc::fail("lseek", ESPIPE);
     EXPECT_FALSE(file.rewind());
@@ -100,14 +100,14 @@ TEST_F(MemoryMappedFileTest, aRewindThatFailsIsLogged) {
                 ElementsAre("error|rewind: Failed to rewind mapped file " + file.m_filename + " : Illegal seek"));
 }
 
-TEST_F(MemoryMappedFileTest, theEndClosesTheDescriptor) {
+TEST_F(MemoryMappedFileTest, TheEndClosesTheDescriptor) {
     const size_t before = open_descriptors();
     { const MemoryMappedFile file(name_template(), 8); }
     EXPECT_EQ(open_descriptors(), before);
     EXPECT_THAT(log_lines(), IsEmpty());
 }
 
-TEST_F(MemoryMappedFileTest, anUnmappingThatFailsIsLoggedAndTheDescriptorClosedAllTheSame) {
+TEST_F(MemoryMappedFileTest, AnUnmappingThatFailsIsLoggedAndTheDescriptorClosedAllTheSame) {
     const size_t before = open_descriptors();
     std::string name;
     {
@@ -120,20 +120,20 @@ TEST_F(MemoryMappedFileTest, anUnmappingThatFailsIsLoggedAndTheDescriptorClosedA
     EXPECT_EQ(open_descriptors(), before);
 }
 
-TEST_F(MemoryMappedFileTest, aTemplateWithoutPlaceForANameIsRefused) {
+TEST_F(MemoryMappedFileTest, ATemplateWithoutPlaceForANameIsRefused) {
     const std::string name = folder / "tensor";
     EXPECT_EQ(thrown(name, 8), "Failed to create temporary file");
     EXPECT_THAT(log_lines(),
                 ElementsAre("error|MemoryMappedFile: Failed to create temporary file " + name + " : Invalid argument"));
 }
 
-TEST_F(MemoryMappedFileTest, aFolderThatIsMissingIsRefused) {
+TEST_F(MemoryMappedFileTest, AFolderThatIsMissingIsRefused) {
     EXPECT_EQ(thrown(folder / "nowhere" / "x-XXXXXX", 8), "Failed to create temporary file");
     EXPECT_THAT(log_lines(), ElementsAre(MatchesRegex("error.MemoryMappedFile: Failed to create temporary file .* : "
                                                       "No such file or directory")));
 }
 
-TEST_F(MemoryMappedFileTest, everyFailureIsLoggedThrownAndLeavesNothingOpen) {
+TEST_F(MemoryMappedFileTest, EveryFailureIsLoggedThrownAndLeavesNothingOpen) {
     const struct {
         const char* function;
         int size;
@@ -159,19 +159,19 @@ TEST_F(MemoryMappedFileTest, everyFailureIsLoggedThrownAndLeavesNothingOpen) {
     }
 }
 
-TEST_F(MemoryMappedFileTest, impossibleSizesAreRefused) {
+TEST_F(MemoryMappedFileTest, ImpossibleSizesAreRefused) {
     EXPECT_EQ(thrown(name_template(), -1), "Failed to adjust file size");
     EXPECT_EQ(thrown(name_template(), 0), "Failed to create map file");
 }
 
-TEST_F(MemoryMappedFileTest, aReservationThatIsInterruptedIsMadeAgain) {
+TEST_F(MemoryMappedFileTest, AReservationThatIsInterruptedIsMadeAgain) {
     failing_libc::fail("posix_fallocate", EINTR);
     const MemoryMappedFile file(name_template(), 8);
     EXPECT_EQ(failing_libc::calls("posix_fallocate"), 2);
     EXPECT_THAT(log_lines(), IsEmpty());
 }
 
-TEST_F(MemoryMappedFileTest, aFileSystemThatCannotReserveIsGoodEnough) {
+TEST_F(MemoryMappedFileTest, AFileSystemThatCannotReserveIsGoodEnough) {
     for (const int error_number : {EOPNOTSUPP, EINVAL}) {
         failing_libc::fail("posix_fallocate", error_number);
         const MemoryMappedFile file(name_template(), 8);
@@ -211,7 +211,7 @@ int try_on_a_small_disk(const std::string& disk) {
     return 1;
 }
 
-TEST_F(MemoryMappedFileTest, aFullDiskIsRefusedBeforeItIsWrittenTo) {
+TEST_F(MemoryMappedFileTest, AFullDiskIsRefusedBeforeItIsWrittenTo) {
     const std::string disk = folder / "disk";
     std::filesystem::create_directory(disk);
     const pid_t child = fork();
@@ -225,7 +225,7 @@ TEST_F(MemoryMappedFileTest, aFullDiskIsRefusedBeforeItIsWrittenTo) {
     EXPECT_EQ(WEXITSTATUS(status), 0);
 }
 
-TEST_F(MemoryMappedFileTest, anUnlinkThatFailsIsOnlyLogged) {
+TEST_F(MemoryMappedFileTest, AnUnlinkThatFailsIsOnlyLogged) {
     failing_libc::fail("unlink", EPERM);
     const MemoryMappedFile file(name_template(), 8);
     EXPECT_NE(file.getBuffer(), nullptr);

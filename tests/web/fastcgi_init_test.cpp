@@ -74,9 +74,9 @@ void __wrap_FCGX_Free(FCGX_Request* request, int close) {
 
 namespace {
 
-class fastcgi_init_test : public core_fixture {
+class FastcgiInitTest : public core_fixture {
   protected:
-    fastcgi_init_test() {
+    FastcgiInitTest() {
         g_calls.clear();
         g_fcgx_init = 0;
         g_open_socket = kSocket;
@@ -92,7 +92,7 @@ class fastcgi_init_test : public core_fixture {
 
 } // namespace
 
-TEST_F(fastcgi_init_test, opens_the_socket_to_everybody_and_prepares_the_request) {
+TEST_F(FastcgiInitTest, OpensTheSocketToEverybodyAndPreparesTheRequest) {
     fastcgi_service service;
     EXPECT_EQ(service.m_sock, 0);
     EXPECT_THAT(log_of([&] { EXPECT_EQ(service.init(), 0); }), ElementsAre(kOpens));
@@ -101,7 +101,7 @@ TEST_F(fastcgi_init_test, opens_the_socket_to_everybody_and_prepares_the_request
     EXPECT_EQ(g_request, &service.m_request);
 }
 
-TEST_F(fastcgi_init_test, ends_when_the_library_cannot_be_initialised) {
+TEST_F(FastcgiInitTest, EndsWhenTheLibraryCannotBeInitialised) {
     fastcgi_service service;
     g_fcgx_init = -9998;
     EXPECT_THAT(log_of([&] { EXPECT_EQ(service.init(), 1); }), ElementsAre(kOpens, "error|init: FCGX_Init failed"));
@@ -109,7 +109,7 @@ TEST_F(fastcgi_init_test, ends_when_the_library_cannot_be_initialised) {
     EXPECT_EQ(service.m_sock, 0);
 }
 
-TEST_F(fastcgi_init_test, frees_a_request_that_cannot_be_prepared) {
+TEST_F(FastcgiInitTest, FreesARequestThatCannotBePrepared) {
     fastcgi_service service;
     g_init_request = -1;
     EXPECT_THAT(log_of([&] { EXPECT_EQ(service.init(), 1); }),
@@ -119,7 +119,7 @@ TEST_F(fastcgi_init_test, frees_a_request_that_cannot_be_prepared) {
     EXPECT_EQ(g_request, &service.m_request);
 }
 
-TEST_F(fastcgi_init_test, leaves_a_socket_that_is_none_to_be_noticed_by_accepting) {
+TEST_F(FastcgiInitTest, LeavesASocketThatIsNoneToBeNoticedByAccepting) {
     fastcgi_service service;
     g_open_socket = -1;
     EXPECT_THAT(log_of([&] { EXPECT_EQ(service.init(), 0); }), ElementsAre(kOpens));
@@ -127,7 +127,7 @@ TEST_F(fastcgi_init_test, leaves_a_socket_that_is_none_to_be_noticed_by_acceptin
     EXPECT_EQ(service.m_sock, -1);
 }
 
-TEST_F(fastcgi_init_test, survives_a_library_that_ends_the_process_when_it_cannot_listen) {
+TEST_F(FastcgiInitTest, SurvivesALibraryThatEndsTheProcessWhenItCannotListen) {
     fastcgi_service service;
     g_cannot_listen = true;
     EXPECT_THAT(log_of([&] { EXPECT_EQ(service.init(), 0); }), ElementsAre(kOpens));
@@ -135,7 +135,7 @@ TEST_F(fastcgi_init_test, survives_a_library_that_ends_the_process_when_it_canno
     EXPECT_EQ(service.m_sock, -1);
 }
 
-TEST_F(fastcgi_init_test, opens_the_socket_where_children_are_ignored) {
+TEST_F(FastcgiInitTest, OpensTheSocketWhereChildrenAreIgnored) {
     const auto before = std::signal(SIGCHLD, SIG_IGN);
     fastcgi_service service;
     EXPECT_EQ(service.init(), 0);
@@ -147,7 +147,7 @@ TEST_F(fastcgi_init_test, opens_the_socket_where_children_are_ignored) {
     std::signal(SIGCHLD, before);
 }
 
-TEST_F(fastcgi_init_test, tries_the_socket_in_a_process_that_sigterm_ends) {
+TEST_F(FastcgiInitTest, TriesTheSocketInAProcessThatSigtermEnds) {
     const auto before = std::signal(SIGTERM, [](int) {});
     g_must_end_at_sigterm = true;
     fastcgi_service service;
@@ -159,7 +159,7 @@ TEST_F(fastcgi_init_test, tries_the_socket_in_a_process_that_sigterm_ends) {
     std::signal(SIGTERM, before);
 }
 
-TEST_F(fastcgi_init_test, frees_its_request_at_the_end_with_the_descriptor_for_a_flag) {
+TEST_F(FastcgiInitTest, FreesItsRequestAtTheEndWithTheDescriptorForAFlag) {
     for (const int descriptor : {0, kSocket, -1}) {
         g_calls.clear();
         const FCGX_Request* request = nullptr;
@@ -173,7 +173,7 @@ TEST_F(fastcgi_init_test, frees_its_request_at_the_end_with_the_descriptor_for_a
     }
 }
 
-TEST_F(fastcgi_init_test, serves_nobody_and_says_nothing_without_a_socket) {
+TEST_F(FastcgiInitTest, ServesNobodyAndSaysNothingWithoutASocket) {
     ASSERT_EQ(__real_FCGX_Init(), 0);
     fastcgi_service service;
     service.m_request.listen_sock = -1;

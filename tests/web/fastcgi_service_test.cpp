@@ -1,11 +1,9 @@
-#include "app/app_main.h"
 #include "config/parameter_io.h"
 #include "tests/config/posted_document.h"
-#include "tests/doubles/core_fixture.h"
 #include "tests/doubles/fake_axparameter.h"
 #include "tests/support/becomes_true.h"
+#include "tests/web/endpoint_fixture.h"
 #include "tests/web/process_counters.h"
-#include "tests/web/running_service.h"
 #include "web/fastcgi_service.h"
 
 #include <gmock/gmock.h>
@@ -45,24 +43,9 @@ namespace {
 constexpr auto kException =
     "error|processPOST:  Exception from processPOST trying to set post parameters."; // two blanks
 
-class fastcgi_service_test : public core_fixture {
+class FastcgiServiceTest : public EndpointFixture {
   protected:
-    fastcgi_service_test() {
-        g_ConfigParams = {};
-        g_StatusCode = 200;
-        g_ExecutionTime = 37;
-        g_IsPortrait = false;
-        g_StreamWidth = 1920;
-        g_StreamHeight = 1080;
-        g_ParameterController.init_controller("korvex_orvel");
-    }
-    ~fastcgi_service_test() override {
-        service.reset();
-        ax_parameter_free(g_ParameterController.m_Parameter);
-        g_ParameterController = {};
-        g_ConfigParams = {};
-        g_IsPortrait = false;
-    }
+    FastcgiServiceTest() { service = std::make_unique<running_service>(folder / "service.socket"); }
 
     /** The body that a POST hands on, as the service reads it: told by what it does to a document's text. */
     std::string stored_after(const std::string& length, const std::string& body) {
@@ -78,7 +61,6 @@ class fastcgi_service_test : public core_fixture {
     void expect_alive() const { EXPECT_EQ(service->get("/x?action=get_status_code"), kStatusCode); }
 
     static constexpr auto kStatusCode = "Status: 200 OK\r\nContent-Type: text/plain\r\n\r\n200";
-    std::unique_ptr<running_service> service = std::make_unique<running_service>(folder / "service.socket");
 
     /** From now on clients have little time. */
     void lose_patience() {
@@ -122,7 +104,7 @@ UriQueryListStructA action(const char* value) {
     return {"action", value, nullptr};
 }
 
-TEST_F(fastcgi_service_test, fills_a_short_body_with_bytes_of_255) {
+TEST_F(FastcgiServiceTest, FillsAShortBodyWithBytesOf255) {
     const struct {
         const char* length;
         std::string body;
@@ -150,7 +132,7 @@ TEST_F(fastcgi_service_test, fills_a_short_body_with_bytes_of_255) {
     EXPECT_EQ(without_length.answer(), "");
 }
 
-TEST_F(fastcgi_service_test, reports_only_an_exception) {
+TEST_F(FastcgiServiceTest, ReportsOnlyAnException) {
     accepted_request request("direct.socket", {}, "");
     for (const char* value : {"get_status_code", "nonsense", static_cast<const char*>(nullptr)}) {
         UriQueryListStructA item = action(value);
@@ -167,7 +149,7 @@ TEST_F(fastcgi_service_test, reports_only_an_exception) {
                                     "Status: 200 OK\r\n\r\nStatus: 400 Bad Request\r\n\r\n");
 }
 
-TEST_F(fastcgi_service_test, answers_each_action_of_a_get) {
+TEST_F(FastcgiServiceTest, AnswersEachActionOfAGet) {
     const struct {
         const char* query;
         const char* answer;
@@ -209,7 +191,7 @@ TEST_F(fastcgi_service_test, answers_each_action_of_a_get) {
         EXPECT_EQ(service->get(std::string("/local/korvex_orvel/korvex_orvel_fcgi.cgi?") + query), answer) << query;
 }
 
-TEST_F(fastcgi_service_test, reads_the_state_at_the_time_of_the_answer) {
+TEST_F(FastcgiServiceTest, ReadsTheStateAtTheTimeOfTheAnswer) {
     g_StatusCode = -7;
     g_ExecutionTime = -2147483647 - 1;
     g_IsPortrait = true;
@@ -221,12 +203,12 @@ TEST_F(fastcgi_service_test, reads_the_state_at_the_time_of_the_answer) {
               "Status: 200 OK\r\nContent-Type: text/plain\r\nContent-Type: text/plain\r\n\r\nUnknown default status");
 }
 
-TEST_F(fastcgi_service_test, gives_all_parameters_as_xml) {
+TEST_F(FastcgiServiceTest, GivesAllParametersAsXml) {
     EXPECT_EQ(service->get("?action=get_all_parameters"),
               "Status: 200 OK\r\nContent-Type: text/xml\r\n\r\n" + parameter_io().get_parameters());
 }
 
-TEST_F(fastcgi_service_test, gives_the_log_in_both_forms_after_the_same_line) {
+TEST_F(FastcgiServiceTest, GivesTheLogInBothFormsAfterTheSameLine) {
     forget_log();
     g_Logger.error("it|broke");
     const std::string date = g_Logger._logEntries.front()._dateTime;
@@ -244,7 +226,7 @@ TEST_F(fastcgi_service_test, gives_the_log_in_both_forms_after_the_same_line) {
                                          "info|processGET: get_logfile_as_plain_text"));
 }
 
-TEST_F(fastcgi_service_test, gives_a_log_of_megabytes_whole) {
+TEST_F(FastcgiServiceTest, GivesALogOfMegabytesWhole) {
     forget_log();
     const std::string line(1 << 18, 'x');
     for (int i = 0; i < 12; ++i)
@@ -254,13 +236,13 @@ TEST_F(fastcgi_service_test, gives_a_log_of_megabytes_whole) {
     EXPECT_TRUE(answer.ends_with(g_Logger.getPlainLogContents()));
 }
 
-TEST_F(fastcgi_service_test, logs_nothing_for_the_other_actions) {
+TEST_F(FastcgiServiceTest, LogsNothingForTheOtherActions) {
     for (const char* action :
          {"get_status_string", "get_execution_time", "get_is_portrait", "get_status_code", "clear_logfile", "nonsense"})
         EXPECT_THAT(log_of([&] { service->get(std::string("?action=") + action); }), IsEmpty()) << action;
 }
 
-TEST_F(fastcgi_service_test, clears_the_log) {
+TEST_F(FastcgiServiceTest, ClearsTheLog) {
     g_Logger.info("waiting");
     g_Logger.flush();
     g_Logger.info("waiting, too");
@@ -268,7 +250,7 @@ TEST_F(fastcgi_service_test, clears_the_log) {
     EXPECT_THAT(log_lines(), IsEmpty());
 }
 
-TEST_F(fastcgi_service_test, refuses_in_bare_words_what_it_cannot_read) {
+TEST_F(FastcgiServiceTest, RefusesInBareWordsWhatItCannotRead) {
     const struct {
         fastcgi_client::parameters parameters;
         const char* answer;
@@ -303,13 +285,13 @@ TEST_F(fastcgi_service_test, refuses_in_bare_words_what_it_cannot_read) {
     }
 }
 
-TEST_F(fastcgi_service_test, prints_a_method_of_any_length) {
+TEST_F(FastcgiServiceTest, PrintsAMethodOfAnyLength) {
     const std::string method(100000, 'M');
     EXPECT_EQ(service->ask({{"REQUEST_METHOD", method}, {"REQUEST_URI", "/?action"}}),
               "Only GET and POST supported. Method " + method + " not supported");
 }
 
-TEST_F(fastcgi_service_test, stores_a_posted_document) {
+TEST_F(FastcgiServiceTest, StoresAPostedDocument) {
     const std::string body = posted_document().text();
     EXPECT_THAT(
         log_of([&] { EXPECT_EQ(service->post("/?action=set_post_parameters", body), "Status: 200 OK\r\n\r\n"); }),
@@ -318,7 +300,7 @@ TEST_F(fastcgi_service_test, stores_a_posted_document) {
     EXPECT_EQ(fake_axparameter::values()["SelectedAnonOverlay"], "640x480");
 }
 
-TEST_F(fastcgi_service_test, tells_a_refused_document_from_one_that_throws) {
+TEST_F(FastcgiServiceTest, TellsARefusedDocumentFromOneThatThrows) {
     EXPECT_THAT(log_of([&] {
                     EXPECT_EQ(service->post("/?action=set_post_parameters", "no document"),
                               "Status: 400 Bad Request\r\n\r\n");
@@ -332,13 +314,13 @@ TEST_F(fastcgi_service_test, tells_a_refused_document_from_one_that_throws) {
             << body;
 }
 
-TEST_F(fastcgi_service_test, answers_any_other_action_of_a_post_with_a_line_end) {
+TEST_F(FastcgiServiceTest, AnswersAnyOtherActionOfAPostWithALineEnd) {
     for (const char* query : {"action=other", "action=", "action", "action=get_status_code"})
         EXPECT_EQ(service->post(std::string("/?") + query, "body"), "\r\n") << query;
     EXPECT_EQ(service->post("/?foo=1", "body"), "");
 }
 
-TEST_F(fastcgi_service_test, gives_the_body_to_the_first_action_only) {
+TEST_F(FastcgiServiceTest, GivesTheBodyToTheFirstActionOnly) {
     const std::string query = "/?action=set_post_parameters&action=set_post_parameters";
     const std::string body = posted_document().text();
     const std::string first_good = "Status: 200 OK\r\n\r\nStatus: 400 Bad Request\r\n\r\n";
@@ -346,7 +328,7 @@ TEST_F(fastcgi_service_test, gives_the_body_to_the_first_action_only) {
     EXPECT_EQ(service->post("/?action=other&action=set_post_parameters", body), "\r\nStatus: 400 Bad Request\r\n\r\n");
 }
 
-TEST_F(fastcgi_service_test, reads_as_much_body_as_the_length_says) {
+TEST_F(FastcgiServiceTest, ReadsAsMuchBodyAsTheLengthSays) {
     const std::string document = posted_document().text();
     const std::string exact = std::to_string(document.size());
     const std::string stored = "Status: 200 OK\r\n\r\n";
@@ -379,7 +361,7 @@ TEST_F(fastcgi_service_test, reads_as_much_body_as_the_length_says) {
     }
 }
 
-TEST_F(fastcgi_service_test, takes_a_body_of_many_records_and_of_any_bytes) {
+TEST_F(FastcgiServiceTest, TakesABodyOfManyRecordsAndOfAnyBytes) {
     std::string document = posted_document().text();
     document.insert(document.size() - 6, "<More>" + std::string(200000, 'x') + "</More>");
     EXPECT_EQ(service->post("/?action=set_post_parameters", document), "Status: 200 OK\r\n\r\n");
@@ -390,7 +372,7 @@ TEST_F(fastcgi_service_test, takes_a_body_of_many_records_and_of_any_bytes) {
     EXPECT_EQ(service->post("/?action=set_post_parameters", bytes), "Status: 400 Bad Request\r\n\r\n");
 }
 
-TEST_F(fastcgi_service_test, takes_parameters_of_any_bytes) {
+TEST_F(FastcgiServiceTest, TakesParametersOfAnyBytes) {
     const unsigned seed = std::random_device()();
     SCOPED_TRACE(seed);
     std::mt19937 random(seed);
@@ -410,7 +392,7 @@ TEST_F(fastcgi_service_test, takes_parameters_of_any_bytes) {
     }
 }
 
-TEST_F(fastcgi_service_test, goes_on_when_a_client_goes_away_half_way) {
+TEST_F(FastcgiServiceTest, GoesOnWhenAClientGoesAwayHalfWay) {
     const fastcgi_client::parameters post = {
         {"REQUEST_METHOD", "POST"}, {"REQUEST_URI", "/?action=set_post_parameters"}, {"CONTENT_LENGTH", "5000"}};
     const std::string encoded = fastcgi_client::encode(post);
@@ -449,7 +431,7 @@ TEST_F(fastcgi_service_test, goes_on_when_a_client_goes_away_half_way) {
     EXPECT_EQ(g_ConfigParams.str_AnonOverlay, "none");
 }
 
-TEST_F(fastcgi_service_test, gives_up_a_client_that_keeps_its_connection_and_sends_half_its_parameters) {
+TEST_F(FastcgiServiceTest, GivesUpAClientThatKeepsItsConnectionAndSendsHalfItsParameters) {
     lose_patience();
     fastcgi_client silent(service->socket());
     silent.send_begin();
@@ -457,7 +439,7 @@ TEST_F(fastcgi_service_test, gives_up_a_client_that_keeps_its_connection_and_sen
     expect_alive();
 }
 
-TEST_F(fastcgi_service_test, gives_up_a_client_that_keeps_its_connection_and_sends_no_body) {
+TEST_F(FastcgiServiceTest, GivesUpAClientThatKeepsItsConnectionAndSendsNoBody) {
     lose_patience();
     fastcgi_client silent(service->socket());
     silent.send_begin();
@@ -466,7 +448,7 @@ TEST_F(fastcgi_service_test, gives_up_a_client_that_keeps_its_connection_and_sen
     expect_alive();
 }
 
-TEST_F(fastcgi_service_test, gives_up_a_client_that_does_not_take_its_answer) {
+TEST_F(FastcgiServiceTest, GivesUpAClientThatDoesNotTakeItsAnswer) {
     lose_patience();
     g_Logger.info(std::string(3000000, 'x')); // more than the connection holds
     fastcgi_client deaf(service->socket());
@@ -476,7 +458,7 @@ TEST_F(fastcgi_service_test, gives_up_a_client_that_does_not_take_its_answer) {
     expect_alive();
 }
 
-TEST_F(fastcgi_service_test, answers_the_next_request_of_a_kept_connection) {
+TEST_F(FastcgiServiceTest, AnswersTheNextRequestOfAKeptConnection) {
     // In one piece: libfcgi takes the end of a body that comes after its answer for a broken next request.
     const fastcgi_client::parameters get = {{"REQUEST_METHOD", "GET"}, {"REQUEST_URI", "/?action=get_status_code"}};
     const std::string responder_and_keep = {0, 1, 1, 0, 0, 0, 0, 0};
@@ -484,7 +466,7 @@ TEST_F(fastcgi_service_test, answers_the_next_request_of_a_kept_connection) {
                                 fastcgi_client::encode(fastcgi_client::params, fastcgi_client::encode(get)) +
                                 fastcgi_client::encode(fastcgi_client::params, "") +
                                 fastcgi_client::encode(fastcgi_client::in, "");
-    hurry();
+    lose_patience();
     fastcgi_client client(service->socket());
     for (int i = 0; i < 3; ++i) {
         client.send_bytes(request);
@@ -494,14 +476,14 @@ TEST_F(fastcgi_service_test, answers_the_next_request_of_a_kept_connection) {
     expect_alive(); // another client, though this one is still there
 }
 
-TEST_F(fastcgi_service_test, answers_only_a_post_after_its_body) {
+TEST_F(FastcgiServiceTest, AnswersOnlyAPostAfterItsBody) {
     fastcgi_client client(service->socket());
     client.send_begin();
     client.send_parameters({{"REQUEST_METHOD", "PUT"}, {"REQUEST_URI", "/?action=x"}, {"CONTENT_LENGTH", "1000"}});
     EXPECT_EQ(client.receive(), "Only GET and POST supported. Method PUT not supported");
 }
 
-TEST_F(fastcgi_service_test, leaves_descriptors_and_memory_where_they_were) {
+TEST_F(FastcgiServiceTest, LeavesDescriptorsAndMemoryWhereTheyWere) {
     const std::string document = posted_document().text();
     const auto ask_all = [&](int times) {
         for (int i = 0; i < times; ++i) {
@@ -528,7 +510,7 @@ TEST_F(fastcgi_service_test, leaves_descriptors_and_memory_where_they_were) {
     EXPECT_LT(after.heap_bytes, before.heap_bytes + 64 * 1024);
 }
 
-TEST_F(fastcgi_service_test, takes_little_more_memory_than_has_come) {
+TEST_F(FastcgiServiceTest, TakesLittleMoreMemoryThanHasCome) {
     constexpr size_t size = 60U << 20;
     expect_alive();
     const std::string body(size, 'x');
@@ -541,7 +523,7 @@ TEST_F(fastcgi_service_test, takes_little_more_memory_than_has_come) {
     EXPECT_LT(count_process().peak_resident_bytes, before.peak_resident_bytes + size * 5);
 }
 
-TEST_F(fastcgi_service_test, gives_up_the_request_alone_that_finds_no_memory) {
+TEST_F(FastcgiServiceTest, GivesUpTheRequestAloneThatFindsNoMemory) {
     for (int times = 0; times < 3; ++times) {
         memory_ends_in_body = true;
         EXPECT_EQ(service->post("/?action=set_post_parameters", posted_document().text()), "");
@@ -551,7 +533,7 @@ TEST_F(fastcgi_service_test, gives_up_the_request_alone_that_finds_no_memory) {
     EXPECT_EQ(service->post("/?action=set_post_parameters", posted_document().text()), "Status: 200 OK\r\n\r\n");
 }
 
-TEST_F(fastcgi_service_test, takes_no_memory_for_a_length_that_is_only_stated) {
+TEST_F(FastcgiServiceTest, TakesNoMemoryForALengthThatIsOnlyStated) {
     expect_alive();
     std::ofstream("/proc/self/clear_refs") << 5; // the peak begins anew
     const process_counters before = count_process();

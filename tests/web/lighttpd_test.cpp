@@ -1,14 +1,11 @@
 // The responder through the web server, with the rules that the application's own web server has.
 
-#include "app/app_main.h"
 #include "config/parameter_io.h"
 #include "tests/config/posted_document.h"
-#include "tests/doubles/core_fixture.h"
 #include "tests/doubles/recording_vdo.h"
-#include "tests/web/running_service.h"
+#include "tests/web/endpoint_fixture.h"
 
 #include <arpa/inet.h>
-#include <axsdk/axparameter.h>
 #include <gmock/gmock.h>
 #include <signal.h>
 #include <spawn.h>
@@ -143,27 +140,14 @@ void PrintTo(const http_answer& answer, std::ostream* out) {
          << testing::PrintToString(answer.body);
 }
 
-class lighttpd_test : public core_fixture {
+class LighttpdTest : public EndpointFixture {
   protected:
-    lighttpd_test() {
-        g_ConfigParams = {};
-        g_StatusCode = 200;
-        g_ExecutionTime = 37;
-        g_IsPortrait = false;
-        g_StreamWidth = 1920;
-        g_StreamHeight = 1080;
-        g_ParameterController.init_controller("korvex_orvel");
+    LighttpdTest() {
         std::filesystem::create_directory("html");
         service = std::make_unique<running_service>("html/korvex_orvel_fcgi.socket");
         server = std::make_unique<running_lighttpd>();
     }
-    ~lighttpd_test() override {
-        server.reset();
-        service.reset();
-        ax_parameter_free(g_ParameterController.m_Parameter);
-        g_ParameterController = {};
-        g_ConfigParams = {};
-    }
+    ~LighttpdTest() override { server.reset(); }
 
     /** Sends the bytes and reads until the server ends the connection. */
     std::string exchange(const std::string& bytes) const {
@@ -203,11 +187,10 @@ class lighttpd_test : public core_fixture {
         return ask("POST", query, "Content-Length: " + std::to_string(body.size()) + "\r\n", body);
     }
 
-    std::unique_ptr<running_service> service;
     std::unique_ptr<running_lighttpd> server;
 };
 
-TEST_F(lighttpd_test, passes_on_every_answer_to_a_get) {
+TEST_F(LighttpdTest, PassesOnEveryAnswerToAGet) {
     const std::vector<std::string> plain = {"text/plain"};
     const struct {
         const char* query;
@@ -229,7 +212,7 @@ TEST_F(lighttpd_test, passes_on_every_answer_to_a_get) {
         EXPECT_EQ(ask("GET", query), answer) << query;
 }
 
-TEST_F(lighttpd_test, passes_on_the_log) {
+TEST_F(LighttpdTest, PassesOnTheLog) {
     forget_log();
     g_Logger.error("it broke");
     const http_answer plain = ask("GET", "?action=get_logfile_as_plain_text");
@@ -245,7 +228,7 @@ TEST_F(lighttpd_test, passes_on_the_log) {
     EXPECT_THAT(log_lines(), IsEmpty());
 }
 
-TEST_F(lighttpd_test, passes_on_posts_and_their_refusals) {
+TEST_F(LighttpdTest, PassesOnPostsAndTheirRefusals) {
     const http_answer accepted = {"HTTP/1.0 200 OK", {}, ""};
     const std::string document = posted_document().text();
     EXPECT_EQ(post("?action=set_post_parameters", document), accepted);
@@ -258,7 +241,7 @@ TEST_F(lighttpd_test, passes_on_posts_and_their_refusals) {
         EXPECT_EQ(post("?action=set_post_parameters", body), (http_answer{"HTTP/1.0 400 Bad Request", {}, ""}));
 }
 
-TEST_F(lighttpd_test, makes_an_error_of_its_own_of_answers_without_a_header) {
+TEST_F(LighttpdTest, MakesAnErrorOfItsOwnOfAnswersWithoutAHeader) {
     const struct {
         const char* method;
         const char* query;
@@ -283,7 +266,7 @@ TEST_F(lighttpd_test, makes_an_error_of_its_own_of_answers_without_a_header) {
     }
 }
 
-TEST_F(lighttpd_test, goes_on_after_clients_that_go_away_half_way) {
+TEST_F(LighttpdTest, GoesOnAfterClientsThatGoAwayHalfWay) {
     const std::string head =
         std::string("POST ") + kEndpoint + "?action=set_post_parameters HTTP/1.1\r\nHost: test\r\n";
     for (const std::string& begun : {std::string("GET /lo"), head, head + "Content-Length: 1000\r\n\r\n<app>",
@@ -297,7 +280,7 @@ TEST_F(lighttpd_test, goes_on_after_clients_that_go_away_half_way) {
     EXPECT_FALSE(g_ConfigParams.b_EulaAccepted);
 }
 
-TEST_F(lighttpd_test, keeps_bad_lengths_and_large_bodies_from_the_application) {
+TEST_F(LighttpdTest, KeepsBadLengthsAndLargeBodiesFromTheApplication) {
     const struct {
         const char* headers;
         const char* status;
@@ -320,7 +303,7 @@ std::string query_of(size_t length) {
     return "?" + query + "&action=" + std::string(length - query.size() - 8, 'x');
 }
 
-TEST_F(lighttpd_test, keeps_queries_of_more_than_256_characters_from_the_application) {
+TEST_F(LighttpdTest, KeepsQueriesOfMoreThan256CharactersFromTheApplication) {
     forget_log();
     EXPECT_EQ(ask("GET", query_of(256)).status, "HTTP/1.0 200 OK");
     const size_t logged = log_lines().size();
@@ -334,7 +317,7 @@ TEST_F(lighttpd_test, keeps_queries_of_more_than_256_characters_from_the_applica
     EXPECT_EQ(log_lines().size(), logged);
 }
 
-TEST_F(lighttpd_test, says_on_every_answer_that_no_other_site_may_use_it) {
+TEST_F(LighttpdTest, SaysOnEveryAnswerThatNoOtherSiteMayUseIt) {
     const std::string head = std::string(" ") + kEndpoint + "?action=get_status_code HTTP/1.0\r\n";
     const struct {
         std::string request;
@@ -367,7 +350,7 @@ TEST_F(lighttpd_test, says_on_every_answer_that_no_other_site_may_use_it) {
     }
 }
 
-TEST_F(lighttpd_test, answers_others_while_600_requests_are_half_here) {
+TEST_F(LighttpdTest, AnswersOthersWhile600RequestsAreHalfHere) {
     rlimit limit{};
     getrlimit(RLIMIT_NOFILE, &limit);
     limit.rlim_cur = std::min<rlim_t>(limit.rlim_max, 4096);
@@ -391,7 +374,7 @@ TEST_F(lighttpd_test, answers_others_while_600_requests_are_half_here) {
     EXPECT_TRUE(are_all_there) << "it answers only when others are given up";
 }
 
-TEST_F(lighttpd_test, keeps_answers_that_wait_for_their_reader_in_its_own_folder) {
+TEST_F(LighttpdTest, KeepsAnswersThatWaitForTheirReaderInItsOwnFolder) {
     // More than the sockets' buffers and the server's memory take.
     for (int line = 0; line < 8000; ++line)
         g_Logger.info(std::string(1000, 'x'));

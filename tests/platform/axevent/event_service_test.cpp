@@ -1,4 +1,5 @@
 #include "platform/axevent/event_service.h"
+#include "platform/common/failure.h"
 #include "tests/platform/axevent/alerts.h"
 #include "tests/platform/axevent/scratch.h"
 
@@ -18,12 +19,11 @@ TEST(EventService, JournalsEachDeclarationChangeAndEndInOrder) {
     int tick = 0;
     EventService service(Outputs::from_environment(), [&] { return "clock " + std::to_string(++tick); });
     const int owner = 0;
-    guint id = 0;
     const Set set = alert_set("KorvexOrvelThirdAlert", "Korvex Orvel Third Alert");
-    ASSERT_TRUE(service.declare(&owner, set->values, false, id, nullptr));
-    ASSERT_TRUE(service.send(&owner, id, *active_event(true, "2025-03-30T14:05:09.042+02:00"), nullptr));
-    ASSERT_TRUE(service.send(&owner, id, *active_event(false, "2025-03-30T14:05:10+02:00"), nullptr));
-    ASSERT_TRUE(service.undeclare(&owner, id, nullptr));
+    const guint id = service.declare(&owner, set->values, false);
+    service.send(&owner, id, *active_event(true, "2025-03-30T14:05:09.042+02:00"));
+    service.send(&owner, id, *active_event(false, "2025-03-30T14:05:10+02:00"));
+    service.undeclare(&owner, id);
     EXPECT_THAT(
         lines(scratch / "journal"),
         ElementsAre(
@@ -45,8 +45,8 @@ TEST(EventService, IsOneForAllOwnersAndEndsWithTheLast) {
 }
 
 TEST(EventService, TellsOfAStayWhileThereIsAHandler) {
-    const ScratchDirectory scratch;
-    const Variable journal("KORVEX_AXEVENT_JOURNAL", scratch / "journal");
+    const TemporaryFolder scratch;
+    const Variables journal("KORVEX_AXEVENT_JOURNAL", scratch / "journal");
     host_events::tell_stay(R"({"id": 1})");
     EXPECT_FALSE(std::filesystem::exists(scratch / "journal"));
     std::shared_ptr<EventService> service = EventService::acquire();
@@ -58,14 +58,13 @@ TEST(EventService, TellsOfAStayWhileThereIsAHandler) {
 TEST(EventService, KeepsAnOwnersDeclarationsFromOtherOwners) {
     EventService service(Outputs::from_environment(), [] { return std::string("now"); });
     const int owners[2] = {};
-    guint id = 0;
-    ASSERT_TRUE(service.declare(&owners[0], alert_set("A", "A")->values, false, id, nullptr));
-    EXPECT_FALSE(service.send(&owners[1], id, *active_event(true), nullptr));
-    EXPECT_FALSE(service.undeclare(&owners[1], id, nullptr));
+    const guint id = service.declare(&owners[0], alert_set("A", "A")->values, false);
+    EXPECT_THROW(service.send(&owners[1], id, *active_event(true)), platform::Failure);
+    EXPECT_THROW(service.undeclare(&owners[1], id), platform::Failure);
     service.forget(&owners[1]);
-    EXPECT_TRUE(service.send(&owners[0], id, *active_event(true), nullptr));
+    service.send(&owners[0], id, *active_event(true));
     service.forget(&owners[0]);
-    EXPECT_FALSE(service.send(&owners[0], id, *active_event(true), nullptr));
+    EXPECT_THROW(service.send(&owners[0], id, *active_event(true)), platform::Failure);
 }
 
 TEST(EventService, JournalsAProblemThatIsNews) {
@@ -89,8 +88,7 @@ TEST(EventService, GoesOnAfterItsOutputsAreClosed) {
     EventService service(Outputs::from_environment(), [] { return std::string("now"); });
     service.close_outputs();
     const int owner = 0;
-    guint id = 0;
-    EXPECT_TRUE(service.declare(&owner, alert_set("A", "A")->values, false, id, nullptr));
+    EXPECT_NE(service.declare(&owner, alert_set("A", "A")->values, false), 0U);
     EXPECT_EQ(lines(scratch / "journal").size(), 1U);
 }
 

@@ -57,7 +57,7 @@ TEST(MqttQueue, HandsOverToTheNextProcess) {
 }
 
 TEST(MqttQueue, KnowsInTheNextProcessWhatIsNotRetained) {
-    const ScratchDirectory scratch;
+    const TemporaryFolder scratch;
     MqttQueue(scratch / "queue", limit).push({"a", "b", false});
     MqttQueue queue(scratch / "queue", limit);
     queue.push(message(1));
@@ -65,7 +65,7 @@ TEST(MqttQueue, KnowsInTheNextProcessWhatIsNotRetained) {
 }
 
 TEST(MqttQueue, TakesUpAFileOfTheFirstRelease) {
-    const ScratchDirectory scratch;
+    const TemporaryFolder scratch;
     sqlite3* database = nullptr;
     ASSERT_EQ(sqlite3_open((scratch / "queue").c_str(), &database), SQLITE_OK);
     ASSERT_EQ(sqlite3_exec(database,

@@ -11,13 +11,13 @@ using host_events::MqttSettings;
 
 namespace {
 
-using Variables = std::map<const char*, std::string>;
+using Values = std::map<std::string, std::string>;
 
-std::optional<MqttSettings> read(const Variables& variables, std::string& problem) {
-    std::vector<std::unique_ptr<Variable>> set;
-    set.reserve(variables.size());
-    for (const auto& [name, value] : variables)
-        set.push_back(std::make_unique<Variable>(name, value));
+std::optional<MqttSettings> read(const Values& values, std::string& problem) {
+    std::vector<std::unique_ptr<Variables>> set;
+    set.reserve(values.size());
+    for (const auto& [name, value] : values)
+        set.push_back(std::make_unique<Variables>(name, value));
     return mqtt_settings_from_environment(problem);
 }
 
@@ -103,7 +103,7 @@ TEST(MqttSettings, RefuseWhatIsWrongWithASentence) {
     }
     const std::string topics = "KORVEX_MQTT_PREFIX and KORVEX_MQTT_DISCOVERY must be topics without wildcards, with no "
                                "'/' at either end";
-    const std::pair<Variables, std::string> table[] = {
+    const std::pair<Values, std::string> table[] = {
         {{{"KORVEX_MQTT_PASSWORD_FILE", "/nowhere"}}, "KORVEX_MQTT_PASSWORD_FILE is set, but KORVEX_MQTT_USER is not"},
         {{{"KORVEX_MQTT_USER", "me"}, {"KORVEX_MQTT_PASSWORD_FILE", "/nowhere"}},
          "KORVEX_MQTT_PASSWORD_FILE: cannot read /nowhere"},

@@ -42,8 +42,8 @@ TEST(Outputs, TellTheListenerInPlaceOfTheConsole) {
 }
 
 TEST(Outputs, LetTheListenerGoBeforeTheJournal) {
-    const ScratchDirectory scratch;
-    const Variable journal("KORVEX_AXEVENT_JOURNAL", scratch / "journal");
+    const TemporaryFolder scratch;
+    const Variables journal("KORVEX_AXEVENT_JOURNAL", scratch / "journal");
     Outputs outputs = Outputs::from_environment();
     bool was_there = true;
     host_events::set_listener([&](const Occurrence&) { was_there = std::filesystem::exists(scratch / "journal"); });

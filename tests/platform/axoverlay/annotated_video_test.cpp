@@ -22,7 +22,7 @@ void paint_left(std::uint8_t* nv12, int width, int height, unsigned) {
     }
 }
 
-TEST_F(AnnotatedVideoTest, asks_the_camera_for_the_geometry_and_delivers_its_picture) {
+TEST_F(AnnotatedVideoTest, AsksTheCameraForTheGeometryAndDeliversItsPicture) {
     fake_vdo::behave({.paint = paint_left});
     AnnotatedVideo video({640, 360, 90, false}, AXOVERLAY_STREAM_JPEG);
     video.start();
@@ -40,7 +40,7 @@ TEST_F(AnnotatedVideoTest, asks_the_camera_for_the_geometry_and_delivers_its_pic
     EXPECT_TRUE(video.overlay_settled());
 }
 
-TEST_F(AnnotatedVideoTest, a_mirrored_stream_exchanges_left_and_right_of_luma_and_chroma) {
+TEST_F(AnnotatedVideoTest, AMirroredStreamExchangesLeftAndRightOfLumaAndChroma) {
     fake_vdo::behave({.paint = [](std::uint8_t* nv12, int width, int height, unsigned) {
         paint_left(nv12, width, height, 0);
         for (int i = width * height + 1; i < width * height * 3 / 2; i += 2) {
@@ -60,7 +60,7 @@ TEST_F(AnnotatedVideoTest, a_mirrored_stream_exchanges_left_and_right_of_luma_an
     EXPECT_EQ(picture.chroma()[319], 77);
 }
 
-TEST_F(AnnotatedVideoTest, the_overlay_stays_upright_on_rotated_and_mirrored_pictures) {
+TEST_F(AnnotatedVideoTest, TheOverlayStaysUprightOnRotatedAndMirroredPictures) {
     start();
     for (const auto& [rotation, mirrored] : {std::pair{0, true}, {90, false}, {180, false}, {270, true}}) {
         const Geometry geometry{320, 240, rotation, mirrored};
@@ -87,7 +87,7 @@ TEST_F(AnnotatedVideoTest, the_overlay_stays_upright_on_rotated_and_mirrored_pic
     }
 }
 
-TEST_F(AnnotatedVideoTest, failures_carry_the_video_services_reason) {
+TEST_F(AnnotatedVideoTest, FailuresCarryTheVideoServicesReason) {
     fake_vdo::behave({.start_failure = "no encoder left"});
     AnnotatedVideo refused({320, 240, 0, false}, AXOVERLAY_STREAM_JPEG);
     try {
@@ -104,7 +104,7 @@ TEST_F(AnnotatedVideoTest, failures_carry_the_video_services_reason) {
     EXPECT_EQ(why, "the camera delivers no video: the source is gone");
 }
 
-TEST_F(AnnotatedVideoTest, stop_frees_a_thread_that_waits_for_a_silent_camera) {
+TEST_F(AnnotatedVideoTest, StopFreesAThreadThatWaitsForASilentCamera) {
     fake_vdo::behave({.silent = true});
     AnnotatedVideo video({320, 240, 0, false}, AXOVERLAY_STREAM_JPEG);
     video.start();
@@ -115,7 +115,7 @@ TEST_F(AnnotatedVideoTest, stop_frees_a_thread_that_waits_for_a_silent_camera) {
     video.stop();
 }
 
-TEST_F(AnnotatedVideoTest, a_stop_before_the_start_holds_too) {
+TEST_F(AnnotatedVideoTest, AStopBeforeTheStartHoldsToo) {
     AnnotatedVideo video({320, 240, 0, false}, AXOVERLAY_STREAM_JPEG);
     video.stop();
     video.start();

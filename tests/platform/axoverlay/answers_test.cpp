@@ -20,7 +20,7 @@ class AnswersTest : public test_video::OverlayApplication {
     }
 };
 
-TEST_F(AnswersTest, others_are_asked_before_the_pictures) {
+TEST_F(AnswersTest, OthersAreAskedBeforeThePictures) {
     start();
     host_overlay::set_answers([](const std::string& path, const host_overlay::QueryArguments& query) {
         std::optional<host_overlay::Answer> answer;
@@ -50,7 +50,7 @@ TEST_F(AnswersTest, others_are_asked_before_the_pictures) {
     EXPECT_EQ(request(address(), "GET", "/stream/list.json").head.status, 404);
 }
 
-TEST_F(AnswersTest, a_file_is_sent_whole_and_one_that_is_gone_is_told_of) {
+TEST_F(AnswersTest, AFileIsSentWholeAndOneThatIsGoneIsToldOf) {
     const TemporaryFolder own;
     const std::string folder = own.path();
     const std::string path = folder + "/still.jpg";
@@ -74,7 +74,7 @@ TEST_F(AnswersTest, a_file_is_sent_whole_and_one_that_is_gone_is_told_of) {
     }
 }
 
-TEST_F(AnswersTest, every_answer_has_the_header_until_it_is_taken_away) {
+TEST_F(AnswersTest, EveryAnswerHasTheHeaderUntilItIsTakenAway) {
     start();
     redraw({});
     host_overlay::set_header("X-Said", "lost");

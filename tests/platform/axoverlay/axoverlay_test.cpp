@@ -59,12 +59,12 @@ class Axoverlay : public testing::Test {
 
 constexpr const char* not_initialised = "the overlay service is not initialised";
 
-TEST_F(Axoverlay, only_the_cairo_image_backend_is_supported) {
+TEST_F(Axoverlay, OnlyTheCairoImageBackendIsSupported) {
     EXPECT_TRUE(axoverlay_is_backend_supported(AXOVERLAY_CAIRO_IMAGE_BACKEND));
     EXPECT_FALSE(axoverlay_is_backend_supported(static_cast<axoverlay_backend_type>(1)));
 }
 
-TEST_F(Axoverlay, everything_but_init_needs_init_first) {
+TEST_F(Axoverlay, EverythingButInitNeedsInitFirst) {
     EXPECT_EQ(create(), not_initialised);
     EXPECT_EQ(id, 0);
     EXPECT_EQ(redraw(), not_initialised);
@@ -77,7 +77,7 @@ TEST_F(Axoverlay, everything_but_init_needs_init_first) {
     EXPECT_EQ(init(), "");
 }
 
-TEST_F(Axoverlay, a_second_init_and_missing_callbacks_are_errors) {
+TEST_F(Axoverlay, ASecondInitAndMissingCallbacksAreErrors) {
     settings.render_callback = nullptr;
     EXPECT_EQ(init(), "there is no render callback");
     settings.render_callback = draw_nothing;
@@ -91,7 +91,7 @@ TEST_F(Axoverlay, a_second_init_and_missing_callbacks_are_errors) {
     EXPECT_EQ(init(), "");
 }
 
-TEST_F(Axoverlay, the_maximum_resolution_is_the_channels_largest) {
+TEST_F(Axoverlay, TheMaximumResolutionIsTheChannelsLargest) {
     init();
     EXPECT_EQ(axoverlay_get_max_resolution_width(1, nullptr), 1920);
     EXPECT_EQ(axoverlay_get_max_resolution_height(1, nullptr), 1080);
@@ -102,7 +102,7 @@ TEST_F(Axoverlay, the_maximum_resolution_is_the_channels_largest) {
               "the camera's video channel is not available: away");
 }
 
-TEST_F(Axoverlay, an_overlay_is_created_once_and_destroyed_by_its_id) {
+TEST_F(Axoverlay, AnOverlayIsCreatedOnceAndDestroyedByItsId) {
     init();
     EXPECT_EQ(redraw(), "there is no overlay to redraw");
     EXPECT_EQ(create(), "");
@@ -119,7 +119,7 @@ TEST_F(Axoverlay, an_overlay_is_created_once_and_destroyed_by_its_id) {
     EXPECT_NE(id, first);
 }
 
-TEST_F(Axoverlay, overlays_that_it_cannot_show_are_refused) {
+TEST_F(Axoverlay, OverlaysThatItCannotShowAreRefused) {
     init();
     const axoverlay_overlay_data good = data;
     const auto refused = [&](auto&& change) {
@@ -145,14 +145,14 @@ TEST_F(Axoverlay, overlays_that_it_cannot_show_are_refused) {
               "there is no overlay data");
 }
 
-TEST_F(Axoverlay, errors_may_be_ignored) {
+TEST_F(Axoverlay, ErrorsMayBeIgnored) {
     axoverlay_redraw(nullptr);
     axoverlay_destroy_overlay(7, nullptr);
     EXPECT_EQ(axoverlay_create_overlay(&data, nullptr, nullptr), 0);
     EXPECT_FALSE(axoverlay_init(nullptr, nullptr));
 }
 
-TEST_F(Axoverlay, without_a_listen_address_nothing_is_served_and_a_bad_one_fails_init) {
+TEST_F(Axoverlay, WithoutAListenAddressNothingIsServedAndABadOneFailsInit) {
     EXPECT_EQ(init(), "");
     EXPECT_EQ(host_overlay::listen_address(), "");
     axoverlay_cleanup();
@@ -207,7 +207,7 @@ void record_render(gpointer context, gint id, axoverlay_stream_data* stream, axo
     EXPECT_EQ(y, 0.0F);
 }
 
-TEST_F(Axoverlay, calls_back_in_the_redrawing_thread_with_what_belongs_to_each_stream) {
+TEST_F(Axoverlay, CallsBackInTheRedrawingThreadWithWhatBelongsToEachStream) {
     calls.clear();
     settings = {record_render, record_adjustment, record_select, AXOVERLAY_CAIRO_IMAGE_BACKEND};
     init();
@@ -247,7 +247,7 @@ TEST_F(Axoverlay, calls_back_in_the_redrawing_thread_with_what_belongs_to_each_s
     EXPECT_EQ(calls[3].stream.type, AXOVERLAY_STREAM_H264);
 }
 
-TEST_F(Axoverlay, one_stream_that_fails_does_not_keep_the_others_bare) {
+TEST_F(Axoverlay, OneStreamThatFailsDoesNotKeepTheOthersBare) {
     settings.adjustment_callback = [](gint, axoverlay_stream_data* stream, axoverlay_position_type*, gfloat*, gfloat*,
                                       gint* width, gint* height, gpointer) {
         *width = stream->width == 640 ? -3 : stream->width;
@@ -266,7 +266,7 @@ TEST_F(Axoverlay, one_stream_that_fails_does_not_keep_the_others_bare) {
     EXPECT_EQ(good.picture().luma()[0], 16);
 }
 
-TEST_F(Axoverlay, destroying_the_overlay_bares_the_open_streams) {
+TEST_F(Axoverlay, DestroyingTheOverlayBaresTheOpenStreams) {
     settings.render_callback = [](gpointer context, gint, axoverlay_stream_data*, axoverlay_position_type, gfloat,
                                   gfloat, gint, gint, gpointer) { cairo_paint(static_cast<cairo_t*>(context)); };
     init();

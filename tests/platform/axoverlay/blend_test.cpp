@@ -68,7 +68,7 @@ std::uint32_t random_premultiplied(std::mt19937& random) {
     return kind == 1 ? 0 : alpha << 24 | channel() << 16 | channel() << 8 | channel();
 }
 
-TEST(Blend, equals_the_naive_model_on_random_overlays_of_any_density_and_size) {
+TEST(Blend, EqualsTheNaiveModelOnRandomOverlaysOfAnyDensityAndSize) {
     const unsigned seed = std::random_device{}();
     SCOPED_TRACE("seed " + std::to_string(seed));
     std::mt19937 random(seed);
@@ -95,7 +95,7 @@ TEST(Blend, equals_the_naive_model_on_random_overlays_of_any_density_and_size) {
     }
 }
 
-TEST(Blend, an_opaque_pixel_leaves_nothing_of_the_picture) {
+TEST(Blend, AnOpaquePixelLeavesNothingOfThePicture) {
     for (const auto& [argb, y, u, v] : std::vector<std::tuple<std::uint32_t, int, int, int>>{
              {0xFF000000, 16, 128, 128},
              {0xFFFFFFFF, 235, 128, 128},
@@ -118,7 +118,7 @@ TEST(Blend, an_opaque_pixel_leaves_nothing_of_the_picture) {
     }
 }
 
-TEST(Blend, colours_brighter_than_their_alpha_stop_at_the_end_of_the_range) {
+TEST(Blend, ColoursBrighterThanTheirAlphaStopAtTheEndOfTheRange) {
     Overlay overlay(2, 2);
     std::fill(overlay.pixels.begin(), overlay.pixels.end(), 0x00FFFFFF);
     Runs runs;
@@ -128,7 +128,7 @@ TEST(Blend, colours_brighter_than_their_alpha_stop_at_the_end_of_the_range) {
     EXPECT_EQ(picture.luma()[0], 255);
 }
 
-TEST(Blend, runs_hold_what_is_drawn_and_join_over_short_gaps_only) {
+TEST(Blend, RunsHoldWhatIsDrawnAndJoinOverShortGapsOnly) {
     Overlay overlay(100, 4);
     overlay.at(5, 1) = 1;
     overlay.at(15, 0) = 1;

@@ -52,7 +52,7 @@ int number_of(const std::vector<std::uint8_t>& jpeg) {
     return digit(mark / 2) + 64 * digit(mark + mark / 2);
 }
 
-TEST_F(BroadcastTest, twenty_viewers_share_one_stream_and_a_stalled_one_delays_nobody) {
+TEST_F(BroadcastTest, TwentyViewersShareOneStreamAndAStalledOneDelaysNobody) {
     fake_vdo::behave({.period = std::chrono::milliseconds(20), .paint = paint_numbered_noise});
     start();
     Motion stalled(address(), "/stream/640x360.mjpg", 4096);
@@ -92,7 +92,7 @@ TEST_F(BroadcastTest, twenty_viewers_share_one_stream_and_a_stalled_one_delays_n
     EXPECT_LT(static_cast<int>(numbers.size()), newest - numbers.front() + 1);
 }
 
-TEST_F(BroadcastTest, a_stream_opens_with_its_first_viewer_and_closes_after_its_last) {
+TEST_F(BroadcastTest, AStreamOpensWithItsFirstViewerAndClosesAfterItsLast) {
     start();
     EXPECT_EQ(fake_vdo::open_streams(), 0);
     {
@@ -113,7 +113,7 @@ TEST_F(BroadcastTest, a_stream_opens_with_its_first_viewer_and_closes_after_its_
     EXPECT_EQ(fake_vdo::streams_started(), 4);
 }
 
-TEST_F(BroadcastTest, a_viewer_outlives_a_silence_of_the_camera) {
+TEST_F(BroadcastTest, AViewerOutlivesASilenceOfTheCamera) {
     start();
     Motion motion(address(), "/stream/320x240.mjpg");
     EXPECT_FALSE((motion.head(), motion.next_picture()).empty());
@@ -124,7 +124,7 @@ TEST_F(BroadcastTest, a_viewer_outlives_a_silence_of_the_camera) {
         EXPECT_FALSE(motion.next_picture().empty());
 }
 
-TEST_F(BroadcastTest, cleanup_ends_connected_stalled_and_waiting_viewers_at_once) {
+TEST_F(BroadcastTest, CleanupEndsConnectedStalledAndWaitingViewersAtOnce) {
     fake_vdo::behave({.paint = paint_numbered_noise});
     start();
     std::list<Motion> playing;
@@ -140,7 +140,7 @@ TEST_F(BroadcastTest, cleanup_ends_connected_stalled_and_waiting_viewers_at_once
         motion.drain();
 }
 
-TEST_F(BroadcastTest, a_stream_that_is_ending_leaves_the_next_one_of_its_size_to_its_viewers) {
+TEST_F(BroadcastTest, AStreamThatIsEndingLeavesTheNextOneOfItsSizeToItsViewers) {
     const host_overlay::Geometry size{320, 240, 0, false};
     fake_vdo::behave({.period = std::chrono::milliseconds(1)});
     host_overlay::Broadcasts broadcasts(80);
@@ -177,7 +177,7 @@ std::string refusal_of(host_overlay::Broadcasts& broadcasts, const host_overlay:
     }
 }
 
-TEST_F(BroadcastTest, six_geometries_are_watched_at_once_and_a_seventh_is_refused_with_a_sentence) {
+TEST_F(BroadcastTest, SixGeometriesAreWatchedAtOnceAndASeventhIsRefusedWithASentence) {
     start();
     std::list<Motion> watching;
     for (const std::string target : {"320x240.mjpg", "320x240.mjpg?mirror=1", "640x360.mjpg",
@@ -198,7 +198,7 @@ TEST_F(BroadcastTest, six_geometries_are_watched_at_once_and_a_seventh_is_refuse
     }));
 }
 
-TEST_F(BroadcastTest, a_geometry_that_nobody_watches_any_more_leaves_its_place_at_once) {
+TEST_F(BroadcastTest, AGeometryThatNobodyWatchesAnyMoreLeavesItsPlaceAtOnce) {
     fake_vdo::behave({.silent = true}); // so that no stream notices it by itself
     host_overlay::Broadcasts broadcasts(80);
     std::vector<std::shared_ptr<host_overlay::Viewer>> watching;
@@ -217,7 +217,7 @@ TEST_F(BroadcastTest, a_geometry_that_nobody_watches_any_more_leaves_its_place_a
     broadcasts.stop();
 }
 
-TEST_F(BroadcastTest, streams_that_are_ending_do_not_pile_up) {
+TEST_F(BroadcastTest, StreamsThatAreEndingDoNotPileUp) {
     fake_vdo::behave({.period = std::chrono::milliseconds(1)});
     host_overlay::Broadcasts broadcasts(80);
     hold_ending_stream = true;
@@ -238,7 +238,7 @@ TEST_F(BroadcastTest, streams_that_are_ending_do_not_pile_up) {
     broadcasts.stop();
 }
 
-TEST_F(BroadcastTest, memory_goes_back_once_when_nobody_watches_any_more) {
+TEST_F(BroadcastTest, MemoryGoesBackOnceWhenNobodyWatchesAnyMore) {
     fake_vdo::behave({.period = std::chrono::milliseconds(1)});
     host_overlay::Broadcasts broadcasts(80);
     times_given_back = 0;
@@ -260,7 +260,7 @@ TEST_F(BroadcastTest, memory_goes_back_once_when_nobody_watches_any_more) {
     EXPECT_EQ(times_given_back, 1);
 }
 
-TEST_F(BroadcastTest, viewers_that_come_and_go_while_it_draws_and_ends_leave_nothing_behind) {
+TEST_F(BroadcastTest, ViewersThatComeAndGoWhileItDrawsAndEndsLeaveNothingBehind) {
     for (int round = 0; round < 5; ++round) {
         fake_vdo::behave({.period = std::chrono::milliseconds(2)});
         start();

@@ -17,8 +17,6 @@ constexpr double rate = 25.0;
 /** A video whose brightness tells its second. */
 class ClipRingTest : public testing::Test {
   protected:
-    ~ClipRingTest() override { std::filesystem::remove_all(folder); }
-
     static int luma_at(double seconds) { return 20 + static_cast<int>(seconds * 3.0); }
 
     void film_until(double seconds) {
@@ -38,7 +36,8 @@ class ClipRingTest : public testing::Test {
 
     std::string path(const std::string& name) const { return folder + "/" + name; }
 
-    const std::string folder = test_video::new_folder("clip_ring_test");
+    const TemporaryFolder scratch;
+    const std::string folder = scratch.path();
     std::vector<std::string> written;
     std::vector<std::string> failures;
     double filmed = 0.0;
@@ -51,7 +50,7 @@ class ClipRingTest : public testing::Test {
                   [this](const std::string& why) { failures.push_back(why); }};
 };
 
-TEST_F(ClipRingTest, a_clip_has_the_ten_seconds_before_and_after) {
+TEST_F(ClipRingTest, AClipHasTheTenSecondsBeforeAndAfter) {
     film_until(30.0);
     ring.save(path("a.mp4"), 30.0);
     film_until(39.0);
@@ -71,7 +70,7 @@ TEST_F(ClipRingTest, a_clip_has_the_ten_seconds_before_and_after) {
     EXPECT_THAT(failures, IsEmpty());
 }
 
-TEST_F(ClipRingTest, clips_may_overlap) {
+TEST_F(ClipRingTest, ClipsMayOverlap) {
     film_until(12.0);
     ring.save(path("a.mp4"), 12.0);
     film_until(17.0);
@@ -81,7 +80,7 @@ TEST_F(ClipRingTest, clips_may_overlap) {
     EXPECT_NEAR(read_mp4(path("b.mp4")).luma.back(), luma_at(27.0), 3);
 }
 
-TEST_F(ClipRingTest, at_the_end_it_has_what_there_is) {
+TEST_F(ClipRingTest, AtTheEndItHasWhatThereIs) {
     film_until(3.0);
     ring.save(path("a.mp4"), 3.0);
     film_until(5.0);
@@ -90,7 +89,7 @@ TEST_F(ClipRingTest, at_the_end_it_has_what_there_is) {
     EXPECT_EQ(read_mp4(path("a.mp4")).seconds.size(), 125U);
 }
 
-TEST_F(ClipRingTest, memory_holds_little_more_than_it_needs) {
+TEST_F(ClipRingTest, MemoryHoldsLittleMoreThanItNeeds) {
     film_until(14.0);
     const size_t soon = ring.bytes();
     film_until(60.0);
@@ -98,7 +97,7 @@ TEST_F(ClipRingTest, memory_holds_little_more_than_it_needs) {
     EXPECT_LT(ring.bytes(), 2 * soon);
 }
 
-TEST_F(ClipRingTest, what_cannot_be_written_is_said_and_leaves_nothing) {
+TEST_F(ClipRingTest, WhatCannotBeWrittenIsSaidAndLeavesNothing) {
     film_until(3.0);
     ring.save(folder + "/none/a.mp4", 3.0);
     ring.save(path("b.mp4"), 3.0);

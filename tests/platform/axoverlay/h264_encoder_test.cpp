@@ -37,7 +37,7 @@ std::vector<Seen> packets_of(int pictures) {
     return seen;
 }
 
-TEST(H264Encoder, gives_a_packet_for_each_picture_and_a_key_every_50) {
+TEST(H264Encoder, GivesAPacketForEachPictureAndAKeyEvery50) {
     const auto seen = packets_of(120);
     ASSERT_EQ(seen.size(), 120U);
     for (size_t i = 0; i < seen.size(); ++i) {
@@ -46,11 +46,11 @@ TEST(H264Encoder, gives_a_packet_for_each_picture_and_a_key_every_50) {
     }
 }
 
-TEST(H264Encoder, equal_pictures_are_equal_packets) {
+TEST(H264Encoder, EqualPicturesAreEqualPackets) {
     EXPECT_EQ(packets_of(20), packets_of(20));
 }
 
-TEST(H264Encoder, says_what_it_cannot_encode) {
+TEST(H264Encoder, SaysWhatItCannotEncode) {
     EXPECT_THROW(H264Encoder(0, 0), std::runtime_error);
 }
 

@@ -18,8 +18,6 @@ constexpr StillView small{320, 240, 0};
 
 class HostClipsTest : public test_video::OverlayApplication {
   protected:
-    ~HostClipsTest() override { std::filesystem::remove_all(folder); }
-
     ClipRecorder::Listener listener() {
         return {[this](const std::string& path, std::uint64_t) {
                     const std::lock_guard lock(mutex);
@@ -40,19 +38,20 @@ class HostClipsTest : public test_video::OverlayApplication {
     std::string path(const std::string& name) const { return folder + "/" + name; }
 
     const test_video::LowPriorities low;
-    const std::string folder = test_video::new_folder("host_clips_test");
+    const TemporaryFolder scratch;
+    const std::string folder = scratch.path();
     std::mutex mutex;
     std::vector<std::string> written;
     std::vector<std::string> failures;
 };
 
-TEST_F(HostClipsTest, a_clip_has_the_overlay_from_its_first_picture_on) {
+TEST_F(HostClipsTest, AClipHasTheOverlayFromItsFirstPictureOn) {
     fake_vdo::behave({.paint = fake_vdo::solid(200, 128, 128)});
     start();
     {
         ClipRecorder recorder(listener());
         recorder.watch(small, 0);
-        ASSERT_TRUE(test_video::becomes_true([] { return fake_vdo::pictures_handed_out() > 5; })); // still without
+        ASSERT_TRUE(becomes_true([] { return fake_vdo::pictures_handed_out() > 5; })); // still without
         redraw([](cairo_t* context, const axoverlay_stream_data& stream, int, int) {
             EXPECT_EQ(stream.type, AXOVERLAY_STREAM_H264);
             cairo_rectangle(context, 0, 0, 32, 32);
@@ -72,7 +71,7 @@ TEST_F(HostClipsTest, a_clip_has_the_overlay_from_its_first_picture_on) {
     EXPECT_EQ(fake_vdo::open_streams(), 0);
 }
 
-TEST_F(HostClipsTest, another_role_begins_anew_and_ends_what_is_being_written) {
+TEST_F(HostClipsTest, AnotherRoleBeginsAnewAndEndsWhatIsBeingWritten) {
     fake_vdo::behave({.paint = fake_vdo::solid(200, 128, 128)});
     start();
     redraw([](cairo_t*, const axoverlay_stream_data&, int, int) {});
@@ -99,22 +98,22 @@ TEST_F(HostClipsTest, another_role_begins_anew_and_ends_what_is_being_written) {
     EXPECT_GT(read_mp4(path("b.mp4")).luma.size(), 10U);
 }
 
-TEST_F(HostClipsTest, without_a_view_there_is_no_stream) {
+TEST_F(HostClipsTest, WithoutAViewThereIsNoStream) {
     start();
     ClipRecorder recorder(listener());
     recorder.watch(small, 0);
-    ASSERT_TRUE(test_video::becomes_true([] { return fake_vdo::open_streams() == 1; }));
+    ASSERT_TRUE(becomes_true([] { return fake_vdo::open_streams() == 1; }));
     recorder.watch(std::nullopt, 0);
-    EXPECT_TRUE(test_video::becomes_true([] { return fake_vdo::open_streams() == 0; }));
+    EXPECT_TRUE(becomes_true([] { return fake_vdo::open_streams() == 0; }));
 }
 
-TEST_F(HostClipsTest, without_video_it_says_so_once_and_ends_at_once) {
+TEST_F(HostClipsTest, WithoutVideoItSaysSoOnceAndEndsAtOnce) {
     start();
     fake_vdo::behave({.start_failure = "it is broken"});
     {
         ClipRecorder recorder(listener());
         recorder.watch(small, 0);
-        ASSERT_TRUE(test_video::becomes_true([&] {
+        ASSERT_TRUE(becomes_true([&] {
             const std::lock_guard lock(mutex);
             return !failures.empty();
         }));

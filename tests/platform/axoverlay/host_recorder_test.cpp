@@ -38,7 +38,7 @@ class HostRecorder : public test_video::OverlayApplication {
     host_overlay::RecorderOptions options;
 };
 
-TEST_F(HostRecorder, in_replay_it_takes_one_picture_a_pass_with_the_overlay_of_that_pass) {
+TEST_F(HostRecorder, InReplayItTakesOnePictureAPassWithTheOverlayOfThatPass) {
     fake_vdo::behave({.period = std::chrono::milliseconds(0), .paint = fake_vdo::solid(200, 128, 128)});
     start();
     options.replay = true;
@@ -70,7 +70,7 @@ TEST_F(HostRecorder, in_replay_it_takes_one_picture_a_pass_with_the_overlay_of_t
     recorder.finish();
 }
 
-TEST_F(HostRecorder, live_it_follows_the_video_until_it_is_finished) {
+TEST_F(HostRecorder, LiveItFollowsTheVideoUntilItIsFinished) {
     start();
     Recorder recorder(options);
     ASSERT_TRUE(becomes_true([] { return fake_vdo::pictures_handed_out() >= 20; }));
@@ -85,7 +85,7 @@ TEST_F(HostRecorder, live_it_follows_the_video_until_it_is_finished) {
     EXPECT_GT(content.seconds.back(), 0.1);
 }
 
-TEST_F(HostRecorder, live_a_silent_camera_only_pauses_it) {
+TEST_F(HostRecorder, LiveASilentCameraOnlyPausesIt) {
     fake_vdo::behave({.dead = true});
     Recorder recorder(options);
     ASSERT_TRUE(becomes_true([] { return fake_vdo::pictures_refused() >= 5; }));
@@ -95,7 +95,7 @@ TEST_F(HostRecorder, live_a_silent_camera_only_pauses_it) {
     EXPECT_GE(read_mp4(options.path).seconds.size(), 4U);
 }
 
-TEST_F(HostRecorder, live_a_full_disk_is_told_when_it_happens) {
+TEST_F(HostRecorder, LiveAFullDiskIsToldWhenItHappens) {
     start();
     options.path = "/dev/full";
     std::string why;
@@ -114,7 +114,7 @@ TEST_F(HostRecorder, live_a_full_disk_is_told_when_it_happens) {
     EXPECT_NE(why.find("No space left on device"), std::string::npos) << why;
 }
 
-TEST_F(HostRecorder, what_cannot_be_recorded_is_said_at_once) {
+TEST_F(HostRecorder, WhatCannotBeRecordedIsSaidAtOnce) {
     options.width = 321;
     EXPECT_EQ(failure_of_construction(), "cannot record 321x240; the camera offers 1280x720, 640x360, 320x240");
     options.width = 320;
@@ -127,7 +127,7 @@ TEST_F(HostRecorder, what_cannot_be_recorded_is_said_at_once) {
     EXPECT_EQ(failure_of_construction(), "the camera's video does not start: no encoder left");
 }
 
-TEST_F(HostRecorder, a_take_without_video_is_an_error) {
+TEST_F(HostRecorder, ATakeWithoutVideoIsAnError) {
     fake_vdo::behave({.dead = true});
     options.replay = true;
     Recorder recorder(options);

@@ -29,7 +29,7 @@ class HostStillsTest : public test_video::OverlayApplication {
     }
 };
 
-TEST_F(HostStillsTest, a_still_has_the_overlay_of_the_pass_that_comes) {
+TEST_F(HostStillsTest, AStillHasTheOverlayOfThePassThatComes) {
     start();
     redraw([](cairo_t* context, const axoverlay_stream_data&, int, int) {
         cairo_set_source_rgb(context, 1, 0, 0);
@@ -44,13 +44,13 @@ TEST_F(HostStillsTest, a_still_has_the_overlay_of_the_pass_that_comes) {
     EXPECT_TRUE(test_video::near(picture.at(180, 320), red));
 }
 
-TEST_F(HostStillsTest, without_a_pass_there_is_none) {
+TEST_F(HostStillsTest, WithoutAPassThereIsNone) {
     start();
     StillCamera camera;
     EXPECT_EQ(problem_of(camera, 200ms), "no pass has drawn on it");
 }
 
-TEST_F(HostStillsTest, without_video_there_is_none_for_that_reason) {
+TEST_F(HostStillsTest, WithoutVideoThereIsNoneForThatReason) {
     start();
     StillCamera camera;
     fake_vdo::behave({.start_failure = "it is broken"});
@@ -58,7 +58,7 @@ TEST_F(HostStillsTest, without_video_there_is_none_for_that_reason) {
     EXPECT_EQ(fake_vdo::open_streams(), 0);
 }
 
-TEST_F(HostStillsTest, who_stops_it_waits_for_nobody) {
+TEST_F(HostStillsTest, WhoStopsItWaitsForNobody) {
     start();
     StillCamera camera;
     auto problem = std::async(std::launch::async, [&] { return problem_of(camera, 60s); });

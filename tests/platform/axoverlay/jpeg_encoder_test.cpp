@@ -20,7 +20,7 @@ Nv12Picture solid(int width, int height, int y, int u, int v) {
     return picture;
 }
 
-TEST(JpegEncoder, stretches_the_studio_range_to_jpegs_full_range) {
+TEST(JpegEncoder, StretchesTheStudioRangeToJpegsFullRange) {
     JpegEncoder encoder(100);
     for (const auto& [y, u, v, expected] : std::vector<std::tuple<int, int, int, test_video::Rgb>>{
              {16, 128, 128, {0, 0, 0}},
@@ -35,7 +35,7 @@ TEST(JpegEncoder, stretches_the_studio_range_to_jpegs_full_range) {
         EXPECT_TRUE(near(decode(encoder.encode(solid(32, 32, y, u, v))).at(16, 16), expected, 3)) << y;
 }
 
-TEST(JpegEncoder, keeps_sizes_that_are_no_multiple_of_its_blocks_and_every_pixel_in_place) {
+TEST(JpegEncoder, KeepsSizesThatAreNoMultipleOfItsBlocksAndEveryPixelInPlace) {
     JpegEncoder encoder(95);
     Nv12Picture picture = solid(450, 34, 16, 128, 128);
     for (int y = 20; y < 34; ++y)
@@ -49,14 +49,14 @@ TEST(JpegEncoder, keeps_sizes_that_are_no_multiple_of_its_blocks_and_every_pixel
     EXPECT_TRUE(near(image.at(300, 10), {0, 0, 0}));
 }
 
-TEST(JpegEncoder, a_higher_quality_takes_more_bytes) {
+TEST(JpegEncoder, AHigherQualityTakesMoreBytes) {
     Nv12Picture picture = solid(64, 64, 16, 128, 128);
     for (std::size_t i = 0; i < picture.luma_size(); ++i)
         picture.luma()[i] = static_cast<std::uint8_t>(i * i % 220);
     EXPECT_LT(JpegEncoder(30).encode(picture).size(), JpegEncoder(90).encode(picture).size());
 }
 
-TEST(JpegEncoder, says_so_when_the_encoder_refuses) {
+TEST(JpegEncoder, SaysSoWhenTheEncoderRefuses) {
     EXPECT_THROW(JpegEncoder(80).encode(Nv12Picture{}), std::runtime_error);
 }
 

@@ -12,7 +12,7 @@ using http_client::Motion;
 
 using ListenersTest = test_video::OverlayApplication;
 
-TEST_F(ListenersTest, a_listener_gets_what_is_told_from_now_on_until_the_end) {
+TEST_F(ListenersTest, AListenerGetsWhatIsToldFromNowOnUntilTheEnd) {
     EXPECT_FALSE(host_overlay::has_listeners()) << "there is no server yet";
     host_overlay::tell_listeners("nobody hears this");
     start();
@@ -32,7 +32,7 @@ TEST_F(ListenersTest, a_listener_gets_what_is_told_from_now_on_until_the_end) {
     EXPECT_EQ(listener.next_message(), "");
 }
 
-TEST_F(ListenersTest, one_that_leaves_is_forgotten) {
+TEST_F(ListenersTest, OneThatLeavesIsForgotten) {
     start();
     {
         const Motion listener(address(), host_overlay::events_path);
@@ -45,7 +45,7 @@ TEST_F(ListenersTest, one_that_leaves_is_forgotten) {
     }));
 }
 
-TEST_F(ListenersTest, one_that_takes_nothing_keeps_nobody_waiting_and_hears_the_newest) {
+TEST_F(ListenersTest, OneThatTakesNothingKeepsNobodyWaitingAndHearsTheNewest) {
     start();
     Motion stalled(address(), host_overlay::events_path, 2048);
     ASSERT_TRUE(becomes_true(host_overlay::has_listeners));
@@ -63,7 +63,7 @@ TEST_F(ListenersTest, one_that_takes_nothing_keeps_nobody_waiting_and_hears_the_
     })) << message;
 }
 
-TEST_F(ListenersTest, asking_for_the_head_alone_opens_nothing) {
+TEST_F(ListenersTest, AskingForTheHeadAloneOpensNothing) {
     start();
     auto reply = http_client::request(address(), "HEAD", host_overlay::events_path);
     EXPECT_EQ(reply.head.status, 200);

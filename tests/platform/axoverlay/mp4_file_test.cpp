@@ -39,7 +39,7 @@ class Mp4FileTest : public testing::Test {
     const std::string path = testing::TempDir() + "mp4_file_test_" + std::to_string(getpid()) + ".mp4";
 };
 
-TEST_F(Mp4FileTest, keeps_every_picture_with_its_time) {
+TEST_F(Mp4FileTest, KeepsEveryPictureWithItsTime) {
     Mp4File file(path, 320, 180);
     for (int i = 0; i < 60; ++i)
         file.add(grey(320, 180, 20 + 3 * i), 100.0 + 0.2 * i);
@@ -56,7 +56,7 @@ TEST_F(Mp4FileTest, keeps_every_picture_with_its_time) {
     }
 }
 
-TEST_F(Mp4FileTest, leaves_out_a_picture_that_is_not_later_than_the_one_before) {
+TEST_F(Mp4FileTest, LeavesOutAPictureThatIsNotLaterThanTheOneBefore) {
     Mp4File file(path, 64, 48);
     for (const double seconds : {1.0, 1.0, 0.5, 2.0})
         file.add(grey(64, 48, 100), seconds);
@@ -64,7 +64,7 @@ TEST_F(Mp4FileTest, leaves_out_a_picture_that_is_not_later_than_the_one_before) 
     EXPECT_EQ(read_mp4(path).seconds, (std::vector<double>{0.0, 1.0}));
 }
 
-TEST_F(Mp4FileTest, equal_videos_are_equal_files) {
+TEST_F(Mp4FileTest, EqualVideosAreEqualFiles) {
     std::string first;
     for (int round = 0; round < 2; ++round) {
         Mp4File file(path, 64, 48);
@@ -78,13 +78,13 @@ TEST_F(Mp4FileTest, equal_videos_are_equal_files) {
     EXPECT_EQ(contents(), first);
 }
 
-TEST_F(Mp4FileTest, without_any_picture_the_file_still_closes) {
+TEST_F(Mp4FileTest, WithoutAnyPictureTheFileStillCloses) {
     Mp4File file(path, 64, 48);
     file.finish();
     EXPECT_TRUE(std::filesystem::exists(path));
 }
 
-TEST_F(Mp4FileTest, a_place_that_cannot_be_written_is_a_clear_error) {
+TEST_F(Mp4FileTest, APlaceThatCannotBeWrittenIsAClearError) {
     try {
         Mp4File file("/nowhere/at/all.mp4", 64, 48);
         FAIL();
@@ -93,7 +93,7 @@ TEST_F(Mp4FileTest, a_place_that_cannot_be_written_is_a_clear_error) {
     }
 }
 
-TEST_F(Mp4FileTest, is_playable_to_its_last_second_when_nobody_finishes_it) {
+TEST_F(Mp4FileTest, IsPlayableToItsLastSecondWhenNobodyFinishesIt) {
     Mp4File file(path, 320, 180);
     for (int i = 0; i < 250; ++i)
         file.add(grey(320, 180, 20 + i % 200), 0.04 * i);
@@ -103,7 +103,7 @@ TEST_F(Mp4FileTest, is_playable_to_its_last_second_when_nobody_finishes_it) {
     EXPECT_GE(content.seconds.back(), 249 * 0.04 - 1.0);
 }
 
-TEST_F(Mp4FileTest, is_playable_to_where_the_disk_was_full) {
+TEST_F(Mp4FileTest, IsPlayableToWhereTheDiskWasFull) {
     const pid_t child = fork();
     if (child == 0) {
         // As many bytes as there is room for.
@@ -131,7 +131,7 @@ TEST_F(Mp4FileTest, is_playable_to_where_the_disk_was_full) {
     EXPECT_GE(read_mp4(path).seconds.size(), 1U);
 }
 
-TEST_F(Mp4FileTest, a_full_disk_is_an_error) {
+TEST_F(Mp4FileTest, AFullDiskIsAnError) {
     EXPECT_THROW(
         {
             Mp4File file("/dev/full", 64, 48);

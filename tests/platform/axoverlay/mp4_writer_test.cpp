@@ -11,8 +11,9 @@ namespace {
 
 using namespace host_overlay;
 
-TEST(Mp4Writer, puts_the_packets_of_one_encoder_into_as_many_files_as_are_wanted) {
-    const std::string folder = test_video::new_folder("mp4_writer_test");
+TEST(Mp4Writer, PutsThePacketsOfOneEncoderIntoAsManyFilesAsAreWanted) {
+    const TemporaryFolder scratch;
+    const std::string folder = scratch.path();
     H264Encoder encoder(64, 48);
     {
         Mp4Writer first(folder + "/a.mp4", encoder);
@@ -36,10 +37,9 @@ TEST(Mp4Writer, puts_the_packets_of_one_encoder_into_as_many_files_as_are_wanted
         ASSERT_EQ(content.seconds.size(), 10U);
         EXPECT_NEAR(content.seconds.back(), 4.5, 1e-3);
     }
-    std::filesystem::remove_all(folder);
 }
 
-TEST(Mp4Writer, says_where_it_cannot_write) {
+TEST(Mp4Writer, SaysWhereItCannotWrite) {
     const H264Encoder encoder(64, 48);
     try {
         const Mp4Writer writer("/no/such/folder/a.mp4", encoder);

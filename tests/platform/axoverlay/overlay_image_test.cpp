@@ -19,7 +19,7 @@ void paint(OverlayImage& image) {
     cairo_paint(context.get());
 }
 
-TEST(OverlayImage, shows_what_was_drawn_until_it_is_cleared) {
+TEST(OverlayImage, ShowsWhatWasDrawnUntilItIsCleared) {
     OverlayImage image(4, 4);
     paint(image);
     Nv12Picture shown = black(4, 4);
@@ -35,7 +35,7 @@ TEST(OverlayImage, shows_what_was_drawn_until_it_is_cleared) {
     EXPECT_EQ(cleared.bytes, black(4, 4).bytes);
 }
 
-TEST(OverlayImage, is_empty_after_a_clear_that_follows_the_drawing_at_once) {
+TEST(OverlayImage, IsEmptyAfterAClearThatFollowsTheDrawingAtOnce) {
     OverlayImage image(6, 6);
     paint(image);
     image.clear();
@@ -45,7 +45,7 @@ TEST(OverlayImage, is_empty_after_a_clear_that_follows_the_drawing_at_once) {
     EXPECT_EQ(picture.bytes, black(6, 6).bytes);
 }
 
-TEST(OverlayImage, an_odd_size_is_drawn_to_its_last_pixel_and_no_further) {
+TEST(OverlayImage, AnOddSizeIsDrawnToItsLastPixelAndNoFurther) {
     OverlayImage image(3, 5);
     paint(image);
     Nv12Picture picture = black(4, 6);
@@ -55,7 +55,7 @@ TEST(OverlayImage, an_odd_size_is_drawn_to_its_last_pixel_and_no_further) {
     EXPECT_EQ(picture.luma()[5 * 4 + 2], 0);
 }
 
-TEST(OverlayImage, each_context_is_fresh_and_of_the_images_size) {
+TEST(OverlayImage, EachContextIsFreshAndOfTheImagesSize) {
     OverlayImage image(7, 9);
     cairo_set_operator(image.context().get(), CAIRO_OPERATOR_SOURCE);
     image.clear();
@@ -66,7 +66,7 @@ TEST(OverlayImage, each_context_is_fresh_and_of_the_images_size) {
     EXPECT_EQ(cairo_image_surface_get_format(cairo_get_target(context.get())), CAIRO_FORMAT_ARGB32);
 }
 
-TEST(OverlayImage, impossible_sizes_are_refused) {
+TEST(OverlayImage, ImpossibleSizesAreRefused) {
     for (const int side : {0, -1, 32768, 2147483647}) {
         EXPECT_THROW(OverlayImage(side, 10), std::runtime_error) << side;
         EXPECT_THROW(OverlayImage(10, side), std::runtime_error) << side;

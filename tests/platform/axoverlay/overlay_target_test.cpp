@@ -61,7 +61,7 @@ class OverlayTargetTest : public testing::Test {
     bool settled = false;
 };
 
-TEST_F(OverlayTargetTest, is_bare_and_unsettled_until_the_first_redraw) {
+TEST_F(OverlayTargetTest, IsBareAndUnsettledUntilTheFirstRedraw) {
     EXPECT_EQ(shown_luma(), 0);
     EXPECT_FALSE(settled);
     target.redraw(settings, overlay);
@@ -69,7 +69,7 @@ TEST_F(OverlayTargetTest, is_bare_and_unsettled_until_the_first_redraw) {
     EXPECT_TRUE(settled);
 }
 
-TEST_F(OverlayTargetTest, asks_once_for_each_overlay_and_renders_at_each_redraw) {
+TEST_F(OverlayTargetTest, AsksOnceForEachOverlayAndRendersAtEachRedraw) {
     target.redraw(settings, overlay);
     target.redraw(settings, overlay);
     EXPECT_EQ(application.selects, 1);
@@ -81,7 +81,7 @@ TEST_F(OverlayTargetTest, asks_once_for_each_overlay_and_renders_at_each_redraw)
     EXPECT_EQ(application.adjustments, 2);
 }
 
-TEST_F(OverlayTargetTest, a_stream_that_is_not_selected_is_settled_and_bare) {
+TEST_F(OverlayTargetTest, AStreamThatIsNotSelectedIsSettledAndBare) {
     application.select = FALSE;
     target.redraw(settings, overlay);
     EXPECT_EQ(shown_luma(), 0);
@@ -90,7 +90,7 @@ TEST_F(OverlayTargetTest, a_stream_that_is_not_selected_is_settled_and_bare) {
     EXPECT_EQ(application.renders, 0);
 }
 
-TEST_F(OverlayTargetTest, every_redraw_begins_with_an_empty_image_however_many_pictures_come_between) {
+TEST_F(OverlayTargetTest, EveryRedrawBeginsWithAnEmptyImageHoweverManyPicturesComeBetween) {
     for (const int pictures : {0, 1, 2, 0, 0, 0, 3}) {
         application.draw = [](cairo_t* context) { cairo_paint(context); };
         target.redraw(settings, overlay);
@@ -103,7 +103,7 @@ TEST_F(OverlayTargetTest, every_redraw_begins_with_an_empty_image_however_many_p
     }
 }
 
-TEST_F(OverlayTargetTest, withdrawing_bares_the_stream_and_a_new_overlay_is_expected) {
+TEST_F(OverlayTargetTest, WithdrawingBaresTheStreamAndANewOverlayIsExpected) {
     target.redraw(settings, overlay);
     target.withdraw();
     EXPECT_EQ(shown_luma(), 0);
@@ -113,7 +113,7 @@ TEST_F(OverlayTargetTest, withdrawing_bares_the_stream_and_a_new_overlay_is_expe
     EXPECT_FALSE(settled);
 }
 
-TEST_F(OverlayTargetTest, an_impossible_size_or_place_is_an_error_and_is_asked_again) {
+TEST_F(OverlayTargetTest, AnImpossibleSizeOrPlaceIsAnErrorAndIsAskedAgain) {
     application.width = 0;
     EXPECT_THROW(target.redraw(settings, overlay), std::runtime_error);
     application.width = 8;
@@ -126,14 +126,14 @@ TEST_F(OverlayTargetTest, an_impossible_size_or_place_is_an_error_and_is_asked_a
     EXPECT_EQ(shown_luma(), 16);
 }
 
-TEST_F(OverlayTargetTest, a_failed_drawing_keeps_the_overlay_before) {
+TEST_F(OverlayTargetTest, AFailedDrawingKeepsTheOverlayBefore) {
     target.redraw(settings, overlay);
     application.draw = [](cairo_t* context) { cairo_restore(context); };
     EXPECT_THROW(target.redraw(settings, overlay), std::runtime_error);
     EXPECT_EQ(shown_luma(), 16);
 }
 
-TEST_F(OverlayTargetTest, without_optional_callbacks_it_takes_the_overlays_own_size) {
+TEST_F(OverlayTargetTest, WithoutOptionalCallbacksItTakesTheOverlaysOwnSize) {
     settings.select_callback = nullptr;
     settings.adjustment_callback = nullptr;
     overlay.data.width = 6;
@@ -146,7 +146,7 @@ TEST_F(OverlayTargetTest, without_optional_callbacks_it_takes_the_overlays_own_s
     EXPECT_EQ(application.renders, 1);
 }
 
-TEST_F(OverlayTargetTest, a_picture_never_shows_a_half_drawn_overlay) {
+TEST_F(OverlayTargetTest, APictureNeverShowsAHalfDrawnOverlay) {
     // Each drawing fills the image from top to bottom with one of two greys; a picture must hold one of them only.
     target.redraw(settings, overlay);
     std::jthread drawing([&](const std::stop_token& stop) {

@@ -44,7 +44,7 @@ class PriorityTest : public test_video::OverlayApplication {
     const Priority low{own.policy, std::min(own.niceness + 10, 19)};
 };
 
-TEST_F(PriorityTest, a_thread_gives_way_alone) {
+TEST_F(PriorityTest, AThreadGivesWayAlone) {
     Priority to_all;
     Priority to_analysis;
     std::thread([&] {
@@ -60,7 +60,7 @@ TEST_F(PriorityTest, a_thread_gives_way_alone) {
     EXPECT_EQ(priority_of(getpid()), own);
 }
 
-TEST_F(PriorityTest, who_makes_pictures_gives_way_to_all_and_who_sends_them_to_the_analysis) {
+TEST_F(PriorityTest, WhoMakesPicturesGivesWayToAllAndWhoSendsThemToTheAnalysis) {
     start();
     EXPECT_EQ(threads_with(low), 1);
     http_client::Motion first(address(), "/stream/320x240.mjpg");
@@ -72,9 +72,9 @@ TEST_F(PriorityTest, who_makes_pictures_gives_way_to_all_and_who_sends_them_to_t
     EXPECT_EQ(priority_of(getpid()), own);
 }
 
-TEST_F(PriorityTest, who_records_gives_way_to_all) {
-    const TemporaryFolder own;
-    const std::string folder = own.path();
+TEST_F(PriorityTest, WhoRecordsGivesWayToAll) {
+    const TemporaryFolder scratch;
+    const std::string folder = scratch.path();
     host_overlay::RecorderOptions options;
     options.path = folder + "/out.mp4";
     options.width = 320;

@@ -9,18 +9,18 @@ namespace {
 
 using namespace host_overlay;
 
-TEST(Resolutions, come_in_the_cameras_order) {
+TEST(Resolutions, ComeInTheCamerasOrder) {
     fake_vdo::behave({.resolutions = {{640, 360}, {1920, 1080}}});
     EXPECT_EQ(list_text(channel_resolutions()), "640x360, 1920x1080");
 }
 
-TEST(Resolutions, the_largest_has_the_most_pixels) {
+TEST(Resolutions, TheLargestHasTheMostPixels) {
     const VdoResolution found = largest({{1000, 100}, {400, 300}, {90000, 1}});
     EXPECT_EQ(found.width, 400U);
     EXPECT_EQ(found.height, 300U);
 }
 
-TEST(Resolutions, a_camera_that_does_not_say_is_an_error_with_its_reason) {
+TEST(Resolutions, ACameraThatDoesNotSayIsAnErrorWithItsReason) {
     fake_vdo::behave({.channel_failure = "lens cap on"});
     try {
         channel_resolutions();

@@ -9,7 +9,7 @@ namespace {
 
 using namespace host_overlay;
 
-TEST(Settings, unset_or_empty_means_no_server) {
+TEST(Settings, UnsetOrEmptyMeansNoServer) {
     unsetenv("KORVEX_OVERLAY_LISTEN");
     EXPECT_FALSE(listen_setting());
     setenv("KORVEX_OVERLAY_LISTEN", "", 1);
@@ -17,7 +17,7 @@ TEST(Settings, unset_or_empty_means_no_server) {
     unsetenv("KORVEX_OVERLAY_LISTEN");
 }
 
-TEST(Settings, numeric_addresses_of_both_families_are_taken) {
+TEST(Settings, NumericAddressesOfBothFamiliesAreTaken) {
     for (const auto& [text, family, host] : std::vector<std::tuple<std::string, int, std::string>>{
              {"127.0.0.1:8080", AF_INET, "127.0.0.1"},
              {"0.0.0.0:0", AF_INET, "0.0.0.0"},
@@ -32,7 +32,7 @@ TEST(Settings, numeric_addresses_of_both_families_are_taken) {
     unsetenv("KORVEX_OVERLAY_LISTEN");
 }
 
-TEST(Settings, unix_begins_the_path_of_a_socket) {
+TEST(Settings, UnixBeginsThePathOfASocket) {
     for (const std::string path : {"/run/streams.socket", "streams.socket", "a:1", "unix:"}) {
         setenv("KORVEX_OVERLAY_LISTEN", ("unix:" + path).c_str(), 1);
         const auto listen = listen_setting();
@@ -45,7 +45,7 @@ TEST(Settings, unix_begins_the_path_of_a_socket) {
     unsetenv("KORVEX_OVERLAY_LISTEN");
 }
 
-TEST(Settings, anything_else_is_refused_with_a_sentence) {
+TEST(Settings, AnythingElseIsRefusedWithASentence) {
     for (const std::string text :
          {"8080", ":8080", "127.0.0.1", "127.0.0.1:", "127.0.0.1:65536", "127.0.0.1:-1", "127.0.0.1:80 ",
           "localhost:80", "::1:80", "unix:", "unix", "UNIX:/x", "[127.0.0.1]:80", "[]:80", "[:80"}) {
@@ -55,7 +55,7 @@ TEST(Settings, anything_else_is_refused_with_a_sentence) {
     unsetenv("KORVEX_OVERLAY_LISTEN");
 }
 
-TEST(Settings, the_jpeg_quality_is_80_unless_told) {
+TEST(Settings, TheJpegQualityIs80UnlessTold) {
     unsetenv("KORVEX_OVERLAY_JPEG_QUALITY");
     EXPECT_EQ(jpeg_quality_setting(), 80);
     setenv("KORVEX_OVERLAY_JPEG_QUALITY", "100", 1);

@@ -8,7 +8,7 @@ using namespace host_overlay;
 
 const std::vector<VdoResolution> offered_sizes{{1280, 720}, {640, 360}};
 
-TEST(StreamRequest, good_requests) {
+TEST(StreamRequest, GoodRequests) {
     struct Case {
         std::string path;
         QueryArguments query;
@@ -29,7 +29,7 @@ TEST(StreamRequest, good_requests) {
     }
 }
 
-TEST(StreamRequest, refusals) {
+TEST(StreamRequest, Refusals) {
     const std::string nothing = "There is nothing here; the camera's video is at /stream/WIDTHxHEIGHT.mjpg and "
                                 "/stream/WIDTHxHEIGHT.jpg, in these sizes: 1280x720, 640x360.";
     const std::string malformed = "The size must be two numbers joined by an x, like 1280x720.";

@@ -29,7 +29,7 @@ class StreamServerTest : public test_video::OverlayApplication {
     }
 };
 
-TEST_F(StreamServerTest, answers_requests) {
+TEST_F(StreamServerTest, AnswersRequests) {
     struct Case {
         std::string method, target;
         int status;
@@ -61,7 +61,7 @@ TEST_F(StreamServerTest, answers_requests) {
     EXPECT_EQ(fake_vdo::streams_started(), 0);
 }
 
-TEST_F(StreamServerTest, one_picture_comes_in_the_size_and_orientation_asked_for) {
+TEST_F(StreamServerTest, OnePictureComesInTheSizeAndOrientationAskedFor) {
     start();
     axoverlay_destroy_overlay(overlay_id, nullptr);
     for (const auto& [target, width, height] : std::vector<std::tuple<std::string, int, int>>{
@@ -82,7 +82,7 @@ TEST_F(StreamServerTest, one_picture_comes_in_the_size_and_orientation_asked_for
     }
 }
 
-TEST_F(StreamServerTest, a_single_picture_waits_for_the_overlay_of_its_fresh_stream) {
+TEST_F(StreamServerTest, ASinglePictureWaitsForTheOverlayOfItsFreshStream) {
     fake_vdo::behave({.paint = fake_vdo::solid(126, 128, 128)});
     start();
     redraw([](cairo_t* context, const axoverlay_stream_data&, int, int) {
@@ -109,7 +109,7 @@ TEST_F(StreamServerTest, a_single_picture_waits_for_the_overlay_of_its_fresh_str
     EXPECT_TRUE(near(image.at(160, 100), {128, 128, 128}));
 }
 
-TEST_F(StreamServerTest, no_picture_of_a_fresh_multipart_stream_comes_before_its_overlay) {
+TEST_F(StreamServerTest, NoPictureOfAFreshMultipartStreamComesBeforeItsOverlay) {
     fake_vdo::behave({.period = std::chrono::milliseconds(5), .paint = fake_vdo::solid(126, 128, 128)});
     start();
     redraw([](cairo_t* context, const axoverlay_stream_data&, int, int) {
@@ -133,7 +133,7 @@ TEST_F(StreamServerTest, no_picture_of_a_fresh_multipart_stream_comes_before_its
     }
 }
 
-TEST_F(StreamServerTest, a_stream_that_hides_objects_shows_a_card_when_nothing_is_drawn_for_long) {
+TEST_F(StreamServerTest, AStreamThatHidesObjectsShowsACardWhenNothingIsDrawnForLong) {
     fake_vdo::behave({.period = std::chrono::milliseconds(5), .paint = fake_vdo::solid(235, 128, 128)});
     start();
     redraw([](cairo_t*, const axoverlay_stream_data&, int, int) {});
@@ -159,12 +159,12 @@ TEST_F(StreamServerTest, a_stream_that_hides_objects_shows_a_card_when_nothing_i
     EXPECT_TRUE(corner_becomes("/stream/320x240.mjpg", true));
 }
 
-TEST_F(StreamServerTest, a_single_picture_comes_without_overlay_when_nothing_is_redrawn) {
+TEST_F(StreamServerTest, ASinglePictureComesWithoutOverlayWhenNothingIsRedrawn) {
     start();
     EXPECT_EQ(request(address(), "GET", "/stream/320x240.jpg").head.status, 200);
 }
 
-TEST_F(StreamServerTest, the_multipart_stream_shows_the_last_overlay_until_the_next_redraw) {
+TEST_F(StreamServerTest, TheMultipartStreamShowsTheLastOverlayUntilTheNextRedraw) {
     fake_vdo::behave({.paint = fake_vdo::solid(235, 128, 128)});
     start();
     Motion motion(address(), "/stream/320x240.mjpg?mirror=1");
@@ -193,7 +193,7 @@ TEST_F(StreamServerTest, the_multipart_stream_shows_the_last_overlay_until_the_n
     }
 }
 
-TEST_F(StreamServerTest, a_camera_without_video_is_said_with_503) {
+TEST_F(StreamServerTest, ACameraWithoutVideoIsSaidWith503) {
     start();
     fake_vdo::behave({.start_failure = "no encoder left"});
     auto reply = request(address(), "GET", "/stream/1280x720.mjpg");
@@ -209,7 +209,7 @@ TEST_F(StreamServerTest, a_camera_without_video_is_said_with_503) {
     EXPECT_EQ(reply.body, "the camera's video channel is not available: away\n");
 }
 
-TEST_F(StreamServerTest, a_taken_port_is_a_clear_error) {
+TEST_F(StreamServerTest, ATakenPortIsAClearError) {
     start();
     setenv("KORVEX_OVERLAY_LISTEN", address().c_str(), 1);
     try {
@@ -220,7 +220,7 @@ TEST_F(StreamServerTest, a_taken_port_is_a_clear_error) {
     }
 }
 
-TEST_F(StreamServerTest, serves_on_a_unix_socket_as_on_a_port) {
+TEST_F(StreamServerTest, ServesOnAUnixSocketAsOnAPort) {
     const TemporaryFolder own;
     const std::string folder = own.path();
     const std::string path = folder + "/streams.socket";
@@ -255,7 +255,7 @@ std::string status_line(const std::filesystem::path& task, const std::string& na
     return "";
 }
 
-TEST_F(StreamServerTest, its_threads_block_the_signals_that_belong_to_the_application) {
+TEST_F(StreamServerTest, ItsThreadsBlockTheSignalsThatBelongToTheApplication) {
     start();
     Motion motion(address(), "/stream/320x240.mjpg");
     motion.head();

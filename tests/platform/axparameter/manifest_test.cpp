@@ -1,4 +1,5 @@
 #include "platform/axparameter/manifest.h"
+#include "platform/common/failure.h"
 #include "tests/platform/axparameter/store_fixture.h"
 
 #include <set>
@@ -13,21 +14,19 @@ class ManifestFile : public StoreFixture {
   protected:
     std::string refusal(const std::string& content) const {
         const auto path = write_file("manifest.json", content);
-        Manifest manifest;
-        g_autoptr(GError) error = nullptr;
-        EXPECT_FALSE(read_manifest(path, manifest, &error)) << content;
-        EXPECT_TRUE(manifest.parameters.empty());
-        if (error == nullptr)
-            return "no error";
         const std::string start = "The manifest " + path.string() + " ";
-        EXPECT_EQ(std::string(error->message).rfind(start, 0), 0U) << error->message;
-        return std::string(error->message).substr(start.size());
+        try {
+            read_manifest(path);
+        } catch (const platform::Failure& failure) {
+            EXPECT_TRUE(failure.sentence.starts_with(start)) << failure.sentence;
+            return failure.sentence.substr(start.size());
+        }
+        return "no error";
     }
 };
 
 TEST_F(ManifestFile, ThePackageDeclaresSeventyParametersOnceEach) {
-    Manifest manifest;
-    ASSERT_TRUE(read_manifest(KORVEX_MANIFEST, manifest, nullptr));
+    const Manifest manifest = read_manifest(KORVEX_MANIFEST);
     EXPECT_EQ(manifest.package, "korvex_orvel");
     std::set<std::string> names;
     for (const auto& parameter : manifest.parameters)
@@ -36,8 +35,7 @@ TEST_F(ManifestFile, ThePackageDeclaresSeventyParametersOnceEach) {
 }
 
 TEST_F(ManifestFile, TheDeclaredZonesAndAreaLieInTheDeclaredPicture) {
-    Manifest manifest;
-    ASSERT_TRUE(read_manifest(KORVEX_MANIFEST, manifest, nullptr));
+    const Manifest manifest = read_manifest(KORVEX_MANIFEST);
     int coordinates = 0;
     for (const auto& parameter : manifest.parameters) {
         const bool point = parameter.name.starts_with("Detection1") || parameter.name.starts_with("Exclusion");

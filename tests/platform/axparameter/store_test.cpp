@@ -1,4 +1,5 @@
 #include "platform/axparameter/store.h"
+#include "platform/common/failure.h"
 #include "tests/platform/axparameter/store_fixture.h"
 
 #include <sys/resource.h>
@@ -288,9 +289,12 @@ class AfterAKill {
 
     std::string value(const std::string& name) const {
         host_parameters::Store store(m_folder / "parameters.sqlite", {"korvex_orvel", {}});
-        std::string found;
-        EXPECT_TRUE(store.open(nullptr));
-        return store.get("korvex_orvel", name, found, nullptr) ? found : "nothing";
+        try {
+            store.open();
+            return store.get("korvex_orvel", name);
+        } catch (const platform::Failure& failure) {
+            return failure.sentence;
+        }
     }
 
   private:

@@ -1,4 +1,5 @@
 #include "platform/common/unix_socket.h"
+#include "tests/support/temporary_folder.h"
 
 #include <gtest/gtest.h>
 #include <sys/socket.h>
@@ -47,7 +48,7 @@ class UnixSocketTest : public testing::Test {
     const std::string path = folder + "/streams.socket";
 };
 
-TEST_F(UnixSocketTest, listens_while_it_lives_and_lets_the_folder_decide_who_comes) {
+TEST_F(UnixSocketTest, ListensWhileItLivesAndLetsTheFolderDecideWhoComes) {
     {
         const UnixSocket socket(path, SOCK_STREAM);
         EXPECT_TRUE(can_connect(folder, "streams.socket"));
@@ -58,14 +59,14 @@ TEST_F(UnixSocketTest, listens_while_it_lives_and_lets_the_folder_decide_who_com
     EXPECT_FALSE(std::filesystem::exists(path));
 }
 
-TEST_F(UnixSocketTest, the_mode_does_not_depend_on_the_umask) {
+TEST_F(UnixSocketTest, TheModeDoesNotDependOnTheUmask) {
     const mode_t umask_before = umask(077);
     const UnixSocket socket(path, SOCK_STREAM);
     umask(umask_before);
     EXPECT_EQ(std::filesystem::status(path).permissions(), static_cast<std::filesystem::perms>(0666));
 }
 
-TEST_F(UnixSocketTest, replaces_what_a_killed_process_has_left) {
+TEST_F(UnixSocketTest, ReplacesWhatAKilledProcessHasLeft) {
     const pid_t child = fork();
     if (child == 0) {
         const UnixSocket socket(path, SOCK_STREAM);
@@ -77,13 +78,13 @@ TEST_F(UnixSocketTest, replaces_what_a_killed_process_has_left) {
     EXPECT_TRUE(can_connect(folder, "streams.socket"));
 }
 
-TEST_F(UnixSocketTest, leaves_one_alone_that_somebody_serves) {
+TEST_F(UnixSocketTest, LeavesOneAloneThatSomebodyServes) {
     const UnixSocket first(path, SOCK_STREAM);
     EXPECT_EQ(failure_at(path), "another program serves it");
     EXPECT_TRUE(can_connect(folder, "streams.socket"));
 }
 
-TEST_F(UnixSocketTest, leaves_one_alone_whose_queue_is_full) {
+TEST_F(UnixSocketTest, LeavesOneAloneWhoseQueueIsFull) {
     const UnixSocket first(path, SOCK_STREAM);
     std::vector<int> waiting;
     sockaddr_un address{};
@@ -100,7 +101,7 @@ TEST_F(UnixSocketTest, leaves_one_alone_whose_queue_is_full) {
         close(each);
 }
 
-TEST_F(UnixSocketTest, leaves_alone_what_is_no_socket) {
+TEST_F(UnixSocketTest, LeavesAloneWhatIsNoSocket) {
     std::ofstream(path) << "precious";
     std::filesystem::create_symlink(path, folder + "/link");
     for (const std::string& taken : {path, folder + "/link"})
@@ -111,7 +112,7 @@ TEST_F(UnixSocketTest, leaves_alone_what_is_no_socket) {
     EXPECT_EQ(content, "precious");
 }
 
-TEST_F(UnixSocketTest, removes_no_file_but_its_own) {
+TEST_F(UnixSocketTest, RemovesNoFileButItsOwn) {
     {
         const UnixSocket socket(path, SOCK_STREAM);
         std::filesystem::remove(path);
@@ -120,7 +121,7 @@ TEST_F(UnixSocketTest, removes_no_file_but_its_own) {
     EXPECT_TRUE(std::filesystem::is_regular_file(path));
 }
 
-TEST_F(UnixSocketTest, finds_its_file_again_when_the_folder_has_moved) {
+TEST_F(UnixSocketTest, FindsItsFileAgainWhenTheFolderHasMoved) {
     std::filesystem::create_directory(folder + "/here");
     {
         const UnixSocket socket(folder + "/here/streams.socket", SOCK_STREAM);
@@ -129,7 +130,7 @@ TEST_F(UnixSocketTest, finds_its_file_again_when_the_folder_has_moved) {
     EXPECT_TRUE(std::filesystem::is_empty(folder + "/there"));
 }
 
-TEST_F(UnixSocketTest, takes_a_path_of_any_length) {
+TEST_F(UnixSocketTest, TakesAPathOfAnyLength) {
     const std::string deep = folder + "/" + std::string(200, 'd') + "/" + std::string(200, 'e');
     std::filesystem::create_directories(deep);
     {
@@ -141,13 +142,13 @@ TEST_F(UnixSocketTest, takes_a_path_of_any_length) {
     EXPECT_EQ(failure_at(deep + "/" + std::string(100, 's')), "the name of the socket is too long");
 }
 
-TEST_F(UnixSocketTest, takes_a_path_without_a_folder) {
+TEST_F(UnixSocketTest, TakesAPathWithoutAFolder) {
     std::filesystem::current_path(folder);
     const UnixSocket socket("streams.socket", SOCK_STREAM);
     EXPECT_TRUE(can_connect(folder, "streams.socket"));
 }
 
-TEST_F(UnixSocketTest, says_why_it_cannot) {
+TEST_F(UnixSocketTest, SaysWhyItCannot) {
     EXPECT_EQ(failure_at(folder + "/none/streams.socket"), "No such file or directory");
     EXPECT_EQ(failure_at(folder + "/"), "it names no file");
     EXPECT_EQ(failure_at(folder + "/.."), "it names no file");

@@ -53,7 +53,7 @@ std::vector<std::byte> damaged(std::vector<std::byte> model, std::mt19937& rando
     return model;
 }
 
-TEST(CheckModel, says_in_one_sentence_what_does_not_fit_or_nothing) {
+TEST(CheckModel, SaysInOneSentenceWhatDoesNotFitOrNothing) {
     const Outcome right = check(default_model());
     EXPECT_EQ(right.status, 0);
     EXPECT_EQ(right.text, "");
@@ -62,7 +62,7 @@ TEST(CheckModel, says_in_one_sentence_what_does_not_fit_or_nothing) {
     EXPECT_THAT(wrong.text, StartsWith(test_model("outputs_4") + ": The model's input is uint8 [1, 2, 2, 3]; "));
 }
 
-TEST(CheckModel, survives_damaged_models_and_tells_of_each) {
+TEST(CheckModel, SurvivesDamagedModelsAndTellsOfEach) {
     const char* wanted = std::getenv("KORVEX_MUTATIONS");
     const int rounds = wanted != nullptr ? std::atoi(wanted) : 60;
     const unsigned seed = 5;

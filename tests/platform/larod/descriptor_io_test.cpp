@@ -42,14 +42,14 @@ std::string text(std::span<const std::byte> bytes) {
     return result;
 }
 
-TEST(DescriptorIo, reads_a_whole_file_whatever_its_position_and_leaves_that) {
+TEST(DescriptorIo, ReadsAWholeFileWhateverItsPositionAndLeavesThat) {
     const File file("whole");
     lseek(file.fd(), 3, SEEK_SET);
     EXPECT_EQ(text(read_whole(file.fd())), "whole");
     EXPECT_EQ(file.position(), 3);
 }
 
-TEST(DescriptorIo, reads_a_pipe_to_its_end) {
+TEST(DescriptorIo, ReadsAPipeToItsEnd) {
     std::array<int, 2> ends{};
     ASSERT_EQ(pipe(ends.data()), 0);
     ASSERT_EQ(write(ends[1], "piped", 5), 5);
@@ -58,7 +58,7 @@ TEST(DescriptorIo, reads_a_pipe_to_its_end) {
     close(ends[0]);
 }
 
-TEST(DescriptorIo, says_why_a_descriptor_cannot_be_read) {
+TEST(DescriptorIo, SaysWhyADescriptorCannotBeRead) {
     std::vector<std::byte> bytes(1);
     EXPECT_THAT([] { read_whole(-1); }, fails_with("Cannot read the file: Bad file descriptor."));
     EXPECT_THAT([&] { read_in_place(-1, bytes); }, fails_with("Cannot read the input: Bad file descriptor."));
@@ -67,7 +67,7 @@ TEST(DescriptorIo, says_why_a_descriptor_cannot_be_read) {
     close(folder);
 }
 
-TEST(DescriptorIo, reads_from_the_current_position_and_does_not_move_it) {
+TEST(DescriptorIo, ReadsFromTheCurrentPositionAndDoesNotMoveIt) {
     const File file("0123456789");
     lseek(file.fd(), 2, SEEK_SET);
     for (int pass = 0; pass < 3; ++pass) {
@@ -78,7 +78,7 @@ TEST(DescriptorIo, reads_from_the_current_position_and_does_not_move_it) {
     }
 }
 
-TEST(DescriptorIo, says_how_much_a_short_input_holds) {
+TEST(DescriptorIo, SaysHowMuchAShortInputHolds) {
     const File file("0123456789");
     lseek(file.fd(), 7, SEEK_SET);
     std::array<std::byte, 4> bytes{};
@@ -86,7 +86,7 @@ TEST(DescriptorIo, says_how_much_a_short_input_holds) {
                 fails_with("The input's file holds 3 of the 4 bytes that the model takes."));
 }
 
-TEST(DescriptorIo, writes_on_from_the_current_position_and_lengthens_the_file) {
+TEST(DescriptorIo, WritesOnFromTheCurrentPositionAndLengthensTheFile) {
     const File file("0123");
     lseek(file.fd(), 2, SEEK_SET);
     const std::array<std::byte, 4> bytes{std::byte{'a'}, std::byte{'b'}, std::byte{'c'}, std::byte{'d'}};
@@ -96,7 +96,7 @@ TEST(DescriptorIo, writes_on_from_the_current_position_and_lengthens_the_file) {
     EXPECT_EQ(text(read_whole(file.fd())), "01abcd");
 }
 
-TEST(DescriptorIo, says_why_a_descriptor_cannot_be_written) {
+TEST(DescriptorIo, SaysWhyADescriptorCannotBeWritten) {
     const int full = open("/dev/full", O_WRONLY | O_CLOEXEC);
     const std::array<std::byte, 4> bytes{};
     EXPECT_THAT([&] { write_on(full, bytes); }, fails_with("Cannot write the output: No space left on device."));

@@ -13,20 +13,20 @@ using testing::AllOf;
 using testing::HasSubstr;
 using testing::StartsWith;
 
-TEST(Engine, opens_the_packaged_library_with_its_fast_convolutions) {
+TEST(Engine, OpensThePackagedLibraryWithItsFastConvolutions) {
     const Engine engine(engine_location());
     EXPECT_THAT(engine.version(), StartsWith("2.9."));
     EXPECT_NE(engine.delegate_create, nullptr);
     EXPECT_NE(engine.delegate_delete, nullptr);
 }
 
-TEST(Engine, says_that_the_library_is_missing_and_how_to_get_it) {
+TEST(Engine, SaysThatTheLibraryIsMissingAndHowToGetIt) {
     EXPECT_THAT([] { Engine("/nowhere/libengine.so"); },
                 fails_with(AllOf(HasSubstr("Cannot load the inference engine /nowhere/libengine.so"),
                                  HasSubstr("model/make.sh"))));
 }
 
-TEST(Engine, says_what_another_library_lacks) {
+TEST(Engine, SaysWhatAnotherLibraryLacks) {
     EXPECT_THAT([] { Engine("libm.so.6"); },
                 fails_with("The library libm.so.6 is no TensorFlow Lite with a C interface: it lacks TfLiteVersion."));
 }

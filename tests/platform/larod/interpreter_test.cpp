@@ -49,7 +49,7 @@ void expect_example(const std::string& name) {
     EXPECT_THAT(model.output(0), Pointwise(FloatNear(1e-3F), floats(read_file(base + ".out")))) << name;
 }
 
-TEST(Interpreter, tells_its_tensors_and_runs) {
+TEST(Interpreter, TellsItsTensorsAndRuns) {
     Loaded model(test_model("outputs_4"));
     EXPECT_EQ(model.model.input_count(), 1U);
     EXPECT_EQ(model.model.output_count(), 4U);
@@ -59,31 +59,31 @@ TEST(Interpreter, tells_its_tensors_and_runs) {
     EXPECT_EQ(model.output(3), std::vector<float>(12, 20.0F));
 }
 
-TEST(Interpreter, computes_convolutions_of_every_shape_as_a_plain_sum_does) {
+TEST(Interpreter, ComputesConvolutionsOfEveryShapeAsAPlainSumDoes) {
     for (int i = 0; i < KORVEX_CONVOLUTIONS; ++i)
         expect_example("convolution_" + std::to_string(i));
 }
 
-TEST(Interpreter, runs_a_model_that_the_fast_convolutions_refuse) {
+TEST(Interpreter, RunsAModelThatTheFastConvolutionsRefuse) {
     expect_example("computed_weights");
 }
 
-TEST(Interpreter, runs_a_model_whose_shapes_are_known_only_as_it_runs) {
+TEST(Interpreter, RunsAModelWhoseShapesAreKnownOnlyAsItRuns) {
     expect_example("sized_as_it_runs");
 }
 
-TEST(Interpreter, says_why_a_model_cannot_be_run) {
+TEST(Interpreter, SaysWhyAModelCannotBeRun) {
     Loaded model(test_model("wrong_size_as_it_runs"));
     EXPECT_THAT([&] { model.run(std::vector<std::byte>(12)); }, fails_with(HasSubstr("The model cannot be run: ")));
 }
 
-TEST(Interpreter, says_that_a_file_is_no_model) {
+TEST(Interpreter, SaysThatAFileIsNoModel) {
     const std::vector<std::byte> text(100, std::byte{'x'});
     EXPECT_THAT([&] { Interpreter(engine(), text, 1); },
                 fails_with("The model cannot be used: it is no TensorFlow Lite file, or it is damaged."));
 }
 
-TEST(Interpreter, gives_the_same_result_on_one_thread_and_on_two) {
+TEST(Interpreter, GivesTheSameResultOnOneThreadAndOnTwo) {
     const auto picture = std::vector<std::byte>(std::size_t{960} * 540 * 3, std::byte{90});
     std::vector<std::vector<float>> boxes;
     for (const int threads : {1, 2}) {

@@ -93,7 +93,7 @@ class Larod : public testing::Test {
     std::array<int, 5> m_files{};
 };
 
-TEST_F(Larod, tells_the_numbers_of_tensors) {
+TEST_F(Larod, TellsTheNumbersOfTensors) {
     EXPECT_EQ(m_input_count, 1U);
     EXPECT_EQ(m_output_count, 4U);
     larodModel* other = load_model(test_model("inputs_2"));
@@ -106,7 +106,7 @@ TEST_F(Larod, tells_the_numbers_of_tensors) {
     EXPECT_EQ(other, nullptr);
 }
 
-TEST_F(Larod, runs_pass_after_pass_when_only_the_outputs_are_rewound) {
+TEST_F(Larod, RunsPassAfterPassWhenOnlyTheOutputsAreRewound) {
     bind();
     request();
     for (const int value : {7, 9, 11}) {
@@ -119,7 +119,7 @@ TEST_F(Larod, runs_pass_after_pass_when_only_the_outputs_are_rewound) {
     }
 }
 
-TEST_F(Larod, writes_where_the_outputs_stand_and_makes_their_files_longer) {
+TEST_F(Larod, WritesWhereTheOutputsStandAndMakesTheirFilesLonger) {
     bind();
     request();
     put_picture(std::byte{2});
@@ -132,7 +132,7 @@ TEST_F(Larod, writes_where_the_outputs_stand_and_makes_their_files_longer) {
     EXPECT_EQ(lseek(m_files[1], 0, SEEK_CUR), 2 * 48);
 }
 
-TEST_F(Larod, reads_the_input_where_it_stands) {
+TEST_F(Larod, ReadsTheInputWhereItStands) {
     bind();
     request();
     ASSERT_EQ(ftruncate(m_files[0], 20), 0);
@@ -143,7 +143,7 @@ TEST_F(Larod, reads_the_input_where_it_stands) {
     EXPECT_EQ(first_value(0), 3.0F);
 }
 
-TEST_F(Larod, refuses_an_input_that_is_too_short_or_cannot_be_read_or_an_output_that_cannot_be_written) {
+TEST_F(Larod, RefusesAnInputThatIsTooShortOrCannotBeReadOrAnOutputThatCannotBeWritten) {
     bind();
     request();
     ASSERT_EQ(ftruncate(m_files[0], 5), 0);
@@ -160,7 +160,7 @@ TEST_F(Larod, refuses_an_input_that_is_too_short_or_cannot_be_read_or_an_output_
     EXPECT_EQ(error(), "Input tensor 0: Its descriptor has been closed.");
 }
 
-TEST_F(Larod, refuses_to_run_while_a_tensor_has_no_descriptor) {
+TEST_F(Larod, RefusesToRunWhileATensorHasNoDescriptor) {
     request();
     EXPECT_FALSE(larodRunInference(m_connection, m_request, &m_error));
     EXPECT_EQ(error(), "Input tensor 0: No descriptor is bound.");
@@ -171,7 +171,7 @@ TEST_F(Larod, refuses_to_run_while_a_tensor_has_no_descriptor) {
     EXPECT_EQ(error(), "The descriptor -1 is invalid.");
 }
 
-TEST_F(Larod, refuses_tensors_that_are_not_the_models) {
+TEST_F(Larod, RefusesTensorsThatAreNotTheModels) {
     const auto refused = [&](larodTensor** inputs, std::size_t input_count, larodTensor** outputs,
                              std::size_t output_count) {
         EXPECT_EQ(larodCreateInferenceRequest(m_model, inputs, input_count, outputs, output_count, &m_error), nullptr);
@@ -191,7 +191,7 @@ TEST_F(Larod, refuses_tensors_that_are_not_the_models) {
     larodDestroyModel(&other);
 }
 
-TEST_F(Larod, serves_two_chips_and_refuses_the_others) {
+TEST_F(Larod, ServesTwoChipsAndRefusesTheOthers) {
     EXPECT_TRUE(larodSetChip(m_connection, LAROD_CHIP_TFLITE_CPU, &m_error));
     for (const larodChip chip :
          {LAROD_CHIP_INVALID, LAROD_CHIP_DEBUG, LAROD_CHIP_TPU, LAROD_CHIP_CVFLOW_NN, LAROD_CHIP_TFLITE_GLGPU,
@@ -201,7 +201,7 @@ TEST_F(Larod, serves_two_chips_and_refuses_the_others) {
     }
 }
 
-TEST_F(Larod, refuses_what_it_cannot_load) {
+TEST_F(Larod, RefusesWhatItCannotLoad) {
     const auto refused = [&](const std::string& path) {
         EXPECT_EQ(load_model(path), nullptr);
         return error();
@@ -221,7 +221,7 @@ TEST_F(Larod, refuses_what_it_cannot_load) {
     EXPECT_EQ(fresh, nullptr);
 }
 
-TEST_F(Larod, says_on_connecting_that_the_engine_is_missing) {
+TEST_F(Larod, SaysOnConnectingThatTheEngineIsMissing) {
     ASSERT_TRUE(larodDisconnect(&m_connection, &m_error)); // whoever is connected has an engine already
     setenv("KORVEX_LAROD_LIBRARY", "/nowhere/libengine.so", 1);
     larodConnection* connection = nullptr;
@@ -232,7 +232,7 @@ TEST_F(Larod, says_on_connecting_that_the_engine_is_missing) {
     EXPECT_THAT(error(), HasSubstr("/nowhere/libengine.so"));
 }
 
-TEST_F(Larod, refuses_null_arguments) {
+TEST_F(Larod, RefusesNullArguments) {
     std::size_t count = 0;
     const std::array<bool, 8> results{
         larodConnect(nullptr, nullptr),
@@ -260,7 +260,7 @@ TEST_F(Larod, refuses_null_arguments) {
     larodClearError(nullptr);
 }
 
-TEST_F(Larod, gives_an_error_when_a_requests_model_or_tensors_are_gone) {
+TEST_F(Larod, GivesAnErrorWhenARequestsModelOrTensorsAreGone) {
     bind();
     request();
     put_picture(std::byte{1});
@@ -275,7 +275,7 @@ TEST_F(Larod, gives_an_error_when_a_requests_model_or_tensors_are_gone) {
     EXPECT_EQ(error(), "The connection does not hold the request's model any more.");
 }
 
-TEST_F(Larod, can_be_taken_down_in_any_order) {
+TEST_F(Larod, CanBeTakenDownInAnyOrder) {
     bind();
     request();
     ASSERT_TRUE(larodDisconnect(&m_connection, &m_error));
@@ -288,7 +288,7 @@ TEST_F(Larod, can_be_taken_down_in_any_order) {
     EXPECT_EQ(m_request, nullptr);
 }
 
-TEST_F(Larod, reports_a_model_that_cannot_be_run) {
+TEST_F(Larod, ReportsAModelThatCannotBeRun) {
     larodModel* model = load_model(test_model("wrong_size_as_it_runs"));
     std::size_t inputs = 0;
     std::size_t outputs = 0;

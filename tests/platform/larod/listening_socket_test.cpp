@@ -36,7 +36,7 @@ class Listening : public testing::Test {
     std::string m_folder;
 };
 
-TEST_F(Listening, makes_its_folder_for_its_user_alone_and_leaves_no_socket) {
+TEST_F(Listening, MakesItsFolderForItsUserAloneAndLeavesNoSocket) {
     const std::string path = m_folder + "/new/socket";
     {
         const auto socket = listen_at(path);
@@ -47,7 +47,7 @@ TEST_F(Listening, makes_its_folder_for_its_user_alone_and_leaves_no_socket) {
     EXPECT_THAT([&] { connect_to(path); }, fails_with(HasSubstr(path)));
 }
 
-TEST_F(Listening, replaces_the_socket_of_one_that_died_and_nothing_else) {
+TEST_F(Listening, ReplacesTheSocketOfOneThatDiedAndNothingElse) {
     const std::string path = m_folder + "/socket";
     {
         const platform::Descriptor dead(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
@@ -66,7 +66,7 @@ TEST_F(Listening, replaces_the_socket_of_one_that_died_and_nothing_else) {
     EXPECT_TRUE(std::filesystem::exists(file));
 }
 
-TEST_F(Listening, refuses_a_folder_that_others_may_enter) {
+TEST_F(Listening, RefusesAFolderThatOthersMayEnter) {
     std::filesystem::permissions(m_folder, std::filesystem::perms::others_exec, std::filesystem::perm_options::add);
     EXPECT_THAT(refusal(m_folder + "/socket"), HasSubstr("is open to others"));
     EXPECT_THAT(refusal(m_folder + "/a/b/socket"), HasSubstr("cannot be made"));

@@ -30,7 +30,7 @@ class Talk : public testing::Test {
     std::vector<Descriptor> m_files;
 };
 
-TEST_F(Talk, carries_a_message_and_its_files) {
+TEST_F(Talk, CarriesAMessageAndItsFiles) {
     const Descriptor file(memory_file({std::byte{7}}));
     Message sent;
     sent.kind = Message::Kind::loaded;
@@ -49,13 +49,13 @@ TEST_F(Talk, carries_a_message_and_its_files) {
     EXPECT_EQ(read, std::byte{7});
 }
 
-TEST_F(Talk, carries_a_sentence_cut_to_its_room) {
+TEST_F(Talk, CarriesASentenceCutToItsRoom) {
     ASSERT_TRUE(send_message(m_here.get(), message_of({Code::model, std::string(5000, 'x')})));
     ASSERT_EQ(receive(), Received::message);
     EXPECT_EQ(std::string(m_message.text.data()), std::string(m_message.text.size() - 1, 'x'));
 }
 
-TEST_F(Talk, ends_a_sentence_that_its_sender_left_open) {
+TEST_F(Talk, EndsASentenceThatItsSenderLeftOpen) {
     Message open;
     open.text.fill('y');
     ASSERT_TRUE(send_message(m_here.get(), open));
@@ -63,14 +63,14 @@ TEST_F(Talk, ends_a_sentence_that_its_sender_left_open) {
     EXPECT_EQ(std::string(m_message.text.data()).size(), m_message.text.size() - 1);
 }
 
-TEST_F(Talk, tells_an_end_and_silence_apart) {
+TEST_F(Talk, TellsAnEndAndSilenceApart) {
     EXPECT_EQ(receive(1ms), Received::late);
     m_here.reset();
     EXPECT_EQ(receive(), Received::closed);
     EXPECT_FALSE(send_message(m_there.get(), m_message)) << "and no signal";
 }
 
-TEST_F(Talk, knows_rubbish_and_keeps_no_file_of_it) {
+TEST_F(Talk, KnowsRubbishAndKeepsNoFileOfIt) {
     const Descriptor file(memory_file({}));
     Message many;
     many.inputs = most_tensors;
@@ -90,14 +90,14 @@ TEST_F(Talk, knows_rubbish_and_keeps_no_file_of_it) {
     }
 }
 
-TEST_F(Talk, never_waits_for_a_reader) {
+TEST_F(Talk, NeverWaitsForAReader) {
     bool sent = true;
     for (int i = 0; sent && i < 100000; ++i)
         sent = send_message(m_here.get(), m_message);
     EXPECT_FALSE(sent);
 }
 
-TEST(Deadlines, are_given_to_poll_in_milliseconds) {
+TEST(Deadlines, AreGivenToPollInMilliseconds) {
     EXPECT_EQ(milliseconds_until(never), -1);
     EXPECT_EQ(milliseconds_until(std::chrono::steady_clock::now() - 1s), 0);
     EXPECT_GT(milliseconds_until(std::chrono::steady_clock::now() + 1h), 3'000'000);

@@ -11,14 +11,14 @@
 namespace korvex::larod::test {
 namespace {
 
-TEST(ModelFit, accepts_the_default_model_and_one_with_the_same_tensors) {
+TEST(ModelFit, AcceptsTheDefaultModelAndOneWithTheSameTensors) {
     EXPECT_EQ(why_model_does_not_fit(default_model("960_540"), 960, 540), "");
     EXPECT_EQ(why_model_does_not_fit(default_model("540_960"), 540, 960), "");
     EXPECT_EQ(why_model_does_not_fit(test_model("detector_size"), 960, 540), "");
     EXPECT_EQ(why_model_does_not_fit(test_model("detector_size_portrait"), 540, 960), "");
 }
 
-TEST(ModelFit, says_what_a_model_has_and_what_is_needed) {
+TEST(ModelFit, SaysWhatAModelHasAndWhatIsNeeded) {
     struct Case {
         std::string path;
         std::string sentence;
@@ -70,7 +70,7 @@ class MadeModel : public testing::Test {
     const std::filesystem::path m_folder;
 };
 
-TEST_F(MadeModel, fits_as_long_as_it_is_what_was_made) {
+TEST_F(MadeModel, FitsAsLongAsItIsWhatWasMade) {
     EXPECT_EQ(why_model_does_not_fit(model(), 960, 540), "");
     let_rot(model());
     EXPECT_EQ(why_model_does_not_fit(model(), 960, 540), damaged(model()));
@@ -81,7 +81,7 @@ TEST_F(MadeModel, fits_as_long_as_it_is_what_was_made) {
     EXPECT_EQ(why_model_does_not_fit(model(), 960, 540), "") << "it is well formed all the same";
 }
 
-TEST_F(MadeModel, needs_an_engine_that_is_what_was_fetched) {
+TEST_F(MadeModel, NeedsAnEngineThatIsWhatWasFetched) {
     const std::string engine = m_folder / "libtensorflowlite_c.so";
     let_rot(engine);
     EXPECT_EQ(why_model_does_not_fit(model(), 960, 540), damaged(engine));

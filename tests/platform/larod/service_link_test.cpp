@@ -80,7 +80,7 @@ class Application {
     std::vector<Descriptor> m_files;
 };
 
-TEST(ServiceLink, starts_a_service_of_its_own_that_ends_with_the_last_connection) {
+TEST(ServiceLink, StartsAServiceOfItsOwnThatEndsWithTheLastConnection) {
     {
         Application first;
         Application second;
@@ -91,7 +91,7 @@ TEST(ServiceLink, starts_a_service_of_its_own_that_ends_with_the_last_connection
     EXPECT_TRUE(children_of(getpid()).empty());
 }
 
-TEST(ServiceLink, uses_the_service_that_is_named) {
+TEST(ServiceLink, UsesTheServiceThatIsNamed) {
     const RunningService service;
     setenv("KORVEX_INFERENCE", service.socket().c_str(), 1);
     {
@@ -102,7 +102,7 @@ TEST(ServiceLink, uses_the_service_that_is_named) {
     unsetenv("KORVEX_INFERENCE");
 }
 
-TEST(ServiceLink, says_that_nobody_listens_at_the_socket) {
+TEST(ServiceLink, SaysThatNobodyListensAtTheSocket) {
     setenv("KORVEX_INFERENCE", "/nowhere/socket", 1);
     const Application application;
     unsetenv("KORVEX_INFERENCE");
@@ -110,7 +110,7 @@ TEST(ServiceLink, says_that_nobody_listens_at_the_socket) {
     EXPECT_EQ(application.error(), "No inference service answers at /nowhere/socket: No such file or directory.");
 }
 
-TEST(ServiceLink, goes_on_with_a_new_service_after_each_death_and_keeps_nothing_of_the_old_ones) {
+TEST(ServiceLink, GoesOnWithANewServiceAfterEachDeathAndKeepsNothingOfTheOldOnes) {
     Application application;
     ASSERT_TRUE(application.run());
     const std::size_t descriptors = open_descriptors();
@@ -139,7 +139,7 @@ TEST(ServiceLink, goes_on_with_a_new_service_after_each_death_and_keeps_nothing_
     EXPECT_LE(children_of(children_of(getpid()).at(0)).size(), 1U);
 }
 
-TEST(ServiceLink, gives_a_service_up_that_is_stopped) {
+TEST(ServiceLink, GivesAServiceUpThatIsStopped) {
     setenv("KORVEX_LAROD_SECONDS", "1", 1);
     {
         Application application;
@@ -155,7 +155,7 @@ TEST(ServiceLink, gives_a_service_up_that_is_stopped) {
     EXPECT_TRUE(children_of(getpid()).empty());
 }
 
-TEST(ServiceLink, comes_back_to_a_shared_service_that_was_started_again) {
+TEST(ServiceLink, ComesBackToASharedServiceThatWasStartedAgain) {
     auto service = std::make_unique<RunningService>();
     const std::string socket = service->socket();
     setenv("KORVEX_INFERENCE", socket.c_str(), 1);

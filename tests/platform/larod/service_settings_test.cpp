@@ -22,7 +22,7 @@ class Settings : public testing::Test {
     }
 };
 
-TEST_F(Settings, use_every_processor_with_one_thread_each) {
+TEST_F(Settings, UseEveryProcessorWithOneThreadEach) {
     const ServiceOptions options = service_options();
     EXPECT_EQ(options.workers, std::max(std::thread::hardware_concurrency(), 1U));
     EXPECT_EQ(options.threads, 1);
@@ -30,13 +30,13 @@ TEST_F(Settings, use_every_processor_with_one_thread_each) {
     EXPECT_EQ(longest_answer(), 5s);
 }
 
-TEST_F(Settings, start_fewer_workers_when_each_has_more_threads) {
+TEST_F(Settings, StartFewerWorkersWhenEachHasMoreThreads) {
     setenv("KORVEX_LAROD_THREADS", "64", 1);
     EXPECT_EQ(service_options().threads, 64);
     EXPECT_EQ(service_options().workers, std::max(std::thread::hardware_concurrency() / 64, 1U));
 }
 
-TEST_F(Settings, are_taken_as_they_are_told_and_passed_over_when_they_are_none) {
+TEST_F(Settings, AreTakenAsTheyAreToldAndPassedOverWhenTheyAreNone) {
     setenv("KORVEX_LAROD_WORKERS", "3", 1);
     setenv("KORVEX_LAROD_SECONDS", "60", 1);
     EXPECT_EQ(service_options().workers, 3U);

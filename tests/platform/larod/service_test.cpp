@@ -33,7 +33,7 @@ void expect_served(Customer& customer) {
     EXPECT_EQ(customer.first_value(1), 6.0F);
 }
 
-TEST(Service, runs_a_model_over_the_files_that_were_handed_over_once) {
+TEST(Service, RunsAModelOverTheFilesThatWereHandedOverOnce) {
     const RunningService service;
     Customer customer(service);
     expect_served(customer);
@@ -45,7 +45,7 @@ TEST(Service, runs_a_model_over_the_files_that_were_handed_over_once) {
     EXPECT_EQ(customer.first_value(3), 20.0F);
 }
 
-TEST(Service, holds_the_same_bytes_once_and_starts_workers_only_for_work_that_waits) {
+TEST(Service, HoldsTheSameBytesOnceAndStartsWorkersOnlyForWorkThatWaits) {
     const RunningService service(4);
     EXPECT_THAT(service.workers(), IsEmpty());
     Customer first(service);
@@ -59,7 +59,7 @@ TEST(Service, holds_the_same_bytes_once_and_starts_workers_only_for_work_that_wa
     expect_served(second);
 }
 
-TEST(Service, forgets_a_model_that_nobody_holds_any_more) {
+TEST(Service, ForgetsAModelThatNobodyHoldsAnyMore) {
     const RunningService service;
     Customer first(service);
     const std::uint32_t number = first.model;
@@ -69,7 +69,7 @@ TEST(Service, forgets_a_model_that_nobody_holds_any_more) {
     EXPECT_NE(first.model, number);
 }
 
-TEST(Service, says_why_a_model_cannot_be_loaded_and_goes_on) {
+TEST(Service, SaysWhyAModelCannotBeLoadedAndGoesOn) {
     const RunningService service;
     RawClient client(service);
     EXPECT_FALSE(client.load("/proc/self/comm"));
@@ -77,7 +77,7 @@ TEST(Service, says_why_a_model_cannot_be_loaded_and_goes_on) {
     EXPECT_TRUE(client.load(test_model("outputs_4")));
 }
 
-TEST(Service, refuses_files_that_are_too_small_or_cannot_be_written_and_harms_nobody) {
+TEST(Service, RefusesFilesThatAreTooSmallOrCannotBeWrittenAndHarmsNobody) {
     const RunningService service;
     Customer honest(service);
     RawClient client(service);
@@ -101,7 +101,7 @@ TEST(Service, refuses_files_that_are_too_small_or_cannot_be_written_and_harms_no
     EXPECT_THAT(service.workers(), SizeIs(1)) << "no worker had to be ended";
 }
 
-TEST(Service, drops_whoever_does_not_keep_to_the_messages) {
+TEST(Service, DropsWhoeverDoesNotKeepToTheMessages) {
     const RunningService service;
     Customer honest(service);
     const std::array<void (*)(Customer&), 8> rudenesses{
@@ -134,7 +134,7 @@ TEST(Service, drops_whoever_does_not_keep_to_the_messages) {
     }
 }
 
-TEST(Service, drops_a_client_that_dies_at_any_moment) {
+TEST(Service, DropsAClientThatDiesAtAnyMoment) {
     const RunningService service;
     Customer honest(service);
     for (int i = 0; i < 20; ++i) {
@@ -145,7 +145,7 @@ TEST(Service, drops_a_client_that_dies_at_any_moment) {
     }
 }
 
-TEST(Service, does_not_wait_for_a_client_that_never_reads) {
+TEST(Service, DoesNotWaitForAClientThatNeverReads) {
     const RunningService service;
     Customer honest(service);
     const Customer deaf(service);
@@ -155,7 +155,7 @@ TEST(Service, does_not_wait_for_a_client_that_never_reads) {
         expect_served(honest);
 }
 
-TEST(Service, replaces_a_worker_that_was_killed_or_stopped) {
+TEST(Service, ReplacesAWorkerThatWasKilledOrStopped) {
     setenv("KORVEX_LAROD_SECONDS", "1", 1);
     const RunningService service;
     unsetenv("KORVEX_LAROD_SECONDS");
@@ -172,7 +172,7 @@ TEST(Service, replaces_a_worker_that_was_killed_or_stopped) {
     EXPECT_NE(service.workers().at(0), second);
 }
 
-TEST(Service, lets_only_the_client_wait_whose_model_ends_its_worker) {
+TEST(Service, LetsOnlyTheClientWaitWhoseModelEndsItsWorker) {
     const RunningService service;
     Customer honest(service);
     RawClient client(service);
@@ -188,7 +188,7 @@ TEST(Service, lets_only_the_client_wait_whose_model_ends_its_worker) {
     }
 }
 
-TEST(Service, gives_everybody_a_turn_the_oldest_first) {
+TEST(Service, GivesEverybodyATurnTheOldestFirst) {
     setenv("KORVEX_LAROD_SECONDS", "60", 1);
     const RunningService service(1);
     unsetenv("KORVEX_LAROD_SECONDS");
@@ -231,7 +231,7 @@ TEST(Service, gives_everybody_a_turn_the_oldest_first) {
     }
 }
 
-TEST(Service, has_no_right_to_open_files_or_to_use_the_network) {
+TEST(Service, HasNoRightToOpenFilesOrToUseTheNetwork) {
     const RunningService service;
     const Customer customer(service);
     for (const pid_t process : {service.process(), service.workers().at(0)}) {
@@ -241,7 +241,7 @@ TEST(Service, has_no_right_to_open_files_or_to_use_the_network) {
     }
 }
 
-TEST(Service, gives_way_to_the_pass_and_goes_before_the_web_server) {
+TEST(Service, GivesWayToThePassAndGoesBeforeTheWebServer) {
     const int own = getpriority(PRIO_PROCESS, 0);
     const RunningService service(1);
     Customer customer(service);
@@ -251,7 +251,7 @@ TEST(Service, gives_way_to_the_pass_and_goes_before_the_web_server) {
         EXPECT_EQ(getpriority(PRIO_PROCESS, static_cast<id_t>(worker)), expected);
 }
 
-TEST(Service, ends_with_its_workers_when_it_is_killed) {
+TEST(Service, EndsWithItsWorkersWhenItIsKilled) {
     pid_t worker = -1;
     std::string folder = testing::TempDir() + "larod.XXXXXX";
     ASSERT_NE(mkdtemp(folder.data()), nullptr);

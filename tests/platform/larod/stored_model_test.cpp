@@ -14,7 +14,7 @@ using testing::HasSubstr;
 
 const std::vector<std::byte> content{std::byte{1}, std::byte{2}, std::byte{3}};
 
-TEST(StoredModel, keeps_a_files_bytes_however_the_file_changes) {
+TEST(StoredModel, KeepsAFilesBytesHoweverTheFileChanges) {
     const Descriptor file(memory_file(content));
     const auto model = StoredModel::copy(file.get());
     ASSERT_EQ(ftruncate(file.get(), 0), 0);
@@ -23,7 +23,7 @@ TEST(StoredModel, keeps_a_files_bytes_however_the_file_changes) {
     EXPECT_NE(ftruncate(model.file(), 0), 0);
 }
 
-TEST(StoredModel, is_adopted_by_another_holder_of_its_file) {
+TEST(StoredModel, IsAdoptedByAnotherHolderOfItsFile) {
     const Descriptor file(memory_file(content));
     const auto model = StoredModel::copy(file.get());
     const auto adopted = StoredModel::adopt(Descriptor(dup(model.file())));
@@ -32,7 +32,7 @@ TEST(StoredModel, is_adopted_by_another_holder_of_its_file) {
     EXPECT_FALSE(StoredModel::copy(longer.get()).holds_same_as(model));
 }
 
-TEST(StoredModel, is_not_adopted_from_a_file_that_could_still_be_changed) {
+TEST(StoredModel, IsNotAdoptedFromAFileThatCouldStillBeChanged) {
     const auto expect_refused = [](Descriptor file) {
         EXPECT_THAT([&] { StoredModel::adopt(std::move(file)); },
                     fails_with("The model's file could still be changed."));
@@ -48,7 +48,7 @@ TEST(StoredModel, is_not_adopted_from_a_file_that_could_still_be_changed) {
     expect_refused(Descriptor());
 }
 
-TEST(StoredModel, is_not_made_of_nothing) {
+TEST(StoredModel, IsNotMadeOfNothing) {
     const Descriptor empty(memory_file({}));
     EXPECT_THAT([&] { StoredModel::copy(empty.get()); }, fails_with("The model's file is empty."));
     EXPECT_THAT([] { StoredModel::copy(-1); }, fails_with(HasSubstr("Bad file descriptor")));

@@ -46,7 +46,7 @@ const REMOVED = "The corner was removed, and the one whose loss changes the area
  * Changes the number of corners, and tells why it is not by one.
  * @param {(settings: Settings) => boolean} act @param {string} done
  */
-function count(act, done) {
+function changeCount(act, done) {
   let isDone = false;
   store.edit((settings) => {
     isDone = act(settings);
@@ -55,7 +55,7 @@ function count(act, done) {
 }
 
 /** @param {number} edge the corner at which it begins @param {Point} at per cent of the picture */
-const addAt = (edge, at) => count((settings) => addCorner(settings, edge, at, store.analysed), ADDED);
+const addAt = (edge, at) => changeCount((settings) => addCorner(settings, edge, at, store.analysed), ADDED);
 
 /** @param {KeyboardEvent} event @param {Shape} shape @param {number} corner or WHOLE */
 function changeByKey({ key }, shape, corner) {
@@ -63,7 +63,7 @@ function changeByKey({ key }, shape, corner) {
   const points = AREA.points(store.edited);
   if (key === "Insert") addAt(corner, middleOf([points[corner], points[(corner + 1) % points.length]]));
   if (key !== "Delete") return;
-  count((settings) => removeCorner(settings, corner), REMOVED);
+  changeCount((settings) => removeCorner(settings, corner), REMOVED);
   handleOf(AREA, Math.min(corner, AREA.points(store.edited).length - 1)).focus();
 }
 

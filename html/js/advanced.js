@@ -3,7 +3,7 @@
 
 import { fromFile, toFile } from "./core/settings_file.js";
 import { sizeText } from "./core/sizes.js";
-import { last } from "./core/status.js";
+import { status, textOf } from "./core/status.js";
 import { store } from "./core/store.js";
 import { byId, inputOf, make, setText } from "./dom.js";
 import { copyText, download, stamp } from "./files.js";
@@ -46,10 +46,10 @@ function exportFile() {
 /** @returns {[string, string][]} */
 const facts = () => [
   ["Version", version],
-  ["Status", last.at === null ? "none yet" : `${last.code} ${last.text}`],
-  ["Last pass", `${last.time} ms`],
-  ["Last answer", last.at === null ? "none yet" : last.at.toLocaleString()],
-  ["Failed requests", String(last.failures)],
+  ["Status", status.at === null ? "none yet" : `${status.code} ${textOf(status.code)}`],
+  ["Last pass", `${status.time} ms`],
+  ["Last answer", status.at === null ? "none yet" : status.at.toLocaleString()],
+  ["Failed requests", String(status.failures)],
   ["Analysed picture", `${sizeText(store.analysed)}${store.isPortrait ? ", portrait" : ""}`],
   ["Stream sizes", store.sizes.map(sizeText).join(", ") || "none"],
   ["Agreement", store.isAccepted ? "accepted" : "not accepted"],

@@ -2,11 +2,12 @@
 /** Dragging a shape or one of its corners over the picture. */
 
 import { copyOf } from "./core/settings.js";
-import { dragFrom } from "./core/shapes.js";
+import { dragFrom, WHOLE } from "./core/shapes.js";
 import { store } from "./core/store.js";
 import { byId } from "./dom.js";
+import { hideLoupe, showLoupe } from "./loupe.js";
 
-/** @typedef {import("./core/shapes.js").Shape} Shape */
+/** @import { Shape } from "./core/shapes.js" */
 
 const ENDS = ["pointerup", "pointercancel", "keydown"];
 
@@ -31,12 +32,14 @@ export function startDrag(event, shape, corner) {
     store.preview((settings) =>
       dragFrom(shape.points(settings), shape.points(before), corner, by, move.altKey, store.analysed),
     );
+    if (move.pointerType === "touch" && corner !== WHOLE) showLoupe(shape, corner);
   };
   /** @param {Event} reason */
   const end = (reason) => {
     if (reason instanceof KeyboardEvent && reason.key !== "Escape") return;
     if (reason instanceof PointerEvent && reason.pointerId !== event.pointerId) return;
     isDragging = false;
+    hideLoupe();
     window.removeEventListener("pointermove", drag);
     for (const type of ENDS) window.removeEventListener(type, end);
     // What the browser or Escape breaks off was not meant.

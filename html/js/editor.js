@@ -3,11 +3,14 @@
 
 import { showCoordinates } from "./coordinate_table.js";
 import { ZONE_FLAGS } from "./core/settings.js";
-import { haveSameShapes, resetShapes, setCorners, shapeProblems, zoneWarnings } from "./core/shapes.js";
+import { advice } from "./core/advice.js";
+import { haveSameShapes, resetShapes, setCorners, setDefaultArea, shapeProblems, zoneWarnings } from "./core/shapes.js";
 import { store } from "./core/store.js";
-import { buttonOf, byId, make, selectOf } from "./dom.js";
+import { buttonOf, byId, inputOf, make, selectOf, setText } from "./dom.js";
 import { isDragging } from "./drag.js";
+import { startFrame } from "./frame.js";
 import { drawShapes, makeHandles } from "./handles.js";
+import { remembered } from "./remembered.js";
 import { bindSwitch, makeSwitch, showSwitches } from "./switches.js";
 
 /** @param {string[]} told */
@@ -27,7 +30,7 @@ function show() {
   selectOf("corners").value = String(store.edited.corners);
   showSwitches(ZONE_FLAGS, store.edited.flags);
   drawShapes(store.edited);
-  tellProblems([...shapeProblems(store.edited), ...zoneWarnings(store.edited)]);
+  tellProblems([...shapeProblems(store.edited), ...zoneWarnings(store.edited), ...advice(store.edited)]);
   showCoordinates(store.edited);
 }
 
@@ -59,7 +62,15 @@ export function startEditor() {
   );
   const corners = selectOf("corners");
   corners.addEventListener("change", () => store.edit((settings) => setCorners(settings, Number(corners.value))));
+  byId("default-area").addEventListener("click", () =>
+    store.edit((settings) => setDefaultArea(settings, store.analysed)),
+  );
   document.addEventListener("keydown", undoByKey);
+  // What a note is about is past with the next change.
+  for (const type of ["pointerdown", "keydown"])
+    byId("stage").addEventListener(type, () => setText(byId("shape-note"), ""), { capture: true });
+  remembered(inputOf("hide-shapes"), (isHidden) => byId("stage").classList.toggle("bare", isHidden));
+  startFrame();
   store.addEventListener("change", show);
   show();
 }

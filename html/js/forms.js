@@ -1,6 +1,7 @@
 // @ts-check
 /** The Detection, Alerts and Overlays pages: every field bound to the edited settings, its problem shown beside it. */
 
+import { alertAdvice, classAdvice } from "./core/advice.js";
 import { chainWarnings, overlayWarning, problems } from "./core/problems.js";
 import { ALERT_FLAGS, ALERT_SECONDS, CLASS_FLAGS, CLASSES, LEVELS, NUMBERS, STREAMS, TEXTS } from "./core/settings.js";
 import { sizeText } from "./core/sizes.js";
@@ -8,7 +9,7 @@ import { store } from "./core/store.js";
 import { byId, inputOf, make, selectOf, setText, showNotice } from "./dom.js";
 import { bindSwitch, makeSwitch, showSwitches } from "./switches.js";
 
-/** @typedef {import("./core/settings.js").Settings} Settings */
+/** @import { Settings } from "./core/settings.js" */
 
 const SWITCHES = [...CLASS_FLAGS, ...ALERT_FLAGS, "DetectionOverlaysOn", "AnonOverlaysOn"];
 
@@ -19,17 +20,25 @@ let typed = "";
 function makeAlertLevel(level) {
   const seconds = ALERT_SECONDS[level];
   const error = `${seconds}-error`;
-  const typing = { inputMode: "numeric", autocomplete: "off", size: 6, "aria-describedby": error };
+  const { least, most } = NUMBERS[seconds];
+  const mark = make("span", { className: "mark" });
+  mark.dataset.level = String(level + 1);
+  const typing = { inputMode: "numeric", autocomplete: "off", size: 6, "aria-describedby": `${seconds}-help ${error}` };
   return make(
     "fieldset",
     { className: "field" },
-    make("legend", {}, `${LEVELS[level]} alert`),
-    makeSwitch(ALERT_FLAGS[level], "On"),
+    make("legend", {}, mark, `${LEVELS[level]} alert`),
+    makeSwitch(ALERT_FLAGS[level], "Enabled"),
     make(
       "div",
       { className: "row" },
       make("label", { for: seconds }, "Seconds in the area"),
       make("input", { id: seconds, ...typing }),
+    ),
+    make(
+      "p",
+      { className: "help", id: `${seconds}-help` },
+      `From ${least} to ${most}${level > 0 ? ", and more than the one below" : ""}.`,
     ),
     make("p", { className: "error", id: error }),
     make("p", { className: "chained", id: `Alert${level + 1}-chain`, role: "status" }),
@@ -96,6 +105,8 @@ function showProblems(settings) {
     byId(name).setAttribute("aria-invalid", String(name in wrong));
   }
   chainWarnings(settings).forEach((warning, i) => setText(byId(`Alert${i + 1}-chain`), warning));
+  setText(byId("class-advice"), classAdvice(settings));
+  setText(byId("alert-advice"), alertAdvice(settings));
   showNotice("overlay-note", overlayWarning(settings));
 }
 

@@ -2,11 +2,11 @@
 /** The log: shown, filtered, followed, copied, downloaded, cleared. */
 
 import { clearLog, readPlainLog, readSerialisedLog } from "./core/endpoint.js";
-import { filtered, goneRows, parseLog } from "./core/log_lines.js";
+import { filtered, folded, goneRows, parseLog, viewed, withoutReading } from "./core/log_lines.js";
 import { byId, confirm, inputOf, make, selectOf, setText } from "./dom.js";
 import { copyText, download, stamp } from "./files.js";
 
-/** @typedef {import("./core/log_lines.js").Line} Line */
+/** @import { Line, Row } from "./core/log_lines.js" */
 
 const FOLLOW_MS = 2000;
 const MOST_SHOWN = 2000; // lines; a page with all of two megabytes would be slow, and the newest are what is looked for
@@ -15,32 +15,40 @@ const MOST_SHOWN = 2000; // lines; a page with all of two megabytes would be slo
 let lines = [];
 /**
  * The rows' lines, so that rows that stay are left alone: a selection in them, and the place read at, stay as well.
- * @type {Line[]}
+ * @type {Row[]}
  */
 let rows = [];
 /** @type {ReturnType<typeof setTimeout> | undefined} */
 let timer;
 
-const visible = () => filtered(lines, selectOf("log-level").value, inputOf("log-text").value);
+const inView = () => viewed(lines, selectOf("log-view").value);
+const visible = () => folded(filtered(inView(), selectOf("log-level").value, inputOf("log-text").value));
+
+/** @param {Row} row with its number when it was repeated */
+const messageOf = ({ message, count, until }) => (count > 1 ? `${message} (${count} times, until ${until})` : message);
 
 function scrollToEnd() {
   byId("log-scroll").scrollTop = byId("log-scroll").scrollHeight;
 }
 
-/** @param {Line} line */
-function rowOf({ time, level, message }) {
-  const row = make("tr", {}, ...[time, level, message].map((text) => make("td", {}, text)));
-  row.dataset.level = level;
+/** @param {Row} shown */
+function rowOf(shown) {
+  const row = make("tr", {}, ...[shown.time, shown.level, messageOf(shown)].map((text) => make("td", {}, text)));
+  row.dataset.level = shown.level;
   return row;
 }
 
-/** @param {Line[]} shown */
+/** @param {Row[]} shown */
 function showRows(shown) {
   const list = byId("log-lines");
   const gone = goneRows(rows, shown);
   if (gone === rows.length) list.replaceChildren();
   else for (let i = 0; i < gone; i++) list.firstChild?.remove();
-  list.append(...shown.slice(rows.length - gone).map(rowOf));
+  // The newest of those that stay may have been repeated since.
+  const last = list.lastElementChild?.lastElementChild;
+  const kept = rows.length - gone;
+  if (last instanceof HTMLElement && kept > 0) setText(last, messageOf(shown[kept - 1]));
+  list.append(...shown.slice(kept).map(rowOf));
   rows = shown;
 }
 
@@ -51,7 +59,8 @@ function show() {
   const isAtEnd = scroll.scrollHeight - scroll.scrollTop - scroll.clientHeight < 40;
   showRows(shown);
   const rest = found.length > shown.length ? `, the newest ${shown.length} shown` : "";
-  setText(byId("log-note"), `${found.length} of ${lines.length} lines${rest}.`);
+  const all = folded(inView()).length;
+  setText(byId("log-note"), `${found.length} of ${all} lines${rest}.`);
   // Who has scrolled back to read is not taken away from there.
   if (inputOf("log-follow").checked && isAtEnd) scrollToEnd();
 }
@@ -67,7 +76,7 @@ async function tellRefusal(act) {
 
 const load = () =>
   tellRefusal(async () => {
-    lines = parseLog(await readSerialisedLog());
+    lines = withoutReading(parseLog(await readSerialisedLog()));
     show();
   });
 
@@ -98,7 +107,7 @@ async function toggle() {
 
 async function copy() {
   const copied = visible();
-  const isDone = await copyText(copied.map(({ time, level, message }) => `${time} ${level} ${message}`).join("\n"));
+  const isDone = await copyText(copied.map((row) => `${row.time} ${row.level} ${messageOf(row)}`).join("\n"));
   const told = isDone
     ? `${copied.length} lines are in the clipboard.`
     : "The browser does not let this page copy; use Download.";
@@ -116,7 +125,7 @@ async function clear() {
 
 export function startLog() {
   byId("view-log").addEventListener("click", toggle);
-  byId("log-level").addEventListener("change", show);
+  for (const id of ["log-view", "log-level"]) byId(id).addEventListener("change", show);
   byId("log-text").addEventListener("input", show);
   byId("log-follow").addEventListener("change", async () => {
     scrollToEnd();

@@ -9,16 +9,21 @@ import { startAgreement } from "./agreement.js";
 import { saving } from "./camera.js";
 import { store } from "./core/store.js";
 import { startEditor } from "./editor.js";
+import { startFollowed } from "./followed.js";
 import { startForms } from "./forms.js";
+import { showHistory, startHistory } from "./history.js";
 import { startLog } from "./log.js";
 import { showPicture, startPicture } from "./picture.js";
 import { startSaveBar } from "./save_bar.js";
 import { startStatus } from "./status_bar.js";
 import { startTabs } from "./tabs.js";
+import { startTold } from "./told.js";
+import { startTroubles } from "./trouble_banner.js";
 
 startTabs(() => {
   showPicture(false);
   showFacts();
+  showHistory();
 });
 startEditor();
 startForms();
@@ -27,6 +32,10 @@ startAgreement();
 startPicture();
 startLog();
 startAdvanced();
+startHistory();
+startTroubles();
+startFollowed();
+startTold();
 
 /** @param {number} code @param {boolean} isNew */
 function isStale(code, isNew) {

@@ -10,7 +10,9 @@
 import { streamSize } from "./core/sizes.js";
 import { store } from "./core/store.js";
 import { Parts } from "./core/stream.js";
+import { videoTroubles } from "./core/troubles.js";
 import { byId } from "./dom.js";
+import { tellVideoTroubles } from "./trouble_banner.js";
 
 const RETRY_MS = 3000;
 const STILL_MS = 8000; // a stream that brings nothing for so long is opened anew
@@ -41,6 +43,7 @@ async function play(url, control) {
   let timer = setTimeout(() => control.abort(), STILL_MS);
   try {
     const response = await fetch(url, { cache: "no-store", signal: control.signal });
+    tellVideoTroubles(videoTroubles(response.headers.get("Korvex-Video")));
     if (!response.ok || response.body === null) return;
     const reader = response.body.getReader();
     const parts = new Parts();

@@ -21,7 +21,6 @@ function show() {
   for (const panel of document.querySelectorAll("[role=tabpanel]:not(#panel-advanced)"))
     panel.toggleAttribute("inert", store.edited === null);
   markWrong(wrong);
-  document.title = `${store.isChanged ? "• " : ""}Korvex Orvel`;
 }
 
 export function startSaveBar() {

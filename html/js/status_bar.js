@@ -2,30 +2,46 @@
 /** The bar at the top: asks for the status every second and notices when the application comes back. */
 
 import { readStatus } from "./core/endpoint.js";
-import { highestAlert, kindOf, last } from "./core/status.js";
+import { aboutOf, alertWord, kindOf, status, textOf } from "./core/status.js";
+import { store } from "./core/store.js";
+import { clock } from "./core/troubles.js";
 import { byId, setText, showNotice } from "./dom.js";
 
 const PERIOD_MS = 1000;
 
-/** @param {number | null} highest null: unknown */
-function showAlerts(highest) {
+function showAlerts() {
   for (const item of byId("alerts").querySelectorAll("li")) {
-    const isActive = highest !== null && Number(item.dataset.level) <= highest;
-    item.dataset.active = String(isActive);
-    for (const word of item.querySelectorAll(".word"))
-      setText(word, highest === null ? "unknown" : isActive ? "active" : "off");
+    const word = alertWord(Number(item.dataset.level), status.highest, store.saved?.flags);
+    item.dataset.state = word;
+    item.dataset.kept = String(status.isKept);
+    for (const element of item.querySelectorAll(".word")) setText(element, word);
   }
 }
 
-/**
- * @param {string} kind @param {string} code @param {string} text @param {string} time @param {number | null} highest
- */
-function show(kind, code, text, time, highest) {
-  byId("status").dataset.kind = kind;
-  setText(byId("status-code"), code);
-  setText(byId("status-text"), text);
-  setText(byId("pass-time"), time);
-  showAlerts(highest);
+function show() {
+  const { code, time, isConnected } = status;
+  byId("status").dataset.kind = isConnected ? kindOf(code) : "bad";
+  setText(byId("status-code"), isConnected ? String(code) : "–");
+  setText(byId("status-text"), isConnected ? textOf(code) : "No connection");
+  setText(byId("status-meaning"), isConnected ? aboutOf(code) : "The application does not answer this page.");
+  setText(byId("pass-time"), isConnected ? `${time} ms` : "–");
+  showAlerts();
+}
+
+function toggleAbout() {
+  const isShown = byId("status-about").hidden;
+  byId("status-about").hidden = !isShown;
+  byId("status").setAttribute("aria-expanded", String(isShown));
+}
+
+/** Since when there is no answer. @type {Date | null} */
+let lostAt = null;
+
+/** @param {unknown} refusal */
+function tellLost(refusal) {
+  lostAt ??= new Date();
+  const { message } = /** @type {Error} */ (refusal);
+  showNotice("connection", `Since ${clock(lostAt, new Date())}: ${message}`);
 }
 
 /**
@@ -37,30 +53,37 @@ export function startStatus(isStale, load, isBusy) {
   let isLoaded = false;
   let seen = 0;
   const askOnce = async () => {
-    let status;
+    let answer;
     try {
-      status = await readStatus();
+      answer = await readStatus();
     } catch (refusal) {
       isLoaded = false;
-      last.failures += 1;
-      show("bad", "–", "No connection", "–", null);
-      return showNotice("connection", /** @type {Error} */ (refusal).message);
+      status.fail(new Date());
+      return tellLost(refusal);
     }
-    const { code, text, time } = status;
-    Object.assign(last, status, { at: new Date() });
-    show(kindOf(code), String(code), text, `${time} ms`, highestAlert(code));
+    const { code, time } = answer;
+    status.take(code, time, new Date());
     try {
       if (!isLoaded || isStale(code, code !== seen)) await load();
       isLoaded = true;
       seen = code;
+      lostAt = null;
       showNotice("connection", "");
     } catch (refusal) {
-      showNotice("connection", /** @type {Error} */ (refusal).message);
+      tellLost(refusal);
     }
   };
   const ask = async () => {
     if (!isBusy()) await askOnce();
     setTimeout(ask, PERIOD_MS);
   };
+  status.addEventListener("change", show);
+  store.addEventListener("change", showAlerts);
+  byId("status").addEventListener("click", toggleAbout);
+  byId("status")
+    .closest("header")
+    ?.addEventListener("keydown", (event) => {
+      if (event.key === "Escape" && !byId("status-about").hidden) toggleAbout();
+    });
   ask();
 }

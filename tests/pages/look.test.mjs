@@ -2,16 +2,14 @@
 // anything beyond the screen's side.
 
 import assert from "node:assert/strict";
-import { mkdirSync, readFileSync } from "node:fs";
-import { createRequire } from "node:module";
 import { join } from "node:path";
 import { after, before, test } from "node:test";
 import { openBrowser } from "./support/browser.mjs";
 import { Camera, freePort, scratchFolder } from "./support/camera.mjs";
+import { look } from "./support/look.mjs";
 import { Visitor } from "./support/visitor.mjs";
 
-const AXE = readFileSync(createRequire(import.meta.url).resolve("axe-core/axe.min.js"), "utf8");
-const TABS = ["live", "detection", "alerts", "overlays", "advanced"];
+const TABS = ["live", "history", "detection", "alerts", "overlays", "advanced"];
 /** @type {import("playwright-core").BrowserContextOptions} */
 const DESKTOP = { viewport: { width: 1280, height: 900 }, reducedMotion: "reduce" };
 /** @type {import("playwright-core").BrowserContextOptions} */
@@ -29,8 +27,6 @@ const SCREENS = [
   ["phone", { ...PHONE, colorScheme: "dark" }],
 ];
 
-const pictures = join(process.env.KORVEX_BUILD_DIR ?? ".", "pages");
-mkdirSync(pictures, { recursive: true });
 const folder = scratchFolder("look");
 const camera = new Camera([
   "--state",
@@ -49,24 +45,6 @@ after(async () => {
   await browser.close();
   await camera.stop();
 });
-
-/** @param {import("playwright-core").Page} page @param {string} name */
-async function look(page, name) {
-  await page.screenshot({ path: join(pictures, `${name}.png`) });
-  // Against the screen: a phone's window grows with what is too wide for it.
-  const beyond = (await page.evaluate(() => document.documentElement.scrollWidth)) - (page.viewportSize()?.width ?? 0);
-  assert.ok(beyond <= 0, `${name} is ${beyond} pixels wider than its screen`);
-  await page.evaluate(AXE);
-  const { violations } = await page.evaluate(() => /** @type {any} */ (window).axe.run());
-  const serious = violations.filter((/** @type {any} */ found) => ["serious", "critical"].includes(found.impact));
-  assert.deepEqual(
-    serious.map(
-      (/** @type {any} */ found) =>
-        `${name}: ${found.id}: ${found.nodes.map((/** @type {any} */ node) => node.html).join(" ")}`,
-    ),
-    [],
-  );
-}
 
 for (const [screen, options] of SCREENS)
   test(`the agreement, ${screen}`, async () => {
@@ -115,7 +93,7 @@ test("the tabs are worked by keyboard", async () => {
   await visitor.waitForText("save-note", /saved/);
   await page.focus("#tab-live");
   for (const [key, tab] of [
-    ["ArrowRight", "detection"],
+    ["ArrowRight", "history"],
     ["End", "advanced"],
     ["ArrowRight", "live"],
     ["ArrowLeft", "advanced"],

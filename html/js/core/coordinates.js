@@ -8,9 +8,8 @@
 
 import { copyOf } from "./settings.js";
 
-/** @typedef {import("./settings.js").Point} Point */
-/** @typedef {import("./settings.js").Settings} Settings */
-/** @typedef {import("./sizes.js").Size} Size */
+/** @import { Point, Settings } from "./settings.js" */
+/** @import { Size } from "./sizes.js" */
 
 /**
  * The per cent that the application reports for a pixel made from `percent`.

@@ -5,9 +5,8 @@ import { sendable } from "./coordinates.js";
 import { FLAGS, NUMBERS, STREAMS, TEXTS, told } from "./settings.js";
 import { analysedSize, parseSizes } from "./sizes.js";
 
-/** @typedef {import("./settings.js").Point} Point */
-/** @typedef {import("./settings.js").Settings} Settings */
-/** @typedef {import("./sizes.js").Size} Size */
+/** @import { Point, Settings } from "./settings.js" */
+/** @import { Size } from "./sizes.js" */
 /** @typedef {{settings: Settings, sizes: Size[], analysed: Size, isPortrait: boolean}} Received */
 
 /**

@@ -56,14 +56,16 @@ async function get(action) {
   return body;
 }
 
-/** One after the other: the application answers one request at a time, and few may wait. */
+/**
+ * One after the other: the application answers one request at a time, and few may wait. The words for the code are the
+ * page's own: those of a second answer would be of another pass, and contradict it.
+ */
 export async function readStatus() {
   const code = await get("get_status_code"),
-    text = await get("get_status_string"),
     time = await get("get_execution_time");
   if (![code, time].every((number) => /^-?\d+$/.test(number)))
     throw new Refusal("The application gave no status. It may be starting; this page keeps trying.");
-  return { code: Number(code), text, time: Number(time) };
+  return { code: Number(code), time: Number(time) };
 }
 
 export const readIsPortrait = async () => (await get("get_is_portrait")) === "1";

@@ -1,7 +1,7 @@
 // @ts-check
 /** What can be said about a shape without drawing it. */
 
-/** @typedef {import("./settings.js").Point} Point */
+/** @import { Point } from "./settings.js" */
 
 /** @param {Point} a @param {Point} b @param {Point} c */
 const side = (a, b, c) => Math.sign((b.x - a.x) * (c.y - a.y) - (b.y - a.y) * (c.x - a.x));
@@ -53,20 +53,80 @@ export const middleOf = (points) => ({
   y: points.reduce((sum, { y }) => sum + y, 0) / points.length,
 });
 
+/** Whether a point is in the shape: on how many edges a line from it to the right comes. @param {Point} at @param {Point[]} points */
+export function isInside({ x, y }, points) {
+  return points.reduce((isIn, a, i) => {
+    const b = points[(i + 1) % points.length];
+    const isCrossed = a.y > y !== b.y > y && x < a.x + ((y - a.y) / (b.y - a.y)) * (b.x - a.x);
+    return isCrossed ? !isIn : isIn;
+  }, false);
+}
+
+/** How far a point is from an edge. @param {Point} p @param {Point} a @param {Point} b */
+export function distanceTo(p, a, b) {
+  const [dx, dy] = [b.x - a.x, b.y - a.y];
+  const length = dx * dx + dy * dy;
+  const along = length === 0 ? 0 : Math.min(1, Math.max(0, ((p.x - a.x) * dx + (p.y - a.y) * dy) / length));
+  return Math.hypot(p.x - a.x - along * dx, p.y - a.y - along * dy);
+}
+
+/** @param {Point} p @param {Point[]} points */
+const distanceToOutline = (p, points) =>
+  Math.min(...points.map((a, i) => distanceTo(p, a, points[(i + 1) % points.length])));
+
+const GRID = 40; // lines each way that are looked at for a place inside
+
 /**
- * The same outline with another number of corners: new ones in the middle of the longest edges, or the last ones gone.
+ * A place on the shape where all of it can be taken hold of: its middle, or, where that lies outside, the place of a grid
+ * that is farthest from every edge.
+ * @param {Point[]} points @returns {Point}
+ */
+export function holdOf(points) {
+  const middle = middleOf(points);
+  if (isInside(middle, points) && distanceToOutline(middle, points) > 2) return middle;
+  const places = [...Array(GRID * GRID).keys()]
+    .map((i) => ({ x: ((i % GRID) * 100) / GRID, y: (Math.floor(i / GRID) * 100) / GRID }))
+    .filter((place) => isInside(place, points));
+  const distances = places.map((place) => distanceToOutline(place, points));
+  return places[distances.indexOf(Math.max(...distances))] ?? middle;
+}
+
+/** @param {Point[]} points @param {number} i */
+export const without = (points, i) => points.filter((_, at) => at !== i);
+
+/** @param {Point[]} points @param {number} i where it comes @param {Point} point */
+export const withPoint = (points, i, point) => [...points.slice(0, i), point, ...points.slice(i)];
+
+/**
+ * The corner whose loss changes the area least, and makes no edges cross where none did.
+ * @param {Point[]} points
+ */
+function leastCorner(points) {
+  const n = points.length;
+  const losses = points.map((p, i) => areaOf([points[(i + n - 1) % n], p, points[(i + 1) % n]]));
+  const order = [...points.keys()].sort((a, b) => losses[a] - losses[b]);
+  const isTangled = crossesItself(points);
+  return order.find((i) => isTangled || !crossesItself(without(points, i))) ?? order[0];
+}
+
+/** @param {Point[]} points with one more corner in the middle of the longest edge */
+function split(points) {
+  const n = points.length;
+  const lengths = points.map((p, i) => Math.hypot(p.x - points[(i + 1) % n].x, p.y - points[(i + 1) % n].y));
+  const longest = lengths.indexOf(Math.max(...lengths));
+  const [a, b] = [points[longest], points[(longest + 1) % n]];
+  return withPoint(points, longest + 1, { x: Math.round((a.x + b.x) / 2), y: Math.round((a.y + b.y) / 2) });
+}
+
+/**
+ * The same outline with another number of corners, as nearly as can be: new ones in the middle of the longest edges, or
+ * those gone whose loss changes the area least.
  * @param {Point[]} points @param {number} count @returns {Point[]}
  */
 export function withCorners(points, count) {
-  const result = points.slice(0, count);
-  while (result.length < count) {
-    const lengths = result.map((p, i) =>
-      Math.hypot(p.x - result[(i + 1) % result.length].x, p.y - result[(i + 1) % result.length].y),
-    );
-    const longest = lengths.indexOf(Math.max(...lengths));
-    const [a, b] = [result[longest], result[(longest + 1) % result.length]];
-    result.splice(longest + 1, 0, { x: Math.round((a.x + b.x) / 2), y: Math.round((a.y + b.y) / 2) });
-  }
+  let result = points;
+  while (result.length > count) result = without(result, leastCorner(result));
+  while (result.length < count) result = split(result);
   return result;
 }
 

@@ -4,8 +4,8 @@
 import { ALERT_FLAGS, ALERT_SECONDS, LEVELS, NUMBERS, STREAMS, told } from "./settings.js";
 import { ALWAYS_WITH_BOXES, sizeText } from "./sizes.js";
 
-/** @typedef {import("./settings.js").Settings} Settings */
-/** @typedef {import("./sizes.js").Size} Size */
+/** @import { Settings } from "./settings.js" */
+/** @import { Size } from "./sizes.js" */
 
 /** What no document can carry, however it is written. */
 const UNSENDABLE = /[^\t\n\r\u{20}-\u{D7FF}\u{E000}-\u{FFFD}\u{10000}-\u{10FFFF}]/u;
@@ -20,6 +20,29 @@ function problemOfNumber(name, typed) {
 }
 
 /**
+ * What is wrong with the order of the alerts' seconds: each is told by itself, whatever is wrong with the others.
+ * @param {Record<string, string>} texts @param {Record<string, string>} found that are no such numbers at all
+ */
+function takeOrder(texts, found) {
+  let [below, least] = [-1, 0];
+  ALERT_SECONDS.forEach((name, i) => {
+    if (found[name] !== undefined) return;
+    const seconds = Number(told(name, texts[name]));
+    if (below >= 0 && seconds <= least)
+      found[name] =
+        `${NUMBERS[name].label}: more than the ${least} of the ${LEVELS[below].toLowerCase()} alert, please: ` +
+        `from ${least + 1} to ${NUMBERS[name].most}.`;
+    else [below, least] = [i, seconds];
+  });
+}
+
+/** @param {string} label @param {string} chosen @param {string[]} offered */
+function problemOfStream(label, chosen, offered) {
+  const now = /^(0(x0)?)?$/.test(chosen) ? "none is chosen" : `${JSON.stringify(chosen)} is none of this camera's`;
+  return `${label}: ${now}. Choose one of the camera's stream sizes (${offered.join(", ") || "there are none"}), or switch it off.`;
+}
+
+/**
  * What is wrong with the values, by element name; empty when they may be saved.
  * @param {Settings} settings @param {Size[]} sizes @returns {Record<string, string>}
  */
@@ -30,16 +53,22 @@ export function problems({ flags, texts }, sizes) {
     const problem = problemOfNumber(name, texts[name]);
     if (problem !== "") found[name] = problem;
   }
-  ALERT_SECONDS.slice(1).forEach((upper, i) => {
-    const lower = ALERT_SECONDS[i];
-    if (!found[lower] && !found[upper] && Number(texts[upper]) <= Number(texts[lower]))
-      found[upper] = `${LEVELS[i + 1]} alert: it needs more seconds than the one below it.`;
-  });
+  takeOrder(texts, found);
   const offered = sizes.map(sizeText);
   for (const [name, { label, flag }] of Object.entries(STREAMS))
     if (flags[flag] ? !offered.includes(texts[name]) : UNSENDABLE.test(texts[name]))
-      found[name] = `${label}: choose one of the camera's stream sizes.`;
+      found[name] = problemOfStream(label, texts[name], offered);
   return found;
+}
+
+/**
+ * The same settings such as the application can take, whatever another program has stored: what is no stream size at all
+ * becomes none, since it would break off there, or not read any of it.
+ * @param {Settings} settings @returns {Settings}
+ */
+export function acceptable(settings) {
+  const streams = Object.keys(STREAMS).filter((name) => !/^(\d{1,5}x\d{1,5})?$/.test(settings.texts[name]));
+  return { ...settings, texts: { ...settings.texts, ...Object.fromEntries(streams.map((name) => [name, "0x0"])) } };
 }
 
 /**
@@ -50,7 +79,7 @@ export function chainWarnings({ flags }) {
   const missing = ALERT_FLAGS.findIndex((flag) => !flags[flag]);
   return ALERT_FLAGS.map((flag, i) =>
     missing >= 0 && i > missing && flags[flag]
-      ? `Cannot stay active while the ${LEVELS[missing].toLowerCase()} alert is off. Switch that on, or this off.`
+      ? `Cannot stay active while the ${LEVELS[missing].toLowerCase()} alert is disabled. Enable that, or disable this.`
       : "",
   );
 }

@@ -19,10 +19,11 @@
 
 import { isSame } from "./document.js";
 import { settle } from "./coordinates.js";
+import { acceptable } from "./problems.js";
 import { copyOf } from "./settings.js";
 
-/** @typedef {import("./settings.js").Settings} Settings */
-/** @typedef {import("./store.js").Store} Store */
+/** @import { Settings } from "./settings.js" */
+/** @import { Store } from "./store.js" */
 /** @typedef {"resting" | "asking" | "posting" | "examining" | "uncertain"} Phase */
 /** @typedef {(stored: Settings, wanted: Settings) => void} Take what to do with what is stored then */
 /** @typedef {{wanted: Settings, take: Take}} Attempt */
@@ -126,7 +127,7 @@ export class Saving extends EventTarget {
     return this.#save(
       (current) => {
         this.#store.load(current);
-        return { ...current, flags: { ...current.flags, Eula: true } };
+        return acceptable({ ...current, flags: { ...current.flags, Eula: true } });
       },
       (stored) => this.#store.load(stored),
     );

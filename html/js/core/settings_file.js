@@ -4,9 +4,8 @@
 import { problems } from "./problems.js";
 import { copyOf, CORNER_COUNTS, FLAGS, STREAMS, ZONE_FLAGS } from "./settings.js";
 
-/** @typedef {import("./settings.js").Point} Point */
-/** @typedef {import("./settings.js").Settings} Settings */
-/** @typedef {import("./sizes.js").Size} Size */
+/** @import { Point, Settings } from "./settings.js" */
+/** @import { Size } from "./sizes.js" */
 
 const FILE_KIND = "korvex-orvel-settings";
 

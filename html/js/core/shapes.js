@@ -2,12 +2,11 @@
 /** The area and the exclusion zones: which there are, how they are changed, and what is wrong with them. */
 
 import { settledPoint } from "./coordinates.js";
-import { areaOf, crossesItself, leavesPicture, snapped, withCorners } from "./geometry.js";
-import { ZONE_FLAGS } from "./settings.js";
+import { areaOf, crossesItself, leavesPicture, snapped, withCorners, without, withPoint } from "./geometry.js";
+import { CORNER_COUNTS, ZONE_FLAGS } from "./settings.js";
 
-/** @typedef {import("./settings.js").Point} Point */
-/** @typedef {import("./settings.js").Settings} Settings */
-/** @typedef {import("./sizes.js").Size} Size */
+/** @import { Point, Settings } from "./settings.js" */
+/** @import { Size } from "./sizes.js" */
 /**
  * @typedef {Object} Shape
  * @property {string} key @property {string} name @property {string} kind @property {string} sign on its round handle
@@ -97,10 +96,56 @@ export function dragFrom(points, origin, corner, by, isFree, analysed) {
   put(points[corner], { x: snapped(x + by.x, isFree), y: snapped(y + by.y, isFree) }, analysed);
 }
 
-/** Corners that are not in use stay behind those that are. @param {Settings} settings @param {number} count */
-export function setCorners(settings, count) {
-  settings.area = [...withCorners(AREA.points(settings), count), ...settings.area.slice(count)];
-  settings.corners = count;
+/** Corners that are not in use stay behind those that are. @param {Settings} settings @param {Point[]} points */
+function setArea(settings, points) {
+  settings.area = [...points, ...settings.area.slice(points.length)];
+  settings.corners = points.length;
+}
+
+/** @param {Settings} settings @param {number} count */
+export const setCorners = (settings, count) => setArea(settings, withCorners(AREA.points(settings), count));
+
+/**
+ * One more corner of the area, and with it what the application's next number of corners takes: 4, 6 or 8 are all it
+ * knows, so that another one comes in the middle of the longest edge.
+ * @param {Settings} settings @param {number} edge the corner at which it begins @param {Point} at @param {Size} analysed
+ * @returns {boolean} false: there are as many as can be
+ */
+export function addCorner(settings, edge, at, analysed) {
+  const count = CORNER_COUNTS.find((each) => each > settings.corners);
+  if (count === undefined) return false;
+  setArea(settings, withCorners(withPoint(AREA.points(settings), edge + 1, settledPoint(at, analysed)), count));
+  return true;
+}
+
+/**
+ * One corner less, and with it the one whose loss changes the area least.
+ * @param {Settings} settings @param {number} corner
+ * @returns {boolean} false: there are as few as can be
+ */
+export function removeCorner(settings, corner) {
+  const count = CORNER_COUNTS.filter((each) => each < settings.corners).pop();
+  if (count === undefined) return false;
+  setArea(settings, withCorners(without(AREA.points(settings), corner), count));
+  return true;
+}
+
+/** As the package declares it, per cent of the picture: the last four are on its left edge, for who adds corners. */
+const DEFAULT_AREA = [
+  [43, 40],
+  [58, 40],
+  [59, 79],
+  [40, 79],
+  [40, 72],
+  [42, 64],
+  [42, 55],
+  [43, 49],
+];
+
+/** The way back to where every camera begins. @param {Settings} settings @param {Size} analysed */
+export function setDefaultArea(settings, analysed) {
+  settings.area = DEFAULT_AREA.map(([x, y]) => settledPoint({ x, y }, analysed));
+  settings.corners = 4;
 }
 
 /** @param {Settings} settings what "Reset" is about */

@@ -1,7 +1,7 @@
 // @ts-check
 /** Sizes of pictures and streams. */
 
-/** @typedef {import("./settings.js").Settings} Settings */
+/** @import { Settings } from "./settings.js" */
 /** @typedef {{width: number, height: number}} Size */
 
 /** As the camera writes it. @param {Size} size */

@@ -4,8 +4,8 @@
 import { isSame } from "./document.js";
 import { copyOf, rebased } from "./settings.js";
 
-/** @typedef {import("./settings.js").Settings} Settings */
-/** @typedef {import("./sizes.js").Size} Size */
+/** @import { Settings } from "./settings.js" */
+/** @import { Size } from "./sizes.js" */
 
 const DEPTH = 200;
 

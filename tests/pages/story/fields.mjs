@@ -13,7 +13,10 @@ test("wrong values are told at their fields and not sent", async () => {
   assert.ok(await page.isDisabled("#save"));
   await visitor.tab("alerts");
   await visitor.type("Alert3ThreshSeconds", "10");
-  assert.match(await visitor.text("Alert3ThreshSeconds-error"), /more seconds than the one below/);
+  assert.match(
+    await visitor.text("Alert3ThreshSeconds-error"),
+    /third alert: more than the 10 of the second alert.*from 11 to 86400/,
+  );
   await page.click("#discard");
   assert.equal(await visitor.text("Alert3ThreshSeconds-error"), "");
 });
@@ -21,7 +24,7 @@ test("wrong values are told at their fields and not sent", async () => {
 test("the chain of levels is told where it bites", async () => {
   await page.uncheck("#Alert1_Active");
   for (const level of [2, 3])
-    assert.match(await visitor.text(`Alert${level}-chain`), /Cannot stay active while the first alert is off/);
+    assert.match(await visitor.text(`Alert${level}-chain`), /Cannot stay active while the first alert is disabled/);
   await page.check("#Alert1_Active");
   assert.equal(await visitor.text("Alert2-chain"), "");
 });
@@ -38,7 +41,7 @@ test("an alert appears", async () => {
     [0, 100],
   ]);
   await visitor.save();
-  await page.locator('#alerts li[data-level="1"][data-active=true]', { hasText: "First active" }).waitFor();
+  await page.locator('#alerts li[data-level="1"][data-state=active]', { hasText: "First active" }).waitFor();
 });
 
 test("overlays take the camera's own sizes and warn where two roles meet", async () => {

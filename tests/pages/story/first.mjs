@@ -16,7 +16,7 @@ test("the address opens the pages, and the agreement", async () => {
 test("nothing can be saved before it is accepted", async () => {
   await page.click("#agreement-close");
   assert.ok(await page.isVisible("#agreement-notice"));
-  await visitor.waitForText("status", /408.*EULA has not been accepted/);
+  await visitor.waitForText("status", /408 Agreement not accepted/);
   await visitor.tab("detection");
   await visitor.type("MaxDisappear", "4");
   assert.ok(await page.isDisabled("#save"));

@@ -2,7 +2,6 @@
 
 import assert from "node:assert/strict";
 import { test } from "node:test";
-import { until } from "../support/http.mjs";
 import { downloaded, page, visitor } from "./setting.mjs";
 
 test("the log is viewed, filtered and followed", async () => {
@@ -18,10 +17,12 @@ test("the log is viewed, filtered and followed", async () => {
   const found = await page.locator("#log-lines td:last-child").allInnerTexts();
   assert.ok(found.length > 0 && found.every((line) => line.includes("init_larod")), found.join("\n"));
   await page.fill("#log-text", "");
-  await page.check("#log-follow");
-  // Each reading of the log is a line of it.
-  await until(async () => (await page.locator("#log-lines tr").count()) >= all + 2, "the followed lines");
-  await page.uncheck("#log-follow");
+  await page.selectOption("#log-view", "alerts");
+  const alerts = await page.locator("#log-lines td:last-child").allInnerTexts();
+  assert.ok(alerts.includes("First alert started"), alerts.join("\n"));
+  assert.ok(alerts.every((line) => /^(The application|(First|Second|Third) alert) (started|ended)/.test(line)));
+  await page.selectOption("#log-view", "technical");
+  assert.doesNotMatch(await visitor.text("log-lines"), /get_logfile/, "that it is read is no news");
 });
 
 test("the log is copied and downloaded, plain and serialised", async () => {

@@ -1,7 +1,7 @@
-// Debian's Chromium, kept from everything but the page under test.
+// Debian's browsers, kept from everything but the page under test.
 
 import { existsSync } from "node:fs";
-import { chromium } from "playwright-core";
+import { chromium, firefox } from "playwright-core";
 import { LIMIT_S } from "./limit.mjs";
 
 const ARGUMENTS = [
@@ -20,4 +20,12 @@ export function openBrowser(more = []) {
   if (!existsSync(executablePath))
     throw new Error(`There is no Chromium at ${executablePath}; install Debian's chromium package.`);
   return chromium.launch({ executablePath, args: [...ARGUMENTS, ...more], timeout: LIMIT_S * 1000 });
+}
+
+/** Firefox as it is sold, by its own protocol. */
+export function openFirefox() {
+  const executablePath = process.env.KORVEX_FIREFOX ?? "/usr/bin/firefox-esr";
+  if (!existsSync(executablePath))
+    throw new Error(`There is no Firefox at ${executablePath}; install Debian's firefox-esr package.`);
+  return firefox.launch({ channel: "moz-firefox", executablePath, timeout: LIMIT_S * 1000 });
 }

@@ -32,7 +32,7 @@ test("the picture under the shapes has the analysed picture's shape, whatever st
         .replace(/<SelectedDetectionOverlay>[^<]*/, `<SelectedDetectionOverlay>${size}`)
         .replace("<DetectionOverlaysOn>0", "<DetectionOverlaysOn>1"),
     );
-    const stream = page.waitForRequest("**/stream/**");
+    const stream = page.waitForRequest("**/stream/*.mjpg*");
     await page.reload();
     assert.match((await stream).url(), new RegExp(`/stream/${shown}\\.mjpg`));
     await page.unroute(DOCUMENT);
@@ -63,10 +63,10 @@ test("settings that no parser takes are shown, and can be put right", async () =
     body.replace(/<SelectedDetectionOverlay>[^<]*/, "<SelectedDetectionOverlay>a&b"),
   );
   await page.reload();
-  await visitor.waitForText("save-note", /Everything is saved/);
+  await visitor.waitForText("save-note", /^Stored, but not fit to be saved again\. Boxes: "a&b" is none of/);
   await visitor.tab("overlays");
   assert.equal(await page.inputValue("#SelectedDetectionOverlay"), "a&b");
-  assert.match(await visitor.text("SelectedDetectionOverlay-error"), /choose one of the camera's stream sizes/);
+  assert.match(await visitor.text("SelectedDetectionOverlay-error"), /Choose one of the camera's stream sizes/);
   assert.ok((await page.locator("#tab-overlays.wrong").count()) === 1, "the tab tells where to look");
   await leave(visitor);
 });

@@ -3,7 +3,8 @@ import { test } from "node:test";
 import { load } from "./modules.mjs";
 
 /** @type {typeof import("../../../html/js/core/geometry.js")} */
-const { areaOf, crossesItself, leavesPicture, middleOf, snapped, withCorners } = await load("core/geometry.js");
+const { areaOf, crossesItself, distanceTo, holdOf, isInside, leavesPicture, middleOf, snapped, withCorners } =
+  await load("core/geometry.js");
 
 /** @typedef {import("../../../html/js/core/settings.js").Point} Point */
 /** @param {number[]} values @returns {Point[]} */
@@ -42,12 +43,48 @@ test("area and middle of a shape", () => {
   assert.deepEqual(middleOf(SQUARE), { x: 15, y: 15 });
 });
 
-test("more corners keep the outline, fewer keep the first ones", () => {
+test("more corners keep the outline, and going back keeps the area as nearly as can be", () => {
   const eight = withCorners(SQUARE, 8);
   assert.equal(eight.length, 8);
   assert.equal(areaOf(eight), areaOf(SQUARE));
-  assert.deepEqual(withCorners(eight, 4), eight.slice(0, 4));
+  for (const count of [6, 4]) assert.equal(areaOf(withCorners(eight, count)), areaOf(SQUARE));
   assert.equal(withCorners(polygon(5, 5, 5, 5, 5, 5, 5, 5), 8).length, 8);
+});
+
+test("the corners that go are those whose loss changes the area least, wherever they stand", () => {
+  const round = polygon(50, 0, 85, 15, 100, 50, 85, 85, 50, 100, 15, 85, 0, 50, 15, 15);
+  // Cut at its last corners it would be a sliver.
+  assert.ok(areaOf(round.slice(0, 4)) < areaOf(round) / 3);
+  assert.ok(areaOf(withCorners(round, 4)) > areaOf(round) * 0.6);
+  const dented = polygon(0, 0, 50, 1, 100, 0, 99, 50, 100, 100, 0, 100);
+  for (let turn = 0; turn < dented.length; turn++) {
+    const turned = [...dented.slice(turn), ...dented.slice(0, turn)];
+    const kept = withCorners(turned, 4).map(({ x, y }) => `${x},${y}`);
+    assert.deepEqual(kept.sort(), ["0,0", "0,100", "100,0", "100,100"], `beginning at ${turn}`);
+  }
+});
+
+test("losing corners makes no edges cross where none did", () => {
+  let seed = 7;
+  const random = () => (seed = (seed * 48271) % 2147483647) / 2147483647;
+  for (let round = 0; round < 300; round++) {
+    const star = [...Array(8).keys()].map((i) => {
+      const [angle, far] = [(i * Math.PI) / 4, 5 + 45 * random()];
+      return { x: Math.round(50 + far * Math.cos(angle)), y: Math.round(50 + far * Math.sin(angle)) };
+    });
+    if (crossesItself(star)) continue;
+    for (const count of [6, 4]) assert.equal(crossesItself(withCorners(star, count)), false, `${JSON.stringify(star)}`);
+  }
+});
+
+test("a shape is held at a place that lies in it, also where its middle does not", () => {
+  assert.deepEqual(holdOf(SQUARE), { x: 15, y: 15 });
+  const bracket = polygon(0, 0, 100, 0, 100, 10, 10, 10, 10, 90, 100, 90, 100, 100, 0, 100);
+  assert.equal(isInside(middleOf(bracket), bracket), false);
+  const hold = holdOf(bracket);
+  assert.ok(isInside(hold, bracket));
+  for (const [i, a] of bracket.entries()) assert.ok(distanceTo(hold, a, bracket[(i + 1) % 8]) > 3);
+  assert.ok(isInside(holdOf(ARROW), ARROW));
 });
 
 for (const [value, free, expected] of /** @type {[number, boolean, number][]} */ ([

@@ -6,7 +6,7 @@ import { SIZES, valid } from "./example.mjs";
 import { html, load } from "./modules.mjs";
 
 /** @type {typeof import("../../../html/js/core/problems.js")} */
-const { chainWarnings, overlayWarning, problems } = await load("core/problems.js");
+const { acceptable, chainWarnings, overlayWarning, problems } = await load("core/problems.js");
 
 /** @type {typeof import("../../../html/js/core/settings.js")} */
 const { NUMBERS } = await load("core/settings.js");
@@ -40,6 +40,56 @@ for (const [name, text] of /** @type {[string, string][]} */ ([
     settings.texts[name] = text;
     assert.deepEqual(Object.keys(problems(settings, SIZES)), [name]);
   });
+
+test("stored values that are out of range are told each at its own field, with the range, and saved as soon as all are right", () => {
+  const settings = valid();
+  settings.flags.DetectionOverlaysOn = true;
+  Object.assign(settings.texts, {
+    MinNumberOfPeopleForTrigger: "0",
+    Sensitivity: "7.00",
+    MaxDisappear: "-3",
+    Alert1ThreshSeconds: "60",
+    Alert2ThreshSeconds: "10",
+    Alert3ThreshSeconds: "15",
+    SelectedDetectionOverlay: "17x4",
+  });
+  /** @type {[string, string, RegExp][]} */
+  const mending = [
+    ["MinNumberOfPeopleForTrigger", "1", /from 1 to 12/],
+    ["Sensitivity", "0.5", /from 0\.01 to 0\.99/],
+    ["MaxDisappear", "3", /from 0 to 3600/],
+    ["Alert2ThreshSeconds", "70", /from 61 to 86400/],
+    ["Alert3ThreshSeconds", "80", /from 71 to 86400/],
+    ["SelectedDetectionOverlay", "1280x720", /"17x4".*640x360, 1280x720, 1920x1080/],
+  ];
+  for (const [i, [name, value, range]] of mending.entries()) {
+    const found = problems(settings, SIZES);
+    assert.deepEqual(
+      Object.keys(found).sort(),
+      mending
+        .slice(i)
+        .map(([each]) => each)
+        .sort(),
+    );
+    assert.match(found[name], range);
+    settings.texts[name] = value;
+  }
+  assert.deepEqual(problems(settings, SIZES), {});
+});
+
+test("a stream text that would break the application off is none when the agreement alone is accepted", () => {
+  const settings = valid();
+  for (const [text, sent] of [
+    ["17x4", "17x4"],
+    ["a&b", "0x0"],
+    ["0", "0x0"],
+    ["\u0001", "0x0"],
+  ]) {
+    settings.texts.SelectedAnonOverlay = text;
+    assert.equal(acceptable(settings).texts.SelectedAnonOverlay, sent);
+    assert.equal(settings.texts.SelectedAnonOverlay, text, "what is shown stays");
+  }
+});
 
 test("a text that no document can carry is told at its field, in use or not", () => {
   const settings = valid();
@@ -91,7 +141,7 @@ for (const [on, expected] of /** @type {[boolean[], string[]][]} */ ([
       settings.flags[`Alert${i + 1}_Active`] = isOn;
     });
     const named = chainWarnings(settings).map(
-      (warning) => /while the (\w+) alert is off/.exec(warning)?.[1] ?? warning,
+      (warning) => /while the (\w+) alert is disabled/.exec(warning)?.[1] ?? warning,
     );
     assert.deepEqual(named, expected);
   });

@@ -17,6 +17,12 @@ const editFine = (store) => store.edit(({ texts }) => Object.assign(texts, { Max
 /** @param {Store} store */
 const editEmptyArea = (store) =>
   store.edit(({ area }) => area.forEach((point) => Object.assign(point, { x: 9, y: 9 })));
+/** @param {Store} store */
+const storeWrong = (store) => {
+  const settings = structuredClone(/** @type {any} */ (store.saved));
+  settings.texts.Sensitivity = "7.00";
+  store.load(settings);
+};
 const nothing = () => {};
 
 for (const [
@@ -30,6 +36,13 @@ for (const [
   ["Saving…", true, true, "of the last save", editWrong],
   ["Nothing can be saved before the agreement is accepted.", false, false, "of the last save", editFine],
   ["Patience: a whole number from 0 to 3600, please.", true, false, "of the last save", editWrong],
+  [
+    "Stored, but not fit to be saved again. Score threshold: a number with at most two decimals from 0.01 to 0.99, please.",
+    true,
+    false,
+    "",
+    storeWrong,
+  ],
   ["of the last save", true, false, "of the last save", editFine],
   ["of the last save", true, false, "of the last save", nothing],
   ["Changed, not saved yet.", true, false, "", editFine],

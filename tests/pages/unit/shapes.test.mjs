@@ -1,23 +1,33 @@
 import assert from "node:assert/strict";
+import { readFileSync } from "node:fs";
+import { join } from "node:path";
 import { test } from "node:test";
 import { valid } from "./example.mjs";
-import { load } from "./modules.mjs";
+import { html, load } from "./modules.mjs";
 
 /** @type {typeof import("../../../html/js/core/shapes.js")} */
 const {
   AREA,
   SHAPES,
   WHOLE,
+  addCorner,
   dragFrom,
   haveSameShapes,
   put,
+  removeCorner,
   resetShapes,
   setCorners,
+  setDefaultArea,
   shapeProblems,
   shapesOn,
   step,
   zoneWarnings,
 } = await load("core/shapes.js");
+
+/** @type {typeof import("../../../html/js/core/document.js")} */
+const { settingsOf } = await load("core/document.js");
+/** @type {typeof import("../../../html/js/core/geometry.js")} */
+const { areaOf } = await load("core/geometry.js");
 
 const ANALYSED = { width: 1280, height: 720 };
 const SQUARE = [
@@ -167,4 +177,49 @@ test("a zone that another one's switch governs is told of", () => {
     Object.assign(settings.flags, { Exclusion2_Active: second, Exclusion3_Active: third });
     assert.equal(zoneWarnings(settings).length, told);
   }
+});
+
+test("a corner comes where the edge was clicked, with one more where the edge is longest: an area has 4, 6 or 8", () => {
+  const settings = plain();
+  assert.ok(addCorner(settings, 1, { x: 45, y: 40 }, ANALYSED));
+  assert.equal(settings.corners, 6);
+  const points = AREA.points(settings);
+  assert.ok(points.some(({ x, y }) => Math.abs(x - 45) <= 1 && Math.abs(y - 40) <= 1));
+  assert.ok(
+    points.some(({ x, y }) => x === 10 && y === 40),
+    "the middle of the left edge",
+  );
+  assert.ok(addCorner(settings, 0, { x: 25, y: 15 }, ANALYSED));
+  assert.equal(settings.corners, 8);
+  const before = structuredClone(settings);
+  assert.equal(addCorner(settings, 0, { x: 20, y: 20 }, ANALYSED), false, "eight are the most");
+  assert.deepEqual(settings, before);
+  assert.equal(settings.area.length, 8);
+});
+
+test("a corner goes, with the one that is missed least, and four stay", () => {
+  const settings = plain();
+  setCorners(settings, 6);
+  const whole = areaOf(AREA.points(settings));
+  const added = AREA.points(settings).findIndex((point) => !SQUARE.some(({ x, y }) => x === point.x && y === point.y));
+  assert.ok(removeCorner(settings, added));
+  assert.equal(settings.corners, 4);
+  assert.equal(areaOf(AREA.points(settings)), whole);
+  assert.equal(removeCorner(settings, 0), false);
+  assert.equal(settings.corners, 4);
+});
+
+test("the default area is the one that the package declares", () => {
+  const { parameters } = JSON.parse(readFileSync(join(html, "../package/manifest.json"), "utf8"));
+  const pixels = parameters.filter((/** @type {any} */ { name }) => /^Detection1\d[xy]$/.test(name));
+  const values = Object.fromEntries(
+    pixels.map((/** @type {any} */ each, /** @type {number} */ i) => {
+      const extent = i % 2 === 0 ? ANALYSED.width : ANALYSED.height;
+      return [`Detection1_${i}`, String(Math.trunc((Number(each.default) * 100) / extent))];
+    }),
+  );
+  const declared = settingsOf({ ...values, DetectionControlPoints: "4", CamsResAsCsv: "1280x720," }, false).settings;
+  const settings = plain();
+  setDefaultArea(settings, ANALYSED);
+  assert.deepEqual([settings.area, settings.corners], [declared.area, declared.corners]);
 });

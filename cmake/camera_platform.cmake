@@ -12,3 +12,7 @@ add_library(korvex_platform_headers INTERFACE)
 target_include_directories(korvex_platform_headers SYSTEM INTERFACE
     ${VDOSTREAM_INCLUDE_DIRS} ${LAROD_INCLUDE_DIRS} ${AXPARAMETER_INCLUDE_DIRS} ${AXEVENT_INCLUDE_DIRS}
     ${AXOVERLAY_INCLUDE_DIRS})
+
+# What a firmware may lack is beside the program.
+set(CMAKE_BUILD_WITH_INSTALL_RPATH ON)
+set(CMAKE_INSTALL_RPATH $ORIGIN/lib)

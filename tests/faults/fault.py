@@ -362,13 +362,25 @@ def test_film(work, size, rate):
     return film
 
 
+def bare_scene(work, film, seconds):
+    """So much of the built-in scene as a video, without boxes."""
+    replay = ["--replay", "scene", "--seconds", str(seconds), "--json", work / "scene.jsonl"]
+    bare = ["--record", film, "--stream", "1280x720", *to_set({"DetectionOverlaysOn": "false"})]
+    run(ROOT / "run", "--state", work / "scene", *replay, *bare, env=environment(work))
+
+
+def traffic(work):
+    """A minute of the built-in scene, in which no vehicle stays in the area for half a minute."""
+    film = on_disk(work) / "traffic.mp4"
+    bare_scene(work, film, 60)
+    return film
+
+
 def standing_car(work):
     """A video in which a car stands in the area for ever: a moment of the built-in scene."""
     need("ffmpeg")
     moment, still, film = work / "moment.mp4", work / "moment.png", on_disk(work) / "standing.mp4"
-    seven_seconds = ["--replay", "scene", "--seconds", "7", "--json", work / "moment.jsonl"]
-    bare = ["--record", moment, "--stream", "1280x720", *to_set({"DetectionOverlaysOn": "false"})]
-    run(ROOT / "run", "--state", work / "moment", *seven_seconds, *bare, env=environment(work))
+    bare_scene(work, moment, 7)
     run("ffmpeg", "-v", "error", "-sseof", "-0.5", "-i", moment, "-update", "1", still)
     run("ffmpeg", "-v", "error", "-loop", "1", "-i", still, "-t", "10", "-r", "5", "-pix_fmt", "yuv420p", film)
     return film

@@ -19,7 +19,7 @@ constexpr const char* insert_sql =
     "INSERT INTO parameters (owner, name, value) VALUES (?1, ?2, ?3) ON CONFLICT (owner, name) DO NOTHING";
 
 void insert(sqlite3* connection, std::string_view owner, std::string_view name, std::string_view value) {
-    Query(connection, insert_sql, {owner, name, value});
+    const Query done(connection, insert_sql, {owner, name, value});
 }
 
 [[noreturn]] void fail_unknown(const std::string& name) {
@@ -125,7 +125,7 @@ void Store::settle() {
 void Store::check_room() {
     if (!has_room_for_saves(m_path))
         fail_for_lack_of_room(m_path);
-    run([](sqlite3* connection) { Query(connection, "UPDATE parameters SET value = value"); });
+    run([](sqlite3* connection) { const Query done(connection, "UPDATE parameters SET value = value"); });
 }
 
 void Store::run(const std::function<void(sqlite3*)>& operation) {
@@ -176,7 +176,8 @@ std::string Store::get(const std::string& owner, const std::string& name) {
 
 void Store::set(const std::string& owner, const std::string& name, const std::string& value) {
     run([&](sqlite3* connection) {
-        Query(connection, "UPDATE parameters SET value = ?3 WHERE owner = ?1 AND name = ?2", {owner, name, value});
+        const Query done(connection, "UPDATE parameters SET value = ?3 WHERE owner = ?1 AND name = ?2",
+                         {owner, name, value});
         if (sqlite3_changes(connection) == 0)
             fail_unknown(name);
     });

@@ -129,11 +129,11 @@ class Worker {
 } // namespace
 
 WorkerProcess start_worker(const Engine& engine, int threads, int stderr_file) {
-    auto [own, workers] = connected_sockets();
-    const pid_t process = own ? fork() : -1;
+    auto ends = connected_sockets();
+    const pid_t process = ends.first ? fork() : -1;
     if (process == 0)
-        work(workers.get(), engine, threads, stderr_file);
-    return {platform::Child(process), std::move(own)};
+        work(ends.second.get(), engine, threads, stderr_file);
+    return {platform::Child(process), std::move(ends.first)};
 }
 
 } // namespace korvex::larod

@@ -37,7 +37,7 @@ std::string name_in_file(const std::string& path) {
     if (!file)
         throw Failure(Code::no_source,
                       "The file " + path + " with the video source cannot be read: " + std::strerror(errno));
-    const std::string name = first_line(beginning_of(file.get()));
+    std::string name = first_line(beginning_of(file.get()));
     if (name.empty())
         throw Failure(Code::no_source, "The file " + path + " must be an ordinary one whose first line is a video " +
                                            "source, such as rtsp://camera/stream");

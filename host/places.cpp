@@ -14,6 +14,7 @@ Places built_places(const std::string& build, const std::string& repository) {
     places.live = build + "/host/korvex_live";
     places.replay = build + "/host/korvex_replay";
     places.stays = build + "/host/korvex_stays";
+    places.settings = build + "/host/korvex_settings";
     places.parameter = build + "/platform/axparameter/korvex_parameter";
     places.check_model = build + "/platform/larod/korvex_check_model";
     places.check_video = build + "/platform/vdostream/korvex_check_video";
@@ -33,6 +34,7 @@ Places installed_places(const std::string& programs, const std::string& home) {
     places.live = folder / "korvex_live";
     places.replay = folder / "korvex_replay";
     places.stays = folder / "korvex_stays";
+    places.settings = folder / "korvex_settings";
     places.parameter = folder / "korvex_parameter";
     places.check_model = folder / "korvex_check_model";
     places.check_video = folder / "korvex_check_video";

@@ -9,6 +9,7 @@ struct Places {
     std::string live;
     std::string replay;
     std::string stays;
+    std::string settings;
     std::string parameter;
     std::string check_model;
     std::string check_video;

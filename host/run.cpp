@@ -16,6 +16,7 @@
 
 #include <filesystem>
 #include <optional>
+#include <sstream>
 
 namespace console {
 namespace {
@@ -25,6 +26,7 @@ namespace fs = std::filesystem;
 constexpr int usual_niceness = -5;
 constexpr const char* landscape_model = "detect_960_540.tflite";
 constexpr const char* portrait_model = "detect_540_960.tflite";
+constexpr const char* rotation = "root.Image.I0.Appearance.Rotation";
 
 /** What a live run and a replay have in common, once the state folder is there. */
 class Run {
@@ -46,11 +48,13 @@ class Run {
 
     /** Changes what is to be changed, and finds out whether the store, the model and the video can be used. */
     void prepare() {
-        std::vector<std::string> command = {m_places.parameter};
-        command.insert(command.end(), m_options.settings.begin(), m_options.settings.end());
+        std::vector<std::string> wishes = m_options.settings;
         if (m_options.accepts_eula)
-            command.push_back("EulaAccepted=true");
-        need(command);
+            wishes.push_back("EulaAccepted=true");
+        if (m_options.settings_file.empty())
+            set(wishes);
+        else
+            set_from_file(wishes);
         install_model();
         check_video();
     }
@@ -80,6 +84,28 @@ class Run {
             throw Ending{1};
     }
 
+    void set(const std::vector<std::string>& wishes) {
+        std::vector<std::string> command = {m_places.parameter};
+        command.insert(command.end(), wishes.begin(), wishes.end());
+        need(command);
+    }
+
+    /** What the file holds depends on the period, which may be among the wishes; and they win over the file. */
+    void set_from_file(const std::vector<std::string>& wishes) {
+        for (const std::string& wish : wishes) {
+            if (wish.starts_with("MainLoopTime="))
+                set({wish});
+        }
+        std::istringstream lines(output_of(
+            program({m_places.settings, m_options.settings_file, parameter("MainLoopTime"), parameter(rotation)}),
+            m_signals));
+        std::vector<std::string> all;
+        for (std::string line; std::getline(lines, line);)
+            all.push_back(line);
+        all.insert(all.end(), wishes.begin(), wishes.end());
+        set(all);
+    }
+
     /** Another model serves both of the names under which the application looks: it opens the one that suits the
         picture's rotation, and the model must be of that shape. A file that has rotted, the default one as well, would
         detect nonsense. */
@@ -91,8 +117,8 @@ class Run {
             fs::remove(link);
             fs::create_symlink(is_own ? m_options.model : folder + name, link);
         }
-        const std::string rotation = parameter("root.Image.I0.Appearance.Rotation");
-        const bool is_portrait = rotation == "90" || rotation == "270";
+        const std::string degrees = parameter(rotation);
+        const bool is_portrait = degrees == "90" || degrees == "270";
         const char* name = is_portrait ? portrait_model : landscape_model;
         std::vector<std::string> command = {m_places.check_model, is_own ? m_options.model : folder + name};
         if (is_portrait)

@@ -165,6 +165,11 @@ RunOptions checked(RunOptions options) {
     check_replay(options);
     check_source(options);
     check_inference(options);
+    if (!options.settings_file.empty()) {
+        need(is_readable_file(options.settings_file),
+             "the settings file \"" + options.settings_file + "\" cannot be read.");
+        options.settings_file = full_path(options.settings_file);
+    }
     check_model(options);
     check_web(options);
     check_mqtt(options);

@@ -97,6 +97,7 @@ const std::vector<Option>& option_table() {
     static const std::vector<Option> table = {
         {"source", &RunOptions::source, "", "", "KORVEX_VDO_SOURCE"},
         {"source-file", &RunOptions::source_file, "", "", "KORVEX_VDO_SOURCE_FILE"},
+        {"settings", &RunOptions::settings_file, "", "", nullptr},
         {"aspect", &RunOptions::aspect, "^(fit|crop|stretch)$", "--aspect is fit, crop or stretch",
          "KORVEX_VDO_ASPECT"},
         {"model", &RunOptions::model, "", "", nullptr},

@@ -12,6 +12,7 @@ namespace console {
 struct RunOptions {
     std::string source = "scene";
     std::string source_file;
+    std::string settings_file;
     std::string aspect;
     std::string model;
     std::string state;

@@ -12,6 +12,7 @@ TEST(Places, OfABuildAreInItsFolderAndInTheRepository) {
     EXPECT_EQ(places.live, "/build/asan/host/korvex_live");
     EXPECT_EQ(places.replay, "/build/asan/host/korvex_replay");
     EXPECT_EQ(places.stays, "/build/asan/host/korvex_stays");
+    EXPECT_EQ(places.settings, "/build/asan/host/korvex_settings");
     EXPECT_EQ(places.parameter, "/build/asan/platform/axparameter/korvex_parameter");
     EXPECT_EQ(places.check_model, "/build/asan/platform/larod/korvex_check_model");
     EXPECT_EQ(places.check_video, "/build/asan/platform/vdostream/korvex_check_video");
@@ -29,6 +30,7 @@ TEST(Places, OfAPackageAreBesideTheProgramAndInItsShare) {
     EXPECT_EQ(places.live, "/usr/lib/korvex_orvel/korvex_live");
     EXPECT_EQ(places.replay, "/usr/lib/korvex_orvel/korvex_replay");
     EXPECT_EQ(places.stays, "/usr/lib/korvex_orvel/korvex_stays");
+    EXPECT_EQ(places.settings, "/usr/lib/korvex_orvel/korvex_settings");
     EXPECT_EQ(places.parameter, "/usr/lib/korvex_orvel/korvex_parameter");
     EXPECT_EQ(places.check_model, "/usr/lib/korvex_orvel/korvex_check_model");
     EXPECT_EQ(places.check_video, "/usr/lib/korvex_orvel/korvex_check_video");

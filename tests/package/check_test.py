@@ -13,6 +13,8 @@ import tarfile
 import tempfile
 from pathlib import Path
 
+import jsonschema
+
 REPOSITORY, ARCHIVE = Path(sys.argv[1]), Path(sys.argv[2])
 HARDENED = ["-O2", "-fstack-protector-all", "-pie", "-fPIE", "-Wl,-z,relro,-z,now", "-s"]
 failures = 0
@@ -89,6 +91,10 @@ def longer_executable(folder):
         file.write(bytes(1_500_000))
     write_manifest(folder)
 
+
+# That of the repository, too, is as the schema says.
+jsonschema.validate(json.loads((REPOSITORY / "package/manifest.json").read_text()),
+                    json.loads((REPOSITORY / "package/manifest.schema.json").read_text()))
 
 with tempfile.TemporaryDirectory() as scratch:
     with tarfile.open(ARCHIVE) as whole:

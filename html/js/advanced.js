@@ -1,4 +1,3 @@
-// @ts-check
 /** Settings as a file, and what support asks for. */
 
 import { fromFile, toFile } from "./core/settings_file.js";

@@ -1,4 +1,3 @@
-// @ts-check
 /** The agreement that comes before anything else. */
 
 import { saving } from "./camera.js";

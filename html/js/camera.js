@@ -1,4 +1,3 @@
-// @ts-check
 /** What this page has of the camera: its settings, read and saved. */
 
 import { serialise, settingsOf } from "./core/document.js";

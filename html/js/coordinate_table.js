@@ -1,4 +1,3 @@
-// @ts-check
 /** The corners' coordinates as numbers that are typed. */
 
 import { put, shapesOn } from "./core/shapes.js";

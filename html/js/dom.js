@@ -1,4 +1,3 @@
-// @ts-check
 /** Small helpers around the document. */
 
 /**

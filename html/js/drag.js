@@ -1,4 +1,3 @@
-// @ts-check
 /** Dragging a shape or one of its corners over the picture. */
 
 import { copyOf } from "./core/settings.js";

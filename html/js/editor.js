@@ -1,4 +1,3 @@
-// @ts-check
 /** The area and the zones: what is above and below the live picture, and undo. */
 
 import { showCoordinates } from "./coordinate_table.js";

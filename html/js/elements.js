@@ -1,4 +1,3 @@
-// @ts-check
 /** The application's document as the browser reads it. */
 
 /**

@@ -1,4 +1,3 @@
-// @ts-check
 /** What leaves the page: as a file, or through the clipboard. */
 
 import { make } from "./dom.js";

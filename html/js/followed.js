@@ -1,4 +1,3 @@
-// @ts-check
 /**
  * The objects that are followed now, as a host tells them at each pass. A camera has no such address: then there is no
  * list. The stream is open while somebody can see this page.

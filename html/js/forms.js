@@ -1,4 +1,3 @@
-// @ts-check
 /** The Detection, Alerts and Overlays pages: every field bound to the edited settings, its problem shown beside it. */
 
 import { alertAdvice, classAdvice } from "./core/advice.js";

@@ -1,4 +1,3 @@
-// @ts-check
 /** The picture on all of the screen, where a phone has little of it. */
 
 import { store } from "./core/store.js";

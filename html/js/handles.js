@@ -1,4 +1,3 @@
-// @ts-check
 /** The shapes over the live picture: their outlines, and the handles that are dragged or moved by keys. */
 
 import { crossesItself, holdOf, middleOf } from "./core/geometry.js";

@@ -1,4 +1,3 @@
-// @ts-check
 /** What happened on a day: the stays that a host keeps, and on every camera the alerts that its log tells of. */
 
 import { alertPeriods, ofDay, secondsOf } from "./core/alert_history.js";

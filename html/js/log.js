@@ -1,4 +1,3 @@
-// @ts-check
 /** The log: shown, filtered, followed, copied, downloaded, cleared. */
 
 import { clearLog, readPlainLog, readSerialisedLog } from "./core/endpoint.js";

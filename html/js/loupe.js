@@ -1,4 +1,3 @@
-// @ts-check
 /** What is under the finger, larger, and beside it. */
 
 import { store } from "./core/store.js";

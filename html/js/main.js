@@ -1,4 +1,3 @@
-// @ts-check
 /**
  * Brings the page up. What is in core/ runs without a document: the settings, the rules about them, saving. The files
  * beside this one show it.

@@ -1,4 +1,3 @@
-// @ts-check
 /**
  * The live picture. On a host the streams stand under this path, beside the application's own. It is open only while
  * somebody can see it: each open stream costs the camera an encoder.

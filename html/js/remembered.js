@@ -1,4 +1,3 @@
-// @ts-check
 /** Choices that belong to this browser and not to the camera. */
 
 const PREFIX = "korvex_orvel.";

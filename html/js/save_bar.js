@@ -1,4 +1,3 @@
-// @ts-check
 /** The bar at the bottom, and what else shows whether everything is saved and may be. */
 
 import { saving } from "./camera.js";

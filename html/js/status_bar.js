@@ -1,4 +1,3 @@
-// @ts-check
 /** The bar at the top: asks for the status every second and notices when the application comes back. */
 
 import { readStatus } from "./core/endpoint.js";

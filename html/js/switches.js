@@ -1,4 +1,3 @@
-// @ts-check
 /** Checkboxes that stand for a flag of the settings. */
 
 import { store } from "./core/store.js";

@@ -1,4 +1,3 @@
-// @ts-check
 /** The tabs, one of which is chosen: by mouse, by key, or by the address. */
 
 import { byId } from "./dom.js";

@@ -1,4 +1,3 @@
-// @ts-check
 /** A day as a line. */
 
 import { DAY_MS, startOfDay } from "./core/wall_time.js";

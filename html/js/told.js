@@ -1,4 +1,3 @@
-// @ts-check
 /** Tells of alerts who does not look at the page: title and icon always, a sound and a notification by choice. */
 
 import { alertName, status } from "./core/status.js";

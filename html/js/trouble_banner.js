@@ -1,4 +1,3 @@
-// @ts-check
 /** What is wrong, and since when, above everything else. */
 
 import { status } from "./core/status.js";

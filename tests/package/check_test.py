@@ -115,7 +115,7 @@ with tempfile.TemporaryDirectory() as scratch:
     expect("an installed package too large", "the installed package has .* at most 18000000",
            filled("detect_960_540.tflite", bytes(18_000_000)))
     expect("an executable too large", "the executable has .* at most 1500000", longer_executable)
-    expect("pages too large", "the pages has .* at most 200000", filled("html/large.txt", bytes(200_000)))
+    expect("pages too large", "the pages has .* at most 204800", filled("html/large.txt", bytes(200_000)))
     expect("a file that is gone", "index.html is in the manifest and not", lambda folder: (folder / "html/index.html").unlink())
     expect("no start file", "start is missing", without("start"))
     expect("a network that is gone", "detect_540_960.tflite is missing", without("detect_540_960.tflite"))

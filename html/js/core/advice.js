@@ -1,4 +1,3 @@
-// @ts-check
 /** Why no alert can ever start with these settings, as far as that can be told beforehand. */
 
 import { isInside } from "./geometry.js";

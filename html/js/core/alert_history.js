@@ -1,4 +1,3 @@
-// @ts-check
 /** When which alert was active, from the log's own lines: a camera keeps nothing else of it. */
 
 import { LEVELS } from "./settings.js";

@@ -1,4 +1,3 @@
-// @ts-check
 /**
  * The application stores pixels; its document carries whole per cents, truncated both ways. So a pixel that was made
  * from 33 % of 1280 is read back as 32 %, and a page that sent back what it read would move every corner a bit on each

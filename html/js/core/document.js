@@ -1,4 +1,3 @@
-// @ts-check
 /** The settings in the form that the application reads and writes: elements with a text, one for each value. */
 
 import { sendable } from "./coordinates.js";

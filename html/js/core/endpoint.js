@@ -1,4 +1,3 @@
-// @ts-check
 /** The application's answers, and every way in which there is none, told in a sentence. */
 
 const ENDPOINT = "korvex_orvel_fcgi.cgi";

@@ -1,4 +1,3 @@
-// @ts-check
 /** What can be said about a shape without drawing it. */
 
 /** @import { Point } from "./settings.js" */

@@ -1,4 +1,3 @@
-// @ts-check
 /** Where handles stand so that none covers another: at their points, or as near to them as there is room. */
 
 /** @import { Point } from "./settings.js" */

@@ -1,4 +1,3 @@
-// @ts-check
 /** The log's lines: read, told apart, folded, filtered, and compared with those that are shown. */
 
 import { alertName } from "./status.js";

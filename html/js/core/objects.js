@@ -1,4 +1,3 @@
-// @ts-check
 /** The objects that are followed, as a host tells them at each pass, in words. */
 
 import { ALERT_SECONDS, LEVELS } from "./settings.js";

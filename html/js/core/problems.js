@@ -1,4 +1,3 @@
-// @ts-check
 /** What is wrong with the settings so that they cannot be saved, and what is to be warned of though they can. */
 
 import { ALERT_FLAGS, ALERT_SECONDS, LEVELS, NUMBERS, STREAMS, told } from "./settings.js";

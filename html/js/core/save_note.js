@@ -1,4 +1,3 @@
-// @ts-check
 /** What the bar says about the settings: the most pressing thing alone. */
 
 import { problems } from "./problems.js";

@@ -1,4 +1,3 @@
-// @ts-check
 /**
  * What becomes of the settings between this page and the application. There is no document here: whoever shows it
  * listens for "change", and for "load" after each time that the page has taken over what the application has.

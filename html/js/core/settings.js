@@ -1,4 +1,3 @@
-// @ts-check
 /** The settings as the pages hold them: their names, their limits, and how two versions of them are put together. */
 
 export const CLASSES = [

@@ -1,4 +1,3 @@
-// @ts-check
 /** The settings as a file that a person keeps, and takes back. */
 
 import { problems } from "./problems.js";

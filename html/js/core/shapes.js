@@ -1,4 +1,3 @@
-// @ts-check
 /** The area and the exclusion zones: which there are, how they are changed, and what is wrong with them. */
 
 import { settledPoint } from "./coordinates.js";

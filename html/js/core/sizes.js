@@ -1,4 +1,3 @@
-// @ts-check
 /** Sizes of pictures and streams. */
 
 /** @import { Settings } from "./settings.js" */

@@ -1,4 +1,3 @@
-// @ts-check
 /** What the application's status says, in words, and what is known of the alerts from it. */
 
 import { ALERT_FLAGS, LEVELS } from "./settings.js";

@@ -1,4 +1,3 @@
-// @ts-check
 /** The stays of a day, as a host keeps them: counted, and in the form in which they are shown. */
 
 import { DAY_MS, startOfDay, wallTime } from "./wall_time.js";

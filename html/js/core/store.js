@@ -1,4 +1,3 @@
-// @ts-check
 /** The saved and the edited settings, with undo. Whoever shows them listens for "change". */
 
 import { isSame } from "./document.js";

@@ -1,4 +1,3 @@
-// @ts-check
 /**
  * Whether what was saved is stored. The application answers a save alike when the camera could not write it, works with
  * the settings, and writes none from then on until it starts anew: only its log says so, at each save for each setting.

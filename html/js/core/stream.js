@@ -1,4 +1,3 @@
-// @ts-check
 /** A stream of pictures as it comes over the net. */
 
 /** Where a part's head has ended: after its empty line, or -1. @param {Uint8Array} bytes @param {number} start */

@@ -1,4 +1,3 @@
-// @ts-check
 /** How a page that nobody looks at tells of an alert: by its title, its icon, a sound and a notification. */
 
 import { alertName } from "./status.js";

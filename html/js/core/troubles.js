@@ -1,4 +1,3 @@
-// @ts-check
 /**
  * What keeps the camera from watching, and since when. Whoever knows best says it: on a host the stream of objects, which
  * tells its problems at each pass; else the pictures' head about the video, and the status about the rest.

@@ -1,4 +1,3 @@
-// @ts-check
 /**
  * The camera's own time of day, as a clock beside it shows it. It is counted as if its zone were UTC, so that this
  * browser's zone changes nothing of it.

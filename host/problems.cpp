@@ -91,6 +91,7 @@ std::vector<Problem> ProblemWatch::standing() const {
 
 std::vector<Problem> ProblemWatch::kinds() {
     std::vector<Problem> all;
+    all.reserve(kinds_of_problems.size());
     for (const Kind& kind : kinds_of_problems)
         all.push_back({kind.kind, kind.name, 0, ""});
     return all;

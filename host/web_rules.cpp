@@ -108,7 +108,7 @@ std::string machine_name() {
 }
 
 std::string reachable_name() {
-    const std::string outgoing = outgoing_address();
+    std::string outgoing = outgoing_address();
     if (!outgoing.empty())
         return outgoing;
     std::set<std::string> addresses = own_addresses();
